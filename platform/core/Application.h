@@ -1,0 +1,73 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/core/Event.h"
+#include "platform/core/Suspension.h"
+#include "platform/core/Uri.h"
+#include "platform/core/World.h"
+
+namespace platform {
+
+enum class ActivationKind { Launch = 0, Protocol = 4 };
+
+/// A start from the start menu, the command line, or in the background (a prelaunch).
+struct LaunchActivatedEventArgs {
+    std::u16string Arguments;
+    bool PrelaunchActivated = false;
+};
+
+/// Any other start; `Uri` belongs to a protocol activation.
+struct ActivatedEventArgs {
+    ActivationKind Kind = ActivationKind::Protocol;
+    platform::Uri Uri;
+};
+
+/// The application object. One a process; its members are used on the user-interface thread unless they say
+/// otherwise.
+class Application {
+  public:
+    Application() = default;
+    virtual ~Application() = default;
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Makes the calling thread the user-interface thread, creates the application object with `create`, and
+    /// runs `world` until the application has ended: window closed, asked to by a signal or the session, or
+    /// failed. Before the end `Suspending` is raised and its deferrals are waited for, five seconds at most.
+    /// Returns the exit status: 0, or 1 after an unhandled failure, which is reported on the standard error
+    /// stream.
+    static int Start(World& world, const std::function<std::shared_ptr<Application>()>& create);
+
+    /// Any thread. The application object; null before it has been created.
+    static std::shared_ptr<Application> Current();
+
+    /// Asks the application to end in good order. Any thread.
+    static void Exit();
+
+    /// Calls `handler` once on the user-interface thread, as soon as no task runs and no handler is posted:
+    /// what the start set in motion has ended.
+    static void WhenIdle(std::function<void()> handler);
+
+    /// Reports a failure that nothing handled and ends the application with exit status 1. Any thread.
+    static void Fail(const std::exception& failure);
+
+    Event<Application&, SuspendingEventArgs&>& Suspending() { return m_suspending; }
+    Event<Application&>& Resuming() { return m_resuming; }
+
+  protected:
+    virtual void OnLaunched(const LaunchActivatedEventArgs& args) = 0;
+    virtual void OnActivated(const ActivatedEventArgs& args) = 0;
+
+  private:
+    friend class ApplicationRun;
+
+    Event<Application&, SuspendingEventArgs&> m_suspending;
+    Event<Application&> m_resuming;
+};
+
+}  // namespace platform

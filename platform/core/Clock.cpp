@@ -1,0 +1,82 @@
+#include "platform/core/Clock.h"
+
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+
+#include "platform/tasks/ThreadPool.h"
+
+namespace platform {
+
+namespace {
+
+/// FILETIME of the Unix epoch.
+constexpr std::int64_t kUnixEpoch = 116444736000000000;
+constexpr std::int64_t kUnitsPerSecond = 10000000;
+
+std::int64_t Read(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return now.tv_sec * kUnitsPerSecond + now.tv_nsec / 100;
+}
+
+class MachineClock final : public Clock {
+  public:
+    std::int64_t FileTime() override { return Read(CLOCK_REALTIME) + kUnixEpoch; }
+
+    std::int64_t Steady() override { return Read(CLOCK_MONOTONIC); }
+
+    SystemTime LocalTime() override {
+        timespec now{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        tm local{};
+        localtime_r(&now.tv_sec, &local);
+        const auto part = [](auto value) { return static_cast<std::uint16_t>(value); };
+        return {part(local.tm_year + 1900), part(local.tm_mon + 1),     part(local.tm_wday),
+                part(local.tm_mday),        part(local.tm_hour),        part(local.tm_min),
+                part(local.tm_sec),         part(now.tv_nsec / 1000000)};
+    }
+
+    std::int32_t TimeZoneBias() override {
+        const std::time_t now = std::time(nullptr);
+        tm local{};
+        localtime_r(&now, &local);
+        return static_cast<std::int32_t>(-local.tm_gmtoff / 60);
+    }
+
+    bool SleepFor(std::chrono::milliseconds duration) override {
+        std::mutex mutex;
+        std::condition_variable wake;
+        bool interrupted = false;
+        const BlockingRegion blocking([&] {
+            const std::lock_guard lock(mutex);
+            interrupted = true;
+            wake.notify_all();
+        });
+        std::unique_lock lock(mutex);
+        return !wake.wait_for(lock, duration, [&] { return interrupted; });
+    }
+};
+
+Clock* g_clock = nullptr;
+
+}  // namespace
+
+Clock& SystemClock() {
+    static MachineClock clock;
+    return clock;
+}
+
+Clock& CurrentClock() {
+    return g_clock != nullptr ? *g_clock : SystemClock();
+}
+
+ClockScope::ClockScope(Clock& clock) {
+    g_clock = &clock;
+}
+
+ClockScope::~ClockScope() {
+    g_clock = nullptr;
+}
+
+}  // namespace platform

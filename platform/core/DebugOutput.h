@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string_view>
+
+namespace platform {
+
+/// Writes `text` as one line to the standard error stream when KELVANE_DEBUG=1 is set, else nowhere: debug
+/// texts may hold whole records. Any thread; never throws.
+void OutputDebugStringW(std::u16string_view text) noexcept;
+
+}  // namespace platform

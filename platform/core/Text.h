@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// UTF-16 to UTF-8 for the edges (terminal, toolkit, file names). A lone surrogate keeps its value as a
+/// three-byte sequence (WTF-8), so that FromUtf8(ToUtf8(x)) == x for every x.
+std::string ToUtf8(std::u16string_view text);
+
+/// The same, but a lone surrogate becomes U+FFFD: for readers that insist on valid UTF-8.
+std::string ToValidUtf8(std::u16string_view text);
+
+/// UTF-8 (or WTF-8) to UTF-16; each byte that is part of no valid sequence becomes U+FFFD.
+std::u16string FromUtf8(std::string_view text);
+
+/// Decimal text of a number.
+std::u16string ToText(std::int64_t value);
+std::u16string ToText(std::uint64_t value);
+inline std::u16string ToText(int value) {
+    return ToText(static_cast<std::int64_t>(value));
+}
+inline std::u16string ToText(unsigned value) {
+    return ToText(static_cast<std::uint64_t>(value));
+}
+
+/// The platform's text form of a Boolean: "true" or "false".
+std::u16string ToText(bool value);
+
+/// Copies the zero-terminated text `source` and its zero into `destination`, which has room for `count`
+/// characters. When they do not fit, nothing of the text is copied, the first character is set to zero if
+/// `count` is positive, and false is returned. The platform's wcscpy_s rule; a negative or zero count touches
+/// nothing.
+bool CopyText(char16_t* destination, std::int64_t count, const char16_t* source);
+
+}  // namespace platform

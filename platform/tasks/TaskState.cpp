@@ -1,0 +1,81 @@
+#include "platform/tasks/TaskState.h"
+
+#include "platform/core/Exception.h"
+#include "platform/core/UserInterfaceThread.h"
+#include "platform/tasks/Cancellation.h"
+#include "platform/tasks/ThreadPool.h"
+#include "platform/tasks/Unobserved.h"
+
+namespace platform::detail {
+
+TaskStateBase::~TaskStateBase() {
+    if (!m_failure || m_failureSeen) {
+        return;
+    }
+    try {
+        std::rethrow_exception(m_failure);
+    } catch (const task_canceled&) {
+        // A cancelled task that nobody waits for is what cancelling is for.
+    } catch (...) {
+        ReportUnobserved(std::current_exception());
+    }
+}
+
+bool TaskStateBase::IsDone() const {
+    const std::lock_guard lock(m_mutex);
+    return m_done;
+}
+
+void TaskStateBase::WhenDone(std::function<void()> continuation) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_done) {
+            m_continuations.push_back(std::move(continuation));
+            return;
+        }
+    }
+    continuation();
+}
+
+void TaskStateBase::Wait() const {
+    std::unique_lock lock(m_mutex);
+    if (m_done) {
+        return;
+    }
+    if (IsUserInterfaceThread()) {
+        throw Exception(result::kIllegalMethodCall, u"Illegal to wait on a task in a Windows Runtime STA");
+    }
+    lock.unlock();
+    const BlockingRegion blocking;
+    lock.lock();
+    m_ended.wait(lock, [this] { return m_done; });
+}
+
+std::exception_ptr TaskStateBase::Failure() {
+    const std::lock_guard lock(m_mutex);
+    m_failureSeen = true;
+    return m_failure;
+}
+
+void TaskStateBase::Fail(std::exception_ptr failure) {
+    Finish([&] { m_failure = std::move(failure); });
+}
+
+void TaskStateBase::Finish(const std::function<void()>& store) {
+    std::vector<std::function<void()>> continuations;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_done) {
+            return;
+        }
+        store();
+        m_done = true;
+        continuations.swap(m_continuations);
+        m_ended.notify_all();
+    }
+    for (const auto& continuation : continuations) {
+        continuation();
+    }
+}
+
+}  // namespace platform::detail

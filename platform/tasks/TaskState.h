@@ -1,0 +1,66 @@
+#pragma once
+
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace platform::detail {
+
+/// What stands in for the value of a task<void>.
+struct Nothing {};
+
+template <typename T>
+using Stored = std::conditional_t<std::is_void_v<T>, Nothing, T>;
+
+/// The part of a task's shared state that does not depend on its type. Any thread.
+class TaskStateBase {
+  public:
+    virtual ~TaskStateBase();
+
+    bool IsDone() const;
+
+    /// Calls `continuation` when the task has ended, at once if it has.
+    void WhenDone(std::function<void()> continuation);
+
+    /// Blocks until the task has ended; refuses to block the user-interface thread.
+    void Wait() const;
+
+    /// The exception that ended the task, or null; from now on it counts as seen.
+    std::exception_ptr Failure();
+
+    void Fail(std::exception_ptr failure);
+
+  protected:
+    /// Ends the task: `store` runs under the lock. A task ends once; later calls are ignored.
+    void Finish(const std::function<void()>& store);
+
+    mutable std::mutex m_mutex;
+
+  private:
+    mutable std::condition_variable m_ended;
+    std::vector<std::function<void()>> m_continuations;
+    std::exception_ptr m_failure;
+    bool m_done = false;
+    bool m_failureSeen = false;
+};
+
+template <typename T>
+class TaskState : public TaskStateBase {
+  public:
+    void Complete(Stored<T> value) {
+        Finish([&] { m_value.emplace(std::move(value)); });
+    }
+
+    /// Only after the task has ended without a failure.
+    const Stored<T>& Value() const { return *m_value; }
+
+  private:
+    std::optional<Stored<T>> m_value;
+};
+
+}  // namespace platform::detail

@@ -1,0 +1,151 @@
+#include "platform/tasks/ThreadPool.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "platform/tasks/Unobserved.h"
+
+namespace platform {
+
+namespace {
+thread_local ThreadPool* t_pool = nullptr;
+}
+
+ThreadPool& ThreadPool::Default() {
+    static ThreadPool pool(std::max(2U, std::thread::hardware_concurrency()));
+    return pool;
+}
+
+ThreadPool::ThreadPool(std::size_t workers) : m_base(workers) {}
+
+ThreadPool::~ThreadPool() {
+    Stop();
+}
+
+bool ThreadPool::IsWorker() {
+    return t_pool != nullptr;
+}
+
+std::size_t ThreadPool::Outstanding() const {
+    const std::lock_guard lock(m_mutex);
+    return m_queue.size() + m_running;
+}
+
+void ThreadPool::OnIdle(std::function<void()> callback) {
+    const std::lock_guard lock(m_mutex);
+    m_onIdle = std::move(callback);
+}
+
+void ThreadPool::Submit(std::function<void()> work) {
+    const std::lock_guard lock(m_mutex);
+    if (m_stopping && m_live == 0) {
+        return;
+    }
+    m_queue.push_back(std::move(work));
+    StartWorkerIfNeeded();
+    m_wake.notify_one();
+}
+
+void ThreadPool::StartWorkerIfNeeded() {
+    if (m_queue.size() <= m_waiting || m_live - m_blocked >= m_base) {
+        return;
+    }
+    m_finished.clear();
+    ++m_live;
+    m_threads.emplace_back([this] { Work(); });
+}
+
+void ThreadPool::Work() {
+    t_pool = this;
+    std::unique_lock lock(m_mutex);
+    while (true) {
+        ++m_waiting;
+        m_wake.wait(lock, [this] {
+            return !m_queue.empty() || m_live - m_blocked > m_base || (m_stopping && m_running == 0);
+        });
+        --m_waiting;
+        if (m_queue.empty()) {
+            break;
+        }
+        auto work = std::move(m_queue.front());
+        m_queue.pop_front();
+        ++m_running;
+        lock.unlock();
+        try {
+            work();
+        } catch (...) {
+            ReportUnobserved(std::current_exception());
+        }
+        // What the work captured goes before it counts as done.
+        work = nullptr;
+        lock.lock();
+        --m_running;
+        if (m_running == 0 && m_queue.empty() && m_onIdle) {
+            const auto onIdle = m_onIdle;
+            lock.unlock();
+            onIdle();
+            lock.lock();
+        }
+        if (m_live - m_blocked > m_base) {
+            break;
+        }
+    }
+    --m_live;
+    m_wake.notify_all();
+    if (m_stopping) {
+        // Stop waits for the last one, and joins.
+        return;
+    }
+    // A worker that stood in for a blocked one leaves; whoever starts the next one joins it.
+    const auto self = std::find_if(m_threads.begin(), m_threads.end(), [](const std::jthread& thread) {
+        return thread.get_id() == std::this_thread::get_id();
+    });
+    m_finished.push_back(std::move(*self));
+    m_threads.erase(self);
+}
+
+void ThreadPool::Stop() {
+    std::vector<std::jthread> threads;
+    {
+        std::unique_lock lock(m_mutex);
+        m_stopping = true;
+        m_onIdle = nullptr;
+        for (auto* interrupt : m_interrupts) {
+            if (*interrupt) {
+                (*interrupt)();
+            }
+        }
+        m_wake.notify_all();
+        m_wake.wait(lock, [this] { return m_live == 0; });
+        threads.swap(m_threads);
+        std::move(m_finished.begin(), m_finished.end(), std::back_inserter(threads));
+        m_finished.clear();
+    }
+}
+
+BlockingRegion::BlockingRegion(std::function<void()> interrupt)
+    : m_interrupt(std::move(interrupt)), m_onWorker(t_pool == &ThreadPool::Default()) {
+    auto& pool = ThreadPool::Default();
+    const std::lock_guard lock(pool.m_mutex);
+    m_position = pool.m_interrupts.insert(pool.m_interrupts.end(), &m_interrupt);
+    if (pool.m_stopping && m_interrupt) {
+        m_interrupt();
+    }
+    if (m_onWorker) {
+        ++pool.m_blocked;
+        pool.StartWorkerIfNeeded();
+    }
+}
+
+BlockingRegion::~BlockingRegion() {
+    auto& pool = ThreadPool::Default();
+    const std::lock_guard lock(pool.m_mutex);
+    pool.m_interrupts.erase(m_position);
+    if (m_onWorker) {
+        --pool.m_blocked;
+        pool.m_wake.notify_all();
+    }
+}
+
+}  // namespace platform

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace platform {
+
+/// The process's worker threads. A worker that is about to block says so with a BlockingRegion; the pool then
+/// starts another one when work is waiting, so operations that wait on a worker for other workers cannot lock
+/// it up, also with one core. All members: any thread.
+class ThreadPool {
+  public:
+    static ThreadPool& Default();
+
+    explicit ThreadPool(std::size_t workers);
+    ~ThreadPool();
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
+
+    /// Queues `work` for a worker. After Stop has returned it is destroyed unrun.
+    void Submit(std::function<void()> work);
+
+    /// Work that is queued or running, blocked work included.
+    std::size_t Outstanding() const;
+
+    /// Called by a worker each time Outstanding has fallen to zero; it must not block. Empty for none.
+    void OnIdle(std::function<void()> callback);
+
+    /// Interrupts every blocking region, now and later, and waits until all work, and the work that it still
+    /// queues, has ended. Not on a worker.
+    void Stop();
+
+    /// True on a thread of any pool.
+    static bool IsWorker();
+
+  private:
+    friend class BlockingRegion;
+
+    void StartWorkerIfNeeded();
+    void Work();
+
+    const std::size_t m_base;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_queue;
+    std::vector<std::jthread> m_threads;
+    std::vector<std::jthread> m_finished;
+    std::list<std::function<void()>*> m_interrupts;
+    std::function<void()> m_onIdle;
+    std::size_t m_live = 0;
+    std::size_t m_waiting = 0;
+    std::size_t m_blocked = 0;
+    std::size_t m_running = 0;
+    bool m_stopping = false;
+};
+
+/// While it lives, the calling thread may block. On a worker of the default pool another worker may take its
+/// place; on any other thread only `interrupt` counts. `interrupt` is called (on the stopping thread, at most
+/// once) when the pool is stopped and must make the blocking call return; it must not throw or block.
+class BlockingRegion {
+  public:
+    explicit BlockingRegion(std::function<void()> interrupt = {});
+    ~BlockingRegion();
+    BlockingRegion(const BlockingRegion&) = delete;
+    BlockingRegion& operator=(const BlockingRegion&) = delete;
+
+  private:
+    std::function<void()> m_interrupt;
+    std::list<std::function<void()>*>::iterator m_position;
+    bool m_onWorker;
+};
+
+}  // namespace platform

@@ -1,0 +1,244 @@
+#pragma once
+
+// Tasks on the default pool's workers, with the names and rules of the platform's task library. A task is a
+// shared handle: copies mean the same work. Everything here may be used on any thread, but for waiting, which
+// the user-interface thread may not do.
+
+#include <concepts>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "platform/core/Exception.h"
+#include "platform/tasks/Cancellation.h"
+#include "platform/tasks/TaskState.h"
+#include "platform/tasks/ThreadPool.h"
+
+namespace platform {
+
+template <typename T>
+class task;
+
+namespace detail {
+
+template <typename R>
+struct Unwrapped {
+    using Type = R;
+    static constexpr bool kIsTask = false;
+};
+
+template <typename U>
+struct Unwrapped<task<U>> {
+    using Type = U;
+    static constexpr bool kIsTask = true;
+};
+
+template <typename T, typename F>
+decltype(auto) CallWithValue(F& body, const TaskState<T>& state) {
+    if constexpr (std::is_void_v<T>) {
+        return body();
+    } else {
+        return body(state.Value());
+    }
+}
+
+/// True when a continuation takes the earlier task itself, and so its outcome whatever it was.
+template <typename T, typename F>
+inline constexpr bool kTakesTask = std::invocable<F&, task<T>>;
+
+template <typename T, typename F>
+struct ContinuationResult {
+    using Type = std::invoke_result_t<F&, const Stored<T>&>;
+};
+
+template <typename F>
+struct ContinuationResult<void, F> {
+    using Type = std::invoke_result_t<F&>;
+};
+
+/// The way from a task to its state, for this library's own functions.
+struct TaskAccess {
+    template <typename T>
+    static const std::shared_ptr<TaskState<T>>& StateOf(const task<T>& of) {
+        static_cast<void>(of.State());
+        return of.m_state;
+    }
+};
+
+/// Runs `call` and ends `state` with its outcome; a task that it returns is followed to its end.
+template <typename R, typename Call>
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call&& call);
+
+}  // namespace detail
+
+/// Work that ends with a T, with an exception, or cancelled. An exception that nobody waits for, gets, or
+/// continues from is reported on the standard error stream when the last handle goes.
+template <typename T>
+class task {
+  public:
+    using result_type = T;
+
+    /// A task without work; every use but assignment is refused.
+    task() = default;
+
+    explicit task(std::shared_ptr<detail::TaskState<T>> state) : m_state(std::move(state)) {}
+
+    explicit operator bool() const { return m_state != nullptr; }
+
+    bool is_done() const { return State().IsDone(); }
+
+    /// Blocks until the work has ended; an exception of the work is thrown again, a cancelled task throws
+    /// task_canceled. On the user-interface thread an unfinished task is refused.
+    void wait() const {
+        State().Wait();
+        if (const auto failure = State().Failure()) {
+            std::rethrow_exception(failure);
+        }
+    }
+
+    /// wait, then the value.
+    T get() const {
+        wait();
+        if constexpr (!std::is_void_v<T>) {
+            return State().Value();
+        }
+    }
+
+    /// Runs `body` on a worker when this task has ended. A body that takes the task itself always runs; a
+    /// body that takes the value runs only after success, and else passes the failure on.
+    template <typename F>
+    auto then(F body) const {
+        static_cast<void>(State());
+        if constexpr (detail::kTakesTask<T, F>) {
+            return Continue<std::invoke_result_t<F&, task<T>>>(
+                [earlier = *this, body = std::move(body)]() mutable { return body(std::move(earlier)); });
+        } else {
+            return Continue<typename detail::ContinuationResult<T, F>::Type>(
+                [state = m_state, body = std::move(body)]() mutable {
+                    if (const auto failure = state->Failure()) {
+                        std::rethrow_exception(failure);
+                    }
+                    return detail::CallWithValue<T>(body, *state);
+                });
+        }
+    }
+
+  private:
+    friend struct detail::TaskAccess;
+
+    detail::TaskState<T>& State() const {
+        if (!m_state) {
+            throw Exception(result::kIllegalMethodCall,
+                            u"This function cannot be called on a default constructed task");
+        }
+        return *m_state;
+    }
+
+    template <typename R, typename Call>
+    auto Continue(Call call) const {
+        using U = typename detail::Unwrapped<R>::Type;
+        auto next = std::make_shared<detail::TaskState<U>>();
+        // Shared, since a std::function must be copyable and a captured call need not be.
+        auto shared = std::make_shared<Call>(std::move(call));
+        m_state->WhenDone([next, shared = std::move(shared)]() mutable {
+            ThreadPool::Default().Submit([next = std::move(next), shared = std::move(shared)]() mutable {
+                auto held = std::move(*shared);
+                shared.reset();
+                detail::RunInto<R>(next, std::move(held));
+            });
+        });
+        return task<U>(std::move(next));
+    }
+
+    std::shared_ptr<detail::TaskState<T>> m_state;
+};
+
+namespace detail {
+
+template <typename R, typename Call>
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call&& call) {
+    // What the call captured goes before the task counts as ended.
+    try {
+        if constexpr (Unwrapped<R>::kIsTask) {
+            const auto source = TaskAccess::StateOf([held = std::move(call)]() mutable { return held(); }());
+            source->WhenDone([state, source] {
+                if (const auto failure = source->Failure()) {
+                    state->Fail(failure);
+                } else {
+                    state->Complete(source->Value());
+                }
+            });
+        } else if constexpr (std::is_void_v<R>) {
+            [held = std::move(call)]() mutable { held(); }();
+            state->Complete({});
+        } else {
+            state->Complete([held = std::move(call)]() mutable { return held(); }());
+        }
+    } catch (...) {
+        state->Fail(std::current_exception());
+    }
+}
+
+}  // namespace detail
+
+/// Starts `body` on a worker. With a token that is cancelled before the body starts, the task ends cancelled.
+template <typename F>
+requires std::invocable<F&>
+auto create_task(F body, cancellation_token token = cancellation_token::none()) {
+    using R = std::invoke_result_t<F&>;
+    using U = typename detail::Unwrapped<R>::Type;
+    auto state = std::make_shared<detail::TaskState<U>>();
+    auto shared = std::make_shared<F>(std::move(body));
+    ThreadPool::Default().Submit([state, shared = std::move(shared), token]() mutable {
+        auto held = std::move(*shared);
+        shared.reset();
+        detail::RunInto<R>(state, [held = std::move(held), token]() mutable -> R {
+            if (token.is_canceled()) {
+                cancel_current_task();
+            }
+            return held();
+        });
+    });
+    return task<U>(std::move(state));
+}
+
+/// A task that has ended.
+inline task<void> task_from_result() {
+    auto state = std::make_shared<detail::TaskState<void>>();
+    state->Complete({});
+    return task<void>(std::move(state));
+}
+
+template <typename T>
+task<T> task_from_result(T value) {
+    auto state = std::make_shared<detail::TaskState<T>>();
+    state->Complete(std::move(value));
+    return task<T>(std::move(state));
+}
+
+/// Ends when all of `tasks` have ended; fails with the first failure in their order.
+task<void> when_all(std::vector<task<void>> tasks);
+
+/// A task that is ended from outside: by set or set_exception, of which the first counts.
+template <typename T>
+class task_completion_event {
+  public:
+    void set(detail::Stored<T> value = {}) const { m_state->Complete(std::move(value)); }
+    void set_exception(std::exception_ptr exception) const { m_state->Fail(std::move(exception)); }
+
+  private:
+    template <typename U>
+    friend task<U> create_task(const task_completion_event<U>& event);
+
+    std::shared_ptr<detail::TaskState<T>> m_state = std::make_shared<detail::TaskState<T>>();
+};
+
+template <typename T>
+task<T> create_task(const task_completion_event<T>& event) {
+    return task<T>(event.m_state);
+}
+
+}  // namespace platform
