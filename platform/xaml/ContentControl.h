@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/xaml/FrameworkElement.h"
+
+namespace platform {
+
+/// An element that holds one other.
+class ContentControl : public FrameworkElement {
+  public:
+    ~ContentControl() override;
+
+    std::vector<UIElement*> Children() const override;
+
+    const std::shared_ptr<UIElement>& Content() const { return m_content; }
+
+    /// Drops the earlier content; null for none. Refuses an element that has a parent.
+    void Content(std::shared_ptr<UIElement> value);
+
+    const Thickness& Padding() const { return m_padding; }
+    void Padding(Thickness value) { Set(m_padding, value, ElementProperty::Layout); }
+
+  private:
+    std::shared_ptr<UIElement> m_content;
+    Thickness m_padding;
+};
+
+/// A control that is made of other elements by its markup.
+class UserControl : public ContentControl {};
+
+/// Shows content that is higher than the place for it, with a scroll bar when needed.
+class ScrollViewer : public ContentControl {};
+
+}  // namespace platform

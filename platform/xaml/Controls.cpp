@@ -1,0 +1,30 @@
+#include "platform/xaml/Controls.h"
+
+namespace platform {
+
+void Button::Invoke() {
+    VerifyUserInterfaceThread();
+    for (const UIElement* element = this; element != nullptr; element = element->Parent()) {
+        if (element->Visibility() == platform::Visibility::Collapsed) {
+            return;
+        }
+    }
+    // A handler may take the button out of the tree.
+    const auto keepAlive = shared_from_this();
+    m_click.Raise(*this, {});
+}
+
+void TextBox::Text(std::u16string value) {
+    if (value != m_text) {
+        m_selectionLength = 0;
+    }
+    Set(m_text, std::move(value), ElementProperty::Text);
+}
+
+void TextBox::SelectAll() {
+    VerifyUserInterfaceThread();
+    m_selectionLength = m_text.size();
+    Changed(ElementProperty::Selection);
+}
+
+}  // namespace platform

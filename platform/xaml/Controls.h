@@ -1,0 +1,125 @@
+#pragma once
+
+#include "platform/xaml/ContentControl.h"
+
+namespace platform {
+
+/// A push button.
+class Button : public ContentControl {
+  public:
+    bool IsTabStop() const override { return true; }
+
+    Event<UIElement&, const RoutedEventArgs&>& Click() { return m_click; }
+
+    /// What a click, Enter or Space does: raises Click, when the button and all above it are visible.
+    void Invoke();
+
+    /// The key that invokes the button from anywhere on its page (Escape for a cancel button); None for none.
+    VirtualKey AcceleratorKey() const { return m_acceleratorKey; }
+    void AcceleratorKey(VirtualKey value) { m_acceleratorKey = value; }
+
+    /// The page's default button: has the focus when the page appears.
+    bool IsDefault() const { return m_isDefault; }
+    void IsDefault(bool value) { m_isDefault = value; }
+
+  private:
+    Event<UIElement&, const RoutedEventArgs&> m_click;
+    VirtualKey m_acceleratorKey = VirtualKey::None;
+    bool m_isDefault = false;
+};
+
+/// Text to read.
+class TextBlock : public FrameworkElement {
+  public:
+    /// A selectable text can take the focus.
+    bool IsTabStop() const override { return m_isTextSelectionEnabled; }
+
+    const std::u16string& Text() const { return m_text; }
+    void Text(std::u16string value) { Set(m_text, std::move(value), ElementProperty::Text); }
+
+    platform::TextWrapping TextWrapping() const { return m_wrapping; }
+    void TextWrapping(platform::TextWrapping value) { Set(m_wrapping, value, ElementProperty::Text); }
+
+    bool IsTextSelectionEnabled() const { return m_isTextSelectionEnabled; }
+    void IsTextSelectionEnabled(bool value) { Set(m_isTextSelectionEnabled, value, ElementProperty::Text); }
+
+  private:
+    std::u16string m_text;
+    platform::TextWrapping m_wrapping = platform::TextWrapping::NoWrap;
+    bool m_isTextSelectionEnabled = false;
+};
+
+/// A box with text.
+class TextBox : public FrameworkElement {
+  public:
+    bool IsTabStop() const override { return true; }
+
+    const std::u16string& Text() const { return m_text; }
+    void Text(std::u16string value);
+
+    bool IsReadOnly() const { return m_isReadOnly; }
+    void IsReadOnly(bool value) { Set(m_isReadOnly, value, ElementProperty::Text); }
+
+    void SelectAll();
+
+    /// The selected part of the text.
+    std::u16string SelectedText() const { return m_text.substr(0, m_selectionLength); }
+    std::size_t SelectionLength() const { return m_selectionLength; }
+
+  private:
+    std::u16string m_text;
+    std::size_t m_selectionLength = 0;
+    bool m_isReadOnly = false;
+};
+
+/// A filling of one colour.
+struct SolidColorBrush {
+    platform::Color Color;
+    bool operator==(const SolidColorBrush&) const = default;
+};
+
+/// A glyph of a symbol font as an icon.
+class FontIcon : public FrameworkElement {
+  public:
+    const std::u16string& Glyph() const { return m_glyph; }
+    void Glyph(std::u16string value) { Set(m_glyph, std::move(value), ElementProperty::Icon); }
+
+    const std::u16string& FontFamily() const { return m_fontFamily; }
+    void FontFamily(std::u16string value) { Set(m_fontFamily, std::move(value), ElementProperty::Icon); }
+
+    /// Nothing: the text colour of the surroundings.
+    const std::optional<SolidColorBrush>& Foreground() const { return m_foreground; }
+    void Foreground(SolidColorBrush value) {
+        Set(m_foreground, std::optional<SolidColorBrush>(value), ElementProperty::Icon);
+    }
+
+  private:
+    std::u16string m_glyph;
+    std::u16string m_fontFamily;
+    std::optional<SolidColorBrush> m_foreground;
+};
+
+/// One of the platform's own icons.
+class SymbolIcon : public FrameworkElement {
+  public:
+    SymbolIcon() = default;
+    explicit SymbolIcon(platform::Symbol symbol) : m_symbol(symbol) {}
+
+    platform::Symbol Symbol() const { return m_symbol; }
+    void Symbol(platform::Symbol value) { Set(m_symbol, value, ElementProperty::Icon); }
+
+  private:
+    platform::Symbol m_symbol = platform::Symbol::Copy;
+};
+
+/// Shows that something is going on.
+class ProgressRing : public FrameworkElement {
+  public:
+    bool IsActive() const { return m_isActive; }
+    void IsActive(bool value) { Set(m_isActive, value, ElementProperty::IsActive); }
+
+  private:
+    bool m_isActive = false;
+};
+
+}  // namespace platform

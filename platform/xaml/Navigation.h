@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/xaml/ContentControl.h"
+
+namespace platform {
+
+/// What a page is handed when it is navigated to.
+struct NavigationEventArgs {
+    /// The boxed text given to Navigate; empty for none.
+    std::u16string Parameter;
+};
+
+/// What a frame tells when a page could not be loaded.
+struct NavigationFailedEventArgs {
+    /// Full name of the page's type ("Kelvane.MainPage").
+    std::u16string SourcePageType;
+    std::exception_ptr Exception;
+};
+
+/// How the change of pages looks; suppressing is the only way here.
+struct SuppressNavigationTransitionInfo {};
+
+/// What a frame shows.
+class Page : public UserControl {
+  protected:
+    friend class Frame;
+
+    /// The page is about to be shown. An exception reaches the caller of the navigation.
+    virtual void OnNavigatedTo(const NavigationEventArgs& args);
+};
+
+/// Shows one page at a time, by type name, and remembers the way back.
+class Frame : public ContentControl {
+  public:
+    /// Creates the page with the type registry and shows it. When it cannot be created, NavigationFailed is
+    /// raised; without a handler the failure is thrown to the caller. An exception of a handler ends the
+    /// application, and is thrown on.
+    void Navigate(std::u16string_view pageType, std::u16string parameter = {},
+                  SuppressNavigationTransitionInfo transition = {});
+
+    bool CanGoBack() const { return !m_backStack.empty(); }
+
+    /// Creates the earlier page anew and hands it the parameter that it was first given; refused when there
+    /// is none.
+    void GoBack();
+
+    Event<UIElement&, const NavigationFailedEventArgs&>& NavigationFailed() { return m_navigationFailed; }
+
+  private:
+    struct Entry {
+        std::u16string pageType;
+        std::u16string parameter;
+    };
+
+    std::shared_ptr<Page> CreatePage(const Entry& entry);
+    void Show(std::shared_ptr<Page> page, Entry entry);
+
+    Event<UIElement&, const NavigationFailedEventArgs&> m_navigationFailed;
+    std::vector<Entry> m_backStack;
+    std::optional<Entry> m_current;
+};
+
+}  // namespace platform

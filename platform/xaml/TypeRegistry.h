@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace platform {
+
+class UIElement;
+
+/// The page and control types that markup and frames create by name. Registered once, before the application
+/// starts; read on the user-interface thread.
+using TypeFactory = std::function<std::shared_ptr<UIElement>()>;
+
+/// A second registration of the same full name ("Kelvane.MainPage") replaces the first.
+void RegisterType(std::u16string_view fullName, TypeFactory factory);
+
+/// Creates an element of a registered type; throws a platform exception for a name that is not known.
+std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName);
+
+}  // namespace platform

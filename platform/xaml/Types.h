@@ -1,0 +1,79 @@
+#pragma once
+
+// The value types of elements, by the platform's names and numbers.
+
+#include <cstdint>
+#include <string_view>
+
+namespace platform {
+
+enum class Visibility { Visible = 0, Collapsed = 1 };
+enum class FlowDirection { LeftToRight = 0, RightToLeft = 1 };
+enum class HorizontalAlignment { Left = 0, Center = 1, Right = 2, Stretch = 3 };
+enum class VerticalAlignment { Top = 0, Center = 1, Bottom = 2, Stretch = 3 };
+enum class Orientation { Vertical = 0, Horizontal = 1 };
+enum class TextWrapping { NoWrap = 1, Wrap = 2 };
+enum class Symbol { Copy = 57711, Volume = 57749, Back = 57618 };
+
+/// Which part of an element has changed, for its peer.
+enum class ElementProperty {
+    Children,
+    Visibility,
+    FlowDirection,
+    /// Size, margin, padding, alignment, grid cell, and the layout settings of panels.
+    Layout,
+    Style,
+    /// Text and wrapping.
+    Text,
+    Selection,
+    /// Glyph, symbol and colour.
+    Icon,
+    IsActive,
+    /// Accessible name, labelling element, heading level, tool tip.
+    Accessibility,
+};
+
+/// Distances in device-independent pixels. Left is the leading side: in a right-to-left element it is on the
+/// right.
+struct Thickness {
+    double Left = 0;
+    double Top = 0;
+    double Right = 0;
+    double Bottom = 0;
+    bool operator==(const Thickness&) const = default;
+};
+
+/// A grid row's height or column's width: of its content, or a share of what is left.
+enum class GridLength { Auto, Star };
+
+struct Color {
+    std::uint8_t A = 255;
+    std::uint8_t R = 0;
+    std::uint8_t G = 0;
+    std::uint8_t B = 0;
+    bool operator==(const Color&) const = default;
+};
+
+namespace Colors {
+inline constexpr Color Green{255, 0, 128, 0};
+}
+
+/// Keys by their virtual-key numbers; only the ones that anything here asks for have a name.
+enum class VirtualKey : std::uint32_t {
+    None = 0,
+    Tab = 9,
+    Enter = 13,
+    Escape = 27,
+    Space = 32,
+    Left = 37,
+    Up = 38,
+    Right = 39,
+    Down = 40,
+    A = 65,
+    C = 67
+};
+
+/// The enumeration name of a key ("Tab"); empty for a key without one.
+std::u16string_view NameOf(VirtualKey key);
+
+}  // namespace platform

@@ -1,0 +1,128 @@
+#include "platform/xaml/UIElement.h"
+
+#include "platform/core/Exception.h"
+
+namespace platform {
+
+UIElement::~UIElement() = default;
+
+FlowDirection UIElement::FlowDirection() const {
+    if (m_flowDirection) {
+        return *m_flowDirection;
+    }
+    return m_parent != nullptr ? m_parent->FlowDirection() : platform::FlowDirection::LeftToRight;
+}
+
+void UIElement::FlowDirection(platform::FlowDirection value) {
+    VerifyUserInterfaceThread();
+    const auto before = FlowDirection();
+    m_flowDirection = value;
+    if (before != value) {
+        FlowDirectionChanged();
+    }
+}
+
+void UIElement::FlowDirectionChanged() {
+    Changed(ElementProperty::FlowDirection);
+    for (auto* child : Children()) {
+        if (!child->m_flowDirection) {
+            child->FlowDirectionChanged();
+        }
+    }
+    for (const auto& refresh : m_bindings) {
+        refresh();
+    }
+}
+
+void UIElement::Focus() {
+    VerifyUserInterfaceThread();
+    if (m_peer) {
+        m_peer->Focus();
+    }
+}
+
+bool UIElement::RaiseKey(VirtualKey key, bool down) {
+    KeyRoutedEventArgs args{.Key = key};
+    // A handler may take the element out of the tree.
+    const auto keepAlive = shared_from_this();
+    for (UIElement* element = this; element != nullptr && !args.Handled; element = element->m_parent) {
+        (down ? element->m_keyDown : element->m_keyUp).Raise(*element, args);
+    }
+    return args.Handled;
+}
+
+void UIElement::EnterWindow(WindowPeer& window) {
+    m_window = &window;
+    m_peer = window.CreatePeer(*this);
+    const auto children = Children();
+    for (auto* child : children) {
+        child->EnterWindow(window);
+    }
+    if (!children.empty()) {
+        Changed(ElementProperty::Children);
+    }
+    for (const auto& refresh : m_bindings) {
+        refresh();
+    }
+}
+
+void UIElement::LeaveWindow() {
+    for (auto* child : Children()) {
+        child->LeaveWindow();
+    }
+    m_peer.reset();
+    m_window = nullptr;
+}
+
+void UIElement::RaiseLoaded() {
+    const auto keepAlive = shared_from_this();
+    for (auto* child : Children()) {
+        child->RaiseLoaded();
+    }
+    m_loaded.Raise(*this, {});
+}
+
+void UIElement::RefreshBindings() {
+    for (const auto& refresh : m_bindings) {
+        refresh();
+    }
+    for (auto* child : Children()) {
+        child->RefreshBindings();
+    }
+}
+
+void UIElement::Changed(ElementProperty property) {
+    if (m_peer) {
+        m_peer->Update(property);
+    }
+}
+
+void UIElement::Adopt(UIElement& child) {
+    VerifyUserInterfaceThread();
+    if (child.m_parent != nullptr) {
+        throw Exception(result::kFail, u"Element is already the child of another element.");
+    }
+    const auto direction = child.FlowDirection();
+    child.m_parent = this;
+    if (child.FlowDirection() != direction) {
+        child.FlowDirectionChanged();
+    }
+}
+
+void UIElement::Attached(UIElement& child) {
+    if (m_window == nullptr) {
+        return;
+    }
+    child.EnterWindow(*m_window);
+    Changed(ElementProperty::Children);
+    child.RaiseLoaded();
+}
+
+void UIElement::Detached(UIElement& child) {
+    VerifyUserInterfaceThread();
+    child.m_parent = nullptr;
+    Changed(ElementProperty::Children);
+    child.LeaveWindow();
+}
+
+}  // namespace platform

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/core/Event.h"
+#include "platform/core/UserInterfaceThread.h"
+#include "platform/core/World.h"
+#include "platform/xaml/Types.h"
+
+namespace platform {
+
+class UIElement;
+
+/// One press or release of a key, on its way up the tree until somebody marks it handled.
+struct KeyRoutedEventArgs {
+    VirtualKey Key = VirtualKey::None;
+    bool Handled = false;
+};
+
+/// What a plain event of an element carries beside its sender.
+struct RoutedEventArgs {};
+
+/// A node of the retained tree. Elements are held by std::shared_ptr and work with or without a window.
+/// Everything is used on the user-interface thread; setting anything elsewhere is refused with the platform's
+/// wrong-thread error.
+class UIElement : public std::enable_shared_from_this<UIElement> {
+  public:
+    virtual ~UIElement();
+    UIElement(const UIElement&) = delete;
+    UIElement& operator=(const UIElement&) = delete;
+
+    platform::Visibility Visibility() const { return m_visibility; }
+    void Visibility(platform::Visibility value) { Set(m_visibility, value, ElementProperty::Visibility); }
+
+    /// The element's own direction, or else its parent's; left to right at the root.
+    platform::FlowDirection FlowDirection() const;
+    void FlowDirection(platform::FlowDirection value);
+
+    /// The element that holds this one; null for a root. Not owning.
+    UIElement* Parent() const { return m_parent; }
+
+    /// The elements that this one holds, in reading order.
+    virtual std::vector<UIElement*> Children() const { return {}; }
+
+    /// True when the element can take the keyboard focus.
+    virtual bool IsTabStop() const { return false; }
+
+    /// Gives the element the keyboard focus; nothing happens outside a window.
+    void Focus();
+
+    Event<UIElement&, KeyRoutedEventArgs&>& KeyDown() { return m_keyDown; }
+    Event<UIElement&, KeyRoutedEventArgs&>& KeyUp() { return m_keyUp; }
+
+    /// Raised each time the element has entered a window, after its children's.
+    Event<UIElement&, const RoutedEventArgs&>& Loaded() { return m_loaded; }
+
+    /// For peers: a key went down (or up) while the element had the focus. Returns whether somebody handled
+    /// it.
+    bool RaiseKey(VirtualKey key, bool down);
+
+    /// For the window: the element, with all below it, enters or leaves.
+    void EnterWindow(WindowPeer& window);
+    void LeaveWindow();
+    void RaiseLoaded();
+
+    /// The window that the element is in, or null.
+    WindowPeer* CurrentWindow() const { return m_window; }
+    ElementPeer* Peer() const { return m_peer.get(); }
+
+    /// Reads bound properties again, here and below: the caption buttons or the direction have changed.
+    void RefreshBindings();
+
+    /// For the markup reader: something to do at each RefreshBindings.
+    void AddBinding(std::function<void()> refresh) { m_bindings.push_back(std::move(refresh)); }
+
+  protected:
+    UIElement() { VerifyUserInterfaceThread(); }
+
+    /// The one place where every property is set: right thread, then value, then peer.
+    template <typename T>
+    void Set(T& field, T value, ElementProperty property) {
+        VerifyUserInterfaceThread();
+        if (field == value) {
+            return;
+        }
+        field = std::move(value);
+        Changed(property);
+    }
+
+    /// Tells the peer.
+    void Changed(ElementProperty property);
+
+    /// Adding a child is three steps: Adopt refuses an element that has a parent, the derived class stores
+    /// the child, and Attached takes it into the window. Removing is two: the derived class drops it from its
+    /// store, and Detached does the rest.
+    void Adopt(UIElement& child);
+    void Attached(UIElement& child);
+    void Detached(UIElement& child);
+
+    /// For destructors: the child outlives this element.
+    static void Orphan(UIElement& child) { child.m_parent = nullptr; }
+
+  private:
+    UIElement* m_parent = nullptr;
+    WindowPeer* m_window = nullptr;
+    std::unique_ptr<ElementPeer> m_peer;
+    platform::Visibility m_visibility = platform::Visibility::Visible;
+    std::optional<platform::FlowDirection> m_flowDirection;
+    Event<UIElement&, KeyRoutedEventArgs&> m_keyDown;
+    Event<UIElement&, KeyRoutedEventArgs&> m_keyUp;
+    Event<UIElement&, const RoutedEventArgs&> m_loaded;
+    std::vector<std::function<void()>> m_bindings;
+
+    void FlowDirectionChanged();
+};
+
+}  // namespace platform
