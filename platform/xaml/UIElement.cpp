@@ -95,6 +95,7 @@ void UIElement::Changed(ElementProperty property) {
     if (m_peer) {
         m_peer->Update(property);
     }
+    m_propertyChanged.Raise(*this, property);
 }
 
 void UIElement::Adopt(UIElement& child) {

@@ -57,6 +57,9 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     /// Raised each time the element has entered a window, after its children's.
     Event<UIElement&, const RoutedEventArgs&>& Loaded() { return m_loaded; }
 
+    /// Raised when a property of the element has a new value, after the peer has been told.
+    Event<UIElement&, ElementProperty>& PropertyChanged() { return m_propertyChanged; }
+
     /// For peers: a key went down (or up) while the element had the focus. Returns whether somebody handled
     /// it.
     bool RaiseKey(VirtualKey key, bool down);
@@ -112,6 +115,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     Event<UIElement&, KeyRoutedEventArgs&> m_keyDown;
     Event<UIElement&, KeyRoutedEventArgs&> m_keyUp;
     Event<UIElement&, const RoutedEventArgs&> m_loaded;
+    Event<UIElement&, ElementProperty> m_propertyChanged;
     std::vector<std::function<void()>> m_bindings;
 
     void FlowDirectionChanged();

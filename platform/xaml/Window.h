@@ -102,7 +102,6 @@ class Window final : private WindowClient {
     std::shared_ptr<platform::CoreWindow> m_coreWindow;
     CoreApplicationView m_view;
     std::shared_ptr<UIElement> m_content;
-    std::weak_ptr<UIElement> m_titleBar;
     Size m_launchSize{.Width = 640, .Height = 480};
     bool m_useLaunchSize = false;
     bool m_shown = false;

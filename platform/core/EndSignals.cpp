@@ -1,0 +1,42 @@
+#include "platform/core/EndSignals.h"
+
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+sigset_t Signals() {
+    sigset_t signals{};
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+}  // namespace
+
+void BlockEndSignals() {
+    const sigset_t signals = Signals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+EndSignals::EndSignals(std::function<void()> handler) {
+    BlockEndSignals();
+    m_thread = std::thread([this, handler = std::move(handler)] {
+        const sigset_t signals = Signals();
+        int received = 0;
+        while (sigwait(&signals, &received) == 0 && !m_stopping.load()) {
+            handler();
+        }
+    });
+}
+
+EndSignals::~EndSignals() {
+    m_stopping.store(true);
+    pthread_kill(m_thread.native_handle(), SIGHUP);
+    m_thread.join();
+}
+
+}  // namespace platform

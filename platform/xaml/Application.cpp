@@ -1,0 +1,215 @@
+#include "platform/xaml/Application.h"
+
+#include <atomic>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include "platform/core/EndSignals.h"
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/resources/Package.h"
+#include "platform/xaml/Window.h"
+
+namespace platform {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How long a suspension waits for its deferrals.
+constexpr auto kSuspensionLimit = 5s;
+
+}  // namespace
+
+/// One run of the application in its world, from Start to the end.
+class ApplicationRun final : private WorldClient {
+  public:
+    explicit ApplicationRun(World& world);
+    ~ApplicationRun() override;
+    ApplicationRun(const ApplicationRun&) = delete;
+    ApplicationRun& operator=(const ApplicationRun&) = delete;
+
+    int Run(const std::function<std::shared_ptr<Application>()>& create);
+
+    /// Any thread.
+    void PostEnd() {
+        m_world.Loop().Post([this] { EndRequested(); });
+    }
+    void Fail(const std::exception& failure);
+    void WhenIdle(std::function<void()> handler);
+
+    static ApplicationRun* s_current;
+    std::shared_ptr<Application> m_application;
+
+  private:
+    void Started(const std::vector<std::string>& words, bool prelaunch) override;
+    void EndRequested() override;
+    void SleepAnnounced(std::function<void()> done) override;
+    void Woken() override;
+
+    void Suspend(std::function<void()> done);
+    void Finish();
+    void CheckIdle();
+
+    World& m_world;
+    UserInterfaceThreadMark m_thread;
+    WorldScope m_scope;
+    std::shared_ptr<CoreDispatcher> m_dispatcher;
+    std::optional<Window> m_window;
+    std::vector<std::function<void()>> m_whenIdle;
+    std::atomic<int> m_status = 0;
+    bool m_started = false;
+    bool m_suspended = false;
+    bool m_ending = false;
+    bool m_finished = false;
+};
+
+ApplicationRun* ApplicationRun::s_current = nullptr;
+
+ApplicationRun::ApplicationRun(World& world)
+    : m_world(world), m_scope(world), m_dispatcher(std::make_shared<CoreDispatcher>(world.Loop())) {
+    s_current = this;
+    m_dispatcher->OnHandlerEnded([this] { CheckIdle(); });
+    ThreadPool::Default().OnIdle([this] { m_world.Loop().Post([this] { CheckIdle(); }); });
+}
+
+ApplicationRun::~ApplicationRun() {
+    m_dispatcher->Close();
+    ThreadPool::Default().Stop();
+    m_window.reset();
+    m_application.reset();
+    s_current = nullptr;
+}
+
+int ApplicationRun::Run(const std::function<std::shared_ptr<Application>()>& create) {
+    const EndSignals signals([this] { PostEnd(); });
+    m_application = create();
+    const int status = m_world.Run(*this);
+    m_dispatcher->Close();
+    return status != 0 ? status : m_status.load();
+}
+
+void ApplicationRun::Started(const std::vector<std::string>& words, bool prelaunch) {
+    if (m_ending) {
+        return;
+    }
+    try {
+        if (!m_window) {
+            m_window.emplace(m_world, m_dispatcher);
+        }
+        const auto uri = words.size() == 1 ? Uri::Parse(FromUtf8(words[0])) : std::nullopt;
+        if (uri && Package::Current().HandlesProtocol(uri->SchemeName())) {
+            m_application->OnActivated({.Kind = ActivationKind::Protocol, .Uri = *uri});
+        } else {
+            LaunchActivatedEventArgs args;
+            args.PrelaunchActivated = prelaunch;
+            for (const auto& word : words) {
+                args.Arguments += args.Arguments.empty() ? u"" : u" ";
+                args.Arguments += FromUtf8(word);
+            }
+            m_application->OnLaunched(args);
+        }
+    } catch (...) {
+        Fail(CurrentException());
+    }
+    m_started = true;
+    CheckIdle();
+}
+
+void ApplicationRun::Suspend(std::function<void()> done) {
+    if (std::exchange(m_suspended, true)) {
+        done();
+        return;
+    }
+    const auto operation = std::make_shared<SuspendingOperation>(std::move(done));
+    SuspendingEventArgs args(operation);
+    try {
+        m_application->Suspending().Raise(*m_application, args);
+    } catch (...) {
+        std::fprintf(stderr, "kelvane: a failure while suspending: %s\n", CurrentException().what());
+    }
+}
+
+void ApplicationRun::EndRequested() {
+    if (std::exchange(m_ending, true)) {
+        return;
+    }
+    m_world.Loop().PostAfter(kSuspensionLimit, [this] { Finish(); });
+    Suspend([this] { m_world.Loop().Post([this] { Finish(); }); });
+}
+
+void ApplicationRun::Finish() {
+    if (std::exchange(m_finished, true)) {
+        return;
+    }
+    if (m_window && m_window->Peer() != nullptr) {
+        m_window->Peer()->Close();
+    }
+    m_world.Loop().Quit();
+}
+
+void ApplicationRun::SleepAnnounced(std::function<void()> done) {
+    Suspend(std::move(done));
+}
+
+void ApplicationRun::Woken() {
+    if (m_ending || !std::exchange(m_suspended, false)) {
+        return;
+    }
+    try {
+        m_application->Resuming().Raise(*m_application);
+    } catch (...) {
+        std::fprintf(stderr, "kelvane: a failure while resuming: %s\n", CurrentException().what());
+    }
+}
+
+void ApplicationRun::Fail(const std::exception& failure) {
+    std::fprintf(stderr, "kelvane: %s\n", failure.what());
+    m_status.store(1);
+    PostEnd();
+}
+
+void ApplicationRun::WhenIdle(std::function<void()> handler) {
+    VerifyUserInterfaceThread();
+    m_whenIdle.push_back(std::move(handler));
+}
+
+void ApplicationRun::CheckIdle() {
+    // Workers first: without them nobody can post any more.
+    if (!m_started || ThreadPool::Default().Outstanding() != 0 || m_dispatcher->Pending() != 0) {
+        return;
+    }
+    for (const auto& handler : std::exchange(m_whenIdle, {})) {
+        handler();
+    }
+}
+
+int Application::Start(World& world, const std::function<std::shared_ptr<Application>()>& create) {
+    ApplicationRun run(world);
+    return run.Run(create);
+}
+
+std::shared_ptr<Application> Application::Current() {
+    return ApplicationRun::s_current != nullptr ? ApplicationRun::s_current->m_application : nullptr;
+}
+
+void Application::Exit() {
+    if (ApplicationRun::s_current != nullptr) {
+        ApplicationRun::s_current->PostEnd();
+    }
+}
+
+void Application::WhenIdle(std::function<void()> handler) {
+    if (ApplicationRun::s_current != nullptr) {
+        ApplicationRun::s_current->WhenIdle(std::move(handler));
+    }
+}
+
+void Application::Fail(const std::exception& failure) {
+    if (ApplicationRun::s_current != nullptr) {
+        ApplicationRun::s_current->Fail(failure);
+    }
+}
+
+}  // namespace platform

@@ -1,0 +1,258 @@
+#include "platform/xaml/Markup.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/core/Text.h"
+#include "platform/resources/ResourceLoader.h"
+#include "platform/resources/XmlSource.h"
+#include "platform/xaml/Controls.h"
+#include "platform/xaml/MarkupAttributes.h"
+#include "platform/xaml/Panels.h"
+#include "platform/xaml/TypeRegistry.h"
+
+namespace platform {
+
+namespace {
+
+template <typename Element>
+std::shared_ptr<FrameworkElement> Make() {
+    return std::make_shared<Element>();
+}
+
+struct ElementKind {
+    std::string_view name;
+    std::shared_ptr<FrameworkElement> (*make)();
+};
+
+constexpr ElementKind kElements[] = {
+    {"Grid", Make<Grid>},         {"StackPanel", Make<StackPanel>}, {"ScrollViewer", Make<ScrollViewer>},
+    {"Button", Make<Button>},     {"TextBlock", Make<TextBlock>},   {"TextBox", Make<TextBox>},
+    {"FontIcon", Make<FontIcon>}, {"SymbolIcon", Make<SymbolIcon>}, {"ProgressRing", Make<ProgressRing>},
+};
+
+/// Properties that a text of the resource file may set on an element with x:Uid.
+constexpr std::string_view kUidProperties[] = {"Text", "Content", "AutomationProperties.Name",
+                                               "ToolTipService.ToolTip"};
+
+constexpr std::string_view kOwnTypePrefix = "local:";
+constexpr std::u16string_view kOwnNamespace = u"Kelvane.";
+
+/// Reads one file into one component.
+class Reader {
+  public:
+    Reader(ContentControl& root, LoadedFile file, const ComponentCode& code)
+        : m_root(root), m_displayPath(file.DisplayPath), m_source(std::move(file)), m_code(code) {}
+
+    NamedElements Read() {
+        const auto node = m_source.Root();
+        ReadAttributes(m_root, node);
+        ReadChildren(m_root, node);
+        for (const auto& finish : m_afterwards) {
+            finish();
+        }
+        return {m_displayPath, std::move(m_named)};
+    }
+
+  private:
+    std::shared_ptr<FrameworkElement> ReadElement(const pugi::xml_node& node) {
+        auto element = Create(node);
+        ReadAttributes(*element, node);
+        ReadChildren(*element, node);
+        if (!element->Name().empty() && !m_named.emplace(element->Name(), element).second) {
+            m_source.Fail(node, "the name '" + ToUtf8(element->Name()) + "' is used twice");
+        }
+        return element;
+    }
+
+    std::shared_ptr<FrameworkElement> Create(const pugi::xml_node& node) {
+        const std::string_view name = node.name();
+        const auto* const kind = std::find_if(std::begin(kElements), std::end(kElements),
+                                              [&](const ElementKind& each) { return each.name == name; });
+        if (kind != std::end(kElements)) {
+            return kind->make();
+        }
+        if (name.starts_with(kOwnTypePrefix)) {
+            const auto type = std::u16string(kOwnNamespace) + FromUtf8(name.substr(kOwnTypePrefix.size()));
+            if (auto element = std::dynamic_pointer_cast<FrameworkElement>(ActivateType(type))) {
+                return element;
+            }
+        }
+        m_source.Fail(node, "unknown element <" + std::string(name) + ">");
+    }
+
+    void ReadChildren(FrameworkElement& parent, const pugi::xml_node& node) {
+        for (const auto& child : node.children()) {
+            if (child.type() != pugi::node_element) {
+                m_source.Fail(child, "text between elements is not supported; use an attribute");
+            }
+            if (auto* const panel = dynamic_cast<Panel*>(&parent)) {
+                panel->Append(ReadElement(child));
+            } else if (auto* const control = dynamic_cast<ContentControl*>(&parent);
+                       control != nullptr && !control->Content()) {
+                control->Content(ReadElement(child));
+            } else {
+                m_source.Fail(child, std::string("<") + node.name() + "> cannot hold this element");
+            }
+        }
+    }
+
+    void ReadAttributes(FrameworkElement& element, const pugi::xml_node& node) {
+        for (const auto& attribute : node.attributes()) {
+            const std::string_view name = attribute.name();
+            if (name.starts_with("xmlns") || name == "x:Class") {
+                continue;
+            }
+            if (name == "x:Name") {
+                element.Name(FromUtf8(attribute.value()));
+            } else if (name == "x:Uid") {
+                ReadTexts(element, node, attribute.value());
+            } else if (!ReadEvent(element, node, name, attribute.value()) &&
+                       !ReadBinding(element, node, name, attribute.value())) {
+                SetValue(element, node, name, attribute.value());
+            }
+        }
+    }
+
+    void SetValue(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
+                  const std::string& value) {
+        try {
+            if (!markup::SetAttribute(element, name, value)) {
+                m_source.Fail(
+                    node, std::string("<") + node.name() + "> has no attribute '" + std::string(name) + "'");
+            }
+        } catch (const markup::BadValue& bad) {
+            m_source.Fail(node, std::string(name) + ": " + bad.Problem);
+        }
+    }
+
+    void ReadTexts(FrameworkElement& element, const pugi::xml_node& node, const std::string& uid) {
+        const auto loader = ResourceLoader::GetForCurrentView();
+        for (const auto property : kUidProperties) {
+            std::string key = uid + "/" + std::string(property);
+            std::replace(key.begin(), key.end(), '.', '/');
+            if (const auto text = loader->GetString(FromUtf8(key)); !text.empty()) {
+                SetValue(element, node, property, ToUtf8(text));
+            }
+        }
+    }
+
+    template <typename Args>
+    const auto& FindHandler(const ComponentCode::Handlers<Args>& handlers, const pugi::xml_node& node,
+                            const std::string& name) {
+        const auto found = handlers.find(FromUtf8(name));
+        if (found == handlers.end()) {
+            m_source.Fail(node, "there is no handler '" + name + "'");
+        }
+        return found->second;
+    }
+
+    bool ReadEvent(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
+                   const std::string& value) {
+        if (name == "Loaded") {
+            element.Loaded().Add(FindHandler(m_code.EventHandlers, node, value));
+        } else if (auto* const button = dynamic_cast<Button*>(&element);
+                   name == "Click" && button != nullptr) {
+            button->Click().Add(FindHandler(m_code.EventHandlers, node, value));
+        } else if (name == "KeyDown") {
+            element.KeyDown().Add(FindHandler(m_code.KeyHandlers, node, value));
+        } else if (name == "KeyUp") {
+            element.KeyUp().Add(FindHandler(m_code.KeyHandlers, node, value));
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    /// {x:Bind ...}: the labelling element, the visibility of another element, or a property of the
+    /// component.
+    bool ReadBinding(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
+                     const std::string& value) {
+        const std::string bound(markup::BoundName(value));
+        if (bound.empty()) {
+            return false;
+        }
+        if (name == "AutomationProperties.LabeledBy") {
+            m_afterwards.push_back([this, &element, node, bound] {
+                auto accessibility = element.Accessibility();
+                accessibility.LabeledBy = FindNamed(node, bound).get();
+                element.Accessibility(std::move(accessibility));
+            });
+        } else if (constexpr std::string_view kSuffix = ".Visibility";
+                   name == "Visibility" && bound.ends_with(kSuffix)) {
+            m_afterwards.push_back(
+                [this, &element, node, other = bound.substr(0, bound.size() - kSuffix.size())] {
+                    FollowVisibility(element, *FindNamed(node, other));
+                });
+        } else if (name == "Height") {
+            Bind(m_code.Numbers, node, bound, element, [&element](double height) { element.Height(height); });
+        } else if (auto* const panel = dynamic_cast<Panel*>(&element);
+                   name == "Padding" && panel != nullptr) {
+            Bind(m_code.Thicknesses, node, bound, element,
+                 [panel](Thickness padding) { panel->Padding(padding); });
+        } else {
+            m_source.Fail(node, std::string(name) + " cannot be bound");
+        }
+        return true;
+    }
+
+    static void FollowVisibility(FrameworkElement& follower, UIElement& leader) {
+        follower.Visibility(leader.Visibility());
+        leader.PropertyChanged().Add(
+            [weak = follower.weak_from_this()](UIElement& changed, ElementProperty property) {
+                if (const auto held = weak.lock(); held && property == ElementProperty::Visibility) {
+                    held->Visibility(changed.Visibility());
+                }
+            });
+    }
+
+    template <typename T, typename Apply>
+    void Bind(const std::map<std::u16string_view, std::function<T()>>& properties, const pugi::xml_node& node,
+              const std::string& bound, FrameworkElement& element, Apply apply) {
+        const auto found = properties.find(FromUtf8(bound));
+        if (found == properties.end()) {
+            m_source.Fail(node, "there is no property '" + bound + "' to bind");
+        }
+        const auto refresh = [read = found->second, apply] { apply(read()); };
+        refresh();
+        element.AddBinding(refresh);
+    }
+
+    std::shared_ptr<UIElement> FindNamed(const pugi::xml_node& node, const std::string& name) {
+        const auto found = m_named.find(FromUtf8(name));
+        if (found == m_named.end()) {
+            m_source.Fail(node, "there is no element named '" + name + "'");
+        }
+        return found->second;
+    }
+
+    ContentControl& m_root;
+    std::string m_displayPath;
+    XmlSource m_source;
+    const ComponentCode& m_code;
+    std::map<std::u16string, std::shared_ptr<UIElement>, std::less<>> m_named;
+    std::vector<std::function<void()>> m_afterwards;
+};
+
+}  // namespace
+
+std::shared_ptr<UIElement> NamedElements::FindElement(std::u16string_view name) const {
+    const auto found = m_elements.find(name);
+    if (found == m_elements.end()) {
+        throw Exception(result::kMarkup,
+                        FromUtf8(m_file) + u": there is no element named '" + std::u16string(name) + u"'");
+    }
+    return found->second;
+}
+
+void NamedElements::FailKind(std::u16string_view name) const {
+    throw Exception(result::kMarkup, FromUtf8(m_file) + u": the element '" + std::u16string(name) +
+                                         u"' is of another kind than needed");
+}
+
+NamedElements LoadComponent(ContentControl& root, std::u16string_view uri, const ComponentCode& code) {
+    VerifyUserInterfaceThread();
+    return Reader(root, ReadPackageUri(uri), code).Read();
+}
+
+}  // namespace platform

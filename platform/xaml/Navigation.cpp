@@ -1,0 +1,72 @@
+#include "platform/xaml/Navigation.h"
+
+#include "platform/core/Exception.h"
+#include "platform/xaml/Application.h"
+#include "platform/xaml/TypeRegistry.h"
+#include "platform/xaml/Window.h"
+
+namespace platform {
+
+void Page::OnNavigatedTo(const NavigationEventArgs&) {}
+
+void Frame::Navigate(std::u16string_view pageType, std::u16string parameter,
+                     SuppressNavigationTransitionInfo) {
+    VerifyUserInterfaceThread();
+    Entry entry{.pageType = std::u16string(pageType), .parameter = std::move(parameter)};
+    auto page = CreatePage(entry);
+    if (!page) {
+        return;
+    }
+    if (m_current) {
+        m_backStack.push_back(std::move(*m_current));
+    }
+    Show(std::move(page), std::move(entry));
+}
+
+void Frame::GoBack() {
+    VerifyUserInterfaceThread();
+    if (m_backStack.empty()) {
+        throw Exception(result::kFail, u"There is no earlier page to go back to.");
+    }
+    auto page = CreatePage(m_backStack.back());
+    if (!page) {
+        return;
+    }
+    auto entry = std::move(m_backStack.back());
+    m_backStack.pop_back();
+    Show(std::move(page), std::move(entry));
+}
+
+std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
+    try {
+        auto page = std::dynamic_pointer_cast<Page>(ActivateType(entry.pageType));
+        if (!page) {
+            throw Exception(result::kNoInterface, entry.pageType + u" is not a page.");
+        }
+        return page;
+    } catch (const Exception& failure) {
+        if (!m_navigationFailed.HasHandlers()) {
+            throw;
+        }
+        try {
+            m_navigationFailed.Raise(
+                *this, {.SourcePageType = entry.pageType, .Exception = std::current_exception()});
+        } catch (const Exception& unhandled) {
+            Application::Fail(Exception(unhandled.Code(), unhandled.Message() + u": " + failure.Message()));
+            throw;
+        }
+        return nullptr;
+    }
+}
+
+void Frame::Show(std::shared_ptr<Page> page, Entry entry) {
+    // The page that is left may be the one whose handler navigates: it goes when that handler has ended.
+    if (const auto window = CoreWindow::GetForCurrentThread(); window && Content()) {
+        window->Dispatcher()->RunAsync(CoreDispatcherPriority::Normal, [left = Content()] {});
+    }
+    page->OnNavigatedTo({.Parameter = entry.parameter});
+    m_current = std::move(entry);
+    Content(std::move(page));
+}
+
+}  // namespace platform
