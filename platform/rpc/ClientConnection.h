@@ -1,0 +1,76 @@
+#pragma once
+
+// A binding's connection: connects and binds at the first call, then carries one call at a time, callbacks
+// included. Knows no arguments; NdrClientCall3 turns those into values and back.
+
+#include <atomic>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "platform/rpc/Binding.h"
+#include "platform/rpc/Ndr.h"
+#include "platform/rpc/Pdu.h"
+#include "platform/rpc/Socket.h"
+
+namespace platform::rpc {
+
+struct ClientContext {
+    Binding* Owner;
+    ContextHandle Handle;
+};
+
+class Binding {
+  public:
+    /// `path` of the listening socket; empty when no endpoint was given.
+    explicit Binding(std::string path) : m_path(std::move(path)) {}
+
+    /// Sends the request made of `in`, waits for the response, and hands its values to `receive` while they
+    /// are valid. Any thread; blocks. Throws RpcException. After a failure that leaves the place in the
+    /// stream unknown, every later call fails.
+    void Call(const InterfaceDescription& interface, const Procedure& procedure, const CallValues& in,
+              const std::function<void(const CallValues& out)>& receive);
+
+    /// Only inside `receive`. The context is valid until it is closed or the binding goes.
+    ClientContext* OpenContext(const ContextHandle& handle) {
+        return &m_contexts.emplace_back(ClientContext{this, handle});
+    }
+    void CloseContext(const ClientContext* context) {
+        m_contexts.remove_if([context](const ClientContext& open) { return &open == context; });
+    }
+
+  private:
+    void Cancel() noexcept;
+    void Break() noexcept;
+    void Establish(const InterfaceDescription& interface);
+    void BindInterface(const InterfaceDescription& interface);
+    void Send(Status whenLost);
+    Pdu Receive(Status whenLost);
+    ByteView Exchange(const InterfaceDescription& interface);
+    void AnswerCallback(const InterfaceDescription& interface, const rpc::Call& request);
+
+    const std::string m_path;
+
+    // Any thread: what stops a call that waits.
+    std::atomic<int> m_connecting = -1;
+    std::atomic<bool> m_cancelled = false;
+    std::atomic<std::thread::id> m_caller;
+
+    // Guarded by m_mutex, which a call holds from beginning to end.
+    std::mutex m_mutex;
+    Descriptor m_socket;
+    bool m_bound = false;
+    bool m_broken = false;
+    const TransferSyntax* m_syntax = nullptr;
+    std::uint16_t m_contextId = 0;
+    std::uint16_t m_maxTransmit = 0;
+    std::uint32_t m_callId = 0;
+    PduStream m_stream;
+    Reassembly m_reassembly{kMaxResponseBytes};
+    Bytes m_message;
+    std::list<ClientContext> m_contexts;
+};
+
+}  // namespace platform::rpc

@@ -1,0 +1,197 @@
+#include "platform/rpc/Server.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <thread>
+
+#include "platform/core/DebugOutput.h"
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/rpc/ServerConnection.h"
+
+namespace platform::rpc {
+
+namespace {
+
+/// How long accepting rests when the process has run out of descriptors.
+constexpr int kExhaustedPauseMilliseconds = 100;
+
+void Ring(int doorbell) noexcept {
+    const std::uint64_t one = 1;
+    // The counter cannot overflow, so nothing can fail.
+    [[maybe_unused]] const ssize_t written = write(doorbell, &one, sizeof one);
+}
+
+ByteView TextBytes(const std::u16string& text, std::size_t characters) {
+    return std::as_bytes(std::span(text.data(), characters));
+}
+
+}  // namespace
+
+ServerCall::ServerCall(ServerConnection& connection, const rpc::Procedure& procedure, CallValues& values,
+                       std::shared_ptr<void> context)
+    : m_connection(connection), m_procedure(procedure), m_values(values), m_context(std::move(context)) {
+    for (std::size_t i = 0; i < kMaxParameters; ++i) {
+        m_inTexts[i] = values.Parameters[i].CopyText();
+    }
+}
+
+const Peer& ServerCall::Caller() const {
+    return m_connection.Caller();
+}
+
+std::int32_t ServerCall::Long(std::size_t parameter) const {
+    return static_cast<std::int32_t>(m_values.Parameters.at(parameter).Number);
+}
+
+std::int64_t ServerCall::Hyper(std::size_t parameter) const {
+    return m_values.Parameters.at(parameter).Number;
+}
+
+void ServerCall::SetText(std::size_t parameter, std::optional<std::u16string> text) {
+    auto& held = m_outTexts.at(parameter) = std::move(text);
+    Value& value = m_values.Parameters[parameter];
+    value = {};
+    if (held) {
+        value.Number = static_cast<std::int64_t>(held->size() + 1);
+        value.Text = TextBytes(*held, held->size() + 1);
+    }
+}
+
+void ServerCall::SetRawText(std::size_t parameter, std::int32_t length,
+                            std::optional<std::u16string> characters) {
+    auto& held = m_outTexts.at(parameter) = std::move(characters);
+    Value& value = m_values.Parameters[parameter];
+    value = {.Number = length};
+    if (held) {
+        value.Text = TextBytes(*held, held->size());
+    }
+}
+
+void ServerCall::InvokeCallback(std::int32_t code, std::u16string_view text, std::int64_t address) {
+    const std::u16string terminated(text);
+    CallValues values;
+    values.Parameters[0].Number = code;
+    values.Parameters[1].Text = TextBytes(terminated, terminated.size() + 1);
+    values.Parameters[2].Number = address;
+    m_connection.InvokeCallback(values);
+}
+
+/// A connection and its thread. Destroying it waits for the thread.
+struct Server::Session {
+    Session(ServerShared& shared, Descriptor socket, const Peer& peer, bool served, int doorbell)
+        : Connection(shared, std::move(socket), peer, served), Thread([this, &shared, doorbell] {
+              Connection.Run();
+              shared.Admission.Leave(Connection.Caller().Uid);
+              --shared.Connections;
+              Done = true;
+              Ring(doorbell);
+          }) {}
+
+    ServerConnection Connection;
+    std::atomic<bool> Done = false;
+    std::jthread Thread;
+};
+
+Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures,
+               ServerOptions options)
+    : m_shared(new ServerShared{interface, std::move(procedures), std::move(options)}),
+      m_doorbell(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (m_doorbell.Get() < 0) {
+        throw ExceptionFromErrno("create the server's event", errno);
+    }
+    if (m_shared->Procedures.size() != interface.Procedures.size()) {
+        throw Exception(result::kInvalidArgument, u"The interface has another number of procedures");
+    }
+}
+
+Server::~Server() = default;
+
+void Server::Listen(std::u16string_view endpoint) {
+    m_listening.emplace_back(EndpointPath(endpoint));
+}
+
+void Server::Adopt(int listeningSocket) {
+    m_adopted.emplace_back(listeningSocket);
+    if (fcntl(listeningSocket, F_SETFL, O_NONBLOCK) != 0) {
+        throw ExceptionFromErrno("take over the listening socket", errno);
+    }
+}
+
+void Server::Stop() noexcept {
+    m_stopping = true;
+    Ring(m_doorbell.Get());
+}
+
+void Server::Run() {
+    std::vector<pollfd> waits{{.fd = m_doorbell.Get(), .events = POLLIN, .revents = 0}};
+    const auto listenAt = [&](const auto& socket) {
+        waits.push_back({.fd = socket.Get(), .events = POLLIN, .revents = 0});
+    };
+    std::ranges::for_each(m_listening, listenAt);
+    std::ranges::for_each(m_adopted, listenAt);
+
+    bool exhausted = false;
+    while (!m_stopping) {
+        const nfds_t watched = exhausted ? 1 : waits.size();
+        if (poll(waits.data(), watched, exhausted ? kExhaustedPauseMilliseconds : -1) < 0 && errno != EINTR) {
+            throw ExceptionFromErrno("wait for clients", errno);
+        }
+        std::uint64_t rings = 0;
+        [[maybe_unused]] const ssize_t size = read(m_doorbell.Get(), &rings, sizeof rings);
+        m_sessions.remove_if([](const Session& session) { return session.Done.load(); });
+        exhausted = false;
+        for (std::size_t i = 1; i < watched && !m_stopping; ++i) {
+            exhausted |= waits[i].revents != 0 && !Accept(waits[i].fd);
+        }
+    }
+    for (Session& session : m_sessions) {
+        session.Connection.Shutdown();
+    }
+    m_sessions.clear();
+}
+
+/// False when the process has no descriptors or threads left for another client.
+bool Server::Accept(int listener) {
+    Descriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    if (socket.Get() < 0) {
+        return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != ENOBUFS;
+    }
+    try {
+        const Peer peer = PeerOf(socket.Get());
+        const Admitted admitted = m_shared->Admission.Enter(peer.Uid);
+        if (admitted == Admitted::Drop) {
+            return true;
+        }
+        ++m_shared->Connections;
+        try {
+            m_sessions.emplace_back(*m_shared, std::move(socket), peer, admitted == Admitted::Serve,
+                                    m_doorbell.Get());
+        } catch (const std::system_error&) {
+            m_shared->Admission.Leave(peer.Uid);
+            --m_shared->Connections;
+            throw;
+        }
+    } catch (const std::exception& exception) {
+        OutputDebugStringW(u"rpc: client turned away: " + FromUtf8(exception.what()));
+        return false;
+    }
+    return true;
+}
+
+std::size_t Server::OpenContexts() const {
+    return m_shared->Associations.OpenContexts();
+}
+
+std::size_t Server::Connections() const {
+    return m_shared->Connections;
+}
+
+}  // namespace platform::rpc

@@ -1,0 +1,253 @@
+#include "platform/rpc/ServerConnection.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ranges>
+
+#include "platform/core/DebugOutput.h"
+#include "platform/core/Text.h"
+
+namespace platform::rpc {
+
+namespace {
+
+/// How long a client that is one too many may take to ask.
+constexpr std::chrono::milliseconds kRefusalLimit{1000};
+
+void LimitWaits(int socket, std::chrono::milliseconds limit) {
+    const timeval time{.tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000};
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
+}
+
+bool Serves(const SyntaxId& ours, const SyntaxId& asked) {
+    return ours.Uuid == asked.Uuid && ours.Major == asked.Major && ours.Minor >= asked.Minor;
+}
+
+}  // namespace
+
+ServerConnection::ServerConnection(ServerShared& shared, Descriptor socket, const Peer& peer, bool served)
+    : m_shared(shared),
+      m_socket(std::move(socket)),
+      m_peer(peer),
+      m_served(served),
+      m_reassembly(shared.Options.MaxRequestBytes) {
+    LimitWaits(m_socket.Get(), served ? shared.Options.IdleClose : kRefusalLimit);
+}
+
+void ServerConnection::Run() noexcept {
+    try {
+        m_accepted = !m_shared.Options.Accept || m_shared.Options.Accept(m_peer);
+        while (const auto pdu = Receive()) {
+            if (!Handle(*pdu)) {
+                break;
+            }
+        }
+    } catch (const std::exception& exception) {
+        OutputDebugStringW(u"rpc: connection of user " + ToText(m_peer.Uid) + u" closed: " +
+                           FromUtf8(exception.what()));
+    }
+    m_association.reset();
+    Shutdown();
+}
+
+void ServerConnection::Shutdown() noexcept {
+    shutdown(m_socket.Get(), SHUT_RDWR);
+}
+
+bool ServerConnection::MayStaySilent() const {
+    return m_stream.IsEmpty() && m_reassembly.IsEmpty() && m_association != nullptr &&
+           m_association->OpenContexts() != 0;
+}
+
+/// The next unit; nothing when the client has ended or was silent for too long.
+std::optional<Pdu> ServerConnection::Receive() {
+    while (true) {
+        if (const auto pdu = m_stream.Next()) {
+            return pdu;
+        }
+        const ssize_t received = ReceiveSome(m_socket.Get(), m_stream.Room());
+        if (received > 0) {
+            m_stream.Received(static_cast<std::size_t>(received));
+        } else if (received == 0 || errno != EAGAIN || !MayStaySilent()) {
+            return std::nullopt;
+        }
+    }
+}
+
+/// False to close the connection.
+bool ServerConnection::Handle(const Pdu& pdu) {
+    switch (pdu.Type) {
+        case PduType::Bind:
+        case PduType::AlterContext:
+            return Negotiate(pdu);
+        case PduType::Request: {
+            if (m_association == nullptr) {
+                throw RpcException(status::kProtocolError);
+            }
+            const auto call = m_reassembly.Add(pdu);
+            return !call || Serve(*call);
+        }
+        case PduType::CoCancel:
+        case PduType::Orphaned:
+            return true;
+        default:
+            throw RpcException(status::kProtocolError);
+    }
+}
+
+bool ServerConnection::Refuse(const Pdu& pdu, NakReason reason) {
+    m_message.clear();
+    AppendBindNak(m_message, pdu.CallId, reason);
+    Send();
+    return false;
+}
+
+bool ServerConnection::Negotiate(const Pdu& pdu) {
+    const bool isBind = pdu.Type == PduType::Bind;
+    if (isBind != (m_association == nullptr) || !m_reassembly.IsEmpty()) {
+        throw RpcException(status::kProtocolError);
+    }
+    if (!m_served) {
+        return Refuse(pdu, NakReason::LocalLimit);
+    }
+    if (pdu.AuthLength != 0) {
+        return Refuse(pdu, NakReason::Authentication);
+    }
+    const BindBody body = ReadBind(pdu);
+    if (isBind) {
+        if (body.MaxReceive < kSmallestFragmentSize) {
+            return Refuse(pdu, NakReason::NotSpecified);
+        }
+        m_association = m_shared.Associations.Join(body.AssociationGroup, m_peer.Uid);
+        if (m_association == nullptr) {
+            return Refuse(pdu, NakReason::NotSpecified);
+        }
+        m_maxTransmit = std::min(body.MaxReceive, kFragmentSize);
+    }
+    BindAckBody ack{.MaxTransmit = m_maxTransmit, .AssociationGroup = m_association->Group()};
+    Choose(body, ack.Results);
+    m_message.clear();
+    AppendBindAck(m_message, isBind ? PduType::BindAck : PduType::AlterContextResponse, pdu.CallId, ack);
+    return Send();
+}
+
+/// Accepts one of the syntaxes that are offered for our interface: NDR64 if it is among them, else NDR.
+void ServerConnection::Choose(const BindBody& body, std::vector<BindResult>& results) {
+    for (const BindElement& element : body.Elements) {
+        const bool known = Serves(m_shared.Interface.Id, element.Interface);
+        results.push_back({.Result = kProviderRejection,
+                           .Reason = known ? kReasonUnknownTransferSyntax : kReasonUnknownInterface});
+    }
+    for (const TransferSyntax& syntax : std::views::reverse(kTransferSyntaxes)) {
+        for (std::size_t i = 0; i < results.size(); ++i) {
+            const BindElement& element = body.Elements[i];
+            if (results[i].Reason == kReasonUnknownTransferSyntax &&
+                std::ranges::find(element.TransferSyntaxes, syntax.Id) != element.TransferSyntaxes.end()) {
+                m_syntaxes[element.ContextId] = &syntax;
+                results[i] = {.TransferSyntax = syntax.Id};
+                return;
+            }
+        }
+    }
+}
+
+bool ServerConnection::Serve(const Call& request) {
+    m_call = request.Header;
+    m_executed = false;
+    BeginCall(m_message);
+    try {
+        Dispatch(request);
+        CallHeader header = m_call;
+        header.Type = PduType::Response;
+        FinishCall(m_message, header, m_maxTransmit);
+    } catch (...) {
+        const Status fault = CurrentFault();
+        m_message.clear();
+        AppendFault(m_message, m_call, fault, m_executed ? 0 : pdu_flag::kDidNotExecute);
+    }
+    return !m_lost && Send();
+}
+
+void ServerConnection::Dispatch(const Call& request) {
+    if (!m_accepted) {
+        throw RpcException(status::kAccessDenied);
+    }
+    const auto syntax = m_syntaxes.find(m_call.ContextId);
+    if (syntax == m_syntaxes.end()) {
+        throw RpcException(fault::kInvalidPresentationContext);
+    }
+    if (m_call.Operation >= m_shared.Interface.Procedures.size()) {
+        throw RpcException(fault::kOperationOutOfRange);
+    }
+    if (request.IsTooLong) {
+        throw RpcException(fault::kRemoteNoMemory);
+    }
+    if (!m_shared.Admission.TakeCall(m_peer.Uid)) {
+        throw RpcException(fault::kServerTooBusy);
+    }
+    const Procedure& procedure = m_shared.Interface.Procedures[m_call.Operation];
+    std::optional<ServerCall> call;
+    NdrServerCallAll(
+        *syntax->second, procedure, request.Stub,
+        [&](CallValues& values) { RunProcedure(procedure, values, call); }, m_message);
+}
+
+/// `call` owns the texts that are returned, so it belongs to the caller.
+void ServerConnection::RunProcedure(const Procedure& procedure, CallValues& values,
+                                    std::optional<ServerCall>& call) {
+    const ContextHandle handle = values.Context;
+    const bool passedIn = procedure.PassesContext(Direction::In);
+    const auto context = passedIn ? m_association->Find(handle) : nullptr;
+    call.emplace(*this, procedure, values, context);
+    m_executed = true;
+    m_shared.Procedures[procedure.Number](*call);
+    if (!procedure.PassesContext(Direction::Out) || call->Context() == context) {
+        return;
+    }
+    values.Context = call->Context() != nullptr ? m_association->Open(call->Context()) : ContextHandle{};
+    if (passedIn) {
+        m_association->Close(handle);
+    }
+}
+
+void ServerConnection::InvokeCallback(const CallValues& values) {
+    const TransferSyntax& syntax = *m_syntaxes.at(m_call.ContextId);
+    Bytes message;
+    BeginCall(message);
+    Marshal(syntax, m_shared.Interface.Callbacks.front(), Direction::In, values, message);
+    CallHeader header = m_call;
+    header.Operation = 0;
+    FinishCall(message, header, m_maxTransmit);
+    m_lost = true;
+    if (!SendAll(m_socket.Get(), message)) {
+        throw RpcException(status::kCallFailed);
+    }
+    while (const auto pdu = Receive()) {
+        if (pdu->CallId != m_call.CallId) {
+            break;
+        }
+        if (pdu->Type == PduType::Fault) {
+            const Status fault = StatusOfFault(ReadFault(*pdu));
+            m_lost = false;
+            throw RpcException(fault);
+        }
+        if (pdu->Type == PduType::Response && m_reassembly.Add(*pdu)) {
+            m_lost = false;
+            return;
+        }
+        if (pdu->Type != PduType::Response && pdu->Type != PduType::CoCancel) {
+            break;
+        }
+    }
+    throw RpcException(status::kCallFailed);
+}
+
+bool ServerConnection::Send() {
+    return SendAll(m_socket.Get(), m_message);
+}
+
+}  // namespace platform::rpc

@@ -1,0 +1,75 @@
+#pragma once
+
+// One connection of a server: negotiates, puts requests together, runs procedures, answers. Runs on a thread
+// of its own; only Shutdown comes from another one.
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/rpc/Admission.h"
+#include "platform/rpc/Association.h"
+#include "platform/rpc/Ndr.h"
+#include "platform/rpc/Pdu.h"
+#include "platform/rpc/Server.h"
+
+namespace platform::rpc {
+
+/// What the connections of one server share. Constant, or with locks of its own.
+struct ServerShared {
+    const InterfaceDescription& Interface;
+    const std::vector<ServerProcedure> Procedures;
+    const ServerOptions Options;
+    AssociationTable Associations{Options.MaxContextsPerConnection};
+    rpc::Admission Admission{Options.MaxConnectionsPerUser, Options.MaxCallsPerSecond};
+    std::atomic<std::size_t> Connections = 0;
+};
+
+class ServerConnection {
+  public:
+    /// A connection that is not `served` has its bind refused as one too many.
+    ServerConnection(ServerShared& shared, Descriptor socket, const Peer& peer, bool served);
+
+    /// Serves until either side ends. The descriptor stays open until this object goes.
+    void Run() noexcept;
+
+    /// Any thread. Makes Run return once the procedure that is running has ended.
+    void Shutdown() noexcept;
+
+    const Peer& Caller() const { return m_peer; }
+
+    /// During a call: calls the client back on the same connection.
+    void InvokeCallback(const CallValues& values);
+
+  private:
+    std::optional<Pdu> Receive();
+    bool MayStaySilent() const;
+    bool Handle(const Pdu& pdu);
+    bool Negotiate(const Pdu& pdu);
+    bool Refuse(const Pdu& pdu, NakReason reason);
+    void Choose(const BindBody& body, std::vector<BindResult>& results);
+    bool Serve(const Call& request);
+    void Dispatch(const Call& request);
+    void RunProcedure(const Procedure& procedure, CallValues& values, std::optional<ServerCall>& call);
+    bool Send();
+
+    ServerShared& m_shared;
+    const Descriptor m_socket;
+    const Peer m_peer;
+    const bool m_served;
+    bool m_accepted = false;
+    std::shared_ptr<Association> m_association;
+    std::map<std::uint16_t, const TransferSyntax*> m_syntaxes;
+    std::uint16_t m_maxTransmit = kFragmentSize;
+    PduStream m_stream;
+    Reassembly m_reassembly;
+    Bytes m_message;
+
+    // The call in progress.
+    CallHeader m_call;
+    bool m_executed = false;
+    bool m_lost = false;
+};
+
+}  // namespace platform::rpc

@@ -1,0 +1,184 @@
+#include "platform/rpc/Socket.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+
+namespace platform::rpc {
+
+namespace {
+
+constexpr int kBacklog = 128;
+constexpr mode_t kDirectoryMode = 0755;
+constexpr mode_t kSocketMode = 0666;
+
+/// How often a connect that waits for the listener looks whether it is still wanted.
+constexpr timeval kConnectSlice{.tv_sec = 0, .tv_usec = 100'000};
+
+sockaddr_un AddressOf(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        throw RpcException(status::kInvalidEndpointFormat);
+    }
+    path.copy(address.sun_path, path.size());
+    return address;
+}
+
+int ConnectOnce(int socket, const sockaddr_un& address) {
+    while (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+Status StatusOfConnect(int error) {
+    switch (error) {
+        case EACCES:
+        case EPERM:
+            return status::kAccessDenied;
+        default:
+            return status::kServerUnavailable;
+    }
+}
+
+void Check(int result, std::string_view operation, const std::string& path) {
+    if (result != 0) {
+        const int error = errno;
+        throw ExceptionFromErrno(std::string(operation) + " " + path, error);
+    }
+}
+
+}  // namespace
+
+Descriptor::~Descriptor() {
+    if (m_number >= 0) {
+        close(m_number);
+    }
+}
+
+std::string EndpointDirectory() {
+    const char* directory = std::getenv("KELVANE_RPC_DIRECTORY");
+    return directory != nullptr && *directory != '\0' ? directory : "/run/kelvane/rpc";
+}
+
+std::string EndpointPath(std::u16string_view endpoint) {
+    if (endpoint.empty() || endpoint == u"." || endpoint == u".." ||
+        endpoint.find_first_of(std::u16string_view(u"/\0", 2)) != std::u16string_view::npos) {
+        throw RpcException(status::kInvalidEndpointFormat);
+    }
+    std::string path = EndpointDirectory() + "/" + ToUtf8(endpoint);
+    AddressOf(path);
+    return path;
+}
+
+Descriptor CreateSocket() {
+    Descriptor created(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (created.Get() < 0) {
+        throw RpcException(status::kOutOfResources);
+    }
+    setsockopt(created.Get(), SOL_SOCKET, SO_SNDTIMEO, &kConnectSlice, sizeof kConnectSlice);
+    return created;
+}
+
+void Connect(int socket, const std::string& path, const std::function<bool()>& isCancelled) {
+    const sockaddr_un address = AddressOf(path);
+    int error = 0;
+    do {
+        error = ConnectOnce(socket, address);
+    } while (error == EAGAIN && !isCancelled());
+    if (error != 0 && !isCancelled()) {
+        throw RpcException(StatusOfConnect(error));
+    }
+    if (isCancelled()) {
+        throw RpcException(status::kCallCancelled);
+    }
+    constexpr timeval kNoLimit{};
+    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &kNoLimit, sizeof kNoLimit);
+}
+
+bool SendAll(int socket, ByteView bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent >= 0) {
+            bytes = bytes.subspan(static_cast<std::size_t>(sent));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+ssize_t ReceiveSome(int socket, std::span<std::byte> room) {
+    while (true) {
+        const ssize_t received = recv(socket, room.data(), room.size(), 0);
+        if (received >= 0 || errno != EINTR) {
+            return received;
+        }
+    }
+}
+
+Peer PeerOf(int socket) {
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        throw RpcException(status::kAccessDenied);
+    }
+    return {.Pid = credentials.pid, .Uid = credentials.uid, .Gid = credentials.gid};
+}
+
+ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
+    const sockaddr_un address = AddressOf(path);
+    const std::filesystem::path directory = std::filesystem::path(path).parent_path();
+    std::error_code failure;
+    const bool created = std::filesystem::create_directories(directory, failure);
+    if (failure) {
+        throw ExceptionFromErrno("create " + directory.string(), failure.value());
+    }
+    if (created) {
+        Check(chmod(directory.c_str(), kDirectoryMode), "set mode of", directory.string());
+    }
+    // Two services that start at once must not take the socket from each other: the directory is locked while
+    // the old one is looked at and the new one put in its place.
+    const Descriptor lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Check(lock.Get() < 0 ? -1 : flock(lock.Get(), LOCK_EX), "lock", directory.string());
+
+    const int error = ConnectOnce(CreateSocket().Get(), address);
+    if (error == 0 || error == EAGAIN) {
+        throw Exception(result::kAlreadyExists, u"A service already listens at " + FromUtf8(path));
+    }
+    if (error == ECONNREFUSED) {
+        Check(unlink(path.c_str()), "remove", path);
+    }
+    m_socket = CreateSocket();
+    Check(bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind", path);
+    Check(chmod(path.c_str(), kSocketMode), "set mode of", path);
+    Check(fcntl(m_socket.Get(), F_SETFL, O_NONBLOCK), "set mode of", path);
+    Check(listen(m_socket.Get(), kBacklog), "listen at", path);
+    struct stat file {};
+    Check(stat(path.c_str(), &file), "look at", path);
+    m_device = file.st_dev;
+    m_inode = file.st_ino;
+}
+
+ListeningSocket::~ListeningSocket() {
+    struct stat file {};
+    if (stat(m_path.c_str(), &file) == 0 && file.st_dev == m_device && file.st_ino == m_inode) {
+        unlink(m_path.c_str());
+    }
+}
+
+}  // namespace platform::rpc

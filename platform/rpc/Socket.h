@@ -1,0 +1,87 @@
+#pragma once
+
+// The carrier: Unix stream sockets in one directory, an endpoint a socket. System errors become RPC statuses
+// or platform exceptions here.
+
+#include <sys/types.h>
+
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/rpc/Bytes.h"
+
+namespace platform::rpc {
+
+/// Who is at the other end, as the kernel says: for a server as of connect, for a client as of listen.
+struct Peer {
+    pid_t Pid = 0;
+    uid_t Uid = 0;
+    gid_t Gid = 0;
+};
+
+/// Owns a file descriptor. Closing never throws.
+class Descriptor {
+  public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : m_number(number) {}
+    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+    ~Descriptor();
+
+    int Get() const { return m_number; }
+
+  private:
+    int m_number = -1;
+};
+
+/// The directory of the endpoints: KELVANE_RPC_DIRECTORY, or /run/kelvane/rpc.
+std::string EndpointDirectory();
+
+/// The socket of an endpoint. Throws RpcException (kInvalidEndpointFormat) when the name could mean another
+/// directory or is too long.
+std::string EndpointPath(std::u16string_view endpoint);
+
+/// A stream socket, not yet connected; connecting it waits for 0.1 s at most. Throws RpcException.
+Descriptor CreateSocket();
+
+/// Connects, waiting for room in the listener's queue until `isCancelled`, and takes the time limit off.
+/// Throws RpcException.
+void Connect(int socket, const std::string& path, const std::function<bool()>& isCancelled);
+
+/// Sends everything; false when the connection is gone, or nobody has read for longer than the socket's time
+/// limit.
+bool SendAll(int socket, ByteView bytes);
+
+/// Receives at least one byte. 0 when the other side has ended, -1 with errno set for a failure.
+ssize_t ReceiveSome(int socket, std::span<std::byte> room);
+
+/// Throws RpcException (kAccessDenied) when the kernel does not tell.
+Peer PeerOf(int socket);
+
+/// A socket file that listens; it is removed at the end if it is still this one.
+class ListeningSocket {
+  public:
+    /// Creates the directory (0755) if need be, replaces a socket that nobody listens on, refuses one where
+    /// somebody does (kAlreadyExists). Any user may connect. Accepting does not block. Throws a platform
+    /// exception.
+    explicit ListeningSocket(const std::string& path);
+    ~ListeningSocket();
+    ListeningSocket(const ListeningSocket&) = delete;
+    ListeningSocket& operator=(const ListeningSocket&) = delete;
+
+    int Get() const { return m_socket.Get(); }
+
+  private:
+    std::string m_path;
+    Descriptor m_socket;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
+};
+
+}  // namespace platform::rpc

@@ -1,0 +1,159 @@
+#include "service/RpcClient.h"
+
+#include <algorithm>
+
+#include "platform/core/DebugOutput.h"
+#include "platform/core/Text.h"
+
+namespace Kelvane {
+
+using platform::OutputDebugStringW;
+using platform::rpc::NdrClientCall3;
+using platform::rpc::Status;
+
+namespace {
+
+/// Runs `body` and returns the status of what it threw, or 0.
+template <typename Body>
+Status Guard(Body body) noexcept {
+    try {
+        body();
+        return platform::rpc::status::kOk;
+    } catch (const platform::rpc::RpcException& exception) {
+        return exception.Status();
+    } catch (...) {
+        return platform::rpc::status::kCallFailed;
+    }
+}
+
+}  // namespace
+
+/// A text that the service returns, and the cell that receives the pointer to it.
+struct RpcClient::TextReply {
+    TextReply() : Cell(static_cast<char16_t**>(midl_user_allocate(sizeof(char16_t*)))) {}
+    TextReply(const TextReply&) = delete;
+    TextReply& operator=(const TextReply&) = delete;
+    ~TextReply() {
+        if (Cell == nullptr) {
+            return;
+        }
+        if (*Cell != nullptr) {
+            midl_user_free(*Cell);
+        }
+        midl_user_free(Cell);
+    }
+
+    char16_t** const Cell;
+    std::int32_t Length = 0;
+};
+
+/// What a read writes to the debugger output; null for nothing.
+struct RpcClient::ReadTraces {
+    const char16_t* CopyFailed;
+    const char16_t* Contents;
+};
+
+std::int64_t RpcClient::Initialize() noexcept {
+    if (m_hContext != nullptr) {
+        return 1;
+    }
+    char16_t* stringBinding = nullptr;
+    auto status = static_cast<std::int32_t>(platform::rpc::RpcStringBindingComposeW(
+        nullptr, kProtocolSequence, nullptr, kEndpoint, nullptr, &stringBinding));
+    if (status != 0) {
+        return status;
+    }
+    if (m_hBinding != nullptr) {
+        platform::rpc::RpcBindingFree(&m_hBinding);
+    }
+    status =
+        static_cast<std::int32_t>(platform::rpc::RpcBindingFromStringBindingW(stringBinding, &m_hBinding));
+    const auto freed = static_cast<std::int32_t>(platform::rpc::RpcStringFreeW(&stringBinding));
+    if (status != 0 || freed != 0) {
+        return status != 0 ? status : freed;
+    }
+    if (m_hBinding != nullptr) {
+        status = static_cast<std::int32_t>(Guard([this] {
+            NdrClientCall3(kHotkeyRpc, procedure::OpenContext, {m_hBinding, &m_hContext});
+        }));
+    }
+    return status;
+}
+
+std::int32_t RpcClient::StartMSInfoApp() noexcept {
+    if (m_hContext == nullptr) {
+        return 0;
+    }
+    return static_cast<std::int32_t>(
+        Guard([this] { NdrClientCall3(kHotkeyRpc, procedure::StartMSInfoApp, {m_hContext}); }));
+}
+
+std::int32_t RpcClient::StartUSBC() noexcept {
+    return static_cast<std::int32_t>(
+        Guard([this] { NdrClientCall3(kHotkeyRpc, procedure::StartUSBC, {m_hContext}); }));
+}
+
+std::int64_t RpcClient::ReadSysInfo(char16_t* destination, std::int32_t capacity) noexcept {
+    OutputDebugStringW(u"Inside RpcClient::ReadSysInfo() ");
+    if (destination == nullptr) {
+        OutputDebugStringW(u"NULL == SysData");
+        return -1;
+    }
+    return Read(procedure::ReadSysInfo, destination, capacity,
+                {.CopyFailed = u"Failed to copy pSysdata", .Contents = u"Sys Info = "});
+}
+
+std::int64_t RpcClient::ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity) noexcept {
+    if (destination == nullptr) {
+        return -1;
+    }
+    return Read(procedure::ReadUSBTypeCInfo, destination, capacity,
+                {.CopyFailed = u"Failed to copy USBTypeC Data", .Contents = nullptr});
+}
+
+std::int32_t RpcClient::SetUEFIFlag() noexcept {
+    OutputDebugStringW(u"Inside RpcClient::SetUEFIFlag() ");
+    TextReply reply;
+    if (reply.Cell == nullptr || m_hContext == nullptr) {
+        return 1;
+    }
+    return Guard([&] { CallForText(procedure::SetUEFIFlag, reply); }) == 0 ? 0 : 1;
+}
+
+RpcClient::~RpcClient() {
+    if (m_hContext != nullptr) {
+        // Nobody is left to hear that the service could not be told; the context ends with the connection.
+        Guard([this] { NdrClientCall3(kHotkeyRpc, procedure::CloseContext, {&m_hContext}); });
+    }
+    if (m_hBinding != nullptr) {
+        platform::rpc::RpcBindingFree(&m_hBinding);
+    }
+}
+
+void RpcClient::CallForText(procedure::Number number, TextReply& reply) {
+    NdrClientCall3(kHotkeyRpc, number, {m_hContext, &reply.Length, reply.Cell});
+}
+
+std::int64_t RpcClient::Read(procedure::Number number, char16_t* destination, std::int32_t capacity,
+                             const ReadTraces& traces) {
+    TextReply reply;
+    if (reply.Cell == nullptr || m_hContext == nullptr) {
+        return -1;
+    }
+    if (const Status status = Guard([&] { CallForText(number, reply); }); status != 0) {
+        return status;
+    }
+    if (*reply.Cell == nullptr) {
+        return -1;
+    }
+    if (!platform::CopyText(destination, std::min(reply.Length, capacity), *reply.Cell)) {
+        OutputDebugStringW(traces.CopyFailed);
+    }
+    if (traces.Contents != nullptr) {
+        OutputDebugStringW(traces.Contents);
+        OutputDebugStringW({destination, std::find(destination, destination + std::max(capacity, 0), u'\0')});
+    }
+    return 0;
+}
+
+}  // namespace Kelvane

@@ -1,0 +1,51 @@
+#pragma once
+
+// The application's only speaker of the service's interface. Any worker thread; each call blocks until the
+// service answers. Has no lock: the view model sees to it that nothing else runs while a client is destroyed.
+// Turns every failure into a number; nothing throws.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "service/HotkeyRpc.h"
+
+namespace Kelvane {
+
+class RpcClient {
+  public:
+    RpcClient() = default;
+    virtual ~RpcClient();
+    RpcClient(const RpcClient&) = delete;
+    RpcClient& operator=(const RpcClient&) = delete;
+
+    /// 0: connected, 1: a context was open already, else the status of what failed.
+    std::int64_t Initialize() noexcept;
+
+    /// 0, also without a context; else the status of the call.
+    std::int32_t StartMSInfoApp() noexcept;
+
+    /// 0, or the status of the call.
+    std::int32_t StartUSBC() noexcept;
+
+    /// Copies the record and its zero into `destination`, which has room for `capacity` characters; a record
+    /// that does not fit leaves it empty. 0: read, -1: no context, memory, destination or text, else the
+    /// status of the call.
+    std::int64_t ReadSysInfo(char16_t* destination, std::int32_t capacity) noexcept;
+    std::int64_t ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity) noexcept;
+
+    /// 0: the call went through, 1: it did not.
+    std::int32_t SetUEFIFlag() noexcept;
+
+  private:
+    struct TextReply;
+    struct ReadTraces;
+
+    void CallForText(procedure::Number number, TextReply& reply);
+    std::int64_t Read(procedure::Number number, char16_t* destination, std::int32_t capacity,
+                      const ReadTraces& traces);
+
+    platform::rpc::RPC_BINDING_HANDLE m_hBinding = nullptr;
+    RPC_CONTEXT m_hContext = nullptr;
+};
+
+}  // namespace Kelvane
