@@ -9,16 +9,16 @@ namespace headless {
 /// What the world is to be like.
 struct HeadlessOptions {
     /// The words of the first start.
-    std::vector<std::string> Words;
+    std::vector<std::string> Words{};
     bool Prelaunch = false;
     bool HasWindow = true;
     platform::Size ViewSize{.Width = 640, .Height = 480};
-    platform::OverlayInsets Insets;
-    std::vector<platform::VoiceInformation> Voices;
+    platform::OverlayInsets Insets{};
+    std::vector<platform::VoiceInformation> Voices{};
     /// Empty: from the environment, as POSIX says.
-    std::string LocaleName;
+    std::string LocaleName{};
     /// Empty: from the environment.
-    std::vector<std::u16string> Languages;
+    std::vector<std::u16string> Languages{};
     /// Unknown: this machine's.
     platform::ProcessorArchitecture Architecture = platform::ProcessorArchitecture::Unknown;
 };

@@ -96,7 +96,8 @@ class WindowPeer {
     /// Shows the window, or brings it to the front.
     virtual void Activate() = 0;
 
-    /// The element that the window is moved by; null for the window's own title bar.
+    /// The element that the window is moved by; null for the window's own title bar. The element has its
+    /// peer; when the peer goes, the window has none.
     virtual void SetTitleBar(UIElement* element) = 0;
 
     virtual void SetPreferredMinSize(Size size) = 0;

@@ -39,9 +39,6 @@ void ThreadPool::OnIdle(std::function<void()> callback) {
 
 void ThreadPool::Submit(std::function<void()> work) {
     const std::lock_guard lock(m_mutex);
-    if (m_stopping && m_live == 0) {
-        return;
-    }
     m_queue.push_back(std::move(work));
     StartWorkerIfNeeded();
     m_wake.notify_one();
@@ -121,6 +118,7 @@ void ThreadPool::Stop() {
         threads.swap(m_threads);
         std::move(m_finished.begin(), m_finished.end(), std::back_inserter(threads));
         m_finished.clear();
+        m_stopping = false;
     }
 }
 

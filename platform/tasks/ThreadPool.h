@@ -19,12 +19,15 @@ class ThreadPool {
   public:
     static ThreadPool& Default();
 
+    /// Runs a work item on a worker of the default pool.
+    static void RunAsync(std::function<void()> workItem) { Default().Submit(std::move(workItem)); }
+
     explicit ThreadPool(std::size_t workers);
     ~ThreadPool();
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// Queues `work` for a worker. After Stop has returned it is destroyed unrun.
+    /// Queues `work` for a worker.
     void Submit(std::function<void()> work);
 
     /// Work that is queued or running, blocked work included.
@@ -33,8 +36,8 @@ class ThreadPool {
     /// Called by a worker each time Outstanding has fallen to zero; it must not block. Empty for none.
     void OnIdle(std::function<void()> callback);
 
-    /// Interrupts every blocking region, now and later, and waits until all work, and the work that it still
-    /// queues, has ended. Not on a worker.
+    /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and the work that it still
+    /// queues, has ended and the workers are gone. Not on a worker.
     void Stop();
 
     /// True on a thread of any pool.

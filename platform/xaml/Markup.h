@@ -21,13 +21,13 @@ struct ComponentCode {
     using Handlers = std::map<std::u16string_view, std::function<void(UIElement&, Args)>>;
 
     /// For Click and Loaded.
-    Handlers<const RoutedEventArgs&> EventHandlers;
+    Handlers<const RoutedEventArgs&> EventHandlers{};
     /// For KeyDown and KeyUp.
-    Handlers<KeyRoutedEventArgs&> KeyHandlers;
+    Handlers<KeyRoutedEventArgs&> KeyHandlers{};
     /// Properties that Height="{x:Bind ...}" and Padding="{x:Bind ...}" may name. They are read at loading
     /// and at each RefreshBindings.
-    std::map<std::u16string_view, std::function<double()>> Numbers;
-    std::map<std::u16string_view, std::function<Thickness()>> Thicknesses;
+    std::map<std::u16string_view, std::function<double()>> Numbers{};
+    std::map<std::u16string_view, std::function<Thickness()>> Thicknesses{};
 };
 
 /// A member function as a handler; the owner outlives its elements.

@@ -121,9 +121,19 @@ void Window::Activate() {
 
 void Window::SetTitleBar(const std::shared_ptr<UIElement>& element) {
     VerifyUserInterfaceThread();
-    if (m_peer) {
-        m_peer->SetTitleBar(element.get());
+    m_titleBar = element;
+    if (!m_peer) {
+        return;
     }
+    if (!element || element->Peer() != nullptr) {
+        m_peer->SetTitleBar(element.get());
+        return;
+    }
+    element->Loaded().Add([](UIElement& loaded, const RoutedEventArgs&) {
+        if (auto* const window = Current(); window != nullptr && window->m_titleBar.lock().get() == &loaded) {
+            window->m_peer->SetTitleBar(&loaded);
+        }
+    });
 }
 
 void Window::CloseRequested() {

@@ -85,7 +85,8 @@ class Window final : private WindowClient {
     /// Shows the window, or brings it to the front.
     void Activate();
 
-    /// The element that the window is moved by; null for none of the content's.
+    /// The element that the window is moved by, from the moment on that it is in the window; null for none of
+    /// the content's.
     void SetTitleBar(const std::shared_ptr<UIElement>& element);
 
     const std::shared_ptr<platform::CoreWindow>& CoreWindow() const { return m_coreWindow; }
@@ -102,6 +103,7 @@ class Window final : private WindowClient {
     std::shared_ptr<platform::CoreWindow> m_coreWindow;
     CoreApplicationView m_view;
     std::shared_ptr<UIElement> m_content;
+    std::weak_ptr<UIElement> m_titleBar;
     Size m_launchSize{.Width = 640, .Height = 480};
     bool m_useLaunchSize = false;
     bool m_shown = false;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "platform/core/CoreDispatcher.h"
+#include "platform/tasks/task.h"
+
+namespace Kelvane {
+
+/// Runs `read` on a worker and then `show` on the user-interface thread. `show` may hold the page: it goes
+/// with the handler, on the user-interface thread.
+template <typename Read, typename Show>
+void ReadThenShow(std::shared_ptr<platform::CoreDispatcher> dispatcher, Read read, Show show) {
+    platform::create_task(std::move(read))
+        .then([dispatcher = std::move(dispatcher), show = std::move(show)]() mutable {
+            return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, std::move(show));
+        });
+}
+
+}  // namespace Kelvane

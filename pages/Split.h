@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "logging/Trace.h"
+
+namespace Kelvane {
+
+/// The separator of the records' fields, and that of the subfields of the USB Type-C record's first field.
+inline constexpr std::u16string_view kFieldSeparator = u"<.^.>";
+inline constexpr std::u16string_view kSubfieldSeparator = u"(~!~)";
+
+/// Appends the pieces of `text` between the delimiters, empty ones included: always one more than there are
+/// delimiters. An empty delimiter is found nowhere.
+void Split(std::u16string_view text, std::u16string_view delimiter, std::vector<std::u16string>& parts);
+
+/// The same, and writes input and pieces to the trace.
+void SplitTraced(const Trace& trace, std::u16string_view text, std::u16string_view delimiter,
+                 std::vector<std::u16string>& parts);
+
+}  // namespace Kelvane

@@ -1,0 +1,93 @@
+#pragma once
+
+// The main page: the machine's data in rows of label, value and copy button. The record is read on a worker
+// when the page is navigated to, unless it is cached already; a start with a parameter comes from the hotkey.
+// The page goes when another one is shown. All members run on the user-interface thread.
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "chrome/CustomTitleBar.h"
+#include "platform/core/Guarded.h"
+#include "platform/media/Speech.h"
+#include "platform/xaml/Controls.h"
+#include "platform/xaml/Markup.h"
+#include "platform/xaml/Navigation.h"
+
+namespace Kelvane {
+
+class MainPage final : public platform::Page {
+  public:
+    MainPage();
+    ~MainPage() override;
+
+    void AddCustomTitleBar();
+    void RemoveCustomTitleBar();
+
+    /// Appends the pieces of `fullString` to `parts`, and traces them.
+    void ParseSystemInfo(std::u16string_view fullString, std::u16string_view delimiter,
+                         std::vector<std::u16string>& parts);
+
+    /// Fills the rows from a system-information record; a record with too few fields changes nothing.
+    void UpdateUI(const std::u16string& record);
+
+    /// The display text of a BIOS password status; empty when the field is no number.
+    std::u16string GetBiosPasswordStatus(const std::u16string& field);
+
+  protected:
+    void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
+
+  private:
+    using RoutedEventArgs = platform::RoutedEventArgs;
+    using UIElement = platform::UIElement;
+
+    /// One row of the page; also the serial number's and the BIOS password's.
+    struct Row {
+        std::shared_ptr<platform::TextBlock> label;
+        std::shared_ptr<platform::TextBlock> value;
+        std::shared_ptr<platform::Button> copy;
+    };
+    static constexpr std::size_t kRows = 10;
+
+    void InitializeComponent();
+
+    void MainWindow_Loaded(UIElement& sender, const RoutedEventArgs& args);
+    void Advanced_Click(UIElement& sender, const RoutedEventArgs& args);
+    void USBType_Click(UIElement& sender, const RoutedEventArgs& args);
+    void RunSysDiagsbutton_Click(UIElement& sender, const RoutedEventArgs& args);
+    void Expand_Click(UIElement& sender, const RoutedEventArgs& args);
+    void CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs& args);
+    void CopySerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    void KeyboardKeyDownEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
+    void KeyboardKeyUpEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
+    void SelectionOnTab(UIElement& sender, platform::KeyRoutedEventArgs& args);
+
+    void UpdateSysInfoDetails(const platform::NavigationEventArgs& args);
+    void StartHotkeyChain();
+    void UpdateUIWithSysDataAvailable();
+    void UpdateUsbTypeButton();
+    void FillRow(std::size_t row, const std::u16string& field);
+    void FillMemoryRow(const Trace& trace, const std::u16string& field);
+    void FillBiosRow(const std::vector<std::u16string>& fields);
+    void LaunchSysLabelsVisible(bool visible);
+    void NavigateRoot(std::u16string_view pageType);
+
+    /// One a process: the details stay open from page to page.
+    static bool s_bExpanded;
+
+    std::shared_ptr<CustomTitleBar> m_titleBar;
+    /// The read-aloud in progress, if any. Set by the worker that has synthesized the speech.
+    platform::Guarded<std::shared_ptr<platform::MediaPlayer>> m_mediaPlayer;
+
+    std::array<Row, kRows> m_rows;
+    std::shared_ptr<platform::Button> m_advanced;
+    std::shared_ptr<platform::Button> m_usbType;
+    std::shared_ptr<platform::Button> m_runSysDiagsbutton;
+    std::shared_ptr<platform::FontIcon> m_expandIcon;
+    std::shared_ptr<platform::Panel> m_detailsPanel;
+};
+
+}  // namespace Kelvane

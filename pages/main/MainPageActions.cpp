@@ -1,0 +1,114 @@
+// Copying the main page's values and reading the serial number aloud.
+
+#include <algorithm>
+
+#include "logging/Trace.h"
+#include "pages/main/MainPage.h"
+#include "pages/main/SystemInfoRecord.h"
+#include "platform/core/Clock.h"
+#include "platform/media/Clipboard.h"
+#include "platform/xaml/Window.h"
+
+namespace Kelvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kFeedbackTime = 500ms;
+constexpr std::u16string_view kFeedbackGlyph = u"\uEC61";
+
+void CopyToClipboard(const std::u16string& text) {
+    platform::DataPackage package;
+    package.SetText(text);
+    platform::Clipboard::SetContent(package);
+}
+
+void ShowFeedbackIcon(platform::Button& button) {
+    auto icon = std::make_shared<platform::FontIcon>();
+    icon->Glyph(std::u16string(kFeedbackGlyph));
+    icon->FontFamily(u"Segoe MDL2 Assets");
+    icon->Foreground({platform::Colors::Green});
+    button.Content(std::move(icon));
+}
+
+/// A worker waits the feedback time; the resting icon comes back on the user-interface thread.
+void RestoreIconLater(std::shared_ptr<platform::Button> button) {
+    const auto window = platform::CoreWindow::GetForCurrentThread();
+    if (!window) {
+        return;
+    }
+    platform::ThreadPool::RunAsync([dispatcher = window->Dispatcher(), button = std::move(button)]() mutable {
+        platform::CurrentClock().SleepFor(kFeedbackTime);
+        dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [button = std::move(button)] {
+            button->Content(std::make_shared<platform::SymbolIcon>(platform::Symbol::Copy));
+        });
+    });
+}
+
+}  // namespace
+
+void MainPage::CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs&) {
+    const auto button = std::dynamic_pointer_cast<platform::Button>(sender.shared_from_this());
+    if (!button) {
+        return;
+    }
+    ShowFeedbackIcon(*button);
+    const auto row =
+        std::find_if(m_rows.begin(), m_rows.end() - 1, [&](const Row& each) { return each.copy == button; });
+    CopyToClipboard(row->value->Text());
+    RestoreIconLater(button);
+}
+
+void MainPage::CopySerialNumber_Click(UIElement&, const RoutedEventArgs&) {
+    const auto& row = m_rows[kSerialNumberField];
+    CopyToClipboard(row.value->Text());
+    if (!row.copy) {
+        Trace(u"Kelvane::MainPage::CopySerialNumber_Click")
+            .Error(u"Error: CopySerialNumber button is not defined or not accessible.\n");
+        return;
+    }
+    ShowFeedbackIcon(*row.copy);
+    RestoreIconLater(row.copy);
+}
+
+void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
+    const Trace trace(u"Kelvane::MainPage::ReadSerialNumber_Click");
+    platform::SpeechSynthesizer synthesizer;
+    const auto text = m_rows[kSerialNumberField].value->Text();
+    if (text.empty()) {
+        trace.Error(u"Serial number text is empty.\n");
+    }
+    const auto voices = platform::SpeechSynthesizer::AllVoices();
+    const auto female =
+        std::find_if(voices.begin(), voices.end(), [](const platform::VoiceInformation& voice) {
+            return voice.Gender == platform::VoiceGender::Female;
+        });
+    if (female != voices.end()) {
+        synthesizer.Voice(*female);
+    } else {
+        trace.Error(u"No female voice available.\n");
+    }
+    synthesizer.SynthesizeTextToStreamAsync(text).then(
+        [weak = weak_from_this()](
+            const platform::task<std::shared_ptr<const platform::SpeechSynthesisStream>>& done) {
+            const Trace step(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()");
+            try {
+                const auto stream = done.get();
+                auto player = std::make_shared<platform::MediaPlayer>();
+                player->Source(platform::MediaSource::CreateFromStream(stream, stream->ContentType));
+                player->MediaFailed().Add([](const platform::Exception& failure) {
+                    Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_2>::operator ()")
+                        .Error(u"Exception = ", failure.Message());
+                });
+                if (const auto page = std::static_pointer_cast<MainPage>(weak.lock())) {
+                    page->m_mediaPlayer.With([&](auto& current) { current = player; });
+                    player->Play();
+                }
+            } catch (const platform::Exception& exception) {
+                step.Error(u"Exception = ", exception.Message());
+            }
+        });
+}
+
+}  // namespace Kelvane

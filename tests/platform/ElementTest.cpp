@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
+
+#include "backends/headless/HeadlessWindow.h"
+#include "platform/core/Exception.h"
+#include "platform/xaml/Controls.h"
+#include "platform/xaml/Panels.h"
+
+namespace platform {
+
+namespace {
+
+class ElementTest : public testing::Test {
+  protected:
+    /// A window that shows `root`.
+    void Show(const std::shared_ptr<UIElement>& root) {
+        m_peer = m_window.CreatePeer(m_client, {});
+        root->EnterWindow(*m_peer);
+        m_peer->SetContent(root.get());
+        root->RaiseLoaded();
+    }
+
+    std::shared_ptr<Button> AddButton(Panel& panel) {
+        auto button = std::make_shared<Button>();
+        panel.Append(button);
+        return button;
+    }
+
+    UserInterfaceThreadMark m_mark;
+    headless::HeadlessWindow m_window{{.Width = 640, .Height = 210}};
+
+  private:
+    struct Client final : WindowClient {
+        void CloseRequested() override {}
+        void OverlayInsetsChanged() override {}
+    } m_client;
+    std::unique_ptr<WindowPeer> m_peer;
+};
+
+TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
+    const auto text = std::make_shared<TextBlock>();
+    const auto panel = std::make_shared<StackPanel>();
+    const std::function<void()> touches[] = {
+        [&] { text->Text(u"x"); }, [&] { text->Visibility(Visibility::Collapsed); },
+        [&] { panel->Append(text); }, [&] { std::make_shared<TextBlock>(); }};
+    for (const auto& touch : touches) {
+        std::optional<HResult> code;
+        std::thread([&] {
+            try {
+                touch();
+            } catch (const Exception& exception) {
+                code = exception.Code();
+            }
+        }).join();
+        EXPECT_EQ(code, result::kWrongThread);
+    }
+    EXPECT_EQ(text->Text(), u"");
+    EXPECT_EQ(panel->Size(), 0U);
+}
+
+TEST_F(ElementTest, AnElementHasOneParentAndOutlivesIt) {
+    const auto child = std::make_shared<TextBlock>();
+    {
+        const auto panel = std::make_shared<StackPanel>();
+        panel->Append(child);
+        EXPECT_THROW(std::make_shared<Button>()->Content(child), Exception);
+        EXPECT_EQ(child->Parent(), panel.get());
+    }
+    EXPECT_EQ(child->Parent(), nullptr);
+    std::make_shared<Button>()->Content(child);
+}
+
+TEST_F(ElementTest, DirectionIsInheritedUntilAnElementHasItsOwn) {
+    const auto root = std::make_shared<StackPanel>();
+    const auto inner = std::make_shared<Button>();
+    const auto text = std::make_shared<TextBlock>();
+    inner->Content(text);
+    root->Append(inner);
+    int told = 0;
+    text->PropertyChanged().Add([&](UIElement&, ElementProperty property) {
+        told += property == ElementProperty::FlowDirection ? 1 : 0;
+    });
+    root->FlowDirection(FlowDirection::RightToLeft);
+    EXPECT_EQ(text->FlowDirection(), FlowDirection::RightToLeft);
+    inner->FlowDirection(FlowDirection::LeftToRight);
+    EXPECT_EQ(text->FlowDirection(), FlowDirection::LeftToRight);
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(ElementTest, LoadedComesOnceForEachEntryIntoTheWindow) {
+    const auto root = std::make_shared<ContentControl>();
+    const auto panel = std::make_shared<StackPanel>();
+    const auto button = AddButton(*panel);
+    std::string order;
+    button->Loaded().Add([&](UIElement&, const RoutedEventArgs&) { order += "b"; });
+    panel->Loaded().Add([&](UIElement&, const RoutedEventArgs&) { order += "p"; });
+    Show(root);
+    root->Content(panel);
+    EXPECT_EQ(order, "bp");
+    root->Content(nullptr);
+    EXPECT_EQ(button->Peer(), nullptr);
+    root->Content(panel);
+    EXPECT_EQ(order, "bpbp");
+}
+
+TEST_F(ElementTest, TabVisitsWhatIsVisibleUnlessAHandlerSwallowsIt) {
+    const auto root = std::make_shared<StackPanel>();
+    const auto first = AddButton(*root);
+    const auto hidden = AddButton(*root);
+    hidden->Visibility(Visibility::Collapsed);
+    const auto last = AddButton(*root);
+    Show(root);
+    first->Focus();
+    m_window.PressKey(VirtualKey::Tab);
+    EXPECT_EQ(m_window.Focused(), last.get());
+    root->KeyDown().Add([](UIElement&, KeyRoutedEventArgs& args) { args.Handled = true; });
+    m_window.PressKey(VirtualKey::Tab);
+    EXPECT_EQ(m_window.Focused(), last.get());
+}
+
+TEST_F(ElementTest, AButtonInACollapsedPanelCannotBePressed) {
+    const auto root = std::make_shared<StackPanel>();
+    const auto button = AddButton(*root);
+    int clicks = 0;
+    button->Click().Add([&](UIElement&, const RoutedEventArgs&) { ++clicks; });
+    button->Invoke();
+    root->Visibility(Visibility::Collapsed);
+    button->Invoke();
+    EXPECT_EQ(clicks, 1);
+}
+
+}  // namespace
+
+}  // namespace platform

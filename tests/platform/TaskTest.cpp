@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <optional>
+
+#include "platform/core/Clock.h"
+#include "platform/core/UserInterfaceThread.h"
+#include "platform/tasks/task.h"
+
+namespace platform {
+
+namespace {
+
+[[noreturn]] void Throw() {
+    throw Exception(result::kFail, u"broken");
+}
+
+/// The code of the platform exception that `body` ends with.
+template <typename Body>
+std::optional<HResult> CodeOf(Body body) {
+    try {
+        body();
+    } catch (const Exception& exception) {
+        return exception.Code();
+    }
+    return std::nullopt;
+}
+
+TEST(Task, HandsValuesFailuresAndInnerTasksDownTheChain) {
+    const auto chain = create_task([] {
+                           return 20;
+                       }).then([](int value) {
+                             return create_task([value] { return value + 1; });
+                         }).then([](const task<int>& earlier) { return earlier.get() * 2; });
+    EXPECT_EQ(chain.get(), 42);
+
+    std::atomic<bool> ran = false;
+    const auto broken = create_task([] { Throw(); }).then([&] { ran = true; });
+    EXPECT_EQ(CodeOf([&] { broken.wait(); }), result::kFail);
+    EXPECT_FALSE(ran);
+    EXPECT_EQ(create_task([]() -> task<int> {
+                  Throw();
+              }).then([](const task<int>& failed) {
+                    return CodeOf([&] { failed.get(); });
+                }).get(),
+              result::kFail);
+}
+
+TEST(Task, NestedWaitsNeverLockThePoolUp) {
+    // Each level blocks a worker; with a pool of fixed size the deepest would never start.
+    std::function<int(int)> nest = [&](int depth) {
+        return depth == 0 ? 0 : 1 + create_task([&, depth] { return nest(depth - 1); }).get();
+    };
+    std::vector<task<void>> all;
+    for (int i = 0; i < 20; ++i) {
+        all.push_back(create_task([&] { EXPECT_EQ(nest(8), 8); }));
+    }
+    when_all(std::move(all)).wait();
+}
+
+TEST(Task, WhenAllWaitsForEveryTaskAndFailsWithTheFirstFailure) {
+    std::atomic<int> ended = 0;
+    std::vector<task<void>> all;
+    for (int i = 0; i < 10; ++i) {
+        all.push_back(create_task([&, i] {
+            ++ended;
+            if (i == 3) {
+                Throw();
+            }
+        }));
+    }
+    EXPECT_EQ(CodeOf([&] { when_all(all).wait(); }), result::kFail);
+    EXPECT_EQ(ended, 10);
+    EXPECT_NO_THROW(when_all({}).wait());
+}
+
+TEST(Task, RefusesWaitingOnTheUserInterfaceThreadAndDefaultConstructedTasks) {
+    const task_completion_event<int> event;
+    const auto pending = create_task(event);
+    {
+        const UserInterfaceThreadMark mark;
+        EXPECT_EQ(CodeOf([&] { pending.wait(); }), result::kIllegalMethodCall);
+        event.set(7);
+        EXPECT_EQ(pending.get(), 7) << "a finished task may be asked anywhere";
+    }
+    try {
+        task<void>().wait();
+        FAIL();
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.Message(), u"This function cannot be called on a default constructed task");
+    }
+}
+
+TEST(Task, ReportsAFailureThatNobodyObserves) {
+    testing::internal::CaptureStderr();
+    create_task([] { Throw(); });
+    ThreadPool::Default().Stop();
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("broken"), std::string::npos);
+}
+
+TEST(Task, ACancelledTokenKeepsTheBodyFromRunning) {
+    const cancellation_token_source source;
+    source.cancel();
+    std::atomic<bool> ran = false;
+    const auto cancelled = create_task([&] { ran = true; }, source.get_token());
+    EXPECT_THROW(cancelled.wait(), task_canceled);
+    EXPECT_FALSE(ran);
+}
+
+TEST(ThreadPool, StopInterruptsWhatBlocksAndRunsWhatIsQueued) {
+    std::atomic<bool> slept = false;
+    std::atomic<bool> continued = false;
+    create_task([&] { slept = SystemClock().SleepFor(std::chrono::hours(1)); }).then([&] {
+        continued = true;
+    });
+    ThreadPool::Default().Stop();
+    EXPECT_FALSE(slept) << "the sleep must say that it was cut short";
+    EXPECT_TRUE(continued);
+}
+
+}  // namespace
+
+}  // namespace platform

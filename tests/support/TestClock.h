@@ -1,0 +1,33 @@
+#pragma once
+
+#include <atomic>
+
+#include "platform/core/Clock.h"
+
+/// A clock that stands still until it is told to go on; sleeping moves it on at once.
+class TestClock final : public platform::Clock {
+  public:
+    std::int64_t FileTime() override { return kStart + m_units.load(); }
+    std::int64_t Steady() override { return m_units.load(); }
+    platform::SystemTime LocalTime() override { return Local; }
+    std::int32_t TimeZoneBias() override { return 0; }
+    bool SleepFor(std::chrono::milliseconds duration) override {
+        Advance(duration);
+        return true;
+    }
+
+    void Advance(std::chrono::milliseconds duration) { m_units += duration.count() * 10000; }
+
+    platform::SystemTime Local{.Year = 2026,
+                               .Month = 3,
+                               .DayOfWeek = 4,
+                               .Day = 5,
+                               .Hour = 9,
+                               .Minute = 4,
+                               .Second = 7,
+                               .Milliseconds = 45};
+
+  private:
+    static constexpr std::int64_t kStart = 134170000000000000;
+    std::atomic<std::int64_t> m_units = 1;
+};

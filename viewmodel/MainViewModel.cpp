@@ -1,0 +1,320 @@
+#include "viewmodel/MainViewModel.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <string_view>
+
+#include "logging/Trace.h"
+#include "platform/core/Text.h"
+#include "platform/tasks/task.h"
+
+namespace Kelvane {
+
+namespace {
+
+/// Characters in the buffer of a record that is read with `capacity`.
+constexpr std::size_t BufferSize(std::int32_t capacity) {
+    return static_cast<std::size_t>(capacity) + 1;
+}
+
+std::unique_ptr<char16_t[]> AllocateBuffer(std::int32_t capacity) {
+    return std::unique_ptr<char16_t[]>(new (std::nothrow) char16_t[BufferSize(capacity)]());
+}
+
+/// The first step of every chain. It never stops the chain: the second step finds out for itself.
+void ConnectStep(MainViewModel& viewModel, const Trace& trace) {
+    if (viewModel.InitialiseRpcConnection() != 0) {
+        trace.Error(u"RPC Client Initialization failed ");
+        trace.Verbose(u"Exit");
+    }
+}
+
+/// Runs the two steps on workers, one after the other, and waits for the second; the view model outlives
+/// them.
+template <typename Work>
+void RunChain(const std::shared_ptr<MainViewModel>& viewModel, MethodName connectStep, Work work) {
+    const auto chain = platform::create_task([viewModel, connectStep] {
+                           ConnectStep(*viewModel, Trace(connectStep));
+                       }).then([viewModel, work = std::move(work)] { work(); });
+    chain.wait();
+}
+
+}  // namespace
+
+/// What differs between the two records.
+struct MainViewModel::RecordKind {
+    std::int32_t capacity;
+    std::int64_t (RpcClient::*call)(char16_t*, std::int32_t);
+
+    MethodName read;
+    std::u16string_view bufferIsNull;
+    std::u16string_view reading;
+    std::u16string_view returnedStatus;
+    std::u16string_view readFailed;
+
+    MethodName readDetails;
+    MethodName connectStep;
+    MethodName readStep;
+    std::u16string_view dataIsNull;
+    std::u16string_view stepStatus;
+    std::u16string_view notCompleted;
+
+    MethodName get;
+    std::u16string_view targetIsNull;
+    std::u16string_view cacheIsNull;
+    std::u16string_view copyFailed;
+};
+
+constexpr MainViewModel::RecordKind MainViewModel::kSysInfo{
+    .capacity = kSysDataCapacity,
+    .call = &RpcClient::ReadSysInfo,
+    .read = u"Kelvane::MainViewModel::ReadSysInfo",
+    .bufferIsNull = u"Sys Info Buffer in NULL",
+    .reading = u"Reading System Info Details ... ",
+    .returnedStatus = u"ReadSysInfo() Returned Status = ",
+    .readFailed = u"ReadSysInfo() failed",
+    .readDetails = u"Kelvane::MainViewModel::ReadSysInfoDetailsAsync",
+    .connectStep = u"Kelvane::MainViewModel::ReadSysInfoDetailsAsync::<lambda_1>::operator ()",
+    .readStep = u"Kelvane::MainViewModel::ReadSysInfoDetailsAsync::<lambda_2>::operator ()",
+    .dataIsNull = u"m_pSysData Data is NULL",
+    .stepStatus = u"ReadSysInfo Return Status = ",
+    .notCompleted = u"Reading System Info data not completed!",
+    .get = u"Kelvane::MainViewModel::GetSysInfo",
+    .targetIsNull = u"pSysData Pointer is NULL",
+    .cacheIsNull = u"m_pSysData Pointer is NULL",
+    .copyFailed = u"Failed to copy m_pSysData",
+};
+
+constexpr MainViewModel::RecordKind MainViewModel::kUsbTypeCInfo{
+    .capacity = kUsbTypeCDataCapacity,
+    .call = &RpcClient::ReadUSBTypeCInfo,
+    .read = u"Kelvane::MainViewModel::ReadUSBTypeCInfo",
+    .bufferIsNull = u"UsbTypeCInfo buffer is NULL",
+    .reading = u"Reading Usb TypeC Info ... ",
+    .returnedStatus = u"ReadUSBTypeCInfo() Returned Status = ",
+    .readFailed = u"ReadUSBTypeCInfo() failed",
+    .readDetails = u"Kelvane::MainViewModel::ReadUsbTypeCInfoDetailsAsync",
+    .connectStep = u"Kelvane::MainViewModel::ReadUsbTypeCInfoDetailsAsync::<lambda_1>::operator ()",
+    .readStep = u"Kelvane::MainViewModel::ReadUsbTypeCInfoDetailsAsync::<lambda_2>::operator ()",
+    .dataIsNull = u"m_pUsbTypeCData Data is NULL",
+    .stepStatus = u"ReadUSBTypeCInfo Return Status = ",
+    .notCompleted = u"Reading USBTypeC Info data not completed!",
+    .get = u"Kelvane::MainViewModel::GetUsbTypeCInfo",
+    .targetIsNull = u"pUsbTypeCData Pointer is NULL",
+    .cacheIsNull = u"m_pUsbTypeCData Pointer is NULL",
+    .copyFailed = u"Failed to copy m_pUsbTypeCData",
+};
+
+std::shared_ptr<MainViewModel> MainViewModel::GetInstance() {
+    static const auto instance = std::make_shared<MainViewModel>();
+    return instance;
+}
+
+MainViewModel::MainViewModel() {
+    TracedUncaught(u"Kelvane::MainViewModel::MainViewModel", [this] {
+        m_sysInfo.data.With([](Buffer& data) { data = AllocateBuffer(kSysDataCapacity); });
+        m_usbTypeCInfo.data.With([](Buffer& data) { data = AllocateBuffer(kUsbTypeCDataCapacity); });
+    });
+}
+
+MainViewModel::~MainViewModel() {
+    TracedUncaught(u"Kelvane::MainViewModel::~MainViewModel", [this](const Trace& trace) {
+        const auto release = [&trace](Buffer& data, std::u16string_view line) {
+            if (data) {
+                trace.Verbose(line);
+                data.reset();
+            }
+        };
+        m_sysInfo.data.With([&](Buffer& data) { release(data, u"Deallocating m_pSysData"); });
+        m_usbTypeCInfo.data.With([&](Buffer& data) { release(data, u"Deallocating m_pUsbTypeCData"); });
+    });
+}
+
+std::shared_ptr<RpcClient> MainViewModel::Client() const {
+    const std::lock_guard lock(m_connecting);
+    return m_pRpcClient;
+}
+
+std::int64_t MainViewModel::InitialiseRpcConnection() {
+    std::int64_t result = -1;
+    Traced(u"Kelvane::MainViewModel::InitialiseRpcConnection", [&](const Trace& trace) {
+        const std::lock_guard lock(m_connecting);
+        if (m_bRpcInitialised.load()) {
+            result = 0;
+            trace.Verbose(u"Initialization already complete. Status = ", true);
+            return;
+        }
+        m_pRpcClient.reset(new (std::nothrow) RpcClient);
+        if (!m_pRpcClient) {
+            trace.Error(u"RPC Client Pointer Creation failed");
+            return;
+        }
+        result = m_pRpcClient->Initialize();
+        trace.Information(u"ReadSysInfo Initialization Return Status = ", result);
+        if (result == 0) {
+            m_bRpcInitialised.store(true);
+        } else {
+            trace.Error(u"ReadSysInfo  Initialization failed ");
+        }
+    });
+    return result;
+}
+
+std::int64_t MainViewModel::ReadSysInfo(char16_t* buffer, std::int32_t capacity) {
+    return Read(kSysInfo, buffer, capacity);
+}
+
+std::int64_t MainViewModel::ReadUSBTypeCInfo(char16_t* buffer, std::int32_t capacity) {
+    return Read(kUsbTypeCInfo, buffer, capacity);
+}
+
+std::int64_t MainViewModel::Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity) {
+    std::int64_t result = -1;
+    Traced(kind.read, [&](const Trace& trace) {
+        if (buffer == nullptr) {
+            trace.Error(kind.bufferIsNull);
+            return;
+        }
+        trace.Verbose(kind.reading);
+        const auto client = Client();
+        if (!client) {
+            trace.Error(u"RPC Client pointer is NULL");
+            return;
+        }
+        result = ((*client).*kind.call)(buffer, capacity);
+        trace.Information(kind.returnedStatus, result);
+        if (result != 0) {
+            trace.Error(kind.readFailed);
+        }
+    });
+    return result;
+}
+
+void MainViewModel::GetSysInfo(char16_t* buffer, std::int32_t capacity) const {
+    Get(kSysInfo, m_sysInfo, buffer, capacity);
+}
+
+void MainViewModel::GetUsbTypeCInfo(char16_t* buffer, std::int32_t capacity) const {
+    Get(kUsbTypeCInfo, m_usbTypeCInfo, buffer, capacity);
+}
+
+void MainViewModel::Get(const RecordKind& kind, const Record& record, char16_t* buffer,
+                        std::int32_t capacity) const {
+    Traced(kind.get, [&](const Trace& trace) {
+        if (buffer == nullptr) {
+            trace.Error(kind.targetIsNull);
+            return;
+        }
+        record.data.With([&](const Buffer& data) {
+            if (!data) {
+                trace.Error(kind.cacheIsNull);
+            } else if (!platform::CopyText(buffer, capacity, data.get())) {
+                trace.Error(kind.copyFailed);
+            }
+        });
+    });
+}
+
+void MainViewModel::ReadSysInfoDetailsAsync() {
+    ReadDetails(kSysInfo, m_sysInfo);
+}
+
+void MainViewModel::ReadUsbTypeCInfoDetailsAsync() {
+    ReadDetails(kUsbTypeCInfo, m_usbTypeCInfo);
+}
+
+void MainViewModel::ReadDetails(const RecordKind& kind, Record& record) {
+    Traced(kind.readDetails, [&](const Trace& trace) {
+        if (record.data.With([](const Buffer& data) { return data == nullptr; })) {
+            trace.Error(kind.dataIsNull);
+            return;
+        }
+        RunChain(shared_from_this(), kind.connectStep, [this, &kind, &record] {
+            const Trace step(kind.readStep);
+            record.readCompleted.store(false);
+            // The cache stays free for the pages while the service answers. A failed call leaves it as it
+            // was.
+            std::array<char16_t, BufferSize(kSysDataCapacity)> text{};
+            const auto result = Read(kind, text.data(), kind.capacity);
+            step.Information(kind.stepStatus, result);
+            if (result != 0) {
+                step.Error(kind.notCompleted);
+                step.Verbose(u"Exit");
+                return;
+            }
+            record.data.With(
+                [&](Buffer& data) { std::copy_n(text.data(), BufferSize(kind.capacity), data.get()); });
+            record.readCompleted.store(true);
+            step.Information(kind.stepStatus, 0);
+            // Both records' lines show the flag of the system information.
+            step.Information(u"RPC Connection Status = ", m_sysInfo.readCompleted.load());
+        });
+    });
+}
+
+void MainViewModel::LaunchSysInfo() {
+    Traced(u"Kelvane::MainViewModel::LaunchSysInfo", [this] {
+        RunChain(shared_from_this(), u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_1>::operator ()",
+                 [this] {
+                     const Trace step(u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_2>::operator ()");
+                     if (const auto client = Client()) {
+                         step.Information(u"StartMSInfoApp return = ", client->StartMSInfoApp());
+                     } else {
+                         step.Error(u"RPC Client pointer is NULL");
+                     }
+                 });
+    });
+}
+
+void MainViewModel::LaunchUSBC() {
+    Traced(u"Kelvane::MainViewModel::LaunchUSBC", [this] {
+        RunChain(shared_from_this(), u"Kelvane::MainViewModel::LaunchUSBC::<lambda_1>::operator ()", [this] {
+            const Trace step(u"Kelvane::MainViewModel::LaunchUSBC::<lambda_2>::operator ()");
+            if (const auto client = Client()) {
+                step.Information(u"StartUSBC return = ", client->StartUSBC());
+            } else {
+                step.Error(u"RPC Client pointer is NULL");
+            }
+        });
+    });
+}
+
+void MainViewModel::SetUEFIFlagOperation() {
+    Traced(u"Kelvane::MainViewModel::SetUEFIFlagOperation", [this](const Trace& trace) {
+        char16_t* const token = m_sysInfo.data.With([](const Buffer& data) { return data.get(); });
+        if (token == nullptr) {
+            trace.Error(u"m_pSysData Data is NULL");
+            return;
+        }
+        RunChain(
+            shared_from_this(), u"Kelvane::MainViewModel::SetUEFIFlagOperation::<lambda_1>::operator ()",
+            [this, token] {
+                const Trace step(u"Kelvane::MainViewModel::SetUEFIFlagOperation::<lambda_2>::operator ()");
+                step.Information(u"Set UEFI flag Return Status = ", SetUEFIFlag(token, kSysDataCapacity));
+            });
+    });
+}
+
+std::int64_t MainViewModel::SetUEFIFlag(char16_t* buffer, std::int32_t) {
+    std::int64_t result = -1;
+    Traced(u"Kelvane::MainViewModel::SetUEFIFlag", [&](const Trace& trace) {
+        if (buffer == nullptr) {
+            trace.Error(u"SetUEFIFlag() failed");
+            return;
+        }
+        trace.Verbose(u"Set UEFI Flag... ");
+        const auto client = Client();
+        if (!client) {
+            trace.Error(u"RPC Client pointer is NULL");
+            return;
+        }
+        result = client->SetUEFIFlag();
+        if (result != 0) {
+            trace.Error(u"SetUEFIFlag() failed");
+        }
+    });
+    return result;
+}
+
+}  // namespace Kelvane

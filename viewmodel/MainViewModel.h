@@ -1,0 +1,95 @@
+#pragma once
+
+// The one object through which the pages reach the system service. It owns the connection, caches the two
+// records as opaque text, and runs the service's calls as task chains on workers. Its formats are the pages'
+// business.
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "platform/core/Guarded.h"
+#include "service/RpcClient.h"
+
+namespace Kelvane {
+
+class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
+  public:
+    /// Characters that a read or a copy of each record passes: one less than its buffer holds.
+    static constexpr std::int32_t kSysDataCapacity = 999;
+    static constexpr std::int32_t kUsbTypeCDataCapacity = 499;
+
+    /// Any thread. The shared instance, created at the first call and kept for the life of the process.
+    static std::shared_ptr<MainViewModel> GetInstance();
+
+    MainViewModel();
+    ~MainViewModel();
+    MainViewModel(const MainViewModel&) = delete;
+    MainViewModel& operator=(const MainViewModel&) = delete;
+
+    // Workers only: each runs a chain of two tasks (connect if needed, then the work), and returns when the
+    // chain has ended. The outcome is in the flags and the trace.
+
+    /// Asks the service to start the system-information tool.
+    void LaunchSysInfo();
+    void ReadSysInfoDetailsAsync();
+    void ReadUsbTypeCInfoDetailsAsync();
+    /// Asks the service to start the USB Type-C tool.
+    void LaunchUSBC();
+    /// Asks the service to run the firmware diagnostics at the next start.
+    void SetUEFIFlagOperation();
+
+    // Any thread; these block while the service answers.
+
+    /// 0 connected, now or earlier; -1 the client could not be created; else the status of
+    /// RpcClient::Initialize.
+    std::int64_t InitialiseRpcConnection();
+    /// 0 done; 1 the service call failed; -1 not attempted. The buffer is only a token and must not be null.
+    std::int64_t SetUEFIFlag(char16_t* buffer, std::int32_t capacity);
+    /// Reads a record from the service into `buffer`, which has room for `capacity` characters; status as
+    /// RpcClient's, or -1.
+    std::int64_t ReadSysInfo(char16_t* buffer, std::int32_t capacity);
+    std::int64_t ReadUSBTypeCInfo(char16_t* buffer, std::int32_t capacity);
+
+    // Any thread; these never block.
+
+    /// Copies the cached record with its zero into `buffer`; a record that does not fit leaves it empty.
+    void GetSysInfo(char16_t* buffer, std::int32_t capacity) const;
+    void GetUsbTypeCInfo(char16_t* buffer, std::int32_t capacity) const;
+    /// The last background read of the record succeeded.
+    bool IsSysInfoReadCompleted() const { return m_sysInfo.readCompleted.load(); }
+    bool IsUsbTypeCInfoReadCompleted() const { return m_usbTypeCInfo.readCompleted.load(); }
+    /// The service is, or once was, connected.
+    bool IsRpcInitialised() const { return m_bRpcInitialised.load(); }
+
+  private:
+    using Buffer = std::unique_ptr<char16_t[]>;
+
+    /// One cached record. The buffer is null when there was no memory for it.
+    struct Record {
+        platform::Guarded<Buffer> data;
+        std::atomic<bool> readCompleted = false;
+    };
+    struct RecordKind;
+    static const RecordKind kSysInfo;
+    static const RecordKind kUsbTypeCInfo;
+
+    /// The client in use, or null. It stays whole for as long as the caller holds it, also when it is
+    /// replaced meanwhile.
+    std::shared_ptr<RpcClient> Client() const;
+
+    std::int64_t Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity);
+    void ReadDetails(const RecordKind& kind, Record& record);
+    void Get(const RecordKind& kind, const Record& record, char16_t* buffer, std::int32_t capacity) const;
+
+    Record m_sysInfo;
+    Record m_usbTypeCInfo;
+    std::atomic<bool> m_bRpcInitialised = false;
+
+    /// Held while a connection is being made, so that two chains make one.
+    mutable std::mutex m_connecting;
+    std::shared_ptr<RpcClient> m_pRpcClient;
+};
+
+}  // namespace Kelvane
