@@ -64,7 +64,7 @@ TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerO
     std::vector<ServerProcedure> all(Kelvane::procedure::Count, [](ServerCall&) {});
     all[0] = [this](ServerCall& call) {
         call.SetContext(
-            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.set_value(); }));
+            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.release(); }));
     };
     all[1] = [](ServerCall& call) { call.SetContext(nullptr); };
     all[4] = all[5] = all[12] = [this](ServerCall& call) { call.SetText(0, Record); };

@@ -3,9 +3,9 @@
 // What the tests of the service link share: a private directory of endpoints, a service, clients, raw bytes.
 
 #include <functional>
-#include <future>
 #include <map>
 #include <optional>
+#include <semaphore>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -46,7 +46,7 @@ class TestService {
     void Stop();
 
     std::optional<std::u16string> Record = u"AB";
-    std::promise<void> RunDown;  ///< fulfilled when a context's state goes
+    std::counting_semaphore<> RunDown{0};  ///< released when a context's state goes
     std::optional<rpc::Server> Server;
 
   private:
