@@ -1,5 +1,6 @@
 #include "tests/rpc/Support.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
@@ -94,10 +95,9 @@ void TestService::Stop() {
 
 ScriptedService::ScriptedService(std::vector<Bytes> replies) : m_listener(EndpointScope::Socket()) {
     m_thread = std::thread([this, replies = std::move(replies)] {
-        Descriptor socket;
-        do {
-            socket = Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-        } while (socket.Get() < 0 && errno == EAGAIN);
+        pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
+        poll(&wait, 1, -1);
+        const Descriptor socket(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         PduStream stream;
         for (const Bytes& reply : replies) {
             std::optional<Pdu> pdu;
@@ -109,6 +109,9 @@ ScriptedService::ScriptedService(std::vector<Bytes> replies) : m_listener(Endpoi
                 stream.Received(static_cast<std::size_t>(size));
             }
             Received.push_back(WholePdu(*pdu));
+            if (reply.empty()) {
+                return;
+            }
             SendAll(socket.Get(), reply);
         }
     });

@@ -53,8 +53,8 @@ class TestService {
     std::thread m_thread;
 };
 
-/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte, then
-/// closes.
+/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte; it closes
+/// after the last one, or instead of an empty one.
 class ScriptedService {
   public:
     explicit ScriptedService(std::vector<Bytes> replies);
