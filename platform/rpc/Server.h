@@ -73,7 +73,7 @@ using ServerProcedure = std::function<void(ServerCall&)>;
 struct ServerOptions {
     /// Whether a caller may call; asked once a connection, on its thread. Each call of one that may not fails
     /// with status 5. Empty: everybody may.
-    std::function<bool(const Peer&)> Accept;
+    std::function<bool(const Peer&)> Accept{};
 
     std::size_t MaxRequestBytes = std::size_t{1} << 20;
 

@@ -1,5 +1,6 @@
 #include "tests/rpc/Support.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
@@ -64,7 +65,7 @@ TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerO
     std::vector<ServerProcedure> all(Kelvane::procedure::Count, [](ServerCall&) {});
     all[0] = [this](ServerCall& call) {
         call.SetContext(
-            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.set_value(); }));
+            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.release(); }));
     };
     all[1] = [](ServerCall& call) { call.SetContext(nullptr); };
     all[4] = all[5] = all[12] = [this](ServerCall& call) { call.SetText(0, Record); };
@@ -94,10 +95,9 @@ void TestService::Stop() {
 
 ScriptedService::ScriptedService(std::vector<Bytes> replies) : m_listener(EndpointScope::Socket()) {
     m_thread = std::thread([this, replies = std::move(replies)] {
-        Descriptor socket;
-        do {
-            socket = Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-        } while (socket.Get() < 0 && errno == EAGAIN);
+        pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
+        poll(&wait, 1, -1);
+        const Descriptor socket(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         PduStream stream;
         for (const Bytes& reply : replies) {
             std::optional<Pdu> pdu;
@@ -109,6 +109,9 @@ ScriptedService::ScriptedService(std::vector<Bytes> replies) : m_listener(Endpoi
                 stream.Received(static_cast<std::size_t>(size));
             }
             Received.push_back(WholePdu(*pdu));
+            if (reply.empty()) {
+                return;
+            }
             SendAll(socket.Get(), reply);
         }
     });

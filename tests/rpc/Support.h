@@ -3,9 +3,9 @@
 // What the tests of the service link share: a private directory of endpoints, a service, clients, raw bytes.
 
 #include <functional>
-#include <future>
 #include <map>
 #include <optional>
+#include <semaphore>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -46,15 +46,15 @@ class TestService {
     void Stop();
 
     std::optional<std::u16string> Record = u"AB";
-    std::promise<void> RunDown;  ///< fulfilled when a context's state goes
+    std::counting_semaphore<> RunDown{0};  ///< released when a context's state goes
     std::optional<rpc::Server> Server;
 
   private:
     std::thread m_thread;
 };
 
-/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte, then
-/// closes.
+/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte; it closes
+/// after the last one, or instead of an empty one.
 class ScriptedService {
   public:
     explicit ScriptedService(std::vector<Bytes> replies);
