@@ -1,0 +1,289 @@
+#include "logging/LoggingHandler.h"
+
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "logging/LogRetention.h"
+#include "platform/core/Clock.h"
+#include "platform/core/DebugOutput.h"
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/core/UserInterfaceThread.h"
+#include "platform/storage/ApplicationData.h"
+
+namespace Kelvane {
+
+using platform::CreationCollisionOption;
+using platform::LoggingLevel;
+using platform::NameCollisionOption;
+using platform::StorageFile;
+using platform::StorageFolder;
+
+namespace {
+
+constexpr std::u16string_view kLoggingEnabled = u"Kelvane_LoggingEnabled";
+constexpr std::u16string_view kFileBeforeSuspend = u"Kelvane_LogFileGeneratedBeforeSuspend";
+constexpr std::u16string_view kFolderName = u"Kelvane_LogFiles";
+/// How often a name that is taken is tried again with the next millisecond's time stamp.
+constexpr int kNameAttempts = 50;
+
+platform::PropertySet& Settings() {
+    return platform::ApplicationData::Current().LocalSettings().Values();
+}
+
+void SetLocalSetting(std::u16string_view key, platform::PropertyValue value) {
+    if (Settings().HasKey(key)) {
+        Settings().Remove(key);
+    }
+    Settings().Insert(key, std::move(value));
+}
+
+/// 251116-173058123 for 16 November 2025, 17:30:58.123 local time.
+std::u16string TimeStamp() {
+    const auto now = platform::GetLocalTime();
+    std::array<char, 64> text;
+    const int length =
+        std::snprintf(text.data(), text.size(), "%02u%02u%02u-%02u%02u%02u%03u", now.Year - 2000U,
+                      unsigned{now.Month}, unsigned{now.Day}, unsigned{now.Hour}, unsigned{now.Minute},
+                      unsigned{now.Second}, unsigned{now.Milliseconds});
+    return {text.data(), text.data() + length};
+}
+
+platform::task<std::shared_ptr<StorageFolder>> OpenLogFolder() {
+    return platform::ApplicationData::Current().LocalFolder()->CreateFolderAsync(
+        std::u16string(kFolderName), CreationCollisionOption::OpenIfExists);
+}
+
+}  // namespace
+
+struct LoggingHandler::ContinuationData {
+    std::shared_ptr<StorageFolder> folder;
+    std::shared_ptr<StorageFile> file;
+    std::u16string name;
+
+    std::u16string Path() const { return folder->Path() + u"/" + name; }
+};
+
+LoggingHandler& LoggingHandler::GetInstance() {
+    static auto* const instance = [] {
+        platform::VerifyUserInterfaceThread();
+        const auto application = platform::Application::Current();
+        if (!application) {
+            throw platform::Exception(platform::result::kPointer, u"There is no application to log for.");
+        }
+        return new std::shared_ptr<LoggingHandler>(Create(*application));
+    }();
+    return **instance;
+}
+
+std::shared_ptr<LoggingHandler> LoggingHandler::Create(platform::Application& application) {
+    const std::shared_ptr<LoggingHandler> handler(new LoggingHandler);
+    application.Suspending().Add(handler, &LoggingHandler::OnAppSuspending);
+    application.Resuming().Add(handler, &LoggingHandler::OnAppResuming);
+    handler->RestoreLoggingState();
+    return handler;
+}
+
+LoggingHandler::LoggingHandler()
+    : m_channel(std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel")) {}
+
+void LoggingHandler::LogVerbose(std::u16string_view message) {
+    Log(message, LoggingLevel::Verbose);
+}
+
+void LoggingHandler::LogInformation(std::u16string_view message) {
+    Log(message, LoggingLevel::Information);
+}
+
+void LoggingHandler::LogWarning(std::u16string_view message) {
+    Log(message, LoggingLevel::Warning);
+}
+
+void LoggingHandler::LogError(std::u16string_view message) {
+    Log(message, LoggingLevel::Error);
+}
+
+void LoggingHandler::LogCritical(std::u16string_view message) {
+    Log(message, LoggingLevel::Critical);
+}
+
+void LoggingHandler::Log(std::u16string_view message, LoggingLevel level) {
+    m_channel->LogMessage(message, level);
+}
+
+void LoggingHandler::RestoreLoggingState() {
+    if (const auto enabled = Settings().Lookup(kLoggingEnabled)) {
+        if (platform::UnboxBoolean(*enabled)) {
+            StartLoggingSession();
+        }
+    } else {
+        SetLocalSetting(kLoggingEnabled, true);
+        StartLoggingSession();
+    }
+    if (const auto saved = Settings().Lookup(kFileBeforeSuspend)) {
+        const auto path = platform::UnboxString(*saved);
+        if (!path.empty()) {
+            RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, path);
+            SetLocalSetting(kFileBeforeSuspend, {});
+            m_unreported.With([&](auto& paths) { paths.erase(path); });
+        }
+    }
+}
+
+void LoggingHandler::StartLoggingSession() {
+    const auto session = m_session.With([this](Session& current) {
+        if (!current) {
+            current = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
+            current->LogFileGenerated().Add(shared_from_this(), &LoggingHandler::OnLogFileGenerated);
+        }
+        return current;
+    });
+    session->AddLoggingChannel(m_channel, LoggingLevel::Verbose);
+}
+
+void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
+                                        platform::LogFileGeneratedEventArgs& args) {
+    const auto data = std::make_shared<ContinuationData>();
+    data->file = args.File();
+    // Each step keeps the handler: the chain may outlive the session that started it.
+    OpenLogFolder()
+        .then([self = shared_from_this(), data](const std::shared_ptr<StorageFolder>& folder) {
+            data->folder = folder;
+            self->MoveIntoFolder(*data, u"Log-Kelvane");
+        })
+        .then([self = shared_from_this(), data] { self->Report(*data); })
+        .then([self = shared_from_this(), data](const platform::task<void>& chain) {
+            try {
+                chain.get();
+            } catch (const std::exception&) {
+                platform::OutputDebugStringW(u"The log file " + data->file->Path() + u" stays there: " +
+                                             platform::CurrentException().Message());
+            }
+        });
+}
+
+void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view prefix) {
+    for (int attempt = 1;; ++attempt) {
+        data.name = std::u16string(prefix) + TimeStamp() + u".etl";
+        const auto path = data.Path();
+        const bool free = m_unreported.With([&](auto& paths) { return paths.insert(path).second; });
+        try {
+            if (!free) {
+                throw platform::Exception(platform::result::kAlreadyExists, path + u" is taken");
+            }
+            data.file->MoveAsync(data.folder, data.name, NameCollisionOption::FailIfExists).get();
+            return;
+        } catch (const platform::Exception& exception) {
+            if (free) {
+                m_unreported.With([&](auto& paths) { paths.erase(path); });
+            }
+            const bool again =
+                exception.Code() == platform::result::kAlreadyExists && attempt < kNameAttempts;
+            if (!again || !platform::CurrentClock().SleepFor(std::chrono::milliseconds(1))) {
+                throw;
+            }
+        }
+    }
+}
+
+void LoggingHandler::Report(const ContinuationData& data) {
+    if (!m_suspending) {
+        RaiseStatusChanged(LoggingEventArgs::kGenerated, data.Path());
+    }
+    m_unreported.With([&](auto& paths) { paths.erase(data.Path()); });
+    DeleteOldFiles(*data.folder);
+}
+
+void LoggingHandler::DeleteOldFiles(StorageFolder& folder) {
+    if (m_deletionsWanted.fetch_add(1) != 0) {
+        // Whoever is at it does another round.
+        return;
+    }
+    int wanted = 1;
+    do {
+        wanted = m_deletionsWanted.load();
+        try {
+            auto kept = m_unreported.With([](const auto& paths) { return paths; });
+            if (const auto saved = Settings().Lookup(kFileBeforeSuspend)) {
+                kept.insert(platform::UnboxString(*saved));
+            }
+            DeleteOldLogFiles(folder, kLogFilesLimit, kept);
+        } catch (const platform::Exception& exception) {
+            platform::OutputDebugStringW(u"Old log files are not deleted: " + exception.Message());
+        }
+    } while (!m_deletionsWanted.compare_exchange_strong(wanted, 0));
+}
+
+void LoggingHandler::OnAppSuspending(platform::Application&, platform::SuspendingEventArgs& args) {
+    const auto deferral = args.SuspendingOperation().GetDeferral();
+    if (!m_session.With([](const Session& session) { return session != nullptr; })) {
+        SetLocalSetting(kLoggingEnabled, false);
+        SetLocalSetting(kFileBeforeSuspend, {});
+        deferral->Complete();
+        return;
+    }
+    m_suspending = true;
+    CloseSessionSaveFinalLogFile().then(
+        [self = shared_from_this(), deferral](const platform::task<File>& saved) {
+            self->FinishSuspension(saved);
+            deferral->Complete();
+        });
+}
+
+platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFile() {
+    const auto data = std::make_shared<ContinuationData>();
+    const auto session = m_session.With([](const Session& current) { return current; });
+    return session->CloseAndSaveToFileAsync().then(
+        [self = shared_from_this(), data](const File& saved) -> platform::task<File> {
+            if (!saved) {
+                return platform::task_from_result(File());
+            }
+            data->file = saved;
+            return OpenLogFolder().then([self, data](const std::shared_ptr<StorageFolder>& folder) {
+                data->folder = folder;
+                self->MoveIntoFolder(*data, u"Log-");
+                return StorageFile::GetFileFromPathAsync(data->Path());
+            });
+        });
+}
+
+void LoggingHandler::FinishSuspension(const platform::task<File>& saved) {
+    try {
+        File file;
+        try {
+            file = saved.get();
+        } catch (const std::exception&) {
+            platform::OutputDebugStringW(u"The last log file is not in its folder: " +
+                                         platform::CurrentException().Message());
+        }
+        // A session that could not save has ended too: the next one hands out what it left.
+        if (const auto session =
+                m_session.With([](Session& current) { return std::exchange(current, nullptr); })) {
+            session->Close();
+        }
+        SetLocalSetting(kLoggingEnabled, true);
+        SetLocalSetting(kFileBeforeSuspend,
+                        file ? platform::PropertyValue(file->Path()) : platform::PropertyValue());
+    } catch (const std::exception&) {
+        platform::OutputDebugStringW(u"The suspension could not be recorded: " +
+                                     platform::CurrentException().Message());
+    }
+    m_suspending = false;
+}
+
+void LoggingHandler::OnAppResuming(platform::Application&) {
+    if (m_suspending) {
+        // The machine woke before the save ended.
+        m_suspension.then([self = shared_from_this()] { self->RestoreLoggingState(); });
+        return;
+    }
+    RestoreLoggingState();
+}
+
+void LoggingHandler::RaiseStatusChanged(std::int32_t status, std::u16string message) {
+    LoggingEventArgs args(status, std::move(message));
+    m_statusChanged.Raise(*this, args);
+}
+
+}  // namespace Kelvane

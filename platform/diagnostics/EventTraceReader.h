@@ -1,0 +1,53 @@
+#pragma once
+
+// Reads event-trace files, ours and, as far as they hold channel messages, foreign ones. Nothing in the bytes
+// is trusted. A file that is still being written reads as far as it has been written.
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/diagnostics/LoggingChannel.h"
+
+namespace platform::etl {
+
+/// What a file says of itself.
+struct TraceHeader {
+    std::uint32_t process = 0;
+    /// The clock reading and the FILETIME of the file's start; with `process` they tell files apart.
+    std::int64_t systemTime = 0;
+    std::int64_t startTime = 0;
+    /// FILETIME; 0 while the file is being written.
+    std::int64_t endTime = 0;
+    std::uint32_t eventsLost = 0;
+    std::u16string sessionName;
+};
+
+/// One message of a channel.
+struct TraceEvent {
+    /// FILETIME: 100 ns units since 1601-01-01 UTC.
+    std::int64_t fileTime = 0;
+    LoggingLevel level = LoggingLevel::Verbose;
+    std::uint32_t process = 0;
+    std::uint32_t thread = 0;
+    std::u16string channel;
+    std::u16string text;
+};
+
+struct TraceSummary {
+    TraceHeader header;
+    /// Events of other providers, which are not handed out.
+    std::size_t foreignEvents = 0;
+    /// What is wrong with the file, in words, at most a few; empty for a sound file.
+    std::vector<std::string> problems;
+};
+
+/// Calls `onEvent` with each message in the order of the file, past damage where a later buffer is sound.
+/// Throws a platform exception when the bytes do not begin like an event-trace file.
+TraceSummary ReadEventTrace(std::span<const std::byte> file,
+                            const std::function<void(TraceEvent&&)>& onEvent);
+
+}  // namespace platform::etl

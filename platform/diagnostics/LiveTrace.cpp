@@ -1,0 +1,31 @@
+#include "platform/diagnostics/LiveTrace.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "platform/core/Clock.h"
+#include "platform/core/Text.h"
+
+namespace platform {
+
+bool IsLiveTraceOn() {
+    static const bool on = [] {
+        const char* value = std::getenv("KELVANE_TRACE");
+        return value != nullptr && std::string_view(value) == "1";
+    }();
+    return on;
+}
+
+void WriteLiveTrace(std::u16string_view text, LoggingLevel level) {
+    const auto now = GetLocalTime();
+    char time[16];
+    std::snprintf(time, sizeof time, "%02u:%02u:%02u.%03u", now.Hour % 100U, now.Minute % 100U,
+                  now.Second % 100U, now.Milliseconds % 1000U);
+    // One write, so that lines of several threads do not mix.
+    const std::string line =
+        std::string(time) + ' ' + LoggingLevelName(level) + ' ' + ToValidUtf8(text) + '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace platform

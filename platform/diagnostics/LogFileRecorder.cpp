@@ -1,0 +1,246 @@
+#include "platform/diagnostics/LogFileRecorder.h"
+
+#include <chrono>
+#include <cstdio>
+#include <utility>
+
+#include "platform/core/Clock.h"
+#include "platform/core/DebugOutput.h"
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/storage/Places.h"
+#include "platform/tasks/ThreadPool.h"
+
+namespace platform {
+
+namespace {
+
+/// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
+constexpr std::chrono::seconds kPatience{1};
+
+}  // namespace
+
+std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
+                                                        std::u16string sessionName, Generated generated) {
+    const std::shared_ptr<LogFileRecorder> recorder(
+        new LogFileRecorder(std::move(folder), std::move(sessionName), std::move(generated)));
+    recorder->OpenLiveFile();
+    recorder->m_thread = std::thread([recorder] { recorder->Work(); });
+    return recorder;
+}
+
+LogFileRecorder::LogFileRecorder(std::filesystem::path folder, std::u16string sessionName,
+                                 Generated generated)
+    : m_sessionName(std::move(sessionName)),
+      m_generated(std::move(generated)),
+      m_files(std::move(folder), ToUtf8(m_sessionName)) {}
+
+void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Message& message) {
+    while (!m_closing) {
+        if (m_current != nullptr) {
+            if (m_current->Append(message, CurrentClock().Steady())) {
+                return;
+            }
+            m_full.push_back(std::exchange(m_current, nullptr));
+            m_work.notify_one();
+        }
+        if (m_free.empty() && !WaitForImage(lock)) {
+            ++m_lost;
+            return;
+        }
+        // Another caller may have been faster.
+        if (m_current == nullptr && !m_free.empty()) {
+            m_current = m_free.front();
+            m_free.pop_front();
+            auto& clock = CurrentClock();
+            m_current->Begin(message.thread, message.process, clock.FileTime(), clock.Steady());
+        }
+    }
+}
+
+bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {
+    if (m_outage || m_stalled) {
+        return false;
+    }
+    // The lock is let go meanwhile, and with it everything that keeps this object.
+    const auto self = shared_from_this();
+    const bool freed = m_freed.wait_for(
+        lock, kPatience, [this] { return !m_free.empty() || m_current != nullptr || m_outage || m_closing; });
+    m_stalled = !freed;
+    return freed && !m_outage;
+}
+
+std::optional<std::filesystem::path> LogFileRecorder::Finish() {
+    {
+        const std::lock_guard lock(TraceLock());
+        m_closing = true;
+        if (m_current != nullptr) {
+            m_full.push_back(std::exchange(m_current, nullptr));
+            m_lastIsFull = true;
+        }
+        m_work.notify_all();
+        m_freed.notify_all();
+    }
+    if (m_thread.get_id() == std::this_thread::get_id()) {
+        m_thread.detach();
+        return {};
+    }
+    {
+        const BlockingRegion blocking;
+        m_thread.join();
+    }
+    if (m_failure) {
+        std::rethrow_exception(m_failure);
+    }
+    return m_last;
+}
+
+void LogFileRecorder::Work() {
+    HandOutLeftovers();
+    std::unique_lock lock(TraceLock());
+    PrepareImages(lock);
+    while (true) {
+        if (!m_live && !m_closing) {
+            lock.unlock();
+            OpenLiveFile();
+            lock.lock();
+            PrepareImages(lock);
+        }
+        if (!m_full.empty() && StoreFullImage(lock)) {
+            continue;
+        }
+        if (m_closing) {
+            break;
+        }
+        if (m_outage) {
+            m_work.wait_for(lock, kPatience);
+        } else {
+            m_work.wait(lock, [this] { return m_closing || !m_full.empty(); });
+        }
+    }
+    // What could not be stored stays in the live file, for the next start.
+    if (m_live && m_full.empty()) {
+        m_live->Remove();
+    }
+}
+
+void LogFileRecorder::HandOutLeftovers() {
+    try {
+        for (const auto& path : m_files.CollectLeftovers()) {
+            Report(path);
+        }
+    } catch (...) {
+        OutputDebugStringW(u"The log files of an earlier run stay where they are: " +
+                           CurrentException().Message());
+    }
+}
+
+void LogFileRecorder::OpenLiveFile() {
+    try {
+        EnsureFolder(m_files.Folder());
+        auto live = std::make_unique<LiveFile>(m_files.Folder(), m_files.Stem());
+        etl::EventTraceImage first(live->Image(0));
+        Prepare(first);
+        const std::lock_guard lock(TraceLock());
+        m_live = std::move(live);
+        m_images.assign(1, first);
+        m_images.reserve(LiveFile::kImages);
+        m_free.push_back(&m_images.front());
+        EndOutage(m_lost);
+    } catch (...) {
+        const auto exception = CurrentException();
+        const std::lock_guard lock(TraceLock());
+        BeginOutage(exception);
+    }
+}
+
+void LogFileRecorder::PrepareImages(std::unique_lock<TraceMutex>& lock) {
+    while (m_live && m_images.size() < LiveFile::kImages) {
+        const auto index = m_images.size();
+        lock.unlock();
+        m_live->Populate(index - 1);
+        m_live->Populate(index);
+        etl::EventTraceImage image(m_live->Image(index));
+        Prepare(image);
+        lock.lock();
+        m_free.push_back(&m_images.emplace_back(image));
+        m_freed.notify_all();
+    }
+}
+
+bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
+    auto* const image = m_full.front();
+    const bool isLast = m_lastIsFull && m_full.size() == 1;
+    const auto lost = m_lost;
+    std::filesystem::path path;
+    lock.unlock();
+    try {
+        image->Complete(CurrentClock().FileTime(), static_cast<std::uint32_t>(lost));
+        EnsureFolder(m_files.Folder());
+        path = m_files.Store(image->Bytes());
+        Prepare(*image);
+    } catch (...) {
+        const auto exception = CurrentException();
+        lock.lock();
+        m_failure = std::current_exception();
+        BeginOutage(exception);
+        return false;
+    }
+    lock.lock();
+    m_lost -= lost;
+    m_full.pop_front();
+    m_free.push_back(image);
+    m_stalled = false;
+    m_failure = nullptr;
+    EndOutage(lost);
+    if (m_live->IsGone() && !m_closing) {
+        RestoreLiveFile();
+    }
+    m_freed.notify_all();
+    if (isLast) {
+        m_last = path;
+        return true;
+    }
+    lock.unlock();
+    Report(path);
+    lock.lock();
+    return true;
+}
+
+void LogFileRecorder::RestoreLiveFile() {
+    try {
+        m_live->Restore();
+    } catch (...) {
+        BeginOutage(CurrentException());
+    }
+}
+
+void LogFileRecorder::Report(const std::filesystem::path& path) {
+    try {
+        m_generated(path);
+    } catch (...) {
+        OutputDebugStringW(u"A handler of LogFileGenerated failed: " + CurrentException().Message());
+    }
+}
+
+void LogFileRecorder::BeginOutage(const Exception& why) {
+    if (!std::exchange(m_outage, true)) {
+        std::fprintf(stderr,
+                     "kelvane: log files cannot be stored (%s); messages may be lost until they can\n",
+                     why.what());
+    }
+    m_freed.notify_all();
+}
+
+void LogFileRecorder::EndOutage(std::uint64_t lost) {
+    if (std::exchange(m_outage, false)) {
+        std::fprintf(stderr, "kelvane: log files are stored again; %llu messages were lost\n",
+                     static_cast<unsigned long long>(lost));
+    }
+}
+
+void LogFileRecorder::Prepare(etl::EventTraceImage& image) const {
+    image.Prepare(m_sessionName, m_sessionName + u".etl", CurrentClock().TimeZoneBias());
+}
+
+}  // namespace platform

@@ -1,0 +1,38 @@
+#include "platform/storage/ApplicationData.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "platform/core/Exception.h"
+#include "platform/storage/Places.h"
+#include "platform/storage/SettingsFile.h"
+
+namespace platform {
+
+ApplicationDataContainer::ApplicationDataContainer(const std::filesystem::path& file)
+    : m_file(file), m_values(LoadSettings(file), [this](const PropertyMap& values) { Save(values); }) {}
+
+void ApplicationDataContainer::Save(const PropertyMap& values) {
+    try {
+        SaveSettings(m_file, values);
+        m_failed = false;
+    } catch (const Exception& exception) {
+        if (!std::exchange(m_failed, true)) {
+            std::fprintf(stderr,
+                         "kelvane: the settings cannot be saved (%s); changes hold until the program ends\n",
+                         exception.what());
+        }
+    }
+}
+
+ApplicationData& ApplicationData::Current() {
+    // Never destroyed: tasks that are still running at the end of the process may use it.
+    static auto* const data = new ApplicationData;
+    return *data;
+}
+
+ApplicationData::ApplicationData()
+    : m_localFolder(std::make_shared<StorageFolder>(LocalStateFolder())),
+      m_localSettings(SettingsFolder() / "settings.xml") {}
+
+}  // namespace platform

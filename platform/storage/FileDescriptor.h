@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+#include <utility>
+
+namespace platform {
+
+/// Owns a file descriptor.
+class FileDescriptor {
+  public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~FileDescriptor() { Reset(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        Reset(std::exchange(other.m_descriptor, -1));
+        return *this;
+    }
+
+    int Get() const { return m_descriptor; }
+    explicit operator bool() const { return m_descriptor >= 0; }
+
+    /// Closes what is owned and takes `descriptor`. A close never fails loudly: what must be on the disk is
+    /// synced before.
+    void Reset(int descriptor = -1) noexcept;
+
+  private:
+    int m_descriptor = -1;
+};
+
+/// open(2) with O_CLOEXEC and mode 0600; a failure is a platform exception.
+FileDescriptor OpenFile(const std::filesystem::path& path, int flags);
+
+/// Writes all of `bytes` at `offset`; a failure is a platform exception that names `path`.
+void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std::span<const std::byte> bytes,
+             std::size_t offset);
+
+}  // namespace platform

@@ -1,0 +1,200 @@
+#include "platform/storage/SettingsFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <pugixml.hpp>
+#include <sstream>
+#include <string>
+
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/storage/FileDescriptor.h"
+#include "platform/storage/Places.h"
+
+namespace platform {
+
+namespace {
+
+/// Named after the alternatives of PropertyValue, in their order.
+constexpr std::array kTypeNames = {"Empty", "Boolean", "Int32", "Int64", "Double", "String"};
+static_assert(kTypeNames.size() == std::variant_size_v<PropertyValue>);
+
+bool NeedsEscape(std::u16string_view text, std::size_t at) {
+    const char16_t unit = text[at];
+    const auto high = [](char16_t c) { return (c & 0xFC00) == 0xD800; };
+    const auto low = [](char16_t c) { return (c & 0xFC00) == 0xDC00; };
+    if (high(unit)) {
+        return at + 1 == text.size() || !low(text[at + 1]);
+    }
+    if (low(unit)) {
+        return at == 0 || !high(text[at - 1]);
+    }
+    return unit < 0x20 || unit == u'\\' || (unit >= 0x7F && unit < 0xA0) || unit >= 0xFFFE;
+}
+
+std::string Escape(std::u16string_view text) {
+    std::u16string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (NeedsEscape(text, i)) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04X", unsigned{text[i]});
+            out += FromUtf8(escaped);
+        } else {
+            out += text[i];
+        }
+    }
+    return ToUtf8(out);
+}
+
+[[noreturn]] void Damaged(const char* why) {
+    throw Exception(result::kFail, FromUtf8(why));
+}
+
+template <typename Number>
+Number ParseNumber(std::string_view text, Number value, auto... base) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base...);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        Damaged("a value is no number of its type");
+    }
+    return value;
+}
+
+std::u16string Unescape(const char* utf8) {
+    const std::u16string text = FromUtf8(utf8);
+    std::u16string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != u'\\') {
+            out += text[i];
+            continue;
+        }
+        const std::string digits = ToUtf8(std::u16string_view(text).substr(i + 1, 5));
+        if (digits.size() != 5 || digits[0] != 'u') {
+            Damaged("a text holds a broken escape");
+        }
+        out += static_cast<char16_t>(ParseNumber<std::uint16_t>(std::string_view(digits).substr(1), 0, 16));
+        i += 5;
+    }
+    return out;
+}
+
+template <typename Number>
+std::string Decimal(Number value) {
+    char digits[40];
+    return {digits, std::to_chars(digits, digits + sizeof digits, value).ptr};
+}
+
+std::string ValueText(const PropertyValue& value) {
+    struct Writer {
+        std::string operator()(std::monostate) const { return {}; }
+        std::string operator()(bool boolean) const { return boolean ? "true" : "false"; }
+        std::string operator()(std::int32_t number) const { return Decimal(number); }
+        std::string operator()(std::int64_t number) const { return Decimal(number); }
+        std::string operator()(double number) const { return Decimal(number); }
+        std::string operator()(const std::u16string& text) const { return Escape(text); }
+    };
+    return std::visit(Writer{}, value);
+}
+
+PropertyValue ParseValue(std::string_view type, const char* text) {
+    const auto found = std::find(kTypeNames.begin(), kTypeNames.end(), type);
+    switch (found - kTypeNames.begin()) {
+        case 0:
+            return {};
+        case 1:
+            if (std::string_view(text) != "true" && std::string_view(text) != "false") {
+                Damaged("a Boolean is neither true nor false");
+            }
+            return std::string_view(text) == "true";
+        case 2:
+            return ParseNumber<std::int32_t>(text, 0);
+        case 3:
+            return ParseNumber<std::int64_t>(text, 0);
+        case 4:
+            return ParseNumber<double>(text, 0);
+        case 5:
+            return Unescape(text);
+        default:
+            Damaged("a value has an unknown type");
+    }
+}
+
+PropertyMap ParseSettings(const pugi::xml_document& document) {
+    const auto root = document.child("settings");
+    if (!root) {
+        Damaged("it has no settings element");
+    }
+    PropertyMap values;
+    for (const auto& entry : root.children("setting")) {
+        values.insert_or_assign(Unescape(entry.attribute("key").value()),
+                                ParseValue(entry.attribute("type").value(), entry.child_value()));
+    }
+    return values;
+}
+
+}  // namespace
+
+PropertyMap LoadSettings(const std::filesystem::path& file) {
+    std::string why;
+    pugi::xml_document document;
+    // Blanks at the ends of a text belong to it.
+    const auto outcome = document.load_file(file.c_str(), pugi::parse_default | pugi::parse_ws_pcdata_single);
+    if (outcome.status == pugi::status_file_not_found && !std::filesystem::exists(file)) {
+        return {};
+    }
+    if (outcome) {
+        try {
+            return ParseSettings(document);
+        } catch (const Exception& exception) {
+            why = exception.what();
+        }
+    } else {
+        why = outcome.description();
+    }
+    auto aside = file;
+    aside += ".damaged";
+    const bool renamed = std::rename(file.c_str(), aside.c_str()) == 0;
+    std::fprintf(stderr, "kelvane: the settings in %s cannot be read (%s); %s %s, the defaults apply\n",
+                 file.c_str(), why.c_str(),
+                 renamed ? "they were set aside as" : "they could not be set aside as", aside.c_str());
+    return {};
+}
+
+void SaveSettings(const std::filesystem::path& file, const PropertyMap& values) {
+    pugi::xml_document document;
+    auto root = document.append_child("settings");
+    for (const auto& [key, value] : values) {
+        auto entry = root.append_child("setting");
+        entry.append_attribute("key").set_value(Escape(key).c_str());
+        entry.append_attribute("type").set_value(kTypeNames[value.index()]);
+        entry.text().set(ValueText(value).c_str());
+    }
+    std::ostringstream stream;
+    document.save(stream, "  ");
+    const std::string text = stream.str();
+
+    EnsureFolder(file.parent_path());
+    // A name of its own, so that two processes never write into one file.
+    auto fresh = file;
+    fresh += ".new-" + std::to_string(getpid());
+    const auto opened = OpenFile(fresh, O_WRONLY | O_CREAT | O_TRUNC);
+    try {
+        WriteAt(opened, fresh, std::as_bytes(std::span(text)), 0);
+        if (fsync(opened.Get()) != 0) {
+            throw ExceptionFromErrno("sync " + fresh.string(), errno);
+        }
+        if (std::rename(fresh.c_str(), file.c_str()) != 0) {
+            throw ExceptionFromErrno("rename " + fresh.string(), errno);
+        }
+    } catch (const Exception&) {
+        unlink(fresh.c_str());
+        throw;
+    }
+}
+
+}  // namespace platform

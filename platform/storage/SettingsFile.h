@@ -1,0 +1,20 @@
+#pragma once
+
+// The local settings on disk: one XML file. A text may hold characters that XML cannot (control characters,
+// lone surrogates): they, and the backslash, stand as \uXXXX.
+
+#include <filesystem>
+
+#include "platform/storage/PropertySet.h"
+
+namespace platform {
+
+/// Reads the settings; a missing file is an empty map. A file that cannot be read as settings is renamed to
+/// its name + ".damaged", which is said on the standard error stream, and the map is empty too.
+PropertyMap LoadSettings(const std::filesystem::path& file);
+
+/// Replaces the settings: written to a new file, synced, renamed over the old one. A failure is a platform
+/// exception and leaves the old file.
+void SaveSettings(const std::filesystem::path& file, const PropertyMap& values);
+
+}  // namespace platform

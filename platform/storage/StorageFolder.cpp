@@ -1,0 +1,57 @@
+#include "platform/storage/StorageFolder.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/storage/Places.h"
+
+namespace platform {
+
+std::u16string StorageFolder::Path() const {
+    return FromUtf8(m_path.string());
+}
+
+task<std::shared_ptr<StorageFolder>> StorageFolder::CreateFolderAsync(std::u16string desiredName,
+                                                                      CreationCollisionOption option) {
+    return create_task([parent = m_path, name = std::move(desiredName), option] {
+        if (option != CreationCollisionOption::FailIfExists &&
+            option != CreationCollisionOption::OpenIfExists) {
+            throw Exception(result::kInvalidArgument, u"This collision option is not supported for folders.");
+        }
+        const auto folder = parent / ToUtf8(name);
+        EnsureFolder(parent);
+        if (mkdir(folder.c_str(), 0700) != 0) {
+            const int error = errno;
+            const bool opened = error == EEXIST && option == CreationCollisionOption::OpenIfExists &&
+                                std::filesystem::is_directory(folder);
+            if (!opened) {
+                throw ExceptionFromErrno("create folder " + folder.string(), error);
+            }
+        }
+        return std::make_shared<StorageFolder>(folder);
+    });
+}
+
+task<std::vector<std::shared_ptr<StorageFile>>> StorageFolder::GetFilesAsync() {
+    return create_task([path = m_path] {
+        std::vector<std::shared_ptr<StorageFile>> files;
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry(path, error), end; !error && entry != end;
+             entry.increment(error)) {
+            std::error_code gone;
+            if (entry->is_regular_file(gone)) {
+                files.push_back(std::make_shared<StorageFile>(entry->path()));
+            }
+        }
+        if (error) {
+            throw ExceptionFromErrno("list " + path.string(), error.value());
+        }
+        return files;
+    });
+}
+
+}  // namespace platform

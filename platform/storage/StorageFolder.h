@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/storage/StorageFile.h"
+#include "platform/tasks/task.h"
+
+namespace platform {
+
+/// What CreateFolderAsync does when the name is taken.
+enum class CreationCollisionOption {
+    GenerateUniqueName = 0,
+    ReplaceExisting = 1,
+    FailIfExists = 2,
+    OpenIfExists = 3
+};
+
+/// One folder. Any thread; failures are platform exceptions of the tasks.
+class StorageFolder {
+  public:
+    /// The folder is not looked at.
+    explicit StorageFolder(std::filesystem::path path) : m_path(std::move(path)) {}
+
+    std::u16string Path() const;
+
+    /// Creates the folder `desiredName` in this one, and this one if it is missing. FailIfExists and
+    /// OpenIfExists are supported; the other options are refused.
+    task<std::shared_ptr<StorageFolder>> CreateFolderAsync(std::u16string desiredName,
+                                                           CreationCollisionOption option);
+
+    /// The files in this folder, folders left out, in no particular order.
+    task<std::vector<std::shared_ptr<StorageFile>>> GetFilesAsync();
+
+  private:
+    const std::filesystem::path m_path;
+};
+
+}  // namespace platform

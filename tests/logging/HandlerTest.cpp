@@ -1,0 +1,181 @@
+#include "logging/LoggingHandler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "logging/LogRetention.h"
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/storage/ApplicationData.h"
+#include "platform/storage/Places.h"
+#include "tests/logging/LogFolder.h"
+
+namespace {
+
+using platform::PropertyValue;
+
+class TestApplication final : public platform::Application {
+    void OnLaunched(const platform::LaunchActivatedEventArgs&) override {}
+    void OnActivated(const platform::ActivatedEventArgs&) override {}
+};
+
+class Handler : public testing::Test {
+  protected:
+    void Start() {
+        m_handler = Kelvane::LoggingHandler::Create(*m_application);
+        m_handler->StatusChanged().Add(
+            [this](Kelvane::LoggingHandler& sender, Kelvane::LoggingEventArgs& args) {
+                EXPECT_EQ(&sender, m_handler.get());
+                m_reports.With([&](auto& reports) { reports.emplace_back(args.Status(), args.Message()); });
+            });
+    }
+
+    /// Returns when the handler's deferral is completed.
+    void Suspend() {
+        const platform::task_completion_event<void> done;
+        {
+            platform::SuspendingEventArgs args(
+                std::make_shared<platform::SuspendingOperation>([done] { done.set(); }));
+            m_application->Suspending().Raise(*m_application, args);
+        }
+        create_task(done).wait();
+    }
+
+    void Resume() { m_application->Resuming().Raise(*m_application); }
+
+    PropertyValue Setting(std::u16string_view key) {
+        return platform::ApplicationData::Current().LocalSettings().Values().Lookup(key).value_or(u"absent");
+    }
+    void Set(std::u16string_view key, PropertyValue value) {
+        platform::ApplicationData::Current().LocalSettings().Values().Insert(key, std::move(value));
+    }
+
+    std::vector<std::pair<int, std::u16string>> Reports() {
+        return m_reports.With([](const auto& reports) { return reports; });
+    }
+
+    /// Enough for `files` whole files and the beginning of another.
+    void Fill(int files) {
+        for (int i = 0; i < files * 3 + 1; ++i) {
+            m_handler->LogError(std::u16string(30000, u'f'));
+        }
+    }
+
+    static constexpr std::u16string_view kEnabled = u"Kelvane_LoggingEnabled";
+    static constexpr std::u16string_view kSaved = u"Kelvane_LogFileGeneratedBeforeSuspend";
+
+    tests::StateFolderScope m_state;
+    tests::HandClock m_clock;
+    platform::ClockScope m_scope{m_clock};
+    std::shared_ptr<TestApplication> m_application = std::make_shared<TestApplication>();
+    std::shared_ptr<Kelvane::LoggingHandler> m_handler;
+    platform::Guarded<std::vector<std::pair<int, std::u16string>>> m_reports;
+};
+
+TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
+    Start();
+    EXPECT_EQ(Setting(kEnabled), PropertyValue(true));
+    EXPECT_EQ(Setting(kSaved), PropertyValue(u"absent"));
+    m_handler->LogVerbose(u"v");
+    m_handler->LogInformation(u"i");
+    m_handler->LogWarning(u"w");
+    m_handler->LogError(u"e");
+    m_handler->LogCritical(u"c");
+    Suspend();
+    const auto path = m_state.Stored() / "Log-260305-090407045.etl";
+    const auto events = tests::ReadSound(path);
+    EXPECT_EQ(tests::Texts(events), (std::vector<std::u16string>{u"v", u"i", u"w", u"e", u"c"}));
+    EXPECT_EQ(events.back().channel, u"Kelvane_Channel");
+    EXPECT_EQ(Setting(kEnabled), PropertyValue(true));
+    EXPECT_EQ(Setting(kSaved), PropertyValue(platform::FromUtf8(path.string())));
+    EXPECT_TRUE(Reports().empty());
+
+    m_handler->LogVerbose(u"to nobody");
+    Resume();
+    EXPECT_EQ(Setting(kSaved), PropertyValue());
+    Suspend();
+    EXPECT_EQ(Setting(kSaved), PropertyValue()) << "nothing was recorded";
+    Resume();
+    EXPECT_EQ(Reports(),
+              (std::vector<std::pair<int, std::u16string>>{{3, platform::FromUtf8(path.string())}}));
+    EXPECT_EQ(tests::Names(m_state.Stored()).size(), 1U);
+}
+
+TEST_F(Handler, LeavesFilesAloneWhileLoggingIsOff) {
+    Set(kEnabled, false);
+    Set(kSaved, u"");
+    Start();
+    m_handler->LogError(u"to nobody");
+    EXPECT_EQ(Setting(kSaved), PropertyValue(u""));
+    Suspend();
+    EXPECT_EQ(Setting(kEnabled), PropertyValue(false));
+    EXPECT_EQ(Setting(kSaved), PropertyValue());
+    EXPECT_FALSE(std::filesystem::exists(m_state.Logs()));
+}
+
+TEST_F(Handler, RefusesASettingThatIsNoBoolean) {
+    Set(kEnabled, u"true");
+    EXPECT_THROW(Start(), platform::Exception);
+    Set(kEnabled, {});
+    EXPECT_THROW(Start(), platform::Exception);
+}
+
+TEST_F(Handler, StoresEachFileOfTheSessionAlsoWithinOneMillisecond) {
+    Start();
+    Fill(3);
+    Suspend();
+    // The last file is stored; the others are on their way.
+    platform::ThreadPool::Default().Stop();
+    EXPECT_TRUE(tests::Names(m_state.Logs()).empty());
+    const auto names = tests::Names(m_state.Stored());
+    ASSERT_EQ(names.size(), 4U);
+    EXPECT_TRUE(std::ranges::any_of(
+        names, [](const auto& name) { return name == "Log-Kelvane260305-090407045.etl"; }));
+    EXPECT_EQ(tests::ReadFolder(m_state.Stored()).size(), 10U);
+    for (const auto& [status, message] : Reports()) {
+        EXPECT_EQ(status, 1);
+        EXPECT_TRUE(message.starts_with(platform::FromUtf8((m_state.Stored() / "Log-Kelvane").string())));
+    }
+}
+
+TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgain) {
+    platform::EnsureFolder(m_state.Stored().parent_path());
+    std::ofstream(m_state.Stored()) << "a file where the folder should be";
+    Start();
+    m_handler->LogError(u"kept");
+    Suspend();
+    EXPECT_EQ(Setting(kSaved), PropertyValue());
+    EXPECT_EQ(tests::Names(m_state.Logs()).size(), 1U);
+
+    std::filesystem::remove(m_state.Stored());
+    Resume();
+    m_handler->LogError(u"again");
+    m_clock.local.Second = 8;
+    Suspend();
+    platform::ThreadPool::Default().Stop();
+    EXPECT_TRUE(tests::Names(m_state.Logs()).empty());
+    auto texts = tests::Texts(tests::ReadFolder(m_state.Stored()));
+    std::ranges::sort(texts);
+    EXPECT_EQ(texts, (std::vector<std::u16string>{u"again", u"kept"}));
+}
+
+TEST_F(Handler, KeepsTheNewestFilesAndWhatIsNotReported) {
+    platform::EnsureFolder(m_state.Stored());
+    const auto now = std::filesystem::file_time_type::clock::now();
+    int age = 0;
+    for (const char* name : {"Log-260305-1.etl", "Log-Kelvane260304-2.etl", "Log-260303-3.etl",
+                             "Log-260302-4.etl", "mine.etl"}) {
+        std::ofstream(m_state.Stored() / name) << std::string(100, 'x');
+        std::filesystem::last_write_time(m_state.Stored() / name, now - std::chrono::hours(++age));
+    }
+    platform::StorageFolder folder(m_state.Stored());
+    Kelvane::DeleteOldLogFiles(folder, 250,
+                               {platform::FromUtf8((m_state.Stored() / "Log-260302-4.etl").string())});
+    EXPECT_EQ(tests::Names(m_state.Stored()),
+              (std::vector<std::string>{"Log-260302-4.etl", "Log-260305-1.etl", "Log-Kelvane260304-2.etl",
+                                        "mine.etl"}));
+}
+
+}  // namespace

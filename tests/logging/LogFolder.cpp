@@ -1,0 +1,81 @@
+#include "tests/logging/LogFolder.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "tests/logging/EtlRules.h"
+
+namespace tests {
+
+StateFolderScope::StateFolderScope() {
+    std::string pattern = std::filesystem::temp_directory_path() / "kelvane-log-XXXXXX";
+    m_path = mkdtemp(pattern.data());
+    setenv("XDG_STATE_HOME", m_path.c_str(), 1);
+}
+
+StateFolderScope::~StateFolderScope() {
+    std::filesystem::remove_all(m_path);
+}
+
+bool HandClock::SleepFor(std::chrono::milliseconds duration) {
+    local.Milliseconds = static_cast<std::uint16_t>(local.Milliseconds + duration.count());
+    return true;
+}
+
+std::vector<std::byte> ReadBytes(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
+
+std::vector<std::string> Names(const std::filesystem::path& folder, const std::string& extension) {
+    std::vector<std::string> names;
+    if (std::filesystem::exists(folder)) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().extension() == extension) {
+                names.push_back(entry.path().filename());
+            }
+        }
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<platform::etl::TraceEvent> ReadSound(const std::filesystem::path& path) {
+    const auto bytes = ReadBytes(path);
+    std::vector<platform::etl::TraceEvent> events;
+    const auto summary = platform::etl::ReadEventTrace(
+        bytes, [&](platform::etl::TraceEvent&& event) { events.push_back(event); });
+    EXPECT_EQ(summary.problems, std::vector<std::string>()) << path;
+    EXPECT_EQ(BrokenRules(bytes), std::vector<std::string>()) << path;
+    return events;
+}
+
+std::vector<platform::etl::TraceEvent> ReadFolder(const std::filesystem::path& folder) {
+    std::vector<std::vector<platform::etl::TraceEvent>> files;
+    for (const auto& name : Names(folder)) {
+        files.push_back(ReadSound(folder / name));
+    }
+    std::ranges::sort(files, {},
+                      [](const auto& events) { return events.empty() ? 0 : events.front().fileTime; });
+    std::vector<platform::etl::TraceEvent> all;
+    for (auto& file : files) {
+        std::ranges::move(file, std::back_inserter(all));
+    }
+    return all;
+}
+
+std::vector<std::u16string> Texts(const std::vector<platform::etl::TraceEvent>& events) {
+    std::vector<std::u16string> texts;
+    for (const auto& event : events) {
+        texts.push_back(event.text);
+    }
+    return texts;
+}
+
+}  // namespace tests

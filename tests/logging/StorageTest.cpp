@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "platform/core/Text.h"
+#include "platform/storage/ApplicationData.h"
+#include "platform/storage/Places.h"
+#include "platform/storage/SettingsFile.h"
+#include "tests/logging/LogFolder.h"
+
+namespace {
+
+using namespace std::string_literals;
+using platform::ApplicationDataContainer;
+using platform::NameCollisionOption;
+using platform::PropertyMap;
+using platform::PropertyValue;
+
+class Storage : public testing::Test {
+  protected:
+    std::shared_ptr<platform::StorageFile> Make(const std::string& name, const std::string& content) {
+        platform::EnsureFolder(platform::LocalStateFolder());
+        std::ofstream(platform::LocalStateFolder() / name) << content;
+        return std::make_shared<platform::StorageFile>(platform::LocalStateFolder() / name);
+    }
+
+    tests::StateFolderScope m_state;
+};
+
+mode_t ModeOf(const std::filesystem::path& path) {
+    struct stat status {};
+    stat(path.c_str(), &status);
+    return status.st_mode & 0777;
+}
+
+TEST_F(Storage, SettingsOfEveryTypeAndEveryTextSurviveARestart) {
+    const PropertyMap values = {
+        {u"empty", {}},
+        {u"yes", true},
+        {u"int32", std::int32_t{-2147483647 - 1}},
+        {u"int64", std::int64_t{9007199254740993}},
+        {u"double", 0.1},
+        {u"blank", u" \t\r\n "},
+        {u"none", u""},
+        {u"key <&\"\\\x01", u"a\0b\x1F\xD800x\xDC00\uFFFE \U0001F600\\u0041 <&>]]>\x7F\x85"s}};
+    const auto file = platform::SettingsFolder() / "settings.xml";
+    platform::SaveSettings(file, values);
+    EXPECT_EQ(platform::LoadSettings(file), values);
+    EXPECT_EQ(ModeOf(file), 0600U);
+    EXPECT_EQ(ModeOf(file.parent_path()), 0700U);
+    EXPECT_EQ(tests::Names(file.parent_path(), ".xml").size(), 1U);
+}
+
+TEST_F(Storage, DamagedSettingsAreSetAsideAndSaidOnce) {
+    const auto file = platform::SettingsFolder() / "settings.xml";
+    for (const std::string content :
+         {"", "<settings", "no xml at all", "<other/>",
+          "<settings><setting key='a' type='Int32'>x</setting></settings>",
+          "<settings><setting key='a' type='Colour'>x</setting></settings>",
+          "<settings><setting key='a' type='String'>\\u12</setting></settings>"}) {
+        platform::EnsureFolder(file.parent_path());
+        std::ofstream(file) << content;
+        testing::internal::CaptureStderr();
+        EXPECT_TRUE(platform::LoadSettings(file).empty()) << content;
+        const auto said = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_FALSE(std::filesystem::exists(file));
+        EXPECT_TRUE(std::filesystem::exists(file.string() + ".damaged"));
+    }
+}
+
+TEST_F(Storage, SettingsThatCannotBeSavedHoldUntilTheEndAndAreSavedLater) {
+    const auto folder = platform::SettingsFolder();
+    platform::EnsureFolder(folder.parent_path());
+    std::ofstream(folder) << "a file where the folder should be";
+    ApplicationDataContainer container(folder / "settings.xml");
+    testing::internal::CaptureStderr();
+    container.Values().Insert(u"a", true);
+    container.Values().Insert(u"b", true);
+    const auto said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_EQ(container.Values().Lookup(u"a"), PropertyValue(true));
+
+    std::filesystem::remove(folder);
+    container.Values().Remove(u"b");
+    EXPECT_EQ(platform::LoadSettings(folder / "settings.xml"), (PropertyMap{{u"a", true}}));
+}
+
+TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
+    const auto folder = platform::ApplicationData::Current()
+                            .LocalFolder()
+                            ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::OpenIfExists)
+                            .get();
+    EXPECT_EQ(folder->Path(), platform::FromUtf8((platform::LocalStateFolder() / "Target").string()));
+    const auto first = Make("1", "one");
+    first->MoveAsync(folder, u"file.etl", NameCollisionOption::FailIfExists).get();
+    EXPECT_EQ(first->Path(), folder->Path() + u"/file.etl");
+
+    const auto second = Make("2", "two");
+    try {
+        second->MoveAsync(folder, u"file.etl", NameCollisionOption::FailIfExists).get();
+        FAIL() << "replaced a file";
+    } catch (const platform::Exception& exception) {
+        EXPECT_EQ(exception.Code(), platform::result::kAlreadyExists);
+    }
+    EXPECT_EQ(second->Name(), u"2");
+    second->MoveAsync(folder, u"file.etl", NameCollisionOption::GenerateUniqueName).get();
+    EXPECT_EQ(second->Name(), u"file (2).etl");
+    second->MoveAsync(folder, u"file.etl", NameCollisionOption::ReplaceExisting).get();
+    EXPECT_EQ(tests::ReadBytes(platform::LocalStateFolder() / "Target" / "file.etl").size(), 3U);
+    EXPECT_EQ(folder->GetFilesAsync().get().size(), 1U);
+
+    EXPECT_THROW(platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/none").get(),
+                 platform::Exception);
+    const auto found = platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/file.etl").get();
+    EXPECT_EQ(found->GetBasicPropertiesAsync().get().Size, 3U);
+    found->DeleteAsync().get();
+    EXPECT_TRUE(folder->GetFilesAsync().get().empty());
+    EXPECT_THROW(platform::ApplicationData::Current()
+                     .LocalFolder()
+                     ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::FailIfExists)
+                     .get(),
+                 platform::Exception);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include "logging/Trace.h"
+
+#include <gtest/gtest.h>
+
+#include "backends/headless/HeadlessWorld.h"
+#include "platform/xaml/Application.h"
+#include "tests/logging/LogFolder.h"
+
+namespace {
+
+using Kelvane::Traced;
+using Kelvane::TracedUncaught;
+
+/// An application whose launch is the test.
+class TracingApplication final : public platform::Application {
+  public:
+    explicit TracingApplication(std::function<void()> body) : m_body(std::move(body)) {}
+
+  private:
+    void OnLaunched(const platform::LaunchActivatedEventArgs&) override {
+        m_body();
+        Exit();
+    }
+    void OnActivated(const platform::ActivatedEventArgs&) override {}
+
+    std::function<void()> m_body;
+};
+
+/// What the body logs, as "level text".
+std::vector<std::u16string> TraceOf(const std::function<void()>& body) {
+    const tests::StateFolderScope state;
+    headless::HeadlessWorld world({});
+    EXPECT_EQ(platform::Application::Start(world, [&] { return std::make_shared<TracingApplication>(body); }),
+              0);
+    std::vector<std::u16string> lines;
+    for (const auto& event : tests::ReadFolder(state.Stored())) {
+        const std::string level = platform::LoggingLevelName(event.level);
+        lines.push_back(std::u16string(level.begin(), level.end()) + u" " + event.text);
+    }
+    return lines;
+}
+
+TEST(Trace, FramesEachMethodByItsRule) {
+    const auto fail = [] { throw platform::Exception(platform::result::kFail, u"boom"); };
+    const auto lines = TraceOf([&] {
+        const std::u16string text = u"text";
+        Traced(u"K::A", [&](const Kelvane::Trace& trace) {
+            trace.Information(u" n=", 7, u" ", true, u" ", std::uint64_t{18446744073709551615U}, u" ", -3,
+                              text);
+            trace.Critical();
+        });
+        Traced(u"K::B", fail);
+        EXPECT_EQ(Traced(u"K::C", 5, [] { return 6; }), 6);
+        EXPECT_EQ(Traced(u"K::D", 5, [&]() -> int { fail(), throw 0; }), 5);
+        EXPECT_EQ(TracedUncaught(u"K::E", [](const Kelvane::Trace&) { return std::u16string(u"x"); }), u"x");
+        EXPECT_THROW(TracedUncaught(u"K::F", fail), platform::Exception);
+    });
+    EXPECT_EQ(
+        lines,
+        (std::vector<std::u16string>{
+            u"Verbose K::AEntry", u"Information K::A n=7 true 18446744073709551615 -3text", u"Critical K::A",
+            u"Verbose K::AExit", u"Verbose K::BEntry", u"Error K::BException = boom", u"Verbose K::BExit",
+            u"Verbose K::CEntry", u"Verbose K::CExit", u"Verbose K::DEntry", u"Error K::DException = boom",
+            u"Verbose K::DExit", u"Verbose K::EEntry", u"Verbose K::EExit", u"Verbose K::FEntry"}));
+}
+
+TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {
+    // Without an application there is nothing to log through.
+    EXPECT_EQ(Traced(u"K::A", 1, [] { return 2; }), 2);
+    EXPECT_THROW(TracedUncaught(u"K::B", [](const Kelvane::Trace& trace) { trace.Error(u"x"); }),
+                 platform::Exception);
+    EXPECT_EQ(Traced(u"K::C", 1,
+                     [](const Kelvane::Trace& trace) {
+                         trace.Error(u"x");
+                         return 2;
+                     }),
+              1);
+}
+
+TEST(Trace, ShowsMessagesLiveWhenAsked) {
+    setenv("KELVANE_TRACE", "1", 1);
+    tests::HandClock clock;
+    const platform::ClockScope scope(clock);
+    testing::internal::CaptureStderr();
+    platform::LoggingChannel(u"c").LogMessage(u"caf\u00E9 \xD800", platform::LoggingLevel::Warning);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "09:04:07.045 Warning caf\xC3\xA9 \xEF\xBF\xBD\n");
+}
+
+}  // namespace
