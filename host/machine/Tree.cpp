@@ -96,24 +96,28 @@ std::optional<std::string> Tree::Read(const std::string& path) {
         file = Open(path, O_RDONLY | O_NONBLOCK);
     }
     if (!file) {
-        if (!MeansAbsent(errno)) {
-            Note(path + ": " + std::strerror(errno));
-        }
-        return std::nullopt;
+        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
     }
     if (!IsRegular(file.Get())) {
-        Note(path + ": not a regular file");
-        return std::nullopt;
+        return Missing(path, "not a regular file");
     }
     std::optional<std::string> content = ReadAll(file.Get());
     if (!content) {
-        if (!MeansAbsent(errno)) {
-            Note(path + ": " + std::strerror(errno));
-        }
-    } else if (m_witness.File) {
+        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
+    }
+    if (m_witness.File) {
         m_witness.File(path, *content);
     }
     return content;
+}
+
+/// `reason` is null for a file that is absent, the only case that is nobody's fault.
+std::nullopt_t Tree::Missing(const std::string& path, const char* reason) {
+    m_reason = reason == nullptr ? "absent" : reason;
+    if (reason != nullptr) {
+        Note(path + ": " + m_reason);
+    }
+    return std::nullopt;
 }
 
 std::vector<std::string> Tree::List(const std::string& path) {

@@ -34,6 +34,9 @@ class Tree {
     /// Every reason but absence becomes a note.
     std::optional<std::string> Read(const std::string& path);
 
+    /// Why the last Read gave nothing: "absent", or what the system said.
+    const std::string& Reason() const { return m_reason; }
+
     /// The names in a directory, sorted ("port2" before "port10"); none if it is absent.
     std::vector<std::string> List(const std::string& path);
 
@@ -45,11 +48,13 @@ class Tree {
     const std::vector<std::string>& Notes() const { return m_notes; }
 
   private:
+    std::nullopt_t Missing(const std::string& path, const char* reason);
     Descriptor Open(const std::string& path, int flags);
 
     Descriptor m_root;
     Witness m_witness;
     std::string m_credentials;  // folder of files that the service manager read for us; empty without
+    std::string m_reason;
     std::vector<std::string> m_notes;
 };
 

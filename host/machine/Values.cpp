@@ -131,12 +131,10 @@ std::optional<std::u16string> FirstValue(Tree& tree, std::string_view what,
         }
         reasons += reasons.empty() ? "" : "; ";
         reasons += path;
-        reasons += content ? " holds a placeholder: \"" + platform::ToValidUtf8(Clean(*content)) + "\""
-                           : " cannot be read or is absent";
+        reasons +=
+            content ? " holds only \"" + platform::ToValidUtf8(Clean(*content)) + "\"" : ": " + tree.Reason();
     }
-    if (!what.empty()) {
-        tree.Note(std::string(what) + ": no value: " + reasons);
-    }
+    tree.Note(std::string(what) + ": no value: " + reasons);
     return std::nullopt;
 }
 

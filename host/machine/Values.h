@@ -24,7 +24,7 @@ bool IsPlaceholder(std::u16string_view text);
 std::optional<std::u16string> Value(std::string_view bytes);
 
 /// The value of the first of the files that has one. When none has, a note tells for each file why, beginning
-/// with `what`; an empty `what` writes none.
+/// with `what`.
 std::optional<std::u16string> FirstValue(Tree& tree, std::string_view what,
                                          std::initializer_list<const char*> paths);
 
