@@ -148,11 +148,10 @@ Product ReadProduct(Tree& tree) {
         }
     }
     if (!product.Name) {
-        product.Name =
-            name ? name
-                 : FirstValue(tree, "product name",
-                              {"/sys/class/dmi/id/product_version", "/sys/class/dmi/id/product_family",
-                               "/sys/class/dmi/id/board_name", "/sys/firmware/devicetree/base/model"});
+        product.Name = FirstValue(tree, "product name",
+                                  {"/sys/class/dmi/id/product_name", "/sys/class/dmi/id/product_version",
+                                   "/sys/class/dmi/id/product_family", "/sys/class/dmi/id/board_name",
+                                   "/sys/firmware/devicetree/base/model"});
     }
     if (!product.Name) {
         if (const auto hypervisor = FileValue(tree, "/sys/hypervisor/type")) {
