@@ -56,9 +56,9 @@ std::string MemoryLines(std::string_view content) {
 }
 
 std::string DeviceManagerLines(std::string_view content) {
+    const std::string lines = Lines(content, std::array<std::string_view, 1>{"E:MEMORY_"});
     std::string kept;
-    for (std::string_view rest = Lines(content, std::array<std::string_view, 1>{"E:MEMORY_"});
-         !rest.empty();) {
+    for (std::string_view rest = lines; !rest.empty();) {
         const auto end = rest.find('\n');
         const std::string_view line = rest.substr(0, end);
         const std::string_view key = line.substr(0, line.find('='));

@@ -19,7 +19,8 @@ TEST(Recorder, RecordedTreeGivesTheSameRecordsWithoutIdentifiers) {
     laptop.Dmi({{"board_serial", "L1HF0ABCDE"}, {"chassis_serial", "Default string"}})
         .File("/proc/cpuinfo", "processor: 0\nmodel name: Quad  Core\nSerial: 10000000abcdef01\n")
         .File("/run/udev/data/+dmi:id",
-              "E:MEMORY_DEVICE_0_SERIAL_NUMBER=MODULE-SERIAL-77\nE:ID_X=PF0ABCDE\n");
+              "E:MEMORY_DEVICE_0_SIZE=8589934592\nE:MEMORY_DEVICE_0_SERIAL_NUMBER=MODULE-SERIAL-77\nE:ID_X="
+              "PF0ABCDE\n");
     RecordedMachine copy;
     Record(laptop.Root(), copy.Root());
 
@@ -27,6 +28,10 @@ TEST(Recorder, RecordedTreeGivesTheSameRecordsWithoutIdentifiers) {
     expected.replace(expected.find("PF0ABCDE"), 8, "RECORDED-SERIAL");
     EXPECT_EQ(copy.SystemInformation(), expected);
     EXPECT_EQ(copy.UsbTypeC(), laptop.UsbTypeC());
+
+    EXPECT_EQ(WithoutIdentifiers("/run/udev/data/+dmi:id",
+                                 "E:MEMORY_DEVICE_0_SIZE=1\nE:MEMORY_DEVICE_0_ASSET_TAG=7\n"),
+              "E:MEMORY_DEVICE_0_SIZE=1\n");
 
     std::size_t files = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(copy.Root())) {
