@@ -1,0 +1,23 @@
+#pragma once
+
+// How much memory the machine has, and how much of it the system can use.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "host/machine/Smbios.h"
+#include "host/machine/Tree.h"
+
+namespace host {
+
+/// Bytes of the modules in the machine's memory slots by the firmware's tables (types 16 and 17); nothing
+/// when the tables list none or leave the size of one open.
+std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables);
+
+/// "16 GB (15.6 GB usable)"; where only one of the two is known or they contradict each other, "15.6 GB
+/// usable". 1 GB is 2^30 bytes. Pages find and translate the word "usable".
+std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables);
+
+}  // namespace host

@@ -1,0 +1,47 @@
+#pragma once
+
+// What stands behind the interface's thirteen procedures.
+
+#include <chrono>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/actions/ToolStarter.h"
+#include "host/service/Records.h"
+#include "platform/core/Guarded.h"
+#include "platform/rpc/Server.h"
+
+namespace host {
+
+/// Any thread: the server runs each call on its connection's thread.
+class Procedures {
+  public:
+    /// `options` say what the records are of and where the configuration lies; `byManager`: see ToolStarter.
+    Procedures(const Options& options, bool byManager);
+
+    /// In the interface's order. The functions refer to this object.
+    std::vector<platform::rpc::ServerProcedure> Table();
+
+    /// How long the oldest read or action has been running; zero when none runs. One that never ends means
+    /// that the service is stuck.
+    std::chrono::steady_clock::duration OldestCall() const;
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void StartTool(Tool tool, const platform::rpc::Peer& caller);
+    std::u16string SetUefiFlag(const platform::rpc::Peer& caller);
+    Configuration CurrentConfiguration() const;
+
+    // Constant after construction.
+    const std::string m_configuration;
+
+    // With their own locking.
+    Records m_records;
+    ToolStarter m_tools;
+
+    platform::Guarded<std::multiset<Clock::time_point>> m_running;
+};
+
+}  // namespace host

@@ -1,0 +1,53 @@
+#pragma once
+
+// A real kelvane-service in a process of its own, in a private directory of endpoints.
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "host/machine/Descriptor.h"
+#include "tests/rpc/Support.h"
+
+namespace host {
+
+class ServiceProcess {
+  public:
+    struct Settings {
+        std::vector<std::string> Arguments{};
+        std::vector<std::string> Environment{};  ///< "NAME=value", besides the test's own
+        bool HandOverSocket = false;             ///< as the service manager does on the first client
+        bool ExpectReady = true;
+    };
+
+    /// Returns when the service says that it is ready, or has ended.
+    explicit ServiceProcess(Settings settings);
+    ServiceProcess() : ServiceProcess(Settings()) {}
+
+    /// Ends the service with SIGTERM if it still runs.
+    ~ServiceProcess();
+    ServiceProcess(const ServiceProcess&) = delete;
+    ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+    void Signal(int signal) const;
+
+    /// The exit status, or 1000 + the signal that ended it.
+    int WaitForEnd();
+
+    /// The next message to the service manager, for example "READY=1".
+    std::string NextNotification();
+
+    /// What the service wrote to standard error so far; all of it after WaitForEnd.
+    std::string Log() const;
+
+  private:
+    pid_t m_process = -1;
+    Descriptor m_notifications;
+    std::string m_folder;  // of the notification socket and the log
+};
+
+/// Runs `body` in a child process as another user; the exit status is what it returns.
+int AsUser(uid_t user, const std::function<int()>& body);
+
+}  // namespace host

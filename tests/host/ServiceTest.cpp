@@ -1,0 +1,181 @@
+// kelvane-service as its clients and the service manager see it: a real process, a real socket.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "host/service/Callers.h"
+#include "platform/core/Text.h"
+#include "tests/host/RecordedMachine.h"
+#include "tests/host/ServiceProcess.h"
+
+namespace host {
+namespace {
+
+using platform::rpc::NdrClientCall3;
+using platform::rpc::test::Client;
+using platform::rpc::test::EndpointScope;
+using platform::rpc::test::RawClient;
+using platform::rpc::test::StatusOf;
+using testing::HasSubstr;
+namespace procedure = Kelvane::procedure;
+
+class Service : public testing::Test {
+  protected:
+    std::string Path(const char* name) const { return m_scope.Directory() + "/" + name; }
+    void Write(const char* name, const std::string& text) const { std::ofstream(Path(name)) << text; }
+    void Remove(const char* name) const { std::filesystem::remove(Path(name)); }
+
+    EndpointScope m_scope;
+};
+
+TEST_F(Service, ServesTheFileThatStandsInAsItIsNow) {
+    ServiceProcess service(
+        {.Arguments = {"--system-information", Path("record"), "--usb-type-c", Path("record")}});
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Read(), std::nullopt);
+    for (const std::size_t length : {0, 1, 998, 999, 20000}) {
+        Write("record", std::string(length, 'r'));
+        EXPECT_EQ(client.Read(), std::u16string(length, u'r') + u'\0');
+        EXPECT_EQ(client.Read(procedure::ReadUSBTypeCInfo), std::u16string(length, u'r') + u'\0');
+    }
+    Write("record", "\xC3\xA4<.^.>\xF0\x9F\x92\xBB\n");
+    EXPECT_EQ(client.Read(), std::u16string(u"ä<.^.>\U0001F4BB") + u'\0');
+}
+
+TEST_F(Service, ServesARecordedMachine) {
+    RecordedMachine machine;
+    BuildLaptop(machine);
+    ServiceProcess service({.Arguments = {"--sysroot", machine.Root()}});
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Read(), platform::FromUtf8(machine.SystemInformation()) + u'\0');
+    EXPECT_EQ(client.Read(procedure::ReadUSBTypeCInfo), platform::FromUtf8(machine.UsbTypeC()) + u'\0');
+}
+
+TEST_F(Service, SecondInstanceIsRefusedAndTheFirstGoesOn) {
+    ServiceProcess first;
+    ServiceProcess second({.ExpectReady = false});
+    EXPECT_EQ(second.WaitForEnd(), 1);
+    EXPECT_THAT(second.Log(), HasSubstr("already listens"));
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+    first.Signal(SIGTERM);
+    EXPECT_EQ(first.WaitForEnd(), 0);
+    EXPECT_FALSE(std::filesystem::exists(EndpointScope::Socket()));
+}
+
+TEST_F(Service, TakesOverTheSocketOfAKilledInstance) {
+    {
+        ServiceProcess killed;
+        killed.Signal(SIGKILL);
+        killed.WaitForEnd();
+    }
+    ASSERT_TRUE(std::filesystem::exists(EndpointScope::Socket()));
+    ServiceProcess next;
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(Service, TextsOfTheUnnamedProceduresComeBack) {
+    ServiceProcess service;
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Exchange(u"echo"), std::u16string(u"echo") + u'\0');
+    EXPECT_EQ(client.Exchange(std::nullopt), std::nullopt);
+    static std::u16string called;
+    EXPECT_EQ(client.Command(7, u"text", [](std::int32_t, const char16_t* text) { called = text; }),
+              std::u16string(u"text") + u'\0');
+    EXPECT_EQ(called, u"text");
+    EXPECT_EQ(client.Read(procedure::ReadTextProc7), std::nullopt);
+}
+
+TEST_F(Service, OtherUsersWithoutASessionAreRefusedWithALine) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root to become another user";
+    }
+    std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
+    ServiceProcess service;
+    const int status = AsUser(65534, [] {
+        Client client;
+        return static_cast<int>(StatusOf([&client] { client.Open(); }));
+    });
+    EXPECT_EQ(status, 5);
+    EXPECT_THAT(service.Log(), HasSubstr("access denied: user 65534"));
+}
+
+TEST(Callers, OnlyRootTheServiceAndWhoeverSitsAtTheMachine) {
+    const Sessions none{};
+    const Sessions away{.ManagerRuns = true, .ActiveAndLocal = false};
+    const Sessions here{.ManagerRuns = true, .ActiveAndLocal = true};
+    EXPECT_TRUE(MayCall(0, 990, away));
+    EXPECT_TRUE(MayCall(990, 990, none));
+    EXPECT_TRUE(MayCall(1000, 990, here));
+    EXPECT_FALSE(MayCall(1000, 990, away));
+    EXPECT_FALSE(MayCall(1000, 0, none));
+}
+
+TEST_F(Service, UnderTheServiceManager) {
+    ServiceProcess service(
+        {.Arguments = {"--idle-exit", "1"}, .Environment = {"WATCHDOG_USEC=200000"}, .HandOverSocket = true});
+    {
+        Client client;
+        client.Open();
+        EXPECT_TRUE(client.Read());
+        EXPECT_EQ(service.NextNotification(), "WATCHDOG=1");
+    }
+    EXPECT_EQ(service.WaitForEnd(), 0);
+    EXPECT_THAT(service.Log(), HasSubstr("idle"));
+    EXPECT_TRUE(std::filesystem::exists(EndpointScope::Socket())) << "the socket is the service manager's";
+}
+
+// One client silent, one in the middle of a message, one sending rubbish: the next is answered all the same,
+// and what a vanished client leaves behind goes with it.
+TEST_F(Service, HostileClientsDelayNobody) {
+    ServiceProcess service;
+    RawClient silent;
+    RawClient halfway;
+    halfway.Send(platform::rpc::test::FromHex("05000b031000000074000000"));
+    RawClient rubbish;
+    rubbish.Send(platform::rpc::test::FromHex("ffffffffffffffffffffffffffffffffffffffffffffffff"));
+    EXPECT_TRUE(rubbish.Receive().empty());
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(Service, StartsAToolOfTheCallersOwnOnceASecond) {
+    const std::string pipe = Path("started");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    Write("source", "tool ran");
+    Write("service.conf", "system-information-tool = /bin/cp " + Path("source") + " \"" + pipe + "\"\n");
+    ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
+    Client client;
+    client.Open();
+    const auto start = [&client] {
+        return StatusOf(
+            [&client] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartMSInfoApp, {client.Context}); });
+    };
+    EXPECT_EQ(start(), 0u);
+    std::string text;
+    std::getline(std::ifstream(pipe), text);
+    EXPECT_EQ(text, "tool ran");
+    EXPECT_EQ(start(), 170u);
+
+    // A configuration that others can write could start anything: nothing is started.
+    std::filesystem::permissions(Path("service.conf"), std::filesystem::perms::all);
+    EXPECT_EQ(
+        StatusOf([&client] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartUSBC, {client.Context}); }),
+        1610u);
+    EXPECT_THAT(service.Log(), HasSubstr("others than root can change it"));
+}
+
+}  // namespace
+}  // namespace host
