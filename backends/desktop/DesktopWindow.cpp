@@ -99,7 +99,8 @@ std::unique_ptr<platform::ElementPeer> DesktopWindow::CreatePeer(platform::UIEle
     auto peer = NewPeer(*this, element);
     peer->UpdateAll();
     if (&element == m_titleBar) {
-        peer->MakeDragArea(true);
+        m_dragArea = peer.get();
+        m_dragArea->MakeDragArea(true);
     }
     return peer;
 }
@@ -128,14 +129,14 @@ void DesktopWindow::SetTitleBar(platform::UIElement* element) {
     if (element == m_titleBar) {
         return;
     }
-    const auto mark = [](platform::UIElement* of, bool dragArea) {
-        if (auto* const peer = of != nullptr ? Peer::Of(*of) : nullptr) {
-            peer->MakeDragArea(dragArea);
-        }
-    };
-    mark(m_titleBar, false);
+    if (m_dragArea != nullptr) {
+        m_dragArea->MakeDragArea(false);
+    }
     m_titleBar = element;
-    mark(m_titleBar, true);
+    m_dragArea = element != nullptr ? Peer::Of(*element) : nullptr;
+    if (m_dragArea != nullptr) {
+        m_dragArea->MakeDragArea(true);
+    }
     gtk_widget_set_visible(m_defaultDragArea, element == nullptr);
 }
 
@@ -188,6 +189,11 @@ void DesktopWindow::AwaitLabel(Peer& peer) {
 
 void DesktopWindow::Forget(Peer& peer) {
     std::erase(m_awaitingLabel, &peer);
+    if (m_dragArea == &peer) {
+        m_dragArea = nullptr;
+        m_titleBar = nullptr;
+        gtk_widget_set_visible(m_defaultDragArea, TRUE);
+    }
 }
 
 void DesktopWindow::UpdateDirection() {
@@ -242,15 +248,18 @@ bool DesktopWindow::KeyChanged(guint keyValue, GdkModifierType modifiers, bool d
         return false;
     }
     const auto key = VirtualKeyOf(keyValue);
-    constexpr auto kModifiers = GDK_SHIFT_MASK | GDK_CONTROL_MASK | GDK_ALT_MASK | GDK_SUPER_MASK;
-    if (down && key != platform::VirtualKey::None && (modifiers & kModifiers) == 0) {
-        if (auto* const button =
-                FindButton(*m_root, [key](auto& each) { return each.AcceleratorKey() == key; })) {
-            button->Invoke();
-            return true;
-        }
+    if (element->RaiseKey(key, down)) {
+        return true;
     }
-    return element->RaiseKey(key, down);
+    constexpr auto kModifiers = GDK_SHIFT_MASK | GDK_CONTROL_MASK | GDK_ALT_MASK | GDK_SUPER_MASK;
+    if (!down || key == platform::VirtualKey::None || (modifiers & kModifiers) != 0 || m_root == nullptr) {
+        return false;
+    }
+    auto* const button = FindButton(*m_root, [key](auto& each) { return each.AcceleratorKey() == key; });
+    if (button != nullptr) {
+        button->Invoke();
+    }
+    return button != nullptr;
 }
 
 }  // namespace desktop

@@ -62,8 +62,9 @@ class DesktopWindow final : public platform::WindowPeer {
     ResizeBorder m_resizeBorder;
 
     platform::UIElement* m_root = nullptr;
-    /// Only compared until it has its peer.
-    platform::UIElement* m_titleBar = nullptr;
+    /// The element asked for, which may enter the window later or be gone: only compared.
+    const platform::UIElement* m_titleBar = nullptr;
+    Peer* m_dragArea = nullptr;
     std::vector<Peer*> m_awaitingLabel;
     /// What Resize asked for and the window has not got yet.
     std::optional<PixelSize> m_wish;

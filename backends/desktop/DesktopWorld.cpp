@@ -1,12 +1,11 @@
 #include "backends/desktop/DesktopWorld.h"
 
 #include "backends/desktop/DesktopWindow.h"
-#include "backends/desktop/Locale.h"
 #include "backends/desktop/Loop.h"
 #include "backends/desktop/Picture.h"
 #include "backends/desktop/Session.h"
 #include "backends/desktop/Speech.h"
-#include "platform/core/Exception.h"
+#include "platform/core/Environment.h"
 #include "platform/core/Text.h"
 
 namespace desktop {
@@ -39,7 +38,7 @@ class World final : public DesktopWorld {
     platform::SpeechEngine& Speech() override { return *m_speech; }
     std::string LocaleName() override { return m_locale; }
     std::vector<std::u16string> Languages() override { return m_languages; }
-    platform::ProcessorArchitecture Architecture() override { return MachineArchitecture(); }
+    platform::ProcessorArchitecture Architecture() override { return platform::MachineArchitecture(); }
 
     void SavePicture(std::string path, std::function<void(std::string error)> done) override {
         if (m_window == nullptr) {
@@ -50,8 +49,8 @@ class World final : public DesktopWorld {
     }
 
   private:
-    const std::string m_locale = UserLocale();
-    const std::vector<std::u16string> m_languages = UserLanguages();
+    const std::string m_locale = platform::LocaleNameFromEnvironment();
+    const std::vector<std::u16string> m_languages = platform::LanguagesFromEnvironment();
     desktop::Loop m_loop;
     Session m_session;
     const std::unique_ptr<platform::SpeechEngine> m_speech = NewSpeechEngine(m_languages.front());

@@ -2,11 +2,10 @@
 
 #include <gio/gio.h>
 
-#include <string>
+#include <clocale>
 
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/desktop/GLibPtr.h"
-#include "backends/desktop/Locale.h"
 
 namespace desktop {
 
@@ -57,7 +56,9 @@ void AddIconFolder() {
 }  // namespace
 
 bool DisplayAvailable() {
-    InitializeLocale();
+    // Texts by the user's locale; numbers keep their plain form, which markup is read by.
+    std::setlocale(LC_ALL, "");
+    std::setlocale(LC_NUMERIC, "C");
     gtk_disable_setlocale();
     g_set_prgname("org.kelvane.Kelvane");
     g_set_application_name("Kelvane");

@@ -1,10 +1,5 @@
 #include "backends/desktop/Session.h"
 
-#include <glib-unix.h>
-
-#include <csignal>
-#include <string_view>
-
 #include "backends/desktop/Loop.h"
 
 namespace desktop {
@@ -90,7 +85,6 @@ int Session::Run(platform::WorldClient& client) {
         application, "query-end",
         [](GtkApplication*, gpointer self) { static_cast<Session*>(self)->m_client->EndRequested(); }, this);
     m_loop.OnQuit([application] { g_application_quit(application); });
-    WatchSignals();
     m_colorScheme.emplace();
     m_sleepMonitor.emplace(client);
     if (m_options.background) {
@@ -105,7 +99,6 @@ int Session::Run(platform::WorldClient& client) {
 
     m_sleepMonitor.reset();
     m_colorScheme.reset();
-    m_unixSignals.clear();
     m_signals.clear();
     m_client = nullptr;
     return status;
@@ -128,18 +121,6 @@ void Session::HandOver() {
 void Session::Started(const std::vector<std::string>& words, bool prelaunch) {
     if (m_client != nullptr) {
         m_client->Started(words, prelaunch);
-    }
-}
-
-void Session::WatchSignals() {
-    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
-        m_unixSignals.emplace_back(g_unix_signal_add(
-            number,
-            [](gpointer self) -> gboolean {
-                static_cast<Session*>(self)->m_client->EndRequested();
-                return G_SOURCE_CONTINUE;
-            },
-            this));
     }
 }
 

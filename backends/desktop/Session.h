@@ -13,7 +13,7 @@ namespace desktop {
 
 class Loop;
 
-/// The program as a member of the user's session: one instance, starts, the session's end, signals.
+/// The program as a member of the user's session: one instance, starts, the session's end.
 /// User-interface thread.
 class Session {
   public:
@@ -28,14 +28,12 @@ class Session {
     void AddStartAction();
     void HandOver();
     void Started(const std::vector<std::string>& words, bool prelaunch);
-    void WatchSignals();
 
     Options m_options;
     Loop& m_loop;
     GObjectPtr<GtkApplication> m_application;
     platform::WorldClient* m_client = nullptr;
     std::vector<Signal> m_signals;
-    std::vector<SourceId> m_unixSignals;
     // While the loop runs.
     std::optional<SleepMonitor> m_sleepMonitor;
     std::optional<ColorScheme> m_colorScheme;
