@@ -26,6 +26,7 @@ constexpr NamedIcon kIcons[] = {
     {u'\uE971', "pan-up-symbolic"},
     {u'\uE972', "pan-down-symbolic"},
     {u'\uEC61', "object-select-symbolic"},
+    {u'\uE783', "dialog-error-symbolic"},
     {static_cast<char16_t>(platform::Symbol::Copy), "edit-copy-symbolic"},
     {static_cast<char16_t>(platform::Symbol::Volume), "audio-volume-high-symbolic"},
     {static_cast<char16_t>(platform::Symbol::Back), "go-previous-symbolic"},
