@@ -189,6 +189,10 @@ void DesktopWindow::AwaitLabel(Peer& peer) {
 
 void DesktopWindow::Forget(Peer& peer) {
     std::erase(m_awaitingLabel, &peer);
+    // The toolkit forgets a focused widget by itself, but not the default one.
+    if (gtk_window_get_default_widget(m_window.get()) == peer.Widget()) {
+        gtk_window_set_default_widget(m_window.get(), nullptr);
+    }
     if (m_dragArea == &peer) {
         m_dragArea = nullptr;
         m_titleBar = nullptr;
