@@ -3,6 +3,7 @@
 #include "app/App.h"
 #include "app/CommandLine.h"
 #include "app/TextOutput.h"
+#include "backends/desktop/DesktopWorld.h"
 #include "backends/headless/HeadlessWorld.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
@@ -11,6 +12,10 @@
 namespace {
 
 using Kelvane::CommandLine;
+
+// Exit statuses beside 0 (success) and 1 (no data, or a failure).
+constexpr int kWrongUsage = 2;
+constexpr int kNoDisplay = 3;
 
 int PrintVersion() {
     const auto& version = platform::Package::Current().Id().Version();
@@ -32,6 +37,35 @@ int RunText(const CommandLine& line) {
     return ended != 0 ? ended : status;
 }
 
+/// Opens the window, or hands the start to the program that shows one already.
+int RunWindow(const CommandLine& line) {
+    if (!desktop::DisplayAvailable()) {
+        std::fputs("kelvane: there is no display to open a window on; set DISPLAY or WAYLAND_DISPLAY, or use 'kelvane --text'.\n",
+                   stderr);
+        return kNoDisplay;
+    }
+    const bool takesPicture = !line.Screenshot.empty();
+    const auto world = desktop::CreateDesktopWorld(
+        {.words = line.Words, .singleInstance = !takesPicture, .background = line.Background});
+    int status = 0;
+    const auto savePicture = [&] {
+        world->SavePicture(line.Screenshot, [&status](const std::string& error) {
+            if (!error.empty()) {
+                std::fprintf(stderr, "kelvane: the picture could not be saved: %s\n", error.c_str());
+                status = 1;
+            }
+            platform::Application::Exit();
+        });
+    };
+    const int ended = platform::Application::Start(*world, [&] {
+        if (takesPicture) {
+            platform::Application::WhenIdle(savePicture);
+        }
+        return Kelvane::App::Create();
+    });
+    return ended != 0 ? ended : status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -47,9 +81,11 @@ int main(int argc, char** argv) {
             return PrintVersion();
         case CommandLine::Action::Invalid:
             std::fprintf(stderr, "kelvane: %s; see 'kelvane --help'\n", line.Problem.c_str());
-            return 2;
+            return kWrongUsage;
         case CommandLine::Action::Text:
-        case CommandLine::Action::Window:
             return RunText(line);
+        case CommandLine::Action::Window:
+            return RunWindow(line);
     }
+    return kWrongUsage;
 }

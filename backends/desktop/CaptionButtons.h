@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+
+#include "backends/desktop/GLibPtr.h"
+#include "platform/core/World.h"
+
+namespace desktop {
+
+/// The desktop's own caption buttons over the top corners of the window. Which there are, and at which end,
+/// is the user's setting and may change at any time. User-interface thread.
+class CaptionButtons {
+  public:
+    /// Height of the title bar that they stand in.
+    static constexpr int kHeight = 30;
+
+    /// `changed` is called when the insets have changed.
+    CaptionButtons(GtkOverlay* overlay, std::function<void()> changed);
+
+    platform::OverlayInsets Insets();
+
+    void SetDirection(GtkTextDirection direction);
+
+  private:
+    static gboolean Place(GtkOverlay* overlay, GtkWidget* widget, GdkRectangle* place, gpointer self);
+    platform::OverlayInsets Measure() const;
+    int WidthOf(GtkPackType end) const;
+    bool IsRightToLeft() const;
+
+    GtkOverlay* m_overlay;
+    std::function<void()> m_changed;
+    /// Owned by the overlay; by GtkPackType.
+    GtkWidget* m_controls[2];
+    /// What the layer knows.
+    platform::OverlayInsets m_reported;
+    SourceId m_report;
+    Signal m_place;
+};
+
+}  // namespace desktop

@@ -1,0 +1,269 @@
+#include "backends/desktop/DesktopWindow.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "backends/desktop/ElementWidget.h"
+#include "backends/desktop/Keys.h"
+#include "backends/desktop/Peers.h"
+#include "platform/xaml/Controls.h"
+
+namespace desktop {
+
+namespace {
+
+/// The first button, in reading order, that is on the screen and that `matches`.
+template <typename Matches>
+platform::Button* FindButton(platform::UIElement& element, Matches matches) {
+    if (element.Visibility() == platform::Visibility::Collapsed) {
+        return nullptr;
+    }
+    if (auto* const button = dynamic_cast<platform::Button*>(&element)) {
+        return matches(*button) ? button : nullptr;
+    }
+    for (auto* const child : element.Children()) {
+        if (auto* const button = FindButton(*child, matches)) {
+            return button;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient& client)
+    : m_client(client),
+      m_window(Share(GTK_WINDOW(gtk_application_window_new(application)))),
+      m_overlay(GTK_OVERLAY(gtk_overlay_new())),
+      m_content(NewElementWidget([this] {
+          CellLayout layout;
+          if (const auto* const peer = m_root != nullptr ? Peer::Of(*m_root) : nullptr) {
+              layout.cells.push_back({.widget = peer->Outer(), .layout = peer->Element().Layout()});
+          }
+          return layout;
+      })),
+      m_defaultDragArea(gtk_window_handle_new()),
+      m_captionButtons(m_overlay, [this] { m_client.OverlayInsetsChanged(); }),
+      m_resizeBorder(m_window.get(), m_overlay) {
+    auto* const window = m_window.get();
+    gtk_window_set_decorated(window, FALSE);
+    gtk_window_set_title(window, g_get_application_name());
+    gtk_widget_add_css_class(GTK_WIDGET(window), "kelvane");
+    gtk_overlay_set_child(m_overlay, m_content);
+
+    gtk_widget_set_valign(m_defaultDragArea, GTK_ALIGN_START);
+    gtk_window_handle_set_child(GTK_WINDOW_HANDLE(m_defaultDragArea),
+                                gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+    gtk_widget_set_size_request(m_defaultDragArea, -1, CaptionButtons::kHeight);
+    gtk_overlay_add_overlay(m_overlay, m_defaultDragArea);
+    // Under the caption buttons and the border.
+    gtk_widget_insert_after(m_defaultDragArea, GTK_WIDGET(m_overlay), m_content);
+    gtk_window_set_child(window, GTK_WIDGET(m_overlay));
+
+    m_signals.emplace_back(
+        window, "close-request",
+        [](GtkWindow*, gpointer self) -> gboolean {
+            static_cast<DesktopWindow*>(self)->m_client.CloseRequested();
+            return TRUE;
+        },
+        this);
+    m_signals.emplace_back(
+        window, "notify::maximized",
+        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->ApplySize(); }, this);
+
+    // Before any widget sees a key: texts must not act on the keys that the page takes for itself.
+    auto* const keys = gtk_event_controller_key_new();
+    gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
+    gtk_widget_add_controller(GTK_WIDGET(window), keys);
+    m_signals.emplace_back(
+        keys, "key-pressed",
+        [](GtkEventControllerKey*, guint key, guint, GdkModifierType modifiers, gpointer self) -> gboolean {
+            return static_cast<DesktopWindow*>(self)->KeyChanged(key, modifiers, true);
+        },
+        this);
+    m_signals.emplace_back(
+        keys, "key-released",
+        [](GtkEventControllerKey*, guint key, guint, GdkModifierType modifiers, gpointer self) {
+            static_cast<DesktopWindow*>(self)->KeyChanged(key, modifiers, false);
+        },
+        this);
+}
+
+DesktopWindow::~DesktopWindow() {
+    m_signals.clear();
+    ForgetLayout(m_content);
+    gtk_window_destroy(m_window.get());
+}
+
+std::unique_ptr<platform::ElementPeer> DesktopWindow::CreatePeer(platform::UIElement& element) {
+    auto peer = NewPeer(*this, element);
+    peer->UpdateAll();
+    if (&element == m_titleBar) {
+        m_dragArea = peer.get();
+        m_dragArea->MakeDragArea(true);
+    }
+    return peer;
+}
+
+void DesktopWindow::SetContent(platform::UIElement* content) {
+    m_root = content;
+    std::vector<GtkWidget*> widgets;
+    if (const auto* const peer = content != nullptr ? Peer::Of(*content) : nullptr) {
+        widgets.push_back(peer->Outer());
+    }
+    SetChildren(m_content, widgets);
+    UpdateDirection();
+    ContentChanged();
+}
+
+void DesktopWindow::Activate() {
+    UpdateFocus();
+    if (!gtk_widget_get_mapped(GTK_WIDGET(m_window.get()))) {
+        // A ring around the first button tells nothing before the first key.
+        gtk_window_set_focus_visible(m_window.get(), FALSE);
+    }
+    gtk_window_present(m_window.get());
+}
+
+void DesktopWindow::SetTitleBar(platform::UIElement* element) {
+    if (element == m_titleBar) {
+        return;
+    }
+    if (m_dragArea != nullptr) {
+        m_dragArea->MakeDragArea(false);
+    }
+    m_titleBar = element;
+    m_dragArea = element != nullptr ? Peer::Of(*element) : nullptr;
+    if (m_dragArea != nullptr) {
+        m_dragArea->MakeDragArea(true);
+    }
+    gtk_widget_set_visible(m_defaultDragArea, element == nullptr);
+}
+
+void DesktopWindow::SetPreferredMinSize(platform::Size size) {
+    gtk_widget_set_size_request(m_content, static_cast<int>(std::lround(size.Width)),
+                                static_cast<int>(std::lround(size.Height)));
+}
+
+bool DesktopWindow::Resize(platform::Size size) {
+    m_wish = {.width = static_cast<int>(std::lround(size.Width)),
+              .height = static_cast<int>(std::lround(size.Height))};
+    ApplySize();
+    return true;
+}
+
+void DesktopWindow::ApplySize() {
+    // A maximized window would lose the request: it is kept until the window is itself again.
+    if (m_wish && !gtk_window_is_maximized(m_window.get())) {
+        gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
+        m_wish.reset();
+    }
+}
+
+bool DesktopWindow::IsResizing() const {
+    int width = 0;
+    int height = 0;
+    gtk_window_get_default_size(m_window.get(), &width, &height);
+    return !gtk_window_is_maximized(m_window.get()) &&
+           (width != gtk_widget_get_width(GTK_WIDGET(m_window.get())) ||
+            height != gtk_widget_get_height(GTK_WIDGET(m_window.get())));
+}
+
+platform::Size DesktopWindow::VisibleSize() {
+    return {.Width = static_cast<double>(gtk_widget_get_width(GTK_WIDGET(m_window.get()))),
+            .Height = static_cast<double>(gtk_widget_get_height(GTK_WIDGET(m_window.get())))};
+}
+
+platform::OverlayInsets DesktopWindow::SystemOverlayInsets() {
+    return m_captionButtons.Insets();
+}
+
+void DesktopWindow::Close() {
+    gtk_widget_set_visible(GTK_WIDGET(m_window.get()), FALSE);
+}
+
+void DesktopWindow::AwaitLabel(Peer& peer) {
+    m_awaitingLabel.push_back(&peer);
+    ContentChanged();
+}
+
+void DesktopWindow::Forget(Peer& peer) {
+    std::erase(m_awaitingLabel, &peer);
+    // The toolkit forgets a focused widget by itself, but not the default one.
+    if (gtk_window_get_default_widget(m_window.get()) == peer.Widget()) {
+        gtk_window_set_default_widget(m_window.get(), nullptr);
+    }
+    if (m_dragArea == &peer) {
+        m_dragArea = nullptr;
+        m_titleBar = nullptr;
+        gtk_widget_set_visible(m_defaultDragArea, TRUE);
+    }
+}
+
+void DesktopWindow::UpdateDirection() {
+    const auto direction =
+        m_root != nullptr && m_root->FlowDirection() == platform::FlowDirection::RightToLeft
+            ? GTK_TEXT_DIR_RTL
+            : GTK_TEXT_DIR_LTR;
+    gtk_widget_set_direction(GTK_WIDGET(m_overlay), direction);
+    gtk_widget_set_direction(m_content, direction);
+    m_captionButtons.SetDirection(direction);
+}
+
+void DesktopWindow::ContentChanged() {
+    if (!m_focusUpdate) {
+        m_focusUpdate = SourceId(g_idle_add_full(
+            G_PRIORITY_DEFAULT,
+            [](gpointer self) -> gboolean {
+                static_cast<DesktopWindow*>(self)->m_focusUpdate.Release();
+                static_cast<DesktopWindow*>(self)->UpdateFocus();
+                return G_SOURCE_REMOVE;
+            },
+            this, nullptr));
+    }
+}
+
+void DesktopWindow::UpdateFocus() {
+    for (auto* const peer : std::exchange(m_awaitingLabel, {})) {
+        peer->Update(platform::ElementProperty::Accessibility);
+    }
+    auto* const window = m_window.get();
+    auto* const defaultButton =
+        m_root != nullptr ? FindButton(*m_root, [](auto& button) { return button.IsDefault(); }) : nullptr;
+    gtk_window_set_default_widget(window,
+                                  defaultButton != nullptr ? Peer::Of(*defaultButton)->Widget() : nullptr);
+
+    auto* const focus = gtk_window_get_focus(window);
+    if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
+        return;
+    }
+    // Not the first text: it would show itself selected.
+    auto* const first =
+        defaultButton != nullptr ? defaultButton : FindButton(*m_root, [](auto&) { return true; });
+    if (first != nullptr) {
+        Peer::Of(*first)->Focus();
+    }
+}
+
+bool DesktopWindow::KeyChanged(guint keyValue, GdkModifierType modifiers, bool down) {
+    auto* const peer = Peer::Around(gtk_window_get_focus(m_window.get()));
+    auto* const element = peer != nullptr ? &peer->Element() : m_root;
+    if (element == nullptr) {
+        return false;
+    }
+    const auto key = VirtualKeyOf(keyValue);
+    if (element->RaiseKey(key, down)) {
+        return true;
+    }
+    constexpr auto kModifiers = GDK_SHIFT_MASK | GDK_CONTROL_MASK | GDK_ALT_MASK | GDK_SUPER_MASK;
+    if (!down || key == platform::VirtualKey::None || (modifiers & kModifiers) != 0 || m_root == nullptr) {
+        return false;
+    }
+    auto* const button = FindButton(*m_root, [key](auto& each) { return each.AcceleratorKey() == key; });
+    if (button != nullptr) {
+        button->Invoke();
+    }
+    return button != nullptr;
+}
+
+}  // namespace desktop

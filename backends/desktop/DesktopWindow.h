@@ -1,0 +1,75 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "backends/desktop/CaptionButtons.h"
+#include "backends/desktop/Peer.h"
+#include "backends/desktop/ResizeBorder.h"
+#include "platform/core/World.h"
+
+namespace desktop {
+
+/// The program's window: undecorated, with its content up to the upper edge. User-interface thread.
+class DesktopWindow final : public platform::WindowPeer {
+  public:
+    DesktopWindow(GtkApplication* application, platform::WindowClient& client);
+    ~DesktopWindow() override;
+    DesktopWindow(const DesktopWindow&) = delete;
+    DesktopWindow& operator=(const DesktopWindow&) = delete;
+
+    std::unique_ptr<platform::ElementPeer> CreatePeer(platform::UIElement& element) override;
+    void SetContent(platform::UIElement* content) override;
+    void Activate() override;
+    void SetTitleBar(platform::UIElement* element) override;
+    void SetPreferredMinSize(platform::Size size) override;
+    bool Resize(platform::Size size) override;
+    platform::Size VisibleSize() override;
+    platform::OverlayInsets SystemOverlayInsets() override;
+    void Close() override;
+
+    GtkWindow* Widget() const { return m_window.get(); }
+
+    /// The size that was asked for is not on the screen yet.
+    bool IsResizing() const;
+
+    /// For peers: children or their visibility have changed; focus and default button are looked after once
+    /// the change is complete.
+    void ContentChanged();
+    /// For peers: the element that labels `peer` has no peer yet.
+    void AwaitLabel(Peer& peer);
+    /// For peers: `peer` goes.
+    void Forget(Peer& peer);
+
+  private:
+    struct PixelSize {
+        int width;
+        int height;
+    };
+
+    void UpdateFocus();
+    void UpdateDirection();
+    void ApplySize();
+    bool KeyChanged(guint keyValue, GdkModifierType modifiers, bool down);
+
+    platform::WindowClient& m_client;
+    GObjectPtr<GtkWindow> m_window;
+    /// Owned by the window.
+    GtkOverlay* m_overlay;
+    GtkWidget* m_content;
+    GtkWidget* m_defaultDragArea;
+    CaptionButtons m_captionButtons;
+    ResizeBorder m_resizeBorder;
+
+    platform::UIElement* m_root = nullptr;
+    /// The element asked for, which may enter the window later or be gone: only compared.
+    const platform::UIElement* m_titleBar = nullptr;
+    Peer* m_dragArea = nullptr;
+    std::vector<Peer*> m_awaitingLabel;
+    /// What Resize asked for and the window has not got yet.
+    std::optional<PixelSize> m_wish;
+    SourceId m_focusUpdate;
+    std::vector<Signal> m_signals;
+};
+
+}  // namespace desktop

@@ -1,0 +1,108 @@
+#include "backends/desktop/ElementWidget.h"
+
+#include <algorithm>
+
+namespace desktop {
+
+namespace {
+
+struct ElementWidget {
+    GtkWidget parent;
+    std::function<CellLayout()>* layout;
+};
+
+struct ElementWidgetClass {
+    GtkWidgetClass parent;
+};
+
+// The type system's macro makes functions of these names.
+G_DEFINE_TYPE(ElementWidget, element_widget, GTK_TYPE_WIDGET)
+
+CellLayout LayoutOf(GtkWidget* widget) {
+    const auto* const layout = reinterpret_cast<ElementWidget*>(widget)->layout;
+    return layout != nullptr ? (*layout)() : CellLayout{};
+}
+
+void Measure(GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum, int* natural,
+             int* minimumBaseline, int* naturalBaseline) {
+    const auto extent = LayoutOf(widget).Measure(orientation, forSize);
+    *minimum = extent.minimum;
+    *natural = extent.natural;
+    *minimumBaseline = *naturalBaseline = -1;
+}
+
+void Allocate(GtkWidget* widget, int width, int height, int /*baseline*/) {
+    LayoutOf(widget).Allocate(width, height, gtk_widget_get_direction(widget));
+}
+
+GtkSizeRequestMode RequestMode(GtkWidget*) {
+    return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH;
+}
+
+/// The toolkit's own order goes by position, which puts a button before a higher text beside it.
+gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
+    if (direction != GTK_DIR_TAB_FORWARD && direction != GTK_DIR_TAB_BACKWARD) {
+        return GTK_WIDGET_CLASS(element_widget_parent_class)->focus(widget, direction);
+    }
+    const bool forward = direction == GTK_DIR_TAB_FORWARD;
+    const auto next = [forward](GtkWidget* child) {
+        return forward ? gtk_widget_get_next_sibling(child) : gtk_widget_get_prev_sibling(child);
+    };
+    auto* child = gtk_widget_get_focus_child(widget);
+    if (child == nullptr) {
+        child = forward ? gtk_widget_get_first_child(widget) : gtk_widget_get_last_child(widget);
+    }
+    for (; child != nullptr; child = next(child)) {
+        if (gtk_widget_child_focus(child, direction)) {
+            return TRUE;
+        }
+    }
+    return FALSE;
+}
+
+void Dispose(GObject* object) {
+    ForgetLayout(GTK_WIDGET(object));
+    SetChildren(GTK_WIDGET(object), {});
+    G_OBJECT_CLASS(element_widget_parent_class)->dispose(object);
+}
+
+void element_widget_init(ElementWidget*) {}
+
+void element_widget_class_init(ElementWidgetClass* type) {
+    G_OBJECT_CLASS(type)->dispose = Dispose;
+    auto* const widget = GTK_WIDGET_CLASS(type);
+    widget->measure = Measure;
+    widget->size_allocate = Allocate;
+    widget->get_request_mode = RequestMode;
+    widget->focus = Focus;
+    gtk_widget_class_set_css_name(widget, "element");
+}
+
+}  // namespace
+
+GtkWidget* NewElementWidget(std::function<CellLayout()> layout) {
+    auto* const widget = static_cast<GtkWidget*>(g_object_new(element_widget_get_type(), nullptr));
+    reinterpret_cast<ElementWidget*>(widget)->layout = new std::function(std::move(layout));
+    return widget;
+}
+
+void ForgetLayout(GtkWidget* widget) {
+    delete std::exchange(reinterpret_cast<ElementWidget*>(widget)->layout, nullptr);
+}
+
+void SetChildren(GtkWidget* widget, const std::vector<GtkWidget*>& children) {
+    for (auto* child = gtk_widget_get_first_child(widget); child != nullptr;) {
+        auto* const next = gtk_widget_get_next_sibling(child);
+        if (std::find(children.begin(), children.end(), child) == children.end()) {
+            gtk_widget_unparent(child);
+        }
+        child = next;
+    }
+    GtkWidget* previous = nullptr;
+    for (auto* const child : children) {
+        gtk_widget_insert_after(child, widget, previous);
+        previous = child;
+    }
+}
+
+}  // namespace desktop

@@ -1,0 +1,233 @@
+#include "backends/desktop/Peer.h"
+
+#include <cmath>
+
+#include "backends/desktop/DesktopWindow.h"
+#include "platform/core/Text.h"
+
+namespace desktop {
+
+using platform::ElementProperty;
+
+namespace {
+
+constexpr const char* kPeerKey = "kelvane-peer";
+
+GtkAlign AlignOf(platform::HorizontalAlignment alignment) {
+    switch (alignment) {
+        case platform::HorizontalAlignment::Left:
+            return GTK_ALIGN_START;
+        case platform::HorizontalAlignment::Center:
+            return GTK_ALIGN_CENTER;
+        case platform::HorizontalAlignment::Right:
+            return GTK_ALIGN_END;
+        case platform::HorizontalAlignment::Stretch:
+            break;
+    }
+    return GTK_ALIGN_FILL;
+}
+
+GtkAlign AlignOf(platform::VerticalAlignment alignment) {
+    switch (alignment) {
+        case platform::VerticalAlignment::Top:
+            return GTK_ALIGN_START;
+        case platform::VerticalAlignment::Center:
+            return GTK_ALIGN_CENTER;
+        case platform::VerticalAlignment::Bottom:
+            return GTK_ALIGN_END;
+        case platform::VerticalAlignment::Stretch:
+            break;
+    }
+    return GTK_ALIGN_FILL;
+}
+
+int Pixels(double value) {
+    return static_cast<int>(std::lround(value));
+}
+
+/// Direction is not inherited: the parts of a compound widget (entry, scroll bars) need it as well.
+void SetDirection(GtkWidget* widget, GtkTextDirection direction) {
+    gtk_widget_set_direction(widget, direction);
+    for (auto* child = gtk_widget_get_first_child(widget); child != nullptr;
+         child = gtk_widget_get_next_sibling(child)) {
+        if (g_object_get_data(G_OBJECT(child), kPeerKey) == nullptr) {
+            SetDirection(child, direction);
+        }
+    }
+}
+
+}  // namespace
+
+Peer::Peer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget)
+    : m_window(window), m_element(element), m_widget(Share(widget)) {
+    g_object_set_data(G_OBJECT(widget), kPeerKey, this);
+}
+
+Peer::~Peer() {
+    m_window.Forget(*this);
+    MakeDragArea(false);
+    g_object_set_data(G_OBJECT(Widget()), kPeerKey, nullptr);
+    if (gtk_widget_get_parent(Widget()) != nullptr) {
+        gtk_widget_unparent(Widget());
+    }
+}
+
+Peer* Peer::Of(const platform::UIElement& element) {
+    return static_cast<Peer*>(element.Peer());
+}
+
+Peer* Peer::Around(GtkWidget* widget) {
+    for (; widget != nullptr; widget = gtk_widget_get_parent(widget)) {
+        if (auto* const peer = g_object_get_data(G_OBJECT(widget), kPeerKey)) {
+            return static_cast<Peer*>(peer);
+        }
+    }
+    return nullptr;
+}
+
+void Peer::UpdateAll() {
+    for (const auto property :
+         {ElementProperty::Style, ElementProperty::Text, ElementProperty::Icon, ElementProperty::IsActive,
+          ElementProperty::Layout, ElementProperty::FlowDirection, ElementProperty::Visibility,
+          ElementProperty::Accessibility}) {
+        Update(property);
+    }
+}
+
+void Peer::Update(ElementProperty property) {
+    switch (property) {
+        case ElementProperty::Visibility:
+            gtk_widget_set_visible(Widget(), m_element.Visibility() == platform::Visibility::Visible);
+            gtk_widget_set_visible(Outer(), m_element.Visibility() == platform::Visibility::Visible);
+            m_window.ContentChanged();
+            break;
+        case ElementProperty::FlowDirection:
+            UpdateDirection();
+            break;
+        case ElementProperty::Layout:
+            UpdateLayout();
+            break;
+        case ElementProperty::Style:
+            UpdateStyle();
+            break;
+        case ElementProperty::Accessibility:
+            UpdateAccessibility();
+            break;
+        default:
+            break;
+    }
+}
+
+void Peer::Focus() {
+    gtk_widget_grab_focus(Widget());
+}
+
+void Peer::MakeDragArea(bool dragArea) {
+    if (dragArea == static_cast<bool>(m_handle)) {
+        return;
+    }
+    auto* const parent = gtk_widget_get_parent(Outer());
+    const auto handle = dragArea ? Share(gtk_window_handle_new()) : std::move(m_handle);
+    auto* const earlier = dragArea ? Widget() : handle.get();
+    auto* const sibling = parent != nullptr ? gtk_widget_get_prev_sibling(earlier) : nullptr;
+    if (parent != nullptr) {
+        gtk_widget_unparent(earlier);
+    }
+    if (dragArea) {
+        m_handle = Share(handle.get());
+        gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle.get()), Widget());
+        gtk_widget_set_visible(handle.get(), gtk_widget_get_visible(Widget()));
+    } else {
+        gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle.get()), nullptr);
+    }
+    if (parent != nullptr) {
+        gtk_widget_insert_after(Outer(), parent, sibling);
+    }
+}
+
+std::vector<Cell> Peer::ChildCells() const {
+    std::vector<Cell> cells;
+    for (const auto* const child : m_element.Children()) {
+        if (const auto* const peer = Of(*child);
+            peer != nullptr && gtk_widget_get_parent(peer->Outer()) != nullptr) {
+            cells.push_back({.widget = peer->Outer(), .layout = peer->m_element.Layout()});
+        }
+    }
+    return cells;
+}
+
+std::vector<GtkWidget*> Peer::ChildWidgets() const {
+    std::vector<GtkWidget*> widgets;
+    for (const auto* const child : m_element.Children()) {
+        if (const auto* const peer = Of(*child)) {
+            widgets.push_back(peer->Outer());
+        }
+    }
+    return widgets;
+}
+
+void Peer::UpdateDirection() {
+    const auto direction = m_element.FlowDirection() == platform::FlowDirection::RightToLeft
+                               ? GTK_TEXT_DIR_RTL
+                               : GTK_TEXT_DIR_LTR;
+    SetDirection(Widget(), direction);
+    if (m_handle) {
+        gtk_widget_set_direction(m_handle.get(), direction);
+    }
+}
+
+void Peer::UpdateLayout() {
+    const auto& layout = m_element.Layout();
+    auto* const widget = Widget();
+    gtk_widget_set_margin_start(widget, Pixels(layout.Margin.Left));
+    gtk_widget_set_margin_top(widget, Pixels(layout.Margin.Top));
+    gtk_widget_set_margin_end(widget, Pixels(layout.Margin.Right));
+    gtk_widget_set_margin_bottom(widget, Pixels(layout.Margin.Bottom));
+    gtk_widget_set_halign(widget, AlignOf(layout.HorizontalAlignment));
+    gtk_widget_set_valign(widget, AlignOf(layout.VerticalAlignment));
+    const auto request = [](const std::optional<double>& fixed, double least) {
+        const double size = std::max(fixed.value_or(0), least);
+        return size > 0 ? Pixels(size) : -1;
+    };
+    gtk_widget_set_size_request(widget, request(layout.Width, layout.MinWidth),
+                                request(layout.Height, layout.MinHeight));
+    // Cell, limits and spacing are known to the layouts only.
+    gtk_widget_queue_resize(widget);
+}
+
+void Peer::UpdateStyle() {
+    if (!m_styleClass.empty()) {
+        gtk_widget_remove_css_class(Widget(), m_styleClass.c_str());
+    }
+    m_styleClass = platform::ToValidUtf8(m_element.Style());
+    if (!m_styleClass.empty()) {
+        gtk_widget_add_css_class(Widget(), m_styleClass.c_str());
+    }
+}
+
+void Peer::UpdateAccessibility() {
+    const auto& accessibility = m_element.Accessibility();
+    const auto toolTip = platform::ToValidUtf8(accessibility.ToolTip);
+    // The toolkit makes the tool tip the description as well.
+    gtk_widget_set_tooltip_text(Widget(), toolTip.empty() ? nullptr : toolTip.c_str());
+
+    auto* const accessible = GTK_ACCESSIBLE(Widget());
+    const auto name = platform::ToValidUtf8(accessibility.Name);
+    if (!name.empty()) {
+        gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(), -1);
+    }
+    if (accessibility.HeadingLevel > 0) {
+        gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_LEVEL, accessibility.HeadingLevel,
+                                       -1);
+    }
+    if (accessibility.LabeledBy == nullptr) {
+        gtk_accessible_reset_relation(accessible, GTK_ACCESSIBLE_RELATION_LABELLED_BY);
+    } else if (const auto* const label = Of(*accessibility.LabeledBy)) {
+        gtk_accessible_update_relation(accessible, GTK_ACCESSIBLE_RELATION_LABELLED_BY,
+                                       GTK_ACCESSIBLE(label->Widget()), nullptr, -1);
+    } else {
+        m_window.AwaitLabel(*this);
+    }
+}
+
+}  // namespace desktop

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "backends/desktop/CellLayout.h"
+#include "platform/xaml/FrameworkElement.h"
+
+namespace desktop {
+
+class DesktopWindow;
+
+/// What every element has as a widget: place, visibility, direction, style, name. One derived class a family
+/// of elements. User-interface thread; lives while its element is in the window.
+class Peer : public platform::ElementPeer {
+  public:
+    /// Takes over `widget`.
+    Peer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget);
+    ~Peer() override;
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    /// The peer of `element`; null outside the window. Every peer of this window is one of these.
+    static Peer* Of(const platform::UIElement& element);
+    /// The peer that `widget` or the nearest widget above it belongs to, or null.
+    static Peer* Around(GtkWidget* widget);
+
+    void Update(platform::ElementProperty property) override;
+    void Focus() override;
+
+    /// Reads every property, once, after construction.
+    void UpdateAll();
+
+    platform::FrameworkElement& Element() const { return m_element; }
+    GtkWidget* Widget() const { return m_widget.get(); }
+    /// What the parent places: the widget, or the drag area around it.
+    GtkWidget* Outer() const { return m_handle ? m_handle.get() : m_widget.get(); }
+
+    /// The element's area moves the window, or no longer does.
+    void MakeDragArea(bool dragArea);
+
+  protected:
+    DesktopWindow& Window() const { return m_window; }
+
+    /// The cells of the element's visible children, for the layout of its widget.
+    std::vector<Cell> ChildCells() const;
+    /// The children's widgets, in reading order.
+    std::vector<GtkWidget*> ChildWidgets() const;
+
+  private:
+    void UpdateDirection();
+    void UpdateLayout();
+    void UpdateStyle();
+    void UpdateAccessibility();
+
+    DesktopWindow& m_window;
+    platform::FrameworkElement& m_element;
+    GObjectPtr<GtkWidget> m_widget;
+    GObjectPtr<GtkWidget> m_handle;
+    std::string m_styleClass;
+};
+
+}  // namespace desktop

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "backends/desktop/GLibPtr.h"
+
+namespace desktop {
+
+/// The edges and corners that an undecorated window is resized by: thin strips over its content. They go
+/// while the window is maximized. User-interface thread.
+class ResizeBorder {
+  public:
+    ResizeBorder(GtkWindow* window, GtkOverlay* overlay);
+
+  private:
+    static void Update(GObject* window, GParamSpec* property, gpointer self);
+
+    static constexpr std::size_t kStrips = 8;
+    /// Owned by the overlay.
+    GtkWidget* m_strips[kStrips];
+    Signal m_pressed[kStrips];
+    Signal m_maximized;
+    Signal m_fullscreened;
+};
+
+}  // namespace desktop

@@ -1,0 +1,127 @@
+#include "backends/desktop/Session.h"
+
+#include "backends/desktop/Loop.h"
+
+namespace desktop {
+
+namespace {
+
+constexpr const char* kApplicationId = "org.kelvane.Kelvane";
+
+/// The action by which a second process hands its start to the first.
+constexpr const char* kStartAction = "start";
+
+GApplicationFlags FlagsFor(const Options& options) {
+    auto flags = static_cast<unsigned>(G_APPLICATION_HANDLES_OPEN);
+    if (!options.singleInstance) {
+        flags |= G_APPLICATION_NON_UNIQUE;
+    }
+    if (options.background) {
+        flags |= G_APPLICATION_IS_SERVICE;
+    }
+    return static_cast<GApplicationFlags>(flags);
+}
+
+}  // namespace
+
+Session::Session(Options options, Loop& loop)
+    : m_options(std::move(options)),
+      m_loop(loop),
+      m_application(gtk_application_new(kApplicationId, FlagsFor(m_options))) {
+    g_object_set(m_application.get(), "register-session", TRUE, nullptr);
+    AddStartAction();
+}
+
+void Session::AddStartAction() {
+    const GObjectPtr<GSimpleAction> action(g_simple_action_new(kStartAction, G_VARIANT_TYPE_STRING_ARRAY));
+    m_signals.emplace_back(
+        action.get(), "activate",
+        [](GSimpleAction*, GVariant* parameter, gpointer self) {
+            std::vector<std::string> words;
+            GVariantIter iterator;
+            g_variant_iter_init(&iterator, parameter);
+            const char* word = nullptr;
+            while (g_variant_iter_next(&iterator, "&s", &word) != FALSE) {
+                words.emplace_back(word);
+            }
+            static_cast<Session*>(self)->Started(words, false);
+        },
+        this);
+    g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
+}
+
+int Session::Run(platform::WorldClient& client) {
+    m_client = &client;
+    auto* const application = G_APPLICATION(m_application.get());
+    GError* error = nullptr;
+    if (g_application_register(application, nullptr, &error) == FALSE) {
+        const GErrorPtr owned(error);
+        g_printerr("kelvane: cannot join the session: %s\n", error->message);
+        return 1;
+    }
+    if (g_application_get_is_remote(application) != FALSE) {
+        HandOver();
+        return 0;
+    }
+
+    m_signals.emplace_back(
+        application, "activate",
+        [](GApplication*, gpointer data) {
+            // The first one is this process's own start.
+            auto* const self = static_cast<Session*>(data);
+            self->Started(std::exchange(self->m_options.words, {}), false);
+        },
+        this);
+    m_signals.emplace_back(
+        application, "open",
+        [](GApplication*, gpointer files, int count, const char*, gpointer self) {
+            for (int index = 0; index < count; ++index) {
+                const GCharPtr uri(g_file_get_uri(static_cast<GFile**>(files)[index]));
+                static_cast<Session*>(self)->Started({uri.get()}, false);
+            }
+        },
+        this);
+    m_signals.emplace_back(
+        application, "query-end",
+        [](GtkApplication*, gpointer self) { static_cast<Session*>(self)->m_client->EndRequested(); }, this);
+    m_loop.OnQuit([application] { g_application_quit(application); });
+    m_colorScheme.emplace();
+    m_sleepMonitor.emplace(client);
+    if (m_options.background) {
+        m_loop.Post([this] { Started({}, true); });
+    }
+
+    // The layer says when it ends, not the last window.
+    g_application_hold(application);
+    std::string name = kApplicationId;
+    char* arguments[] = {name.data(), nullptr};
+    const int status = g_application_run(application, 1, arguments);
+
+    m_sleepMonitor.reset();
+    m_colorScheme.reset();
+    m_signals.clear();
+    m_client = nullptr;
+    return status;
+}
+
+void Session::HandOver() {
+    std::vector<GCharPtr> owned;
+    std::vector<const char*> words;
+    for (const auto& word : m_options.words) {
+        owned.emplace_back(g_utf8_make_valid(word.data(), static_cast<gssize>(word.size())));
+        words.push_back(owned.back().get());
+    }
+    // With the token that lets the running program's window come to the front.
+    g_action_group_activate_action(G_ACTION_GROUP(m_application.get()), kStartAction,
+                                   g_variant_new_strv(words.data(), static_cast<gssize>(words.size())));
+    g_dbus_connection_flush_sync(g_application_get_dbus_connection(G_APPLICATION(m_application.get())),
+                                 nullptr, nullptr);
+}
+
+void Session::Started(const std::vector<std::string>& words, bool prelaunch) {
+    if (m_client != nullptr) {
+        m_client->Started(words, prelaunch);
+    }
+}
+
+}  // namespace desktop

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "backends/desktop/ColorScheme.h"
+#include "backends/desktop/DesktopWorld.h"
+#include "backends/desktop/GLibPtr.h"
+#include "backends/desktop/SleepMonitor.h"
+
+namespace desktop {
+
+class Loop;
+
+/// The program as a member of the user's session: one instance, starts, the session's end.
+/// User-interface thread.
+class Session {
+  public:
+    Session(Options options, Loop& loop);
+
+    /// See World::Run.
+    int Run(platform::WorldClient& client);
+
+    GtkApplication* Application() const { return m_application.get(); }
+
+  private:
+    void AddStartAction();
+    void HandOver();
+    void Started(const std::vector<std::string>& words, bool prelaunch);
+
+    Options m_options;
+    Loop& m_loop;
+    GObjectPtr<GtkApplication> m_application;
+    platform::WorldClient* m_client = nullptr;
+    std::vector<Signal> m_signals;
+    // While the loop runs.
+    std::optional<SleepMonitor> m_sleepMonitor;
+    std::optional<ColorScheme> m_colorScheme;
+};
+
+}  // namespace desktop

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "backends/desktop/GLibPtr.h"
+#include "platform/core/World.h"
+
+namespace desktop {
+
+/// Hears from the login manager that the machine is about to sleep, and keeps it awake until the layer is
+/// done. A machine without a login manager never says anything. User-interface thread.
+class SleepMonitor {
+  public:
+    explicit SleepMonitor(platform::WorldClient& client);
+    ~SleepMonitor();
+    SleepMonitor(const SleepMonitor&) = delete;
+    SleepMonitor& operator=(const SleepMonitor&) = delete;
+
+  private:
+    /// The login manager's token: the machine waits for it to be closed.
+    struct Inhibitor;
+
+    void Connected(GDBusConnection* bus);
+    void Inhibit();
+    void PrepareForSleep(bool starting);
+
+    platform::WorldClient& m_client;
+    GObjectPtr<GCancellable> m_cancellable{g_cancellable_new()};
+    GObjectPtr<GDBusConnection> m_bus;
+    guint m_subscription = 0;
+    std::shared_ptr<Inhibitor> m_inhibitor;
+};
+
+}  // namespace desktop

@@ -1,0 +1,103 @@
+// TextBlock as a label, TextBox as an entry: both offer their text to assistive technology.
+
+#include "backends/desktop/Peers.h"
+#include "platform/core/Text.h"
+#include "platform/xaml/Controls.h"
+
+namespace desktop {
+
+using platform::ElementProperty;
+
+namespace {
+
+class TextBlockPeer final : public Peer {
+  public:
+    TextBlockPeer(DesktopWindow& window, platform::TextBlock& text)
+        : Peer(window, text, NewLabel(text)), m_text(text) {}
+
+    void Update(ElementProperty property) override {
+        Peer::Update(property);
+        if (property != ElementProperty::Text) {
+            return;
+        }
+        auto* const label = GTK_LABEL(Widget());
+        const bool wrap = m_text.TextWrapping() == platform::TextWrapping::Wrap;
+        gtk_label_set_wrap(label, wrap);
+        gtk_label_set_ellipsize(label, wrap ? PANGO_ELLIPSIZE_NONE : PANGO_ELLIPSIZE_END);
+        if (gtk_label_get_selectable(label) != static_cast<gboolean>(m_text.IsTextSelectionEnabled())) {
+            gtk_label_set_selectable(label, m_text.IsTextSelectionEnabled());
+        }
+        gtk_label_set_text(label, platform::ToValidUtf8(m_text.Text()).c_str());
+    }
+
+  private:
+    /// The role is fixed when the widget is made.
+    static GtkWidget* NewLabel(const platform::TextBlock& text) {
+        const auto role =
+            text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING : GTK_ACCESSIBLE_ROLE_LABEL;
+        return static_cast<GtkWidget*>(g_object_new(GTK_TYPE_LABEL, "accessible-role", role, "xalign", 0.0F,
+                                                    "wrap-mode", PANGO_WRAP_WORD_CHAR, nullptr));
+    }
+
+    platform::TextBlock& m_text;
+};
+
+class TextBoxPeer final : public Peer {
+  public:
+    TextBoxPeer(DesktopWindow& window, platform::TextBox& box)
+        : Peer(window, box, gtk_entry_new()),
+          m_box(box),
+          m_changed(
+              Widget(), "changed",
+              [](GtkEditable*, gpointer self) { static_cast<TextBoxPeer*>(self)->Changed(); }, this) {
+        auto* const focus = gtk_event_controller_focus_new();
+        gtk_widget_add_controller(Widget(), focus);
+        m_focused = Signal(
+            focus, "enter",
+            [](GtkEventControllerFocus*, gpointer self) { static_cast<TextBoxPeer*>(self)->Entered(); },
+            this);
+    }
+
+    void Update(ElementProperty property) override {
+        Peer::Update(property);
+        auto* const editable = GTK_EDITABLE(Widget());
+        if (property == ElementProperty::Text) {
+            gtk_editable_set_editable(editable, !m_box.IsReadOnly());
+            const auto text = platform::ToValidUtf8(m_box.Text());
+            if (text != gtk_editable_get_text(editable)) {
+                gtk_editable_set_text(editable, text.c_str());
+                // What does not fit is seen by the beginning, and whole in the tool tip.
+                gtk_editable_set_position(editable, 0);
+            }
+        } else if (property == ElementProperty::Selection) {
+            gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
+        }
+    }
+
+  private:
+    void Changed() {
+        if (!m_box.IsReadOnly()) {
+            m_box.Text(platform::FromUtf8(gtk_editable_get_text(GTK_EDITABLE(Widget()))));
+        }
+    }
+
+    /// Reached by the keyboard, the box shows all of its text as selected; a click places the caret
+    /// afterwards.
+    void Entered() { gtk_editable_select_region(GTK_EDITABLE(Widget()), 0, -1); }
+
+    platform::TextBox& m_box;
+    Signal m_changed;
+    Signal m_focused;
+};
+
+}  // namespace
+
+std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBlock& element) {
+    return std::make_unique<TextBlockPeer>(window, element);
+}
+
+std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBox& element) {
+    return std::make_unique<TextBoxPeer>(window, element);
+}
+
+}  // namespace desktop
