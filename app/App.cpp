@@ -52,13 +52,8 @@ void App::OnLaunched(const platform::LaunchActivatedEventArgs& args) {
         const bool isNew = !frame;
         if (isNew) {
             frame = std::make_shared<platform::Frame>();
-            frame->NavigationFailed().Add(
-                [weak = weak_from_this()](platform::UIElement& sender,
-                                          const platform::NavigationFailedEventArgs& failed) {
-                    if (const auto app = std::static_pointer_cast<App>(weak.lock())) {
-                        app->OnNavigationFailed(sender, failed);
-                    }
-                });
+            const auto self = std::static_pointer_cast<App>(Current());
+            frame->NavigationFailed().Add(self, &App::OnNavigationFailed);
         }
         if (!args.PrelaunchActivated) {
             if (!frame->Content()) {

@@ -40,8 +40,10 @@ int RunText(const CommandLine& line) {
 /// Opens the window, or hands the start to the program that shows one already.
 int RunWindow(const CommandLine& line) {
     if (!desktop::DisplayAvailable()) {
-        std::fputs("kelvane: there is no display to open a window on; set DISPLAY or WAYLAND_DISPLAY, or use 'kelvane --text'.\n",
-                   stderr);
+        std::fputs(
+            "kelvane: there is no display to open a window on; set DISPLAY or WAYLAND_DISPLAY, or use "
+            "'kelvane --text'.\n",
+            stderr);
         return kNoDisplay;
     }
     const bool takesPicture = !line.Screenshot.empty();

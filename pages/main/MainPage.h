@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "chrome/CustomTitleBar.h"
+#include "logging/Trace.h"
 #include "platform/core/Guarded.h"
 #include "platform/media/Speech.h"
 #include "platform/xaml/Controls.h"

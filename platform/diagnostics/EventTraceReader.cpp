@@ -57,9 +57,9 @@ struct TimeScale {
         // Wraps instead of overflowing: the numbers may be anything.
         const auto ticks = static_cast<std::int64_t>(static_cast<std::uint64_t>(stamp) -
                                                      static_cast<std::uint64_t>(systemTime));
-        const auto rest = static_cast<std::int64_t>(static_cast<double>(ticks % frequency) *
-                                                    static_cast<double>(kTicksPerSecond) /
-                                                    static_cast<double>(frequency));
+        const auto rest =
+            static_cast<std::int64_t>(static_cast<double>(ticks % frequency) *
+                                      static_cast<double>(kTicksPerSecond) / static_cast<double>(frequency));
         const auto units = static_cast<std::uint64_t>(ticks / frequency) * std::uint64_t{kTicksPerSecond} +
                            static_cast<std::uint64_t>(rest);
         return static_cast<std::int64_t>(static_cast<std::uint64_t>(startTime) + units);

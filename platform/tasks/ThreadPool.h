@@ -36,8 +36,8 @@ class ThreadPool {
     /// Called by a worker each time Outstanding has fallen to zero; it must not block. Empty for none.
     void OnIdle(std::function<void()> callback);
 
-    /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and the work that it still
-    /// queues, has ended and the workers are gone. Not on a worker.
+    /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and
+    /// the work that it still queues, has ended and the workers are gone. Not on a worker.
     void Stop();
 
     /// True on a thread of any pool.
