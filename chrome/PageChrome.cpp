@@ -29,4 +29,22 @@ std::shared_ptr<CustomTitleBar> UnwrapFromTitleBar(platform::Page& page,
     return removed;
 }
 
+void StopRing(const std::shared_ptr<CustomTitleBar>& titleBar) {
+    if (titleBar) {
+        titleBar->EnableProgressRing(false);
+    }
+}
+
+void GoBackFrom(const Trace& trace, std::u16string_view castingFailed, const std::function<void()>& unwrap) {
+    const auto frame = std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content());
+    if (!frame) {
+        trace.Error(castingFailed);
+        return;
+    }
+    if (frame->CanGoBack()) {
+        unwrap();
+        frame->GoBack();
+    }
+}
+
 }  // namespace Kelvane

@@ -12,6 +12,11 @@ namespace Kelvane {
 inline constexpr std::u16string_view kFieldSeparator = u"<.^.>";
 inline constexpr std::u16string_view kSubfieldSeparator = u"(~!~)";
 
+/// False for the two texts that mean "no value": the empty one and "null".
+inline bool HasValue(std::u16string_view field) {
+    return !field.empty() && field != u"null";
+}
+
 /// Appends the pieces of `text` between the delimiters, empty ones included: always one more than there are
 /// delimiters. An empty delimiter is found nowhere.
 void Split(std::u16string_view text, std::u16string_view delimiter, std::vector<std::u16string>& parts);

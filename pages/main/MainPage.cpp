@@ -3,7 +3,7 @@
 #include "chrome/PageChrome.h"
 #include "logging/Trace.h"
 #include "pages/KeyRule.h"
-#include "pages/ReadThenShow.h"
+#include "pages/WorkThenShow.h"
 #include "platform/resources/Package.h"
 #include "platform/xaml/Window.h"
 #include "viewmodel/MainViewModel.h"
@@ -108,11 +108,8 @@ void MainPage::AddCustomTitleBar() {
 }
 
 void MainPage::RemoveCustomTitleBar() {
-    Traced(u"Kelvane::MainPage::RemoveCustomTitleBar", [this] {
-        if (const auto removed = UnwrapFromTitleBar(*this, m_titleBar)) {
-            removed->EnableProgressRing(false);
-        }
-    });
+    Traced(u"Kelvane::MainPage::RemoveCustomTitleBar",
+           [this] { StopRing(UnwrapFromTitleBar(*this, m_titleBar)); });
 }
 
 void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
@@ -161,9 +158,7 @@ void MainPage::StartHotkeyChain() {
         })
         .then([dispatcher = std::move(dispatcher), page = std::move(page)]() mutable {
             return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [page = std::move(page)] {
-                if (page->m_titleBar) {
-                    page->m_titleBar->EnableProgressRing(false);
-                }
+                StopRing(page->m_titleBar);
                 page->LaunchSysLabelsVisible(true);
                 page->UpdateUIWithSysDataAvailable();
             });
@@ -186,7 +181,7 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
             return;
         }
         const auto viewModel = MainViewModel::GetInstance();
-        ReadThenShow(
+        WorkThenShow(
             window->Dispatcher(),
             [viewModel] {
                 Trace(u"Kelvane::MainPage::UpdateSysInfoDetails::<lambda_1>::operator ()")
@@ -205,9 +200,7 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
                     page->UpdateUIWithSysDataAvailable();
                 } else {
                     step.Verbose(u"UpdateSysInfoDetails failed from RpcClient");
-                    if (page->m_titleBar) {
-                        page->m_titleBar->EnableProgressRing(false);
-                    }
+                    StopRing(page->m_titleBar);
                     page->LaunchSysLabelsVisible(true);
                 }
             });

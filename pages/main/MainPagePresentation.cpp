@@ -2,49 +2,29 @@
 
 #include <stdexcept>
 
+#include "chrome/PageChrome.h"
 #include "logging/Trace.h"
+#include "pages/CachedRecord.h"
 #include "pages/Split.h"
 #include "pages/main/MainPage.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "platform/resources/ResourceLoader.h"
 #include "platform/xaml/Window.h"
-#include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
-namespace {
-
-/// Reads a cached record: `get` copies it, with its zero, into a buffer of one character more than
-/// `capacity`.
-template <typename Get>
-std::u16string CachedRecord(Get get, std::int32_t capacity) {
-    std::u16string buffer(static_cast<std::size_t>(capacity) + 1, u'\0');
-    get(buffer.data(), capacity);
-    buffer.resize(buffer.find(u'\0'));
-    return buffer;
-}
-
-}  // namespace
-
 void MainPage::UpdateUIWithSysDataAvailable() {
     TracedUncaught(u"Kelvane::MainPage::UpdateUIWithSysDataAvailable", [this] {
-        if (m_titleBar) {
-            m_titleBar->EnableProgressRing(false);
-        }
+        StopRing(m_titleBar);
         LaunchSysLabelsVisible(true);
-        const auto viewModel = MainViewModel::GetInstance();
-        UpdateUI(CachedRecord([&](auto* buffer, auto capacity) { viewModel->GetSysInfo(buffer, capacity); },
-                              MainViewModel::kSysDataCapacity));
+        UpdateUI(CachedRecord(&MainViewModel::GetSysInfo, MainViewModel::kSysDataCapacity));
         UpdateUsbTypeButton();
     });
 }
 
 void MainPage::UpdateUsbTypeButton() {
     Trace(u"Kelvane::MainPage::UpdateUIC").Verbose(u"Entry");
-    const auto viewModel = MainViewModel::GetInstance();
-    const auto record =
-        CachedRecord([&](auto* buffer, auto capacity) { viewModel->GetUsbTypeCInfo(buffer, capacity); },
-                     MainViewModel::kUsbTypeCDataCapacity);
+    const auto record = CachedRecord(&MainViewModel::GetUsbTypeCInfo, MainViewModel::kUsbTypeCDataCapacity);
     std::vector<std::u16string> fields;
     ParseSystemInfo(record, kFieldSeparator, fields);
     const auto firstField = fields.empty() ? std::u16string() : fields.front();

@@ -21,9 +21,6 @@ inline constexpr std::size_t kBiosPasswordField = 9;
 inline constexpr std::size_t kShortFormFields = 10;
 inline constexpr std::size_t kLongFormFields = 11;
 
-/// False for the two texts that mean "no value": the empty one and "null".
-bool HasValue(std::u16string_view field);
-
 /// `field` with its first "usable" replaced; nothing when it holds none.
 std::optional<std::u16string> ReplaceUsable(std::u16string_view field, std::u16string_view localised);
 

@@ -1,0 +1,31 @@
+#pragma once
+
+// The page that asks whether the firmware diagnostics are to run at the next start. OK hands the request to a
+// worker, where it outlives the page, and leaves at once; Cancel only leaves. All members run on the
+// user-interface thread.
+
+#include <memory>
+
+#include "chrome/CustomTitleBar.h"
+#include "platform/xaml/Navigation.h"
+
+namespace Kelvane {
+
+class RunSystemDiagnostics final : public platform::Page {
+  public:
+    RunSystemDiagnostics();
+    ~RunSystemDiagnostics() override;
+
+    void AddCustomTitleBar();
+    void RemoveCustomTitleBar();
+
+  private:
+    void InitializeComponent();
+
+    void Ok_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);
+    void Cancel_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);
+
+    std::shared_ptr<CustomTitleBar> m_titleBar;
+};
+
+}  // namespace Kelvane

@@ -1,0 +1,195 @@
+#include "pages/usbc/USBTypeCPage.h"
+
+#include "chrome/PageChrome.h"
+#include "logging/Trace.h"
+#include "pages/CachedRecord.h"
+#include "pages/KeyRule.h"
+#include "pages/Split.h"
+#include "pages/WorkThenShow.h"
+#include "pages/usbc/USBTypeCRecord.h"
+#include "platform/resources/ResourceLoader.h"
+#include "platform/xaml/Markup.h"
+#include "platform/xaml/Window.h"
+
+namespace Kelvane {
+
+namespace {
+
+constexpr platform::Size kViewSize{.Width = 640, .Height = 210};
+
+/// The markup's names: box n shows field n; a label for each box, then the two headings.
+constexpr std::u16string_view kValueNames[] = {u"UsbTypeCValue1", u"UsbTypeCValue2", u"UsbTypeCValue3",
+                                               u"UsbTypeCValue4", u"UsbTypeCValue5", u"UsbTypeCValue6"};
+constexpr std::u16string_view kLabelNames[] = {u"UsbTypeCLabel1",   u"UsbTypeCLabel2",   u"UsbTypeCLabel3",
+                                               u"UsbTypeCLabel4",   u"UsbTypeCLabel5",   u"UsbTypeCLabel6",
+                                               u"UsbTypeCDataHead", u"UsbTypeCPowerHead"};
+
+std::u16string DisplayText(std::u16string_view key) {
+    return platform::ResourceLoader::GetForCurrentView()->GetString(key);
+}
+
+}  // namespace
+
+USBTypeCPage::USBTypeCPage() {
+    TracedUncaught(u"Kelvane::USBTypeCPage::USBTypeCPage", [this] {
+        InitializeComponent();
+        AddCustomTitleBar();
+        LaunchUsbPageLabelsVisible(false);
+    });
+}
+
+USBTypeCPage::~USBTypeCPage() {
+    TracedUncaught(u"Kelvane::USBTypeCPage::~USBTypeCPage", [] {});
+}
+
+void USBTypeCPage::InitializeComponent() {
+    const auto on = [this](auto method) { return platform::Handler(this, method); };
+    const auto elements = platform::LoadComponent(
+        *this, u"ms-appx:///USBTypeCPage.xaml",
+        {.EventHandlers = {{u"MainWindow_Loaded", on(&USBTypeCPage::MainWindow_Loaded)},
+                           {u"Back_Click", on(&USBTypeCPage::Back_Click)}},
+         .KeyHandlers = {{u"KeyboardKeyDownEvent", on(&USBTypeCPage::KeyboardKeyDownEvent)},
+                         {u"KeyboardKeyUpEvent", on(&USBTypeCPage::KeyboardKeyUpEvent)}}});
+    for (std::size_t i = 0; i < kValues; ++i) {
+        m_values[i] = elements.Find<platform::TextBox>(kValueNames[i]);
+    }
+    for (std::size_t i = 0; i < kLabels; ++i) {
+        m_labels[i] = elements.Find<platform::TextBlock>(kLabelNames[i]);
+    }
+}
+
+void USBTypeCPage::AddCustomTitleBar() {
+    Traced(u"Kelvane::USBTypeCPage::AddCustomTitleBar", [this] { WrapInTitleBar(*this, m_titleBar); });
+}
+
+void USBTypeCPage::RemoveCustomTitleBar() {
+    Traced(u"Kelvane::USBTypeCPage::RemoveCustomTitleBar", [this] { UnwrapFromTitleBar(*this, m_titleBar); });
+}
+
+void USBTypeCPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
+    Traced(u"Kelvane::USBTypeCPage::OnNavigatedTo", [&](const Trace& trace) {
+        const auto viewModel = MainViewModel::GetInstance();
+        if (viewModel->IsUsbTypeCInfoReadCompleted() && viewModel->IsRpcInitialised()) {
+            trace.Verbose(u"Already Updated USBTypeCInfoDetails - success");
+            UpdateUIWithTypeCDataAvailable();
+        } else {
+            UpdateUSBTypeCInfoDetails(args);
+        }
+    });
+}
+
+void USBTypeCPage::MainWindow_Loaded(platform::UIElement&, const platform::RoutedEventArgs&) {
+    Traced(u"Kelvane::USBTypeCPage::MainWindow_Loaded", [](const Trace& trace) {
+        if (platform::CoreWindow::GetForCurrentThread()) {
+            platform::ApplicationView::GetForCurrentView().SetPreferredMinSize(kViewSize);
+        } else {
+            trace.Error(u"GetForCurrentThread() = NULL");
+        }
+        platform::ApplicationView::PreferredLaunchViewSize(kViewSize);
+    });
+}
+
+void USBTypeCPage::UpdateUSBTypeCInfoDetails(const platform::NavigationEventArgs&) {
+    Traced(u"Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails", [this](const Trace& trace) {
+        const auto window = platform::CoreWindow::GetForCurrentThread();
+        if (!window) {
+            trace.Error(u"GetForCurrentThread() = NULL");
+            return;
+        }
+        const auto viewModel = MainViewModel::GetInstance();
+        WorkThenShow(
+            window->Dispatcher(),
+            [viewModel] {
+                Trace(u"Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails::<lambda_1>::operator ()")
+                    .Verbose(u"UpdateUSBTypeCInfoDetails()-create_task");
+                viewModel->ReadUsbTypeCInfoDetailsAsync();
+            },
+            [viewModel, page = std::static_pointer_cast<USBTypeCPage>(shared_from_this())] {
+                const Trace step(
+                    u"Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails::<lambda_2>::operator ()");
+                step.Verbose(u"UpdateUSBTypeCInfoDetails()-RunAsync");
+                if (viewModel->IsUsbTypeCInfoReadCompleted() && viewModel->IsRpcInitialised()) {
+                    step.Verbose(u"UpdateUSBTypeCInfoDetails - success");
+                    page->UpdateUIWithTypeCDataAvailable();
+                } else {
+                    step.Verbose(u"UpdateSysInfoDetails failed from RpcClient");
+                    StopRing(page->m_titleBar);
+                    page->LaunchUsbPageLabelsVisible(true);
+                }
+            });
+    });
+}
+
+void USBTypeCPage::UpdateUIWithTypeCDataAvailable() {
+    TracedUncaught(u"Kelvane::USBTypeCPage::UpdateUIWithTypeCDataAvailable", [this] {
+        StopRing(m_titleBar);
+        LaunchUsbPageLabelsVisible(true);
+        UpdateUI(CachedRecord(&MainViewModel::GetUsbTypeCInfo, MainViewModel::kUsbTypeCDataCapacity));
+    });
+}
+
+void USBTypeCPage::ParseUSBTypeCInfo(std::u16string_view text, std::u16string_view delimiter,
+                                     std::vector<std::u16string>& pieces) {
+    Traced(u"Kelvane::USBTypeCPage::ParseUSBTypeCInfo",
+           [&](const Trace& trace) { SplitTraced(trace, text, delimiter, pieces); });
+}
+
+std::u16string USBTypeCPage::CheckSupportStatus(const std::u16string& fieldText) {
+    return TracedUncaught(u"Kelvane::USBTypeCPage::CheckSupportStatus", [&](const Trace& trace) {
+        if (!platform::CoreWindow::GetForCurrentThread()) {
+            trace.Error(u"GetForCurrentThread() = NULL");
+            return std::u16string();
+        }
+        return SupportText(fieldText, DisplayText);
+    });
+}
+
+void USBTypeCPage::UpdateUI(const std::u16string& record) {
+    Traced(u"Kelvane::USBTypeCPage::UpdateUI", [&](const Trace& trace) {
+        const UsbTypeCInterpreter interpreter{
+            .Split = [this](auto text, auto delimiter,
+                            auto& pieces) { ParseUSBTypeCInfo(text, delimiter, pieces); },
+            .Lookup = DisplayText,
+            .Support = [this](const std::u16string& field) { return CheckSupportStatus(field); },
+            .Show = [this](std::size_t field,
+                           std::u16string value) { m_values[field]->Text(std::move(value)); }};
+        const auto fields = SplitUsbTypeCRecord(trace, record, interpreter);
+        if (!platform::CoreWindow::GetForCurrentThread()) {
+            trace.Error(u"GetForCurrentThread() = NULL");
+            return;
+        }
+        InterpretUsbTypeCFields(trace, fields, interpreter);
+    });
+}
+
+void USBTypeCPage::LaunchUsbPageLabelsVisible(bool visible) {
+    Traced(u"Kelvane::USBTypeCPage::LaunchUsbPageLabelsVisible", [&] {
+        for (const auto& label : m_labels) {
+            label->Visibility(visible ? platform::Visibility::Visible : platform::Visibility::Collapsed);
+        }
+    });
+}
+
+void USBTypeCPage::KeyboardKeyDownEvent(platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
+    Traced(u"Kelvane::USBTypeCPage::KeyboardKeyDownEvent", [&] { SelectionOnTab(sender, args); });
+}
+
+void USBTypeCPage::KeyboardKeyUpEvent(platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
+    Traced(u"Kelvane::USBTypeCPage::KeyboardKeyUpEvent", [&] { SelectionOnTab(sender, args); });
+}
+
+void USBTypeCPage::SelectionOnTab(platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
+    Traced(u"Kelvane::USBTypeCPage::SelectionOnTab", [&] {
+        if (SwallowAllButTab(args)) {
+            dynamic_cast<platform::TextBox&>(sender).SelectAll();
+        }
+    });
+}
+
+void USBTypeCPage::Back_Click(platform::UIElement&, const platform::RoutedEventArgs&) {
+    Traced(u"Kelvane::USBTypeCPage::Back_Click", [this](const Trace& trace) {
+        GoBackFrom(trace, u"Back Button UI casting failed", [this] { RemoveCustomTitleBar(); });
+    });
+}
+
+}  // namespace Kelvane

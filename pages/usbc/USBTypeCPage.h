@@ -1,0 +1,61 @@
+#pragma once
+
+// The USB Type-C page: what the machine's ports can do, in six labelled boxes. The record is read on a worker
+// when the page is navigated to, unless it is cached already; Back leads to the main page. A page that is
+// left before its read has ended lives until the result has been shown on it. All members run on the
+// user-interface thread.
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "chrome/CustomTitleBar.h"
+#include "platform/xaml/Controls.h"
+#include "platform/xaml/Navigation.h"
+
+namespace Kelvane {
+
+class USBTypeCPage final : public platform::Page {
+  public:
+    USBTypeCPage();
+    ~USBTypeCPage() override;
+
+    void AddCustomTitleBar();
+    void RemoveCustomTitleBar();
+
+    /// Appends the pieces of `text` to `pieces`, and traces them.
+    void ParseUSBTypeCInfo(std::u16string_view text, std::u16string_view delimiter,
+                           std::vector<std::u16string>& pieces);
+
+    /// The display text of a support field; empty without a window.
+    std::u16string CheckSupportStatus(const std::u16string& fieldText);
+
+    /// Shows a USB Type-C record, box by box.
+    void UpdateUI(const std::u16string& record);
+
+  protected:
+    void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
+
+  private:
+    static constexpr std::size_t kValues = 6;
+    static constexpr std::size_t kLabels = 8;
+
+    void InitializeComponent();
+
+    void MainWindow_Loaded(platform::UIElement& sender, const platform::RoutedEventArgs& args);
+    void Back_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);
+    void KeyboardKeyDownEvent(platform::UIElement& sender, platform::KeyRoutedEventArgs& args);
+    void KeyboardKeyUpEvent(platform::UIElement& sender, platform::KeyRoutedEventArgs& args);
+    void SelectionOnTab(platform::UIElement& sender, platform::KeyRoutedEventArgs& args);
+
+    void UpdateUSBTypeCInfoDetails(const platform::NavigationEventArgs& args);
+    void UpdateUIWithTypeCDataAvailable();
+    void LaunchUsbPageLabelsVisible(bool visible);
+
+    std::shared_ptr<CustomTitleBar> m_titleBar;
+    std::array<std::shared_ptr<platform::TextBox>, kValues> m_values;
+    std::array<std::shared_ptr<platform::TextBlock>, kLabels> m_labels;
+};
+
+}  // namespace Kelvane
