@@ -10,7 +10,8 @@ Shows this machine's identifying and configuration data in a window. WORDs, or t
 arguments: a start with any counts as one by the hotkey.
 
 Options:
-  --text             print the rows as "label: value" lines instead of opening a window
+  --text             print the pages' rows as "label: value" lines instead of opening a window
+  --json             the same as one JSON object
   --screenshot FILE  save a picture of the filled window as PNG and end
   --help             show this help and end
   --version          show the version and end
@@ -42,6 +43,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         }
         if (option == "--text") {
             line.Wanted = Action::Text;
+        } else if (option == "--json") {
+            line.Wanted = Action::Json;
         } else if (option == "--help") {
             line.Wanted = Action::Help;
         } else if (option == "--version") {

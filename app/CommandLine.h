@@ -7,7 +7,7 @@ namespace Kelvane {
 
 /// What the command line asks for.
 struct CommandLine {
-    enum class Action { Window, Text, Help, Version, Invalid };
+    enum class Action { Window, Text, Json, Help, Version, Invalid };
 
     Action Wanted = Action::Window;
     /// Where to save a picture of the window; empty for none.

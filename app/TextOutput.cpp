@@ -2,15 +2,35 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "platform/core/Text.h"
+#include "platform/resources/ResourceLoader.h"
+#include "platform/xaml/Application.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/Navigation.h"
 #include "platform/xaml/Window.h"
 #include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
 namespace {
+
+/// The keys that the values have in JSON, by the names of the elements that show them. They never change.
+struct JsonKey {
+    std::u16string_view element;
+    const char* key;
+};
+constexpr JsonKey kJsonKeys[] = {
+    {u"SysInfoValue0", "productName"},        {u"SysInfoValue1", "productNumber"},
+    {u"SysInfoValue2", "processor"},          {u"SysInfoValue3", "memory"},
+    {u"SysInfoValue4", "operatingSystem"},    {u"SysInfoValue5", "firmwareVersion"},
+    {u"SysInfoValue6", "systemBoard"},        {u"SerialNumber", "serialNumber"},
+    {u"SysInfoValue8", "buildIdentifier"},    {u"BiosPasswordValue", "biosPassword"},
+    {u"UsbTypeCValue1", "usbStandard"},       {u"UsbTypeCValue2", "powerDelivery"},
+    {u"UsbTypeCValue3", "displayPortOutput"}, {u"UsbTypeCValue4", "thunderboltOrUsb4"},
+    {u"UsbTypeCValue5", "charging"},          {u"UsbTypeCValue6", "maximumPower"},
+};
 
 /// The text that an element shows; empty for one that shows none.
 std::u16string TextOf(const platform::UIElement& element) {
@@ -23,12 +43,12 @@ std::u16string TextOf(const platform::UIElement& element) {
     return {};
 }
 
-void CollectRows(const platform::UIElement& element, std::vector<TextRow>& rows) {
+void CollectRows(const platform::UIElement& element, std::vector<VisibleRow>& rows) {
     if (const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element)) {
         const auto* const label = framework->Accessibility().LabeledBy;
         if (label != nullptr && label->Visibility() == platform::Visibility::Visible &&
             element.Visibility() == platform::Visibility::Visible) {
-            rows.push_back({.label = TextOf(*label), .value = TextOf(element)});
+            rows.push_back({.name = framework->Name(), .label = TextOf(*label), .value = TextOf(element)});
         }
     }
     for (const auto* const child : element.Children()) {
@@ -36,45 +56,97 @@ void CollectRows(const platform::UIElement& element, std::vector<TextRow>& rows)
     }
 }
 
-/// Why no row has a value.
+std::vector<VisibleRow> RowsOfWindow() {
+    const auto& content = platform::Window::Current()->Content();
+    return content ? VisibleRows(*content) : std::vector<VisibleRow>();
+}
+
+bool HasValues(const std::vector<VisibleRow>& rows) {
+    return std::any_of(rows.begin(), rows.end(), [](const VisibleRow& row) { return !row.value.empty(); });
+}
+
+void WriteText(const std::vector<VisibleRow>& rows) {
+    for (const auto& row : rows) {
+        std::puts(platform::ToValidUtf8(row.label + (row.value.empty() ? u":" : u": ") + row.value).c_str());
+    }
+}
+
+/// {"productName": "...", ...}: the values as they are shown; those that are not known are left out.
+std::string JsonObject(const std::vector<VisibleRow>& rows) {
+    std::string object;
+    for (const auto& row : rows) {
+        const auto* const found = std::find_if(std::begin(kJsonKeys), std::end(kJsonKeys),
+                                               [&](const JsonKey& key) { return key.element == row.name; });
+        if (found != std::end(kJsonKeys) && !row.value.empty()) {
+            object += object.empty() ? "" : ", ";
+            object += std::string("\"") + found->key + "\": " + platform::ToJson(row.value);
+        }
+    }
+    return "{" + object + "}";
+}
+
+void Write(OutputFormat format, const std::vector<VisibleRow>& main,
+           const std::vector<VisibleRow>& usbTypeC) {
+    if (format == OutputFormat::Json) {
+        std::printf("{\"systemInformation\": %s, \"usbTypeC\": %s}\n", JsonObject(main).c_str(),
+                    JsonObject(usbTypeC).c_str());
+    } else {
+        WriteText(main);
+        if (HasValues(usbTypeC)) {
+            const auto heading =
+                platform::ResourceLoader::GetForCurrentView()->GetString(u"UsbTypeCTitle/Text");
+            std::printf("\n%s\n", platform::ToValidUtf8(heading).c_str());
+            WriteText(usbTypeC);
+        }
+    }
+    std::fflush(stdout);
+}
+
+/// Why no row has a value, and the way out.
 const char* ReasonForNoValues() {
     const auto viewModel = MainViewModel::GetInstance();
     if (!viewModel->IsRpcInitialised()) {
-        return "kelvane: the system service cannot be reached; start kelvane-service (see 'kelvane-service "
-               "--help') and try "
-               "again.";
+        return "the system service cannot be reached; start kelvane-service (see 'kelvane-service --help') "
+               "and try again.";
     }
     if (!viewModel->IsSysInfoReadCompleted()) {
-        return "kelvane: the system service did not give its record of system information; restart "
-               "kelvane-service and try "
-               "again.";
+        return "the system service did not give its record of system information; restart kelvane-service "
+               "and try again.";
     }
-    return "kelvane: the record of system information that the service gave cannot be used; the trace "
-           "(KELVANE_TRACE=1) "
-           "says why. Check that kelvane-service is of the same version as kelvane.";
+    return "the record of system information that the service gave cannot be used (KELVANE_TRACE=1 shows "
+           "why); check that "
+           "kelvane-service is of the same version as kelvane.";
 }
 
 }  // namespace
 
-std::vector<TextRow> VisibleRows(const platform::UIElement& root) {
-    std::vector<TextRow> rows;
+std::vector<VisibleRow> VisibleRows(const platform::UIElement& root) {
+    std::vector<VisibleRow> rows;
     CollectRows(root, rows);
     return rows;
 }
 
-int PrintRows() {
-    const auto& content = platform::Window::Current()->Content();
-    const auto rows = content ? VisibleRows(*content) : std::vector<TextRow>();
-    for (const auto& row : rows) {
-        std::puts(platform::ToValidUtf8(row.label + (row.value.empty() ? u":" : u": ") + row.value).c_str());
-    }
-    std::fflush(stdout);
-    const bool filled =
-        std::any_of(rows.begin(), rows.end(), [](const TextRow& row) { return !row.value.empty(); });
-    if (!filled) {
-        std::fprintf(stderr, "%s\n", ReasonForNoValues());
-    }
-    return filled ? 0 : 1;
+void WritePages(OutputFormat format, std::function<void(int status)> done) {
+    platform::Application::WhenIdle([format, done = std::move(done)] {
+        const auto main = RowsOfWindow();
+        if (!HasValues(main)) {
+            Write(format, main, {});
+            std::fprintf(stderr, "kelvane: %s\n", ReasonForNoValues());
+            done(1);
+            return;
+        }
+        if (!MainViewModel::GetInstance()->IsUsbTypeCInfoReadCompleted()) {
+            Write(format, main, {});
+            done(0);
+            return;
+        }
+        std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content())
+            ->Navigate(u"Kelvane.USBTypeCPage");
+        platform::Application::WhenIdle([format, main, done] {
+            Write(format, main, RowsOfWindow());
+            done(0);
+        });
+    });
 }
 
 }  // namespace Kelvane

@@ -1,25 +1,32 @@
 #pragma once
 
-// The pages as text, for a terminal. User-interface thread, when the application has become idle.
+// The pages as text, for a terminal and for programs. User-interface thread.
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "platform/xaml/UIElement.h"
 
 namespace Kelvane {
 
+enum class OutputFormat { Text, Json };
+
 /// One visible row of a page.
-struct TextRow {
+struct VisibleRow {
+    /// The name of the element that shows the value.
+    std::u16string name;
     std::u16string label;
     std::u16string value;
 };
 
 /// The rows below `root` in reading order: each visible element that a visible label names, whether or not a
 /// collapsed panel holds them.
-std::vector<TextRow> VisibleRows(const platform::UIElement& root);
+std::vector<VisibleRow> VisibleRows(const platform::UIElement& root);
 
-/// Writes the window's rows to standard output as "label: value" lines. When they were not filled, says why,
-/// and what to do, on standard error. Returns the exit status: 0 filled, 1 not.
-int PrintRows();
+/// Once the application is idle, writes the main page's rows to standard output, and then, when the machine
+/// has them, those of the USB Type-C page, to which it navigates. When the main page was not filled, says why
+/// and what to do on standard error. Calls `done` with the exit status: 0 filled, 1 not.
+void WritePages(OutputFormat format, std::function<void(int status)> done);
 
 }  // namespace Kelvane

@@ -24,12 +24,12 @@ int PrintVersion() {
 }
 
 /// Runs the whole application without a screen and prints what it shows.
-int RunText(const CommandLine& line) {
+int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
     headless::HeadlessWorld world({.Words = line.Words});
     int status = 1;
-    const int ended = platform::Application::Start(world, [&status] {
-        platform::Application::WhenIdle([&status] {
-            status = Kelvane::PrintRows();
+    const int ended = platform::Application::Start(world, [&] {
+        Kelvane::WritePages(format, [&status](int written) {
+            status = written;
             platform::Application::Exit();
         });
         return Kelvane::App::Create();
@@ -85,7 +85,9 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "kelvane: %s; see 'kelvane --help'\n", line.Problem.c_str());
             return kWrongUsage;
         case CommandLine::Action::Text:
-            return RunText(line);
+            return RunText(line, Kelvane::OutputFormat::Text);
+        case CommandLine::Action::Json:
+            return RunText(line, Kelvane::OutputFormat::Json);
         case CommandLine::Action::Window:
             return RunWindow(line);
     }

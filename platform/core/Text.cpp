@@ -1,6 +1,7 @@
 #include "platform/core/Text.h"
 
 #include <charconv>
+#include <cstdio>
 
 namespace platform {
 
@@ -121,6 +122,23 @@ std::u16string FromUtf8(std::string_view text) {
         }
     }
     return out;
+}
+
+std::string ToJson(std::u16string_view text) {
+    std::string json = "\"";
+    for (const char c : ToValidUtf8(text)) {
+        if (c == '"' || c == '\\') {
+            json += '\\';
+            json += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+            json += escape;
+        } else {
+            json += c;
+        }
+    }
+    return json + '"';
 }
 
 std::u16string ToText(std::int64_t value) {

@@ -17,6 +17,9 @@ std::string ToValidUtf8(std::u16string_view text);
 /// UTF-8 (or WTF-8) to UTF-16; each byte that is part of no valid sequence becomes U+FFFD.
 std::u16string FromUtf8(std::string_view text);
 
+/// The text as a JSON string with its quotes, in valid UTF-8.
+std::string ToJson(std::u16string_view text);
+
 /// Decimal text of a number.
 std::u16string ToText(std::int64_t value);
 std::u16string ToText(std::uint64_t value);

@@ -173,6 +173,7 @@ void ApplicationRun::Fail(const std::exception& failure) {
 void ApplicationRun::WhenIdle(std::function<void()> handler) {
     VerifyUserInterfaceThread();
     m_whenIdle.push_back(std::move(handler));
+    m_world.Loop().Post([this] { CheckIdle(); });
 }
 
 void ApplicationRun::CheckIdle() {

@@ -9,7 +9,13 @@ class TestClock final : public platform::Clock {
   public:
     std::int64_t FileTime() override { return kStart + m_units.load(); }
     std::int64_t Steady() override { return m_units.load(); }
-    platform::SystemTime LocalTime() override { return Local; }
+    platform::SystemTime LocalTime() override {
+        auto now = Local;
+        const auto milliseconds = now.Milliseconds + m_units.load() / 10000;
+        now.Milliseconds = static_cast<std::uint16_t>(milliseconds % 1000);
+        now.Second = static_cast<std::uint16_t>(now.Second + milliseconds / 1000);
+        return now;
+    }
     std::int32_t TimeZoneBias() override { return 0; }
     bool SleepFor(std::chrono::milliseconds duration) override {
         Advance(duration);
@@ -18,6 +24,7 @@ class TestClock final : public platform::Clock {
 
     void Advance(std::chrono::milliseconds duration) { m_units += duration.count() * 10000; }
 
+    /// Local time at the start.
     platform::SystemTime Local{.Year = 2026,
                                .Month = 3,
                                .DayOfWeek = 4,

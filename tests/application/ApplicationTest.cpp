@@ -1,0 +1,140 @@
+#include "tests/application/ApplicationTest.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+#include "package/PackageContent.h"
+#include "platform/xaml/Navigation.h"
+#include "platform/xaml/Window.h"
+
+namespace Kelvane {
+
+namespace {
+
+using platform::rpc::ServerCall;
+
+/// "HH:MM:SS.mmm LEVEL " comes before each message of the trace.
+constexpr std::size_t kTimeLength = 13;
+constexpr const char* kLevels[] = {"Verbose ", "Information ", "Warning ", "Error ", "Critical "};
+
+}  // namespace
+
+ApplicationTest::ApplicationTest() {
+    setenv("KELVANE_TRACE", "1", 1);
+    platform::SetPackageFiles(PackageContent());
+    RegisterPages();
+}
+
+void ApplicationTest::StartService() {
+    const auto answer = [this](ServerCall& call, const std::optional<std::u16string>& text) {
+        ++m_calls[call.Procedure()];
+        call.SetText(0, text);
+    };
+    m_service.emplace(std::map<unsigned, platform::rpc::ServerProcedure>{
+        {procedure::StartMSInfoApp, [this](ServerCall& call) { ++m_calls[call.Procedure()]; }},
+        {procedure::ReadSysInfo, [=, this](ServerCall& call) { answer(call, m_systemInformation); }},
+        {procedure::ReadUSBTypeCInfo, [=, this](ServerCall& call) { answer(call, m_usbTypeC); }},
+        {procedure::SetUEFIFlag, [this](ServerCall& call) {
+             ++m_calls[call.Procedure()];
+             m_onSetUefiFlag();
+         }}});
+}
+
+int ApplicationTest::Run(std::vector<Step> steps) {
+    m_world = std::make_unique<headless::HeadlessWorld>(m_options);
+    std::size_t next = 0;
+    std::function<void()> take = [&] {
+        if (next == steps.size()) {
+            m_options.HasWindow ? m_world->Window().RequestClose() : platform::Application::Exit();
+            return;
+        }
+        steps[next++]();
+        platform::Application::WhenIdle(take);
+    };
+    testing::internal::CaptureStderr();
+    const int status = platform::Application::Start(*m_world, [&] {
+        platform::Application::WhenIdle(take);
+        return App::Create();
+    });
+    m_trace.clear();
+    m_errors.clear();
+    std::istringstream output(testing::internal::GetCapturedStderr());
+    for (std::string line; std::getline(output, line);) {
+        const auto* const level =
+            std::find_if(std::begin(kLevels), std::end(kLevels), [&](const std::string& each) {
+                return line.size() > kTimeLength && line.compare(kTimeLength, each.size(), each) == 0;
+            });
+        if (level != std::end(kLevels)) {
+            m_trace.push_back(line.substr(kTimeLength + std::string(*level).size()));
+        } else {
+            m_errors += line + "\n";
+        }
+    }
+    return status;
+}
+
+std::shared_ptr<platform::UIElement> ApplicationTest::FindElement(platform::UIElement& root,
+                                                                  std::u16string_view name) {
+    if (const auto* const element = dynamic_cast<platform::FrameworkElement*>(&root);
+        element != nullptr && element->Name() == name) {
+        return root.shared_from_this();
+    }
+    for (auto* const child : root.Children()) {
+        if (auto found = FindElement(*child, name)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+std::u16string ApplicationTest::Text(std::u16string_view name) {
+    if (const auto box = Find<platform::TextBox>(name)) {
+        return box->Text();
+    }
+    return Find<platform::TextBlock>(name)->Text();
+}
+
+bool ApplicationTest::IsVisible(std::u16string_view name) {
+    return Find<platform::UIElement>(name)->Visibility() == platform::Visibility::Visible;
+}
+
+std::u16string ApplicationTest::CurrentPage() {
+    if (Find<platform::Button>(u"BackButton")) {
+        return u"USBTypeCPage";
+    }
+    return Find<platform::Button>(u"OkButton") ? u"RunSystemDiagnostics" : u"MainPage";
+}
+
+std::vector<std::string> ApplicationTest::TraceOf(const std::vector<std::string>& methods) const {
+    std::vector<std::string> lines;
+    for (const auto& line : m_trace) {
+        if (std::any_of(methods.begin(), methods.end(),
+                        [&](const auto& method) { return line.starts_with(method); })) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+bool ApplicationTest::HasTraced(const std::string& text) const {
+    return std::find(m_trace.begin(), m_trace.end(), text) != m_trace.end();
+}
+
+std::u16string Record(const std::vector<std::u16string>& fields) {
+    std::u16string record;
+    for (const auto& field : fields) {
+        record += (&field == &fields.front() ? u"" : u"<.^.>") + field;
+    }
+    return record;
+}
+
+std::vector<std::u16string> Letters(std::size_t count) {
+    std::vector<std::u16string> letters;
+    for (std::size_t i = 0; i < count; ++i) {
+        letters.emplace_back(1, static_cast<char16_t>(u'a' + i));
+    }
+    return letters;
+}
+
+}  // namespace Kelvane

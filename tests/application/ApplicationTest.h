@@ -1,0 +1,89 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/App.h"
+#include "backends/headless/HeadlessWorld.h"
+#include "platform/core/Text.h"
+#include "platform/xaml/Controls.h"
+#include "tests/logging/LogFolder.h"
+#include "tests/rpc/Support.h"
+#include "tests/support/TestClock.h"
+
+namespace Kelvane {
+
+/// Runs the whole application in a headless world, against a service of the test's own, in folders that go
+/// with the test. Each test is a process of its own.
+class ApplicationTest : public testing::Test {
+  protected:
+    using Step = std::function<void()>;
+
+    ApplicationTest();
+
+    /// Starts the application and takes the steps on the user-interface thread, each as soon as the one
+    /// before has led to nothing more; then ends it as a closed window does. Returns the exit status.
+    int Run(std::vector<Step> steps = {});
+
+    /// The service answers reads with the two records below.
+    void StartService();
+
+    /// The element of this name in the window.
+    template <typename Element>
+    std::shared_ptr<Element> Find(std::u16string_view name) {
+        return std::dynamic_pointer_cast<Element>(FindElement(*m_world->Window().Content(), name));
+    }
+    std::u16string Text(std::u16string_view name);
+    bool IsVisible(std::u16string_view name);
+    void Press(std::u16string_view name) { Find<platform::Button>(name)->Invoke(); }
+
+    /// The full name of the page that the window shows, and how often the service has been asked for a
+    /// procedure.
+    std::u16string CurrentPage();
+    int Calls(unsigned procedure) const { return m_calls[procedure].load(); }
+
+    /// The trace of the last run, without times and levels; `Of` those whose method begins with one of the
+    /// names.
+    const std::vector<std::string>& TraceLines() const { return m_trace; }
+    std::vector<std::string> TraceOf(const std::vector<std::string>& methods) const;
+    bool HasTraced(const std::string& text) const;
+
+    std::filesystem::path StoredLogs() const { return m_state.Stored(); }
+
+    headless::HeadlessOptions m_options{
+        .Insets = {.Left = 0, .Right = 114}, .LocaleName = "en_US.UTF-8", .Languages = {u"en-US"}};
+    std::unique_ptr<headless::HeadlessWorld> m_world;
+    std::optional<std::u16string> m_systemInformation;
+    std::optional<std::u16string> m_usbTypeC = u"";
+    /// Runs in the service, in place of an answer to procedure 12.
+    std::function<void()> m_onSetUefiFlag = [] {};
+    /// What the last run wrote to standard error beside the trace.
+    std::string m_errors;
+
+  private:
+    std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);
+
+    tests::StateFolderScope m_state;
+    platform::rpc::test::EndpointScope m_endpoints;
+    TestClock m_clock;
+    platform::ClockScope m_clockScope{m_clock};
+    std::array<std::atomic<int>, 13> m_calls{};
+    std::optional<platform::rpc::test::TestService> m_service;
+    std::vector<std::string> m_trace;
+};
+
+/// A record of these fields joined by the new separator.
+std::u16string Record(const std::vector<std::u16string>& fields);
+
+/// "a", "b", ... : as many fields.
+std::vector<std::u16string> Letters(std::size_t count);
+
+}  // namespace Kelvane

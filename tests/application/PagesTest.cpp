@@ -1,0 +1,170 @@
+#include <future>
+
+#include "pages/Split.h"
+#include "pages/usbc/USBTypeCRecord.h"
+#include "service/HotkeyRpc.h"
+#include "tests/application/ApplicationTest.h"
+
+namespace Kelvane {
+
+namespace {
+
+using platform::VirtualKey;
+
+class PagesTest : public ApplicationTest {
+  protected:
+    PagesTest() {
+        m_systemInformation = Record(Letters(10));
+        m_usbTypeC =
+            u"USB 2.0(~!~)USB 3.1 Gen 2(~!~), USB 3.2 Gen "
+            u"2<.^.>Supported<.^.>no<.^.>Supported<.^.>supported<.^.>60.0 W";
+    }
+};
+
+TEST_F(PagesTest, SplitKeepsEmptyPiecesAndEndsForAnEmptyDelimiter) {
+    const auto split = [](std::u16string_view text, std::u16string_view delimiter) {
+        std::vector<std::u16string> parts;
+        Split(text, delimiter, parts);
+        return parts;
+    };
+    using Parts = std::vector<std::u16string>;
+    EXPECT_EQ(split(u"x<.^.><.^.>y", kFieldSeparator), (Parts{u"x", u"", u"y"}));
+    EXPECT_EQ(split(u",x,", u","), (Parts{u"", u"x", u""}));
+    EXPECT_EQ(split(u"", u","), (Parts{u""}));
+    EXPECT_EQ(split(u"abc", u""), (Parts{u"abc"}));
+}
+
+TEST_F(PagesTest, InterpretsUsbTypeCRecordsWithoutAWindow) {
+    const ResourceLookup echo = [](std::u16string_view key) { return u"[" + std::u16string(key) + u"]"; };
+    const std::u16string yes = u"[Supported/Text]";
+    const std::u16string no = u"[NotSupported/Text]";
+    const std::pair<std::u16string, UsbTypeCDisplayValues> cases[] = {
+        {u"USB 2.0(~!~)USB 3.1 Gen 2<.^.>Supported<.^.>x<.^.>Supported<.^.>supported<.^.>100 W",
+         {u"USB 2.0, [USB31Gen2/Text]", yes, no, yes, no, u"100 W"}},
+        {u"(~!~)USB 4<.^.> Supported<.^.><.^.>Supported",
+         {u"USB 4", no, no, yes, std::nullopt, std::nullopt}},
+        {u"USB 2.0(~!~)", {u"USB 2.0, "}},
+        {u"v(~!~) USB 3.1 Gen 1", {u"v,  USB 3.1 Gen 1"}},
+        {u"v(~!~)USB 3.1 Gen 1(~!~)more", {u"v, [USB31Gen1/Text]"}},
+        {u"USB 2.0, USB 4", {u"USB 2.0, USB 4"}},
+        {u"a<.^.>b<.^.>c<.^.>d<.^.>e<.^.>null<.^.>g", {u"a", no, no, no, no, std::nullopt}},
+        {u"a<.^.>b<.^.>c<.^.>d<.^.>e<.^.>NULL", {u"a", no, no, no, no, u"NULL"}},
+        {u"", {u""}}};
+    Run({[&] {
+        for (const auto& [record, values] : cases) {
+            EXPECT_EQ(InterpretUsbTypeCRecord(Trace(u"Kelvane::Test"), record, echo), values);
+        }
+    }});
+}
+
+TEST_F(PagesTest, GoesToTheUsbTypeCPageAndBackWithoutReadingAgain) {
+    StartService();
+    Run({[&] {
+             ASSERT_TRUE(IsVisible(u"USBType"));
+             Press(u"USBType");
+         },
+         [&] {
+             ASSERT_EQ(CurrentPage(), u"USBTypeCPage");
+             EXPECT_EQ(Text(u"UsbTypeCValue1"), u"USB 2.0, USB 3.2 Gen 2");
+             EXPECT_EQ(Text(u"UsbTypeCValue2"), u"Supported");
+             EXPECT_EQ(Text(u"UsbTypeCValue3"), u"Not supported");
+             EXPECT_EQ(Text(u"UsbTypeCValue5"), u"Not supported");
+             EXPECT_EQ(Text(u"UsbTypeCValue6"), u"60.0 W");
+             EXPECT_TRUE(IsVisible(u"UsbTypeCLabel6"));
+             EXPECT_FALSE(Find<platform::ProgressRing>(u"TitleBarProgressRing")->IsActive());
+             Press(u"BackButton");
+         },
+         [&] {
+             EXPECT_EQ(CurrentPage(), u"MainPage");
+             EXPECT_EQ(Text(u"SysInfoValue0"), u"a");
+         }});
+    EXPECT_EQ(Calls(procedure::ReadUSBTypeCInfo), 1);
+    EXPECT_EQ(Calls(procedure::ReadSysInfo), 1);
+    EXPECT_TRUE(
+        HasTraced("Kelvane::USBTypeCPage::OnNavigatedToAlready Updated USBTypeCInfoDetails - success"));
+    EXPECT_TRUE(
+        HasTraced("Kelvane::MainPage::OnNavigatedToAlready Sysinfo read completed and updateUI with "
+                  "preloaded sysdata"));
+}
+
+TEST_F(PagesTest, TheUsbTypeCPageShowsItsLabelsWhenTheReadFails) {
+    m_usbTypeC.reset();
+    m_options.Architecture = platform::ProcessorArchitecture::Arm64;
+    StartService();
+    Run({[&] {
+             Find<platform::Button>(u"USBType")->Visibility(platform::Visibility::Visible);
+             Press(u"USBType");
+         },
+         [&] {
+             EXPECT_TRUE(IsVisible(u"UsbTypeCLabel1"));
+             EXPECT_EQ(Text(u"UsbTypeCValue1"), u"");
+             EXPECT_FALSE(Find<platform::ProgressRing>(u"TitleBarProgressRing")->IsActive());
+         }});
+}
+
+TEST_F(PagesTest, TabSelectsTheWholeTextOfAUsbTypeCValue) {
+    StartService();
+    Run({[&] { Press(u"USBType"); },
+         [&] {
+             Find<platform::Button>(u"BackButton")->Focus();
+             auto& window = m_world->Window();
+             window.PressKey(VirtualKey::Tab);
+             const auto box = Find<platform::TextBox>(u"UsbTypeCValue1");
+             EXPECT_EQ(window.Focused(), box.get());
+             EXPECT_EQ(box->SelectedText(), box->Text());
+             EXPECT_TRUE(box->RaiseKey(VirtualKey::A, true));
+             EXPECT_TRUE(box->IsReadOnly());
+         }});
+}
+
+TEST_F(PagesTest, APageThatIsLeftBeforeItsReadEndsIsFilledAllTheSame) {
+    m_options.Architecture = platform::ProcessorArchitecture::Arm64;
+    StartService();
+    std::weak_ptr<platform::TextBox> box;
+    Run({[&] {
+             Find<platform::Button>(u"USBType")->Visibility(platform::Visibility::Visible);
+             Press(u"USBType");
+             box = Find<platform::TextBox>(u"UsbTypeCValue6");
+             // The read is still on its way: its result comes through this thread.
+             Press(u"BackButton");
+             EXPECT_EQ(CurrentPage(), u"MainPage");
+         },
+         [&] { EXPECT_TRUE(box.expired()) << "the page goes with its result"; }});
+    EXPECT_TRUE(
+        HasTraced("Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails::<lambda_2>::operator "
+                  "()UpdateUSBTypeCInfoDetails - success"));
+}
+
+TEST_F(PagesTest, OkLeavesTheDiagnosticsPageAtOnceAndTheRequestOutlivesIt) {
+    std::promise<void> left;
+    m_onSetUefiFlag = [&] { left.get_future().wait(); };
+    StartService();
+    Run({[&] { Press(u"RunSysDiagsbutton"); },
+         [&] {
+             ASSERT_EQ(CurrentPage(), u"RunSystemDiagnostics");
+             EXPECT_FALSE(Find<platform::ProgressRing>(u"TitleBarProgressRing")->IsActive());
+             EXPECT_EQ(m_world->Window().Focused(), Find<platform::Button>(u"OkButton").get());
+             m_world->Window().PressKey(VirtualKey::Enter);
+             EXPECT_EQ(CurrentPage(), u"MainPage");
+             left.set_value();
+         }});
+    EXPECT_EQ(Calls(procedure::SetUEFIFlag), 1);
+    EXPECT_TRUE(
+        HasTraced("Kelvane::MainViewModel::SetUEFIFlagOperation::<lambda_2>::operator ()Set UEFI flag Return "
+                  "Status = 0"));
+    EXPECT_EQ(TraceOf({"Kelvane::RunSystemDiagnostics::Ok_Click::"}),
+              (std::vector<std::string>{
+                  "Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_1>::operator ()Ok_Click()-create_task",
+                  "Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_2>::operator ()Ok_Click()-RunAsync"}));
+}
+
+TEST_F(PagesTest, EscapeLeavesTheDiagnosticsPageWithoutARequest) {
+    StartService();
+    Run({[&] { Press(u"RunSysDiagsbutton"); }, [&] { m_world->Window().PressKey(VirtualKey::Escape); },
+         [&] { EXPECT_EQ(CurrentPage(), u"MainPage"); }});
+    EXPECT_EQ(Calls(procedure::SetUEFIFlag), 0);
+}
+
+}  // namespace
+
+}  // namespace Kelvane
