@@ -11,6 +11,7 @@
 
 #include "chrome/CustomTitleBar.h"
 #include "logging/Trace.h"
+#include "platform/core/CoreDispatcher.h"
 #include "platform/core/Guarded.h"
 #include "platform/media/Speech.h"
 #include "platform/xaml/Controls.h"
@@ -44,6 +45,8 @@ class MainPage final : public platform::Page {
     using RoutedEventArgs = platform::RoutedEventArgs;
     using UIElement = platform::UIElement;
 
+    using Speech = std::shared_ptr<const platform::SpeechSynthesisStream>;
+
     /// One row of the page; also the serial number's and the BIOS password's.
     struct Row {
         std::shared_ptr<platform::TextBlock> label;
@@ -62,6 +65,10 @@ class MainPage final : public platform::Page {
     void CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs& args);
     void CopySerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    /// Worker. Makes `stream` what the page plays, unless the page has gone; releases it on the
+    /// user-interface thread when it has been heard.
+    static void PlaySpeech(const std::weak_ptr<MainPage>& weak,
+                           const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream);
     void KeyboardKeyDownEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void KeyboardKeyUpEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void SelectionOnTab(UIElement& sender, platform::KeyRoutedEventArgs& args);

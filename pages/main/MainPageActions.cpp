@@ -89,26 +89,48 @@ void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     } else {
         trace.Error(u"No female voice available.\n");
     }
+    const auto window = platform::CoreWindow::GetForCurrentThread();
+    if (!window) {
+        return;
+    }
     synthesizer.SynthesizeTextToStreamAsync(text).then(
-        [weak = weak_from_this()](
-            const platform::task<std::shared_ptr<const platform::SpeechSynthesisStream>>& done) {
-            const Trace step(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()");
+        [weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this())),
+         dispatcher = window->Dispatcher()](const platform::task<Speech>& synthesized) {
             try {
-                const auto stream = done.get();
-                auto player = std::make_shared<platform::MediaPlayer>();
-                player->Source(platform::MediaSource::CreateFromStream(stream, stream->ContentType));
-                player->MediaFailed().Add([](const platform::Exception& failure) {
-                    Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_2>::operator ()")
-                        .Error(u"Exception = ", failure.Message());
-                });
-                if (const auto page = std::static_pointer_cast<MainPage>(weak.lock())) {
-                    page->m_mediaPlayer.With([&](auto& current) { current = player; });
-                    player->Play();
-                }
+                PlaySpeech(weak, dispatcher, synthesized.get());
             } catch (const platform::Exception& exception) {
-                step.Error(u"Exception = ", exception.Message());
+                Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()")
+                    .Error(u"Exception = ", exception.Message());
             }
         });
+}
+
+void MainPage::PlaySpeech(const std::weak_ptr<MainPage>& weak,
+                          const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream) {
+    auto player = std::make_shared<platform::MediaPlayer>();
+    player->Source(platform::MediaSource::CreateFromStream(stream, stream->ContentType));
+    // The events come on the sound's own thread, where the player must not go.
+    const auto release = [weak, dispatcher, ended = player.get()] {
+        dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [weak, ended] {
+            if (const auto page = weak.lock()) {
+                page->m_mediaPlayer.With([ended](auto& current) {
+                    if (current.get() == ended) {
+                        current.reset();
+                    }
+                });
+            }
+        });
+    };
+    player->MediaEnded().Add(release);
+    player->MediaFailed().Add([release](const platform::Exception& failure) {
+        Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_2>::operator ()")
+            .Error(u"Exception = ", failure.Message());
+        release();
+    });
+    if (const auto page = weak.lock()) {
+        page->m_mediaPlayer.With([&player](auto& current) { current = player; });
+        player->Play();
+    }
 }
 
 }  // namespace Kelvane

@@ -22,8 +22,7 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
 
     /// Any thread. Queues `handler` for the user-interface thread, also when called there; handlers run in
     /// the order of their posting. The task ends with the handler, or fails with its exception. Once the
-    /// window is gone, the handler is refused: the task fails with the platform's closed error and the
-    /// handler is destroyed unrun.
+    /// window is gone, the handler is refused: it is destroyed unrun, and the task ends cancelled.
     task<void> RunAsync(CoreDispatcherPriority priority, std::function<void()> handler);
 
     /// Handlers that have been posted and have not ended yet. Any thread.

@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include "backends/headless/HeadlessLoop.h"
+#include "platform/core/CoreDispatcher.h"
+#include "tests/support/TestClock.h"
+
+namespace platform {
+
+namespace {
+
+constexpr auto kNormal = CoreDispatcherPriority::Normal;
+
+TEST(Dispatcher, QueuesEvenOnItsOwnThreadAndKeepsTheOrder) {
+    headless::HeadlessLoop loop;
+    const auto dispatcher = std::make_shared<CoreDispatcher>(loop);
+    std::string order;
+    dispatcher->RunAsync(kNormal, [&] {
+        dispatcher->RunAsync(kNormal, [&] { order += "c"; });
+        order += "a";
+    });
+    const auto failed = dispatcher->RunAsync(kNormal, [&] {
+        order += "b";
+        throw Exception(result::kFail, u"broken");
+    });
+    dispatcher->RunAsync(kNormal, [&] { dispatcher->RunAsync(kNormal, [&] { loop.Quit(); }); });
+    loop.Run();
+    EXPECT_EQ(order, "abc");
+    EXPECT_THROW(failed.get(), Exception);
+    EXPECT_EQ(dispatcher->Pending(), 0U);
+}
+
+TEST(Dispatcher, RefusesWorkOnceTheWindowIsGone) {
+    headless::HeadlessLoop loop;
+    const auto dispatcher = std::make_shared<CoreDispatcher>(loop);
+    bool ran = false;
+    const auto queued = dispatcher->RunAsync(kNormal, [&] { ran = true; });
+    dispatcher->Close();
+    loop.Post([&] { loop.Quit(); });
+    loop.Run();
+    EXPECT_THROW(queued.get(), task_canceled);
+    EXPECT_THROW(dispatcher->RunAsync(kNormal, [&] { ran = true; }).get(), task_canceled);
+    EXPECT_FALSE(ran);
+}
+
+TEST(Dispatcher, TimersGoByTheClockThatIsHandedIn) {
+    TestClock clock;
+    const ClockScope scope(clock);
+    headless::HeadlessLoop loop;
+    std::string order;
+    loop.PostAfter(std::chrono::hours(2), [&] {
+        order += "2";
+        loop.Quit();
+    });
+    loop.PostAfter(std::chrono::hours(1), [&] { order += "1"; });
+    loop.Post([&] {
+        order += "0";
+        clock.Advance(std::chrono::hours(2));
+    });
+    loop.Run();
+    EXPECT_EQ(order, "012");
+}
+
+}  // namespace
+
+}  // namespace platform
