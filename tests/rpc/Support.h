@@ -1,6 +1,7 @@
 #pragma once
 
-// What the tests of the service link share: a private directory of endpoints, a service, clients, raw bytes.
+// What the tests of the service link share: messages as data, a private directory of endpoints, a service,
+// clients.
 
 #include <functional>
 #include <map>
@@ -16,11 +17,20 @@
 
 namespace platform::rpc::test {
 
+/// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
+std::vector<std::vector<std::string>> Rows(std::string_view kind);
+
 Bytes FromHex(std::string_view hex);
 std::string ToHex(ByteView bytes);
 
 /// The status that `body` ends with.
 Status StatusOf(const std::function<void()>& body);
+
+/// Hands `bytes` to `stream` and each data unit that they complete to `use`.
+void Feed(PduStream& stream, ByteView bytes, const std::function<void(const Pdu&)>& use);
+
+/// Calls `use` with every shorter version of `message` and with every byte of it damaged in several ways.
+void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use);
 
 /// A private directory of endpoints while it lives.
 class EndpointScope {
@@ -28,15 +38,11 @@ class EndpointScope {
     EndpointScope();
     ~EndpointScope();
     const std::string& Directory() const { return m_directory; }
-    static std::string Socket();
+    static std::string Socket() { return EndpointPath(Kelvane::kEndpoint); }
 
   private:
     std::string m_directory;
 };
-
-/// The interface with NDR alone, and with both.
-const InterfaceDescription& NdrOnly();
-inline const InterfaceDescription* const kBothSyntaxes[] = {&NdrOnly(), &Kelvane::kHotkeyRpc};
 
 /// A service on a thread of its own. Reads return `Record`, exchanges return what came.
 class TestService {
@@ -53,43 +59,12 @@ class TestService {
     std::thread m_thread;
 };
 
-/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte; it closes
-/// after the last one, or instead of an empty one.
-class ScriptedService {
-  public:
-    explicit ScriptedService(std::vector<Bytes> replies);
-    ~ScriptedService();
-    std::vector<Bytes> Received;  ///< complete after Join
-    void Join() { m_thread.join(); }
-
-  private:
-    ListeningSocket m_listener;
-    std::thread m_thread;
-};
-
-/// A client's binding and context.
-class Client {
-  public:
-    explicit Client(const InterfaceDescription& interface = Kelvane::kHotkeyRpc);
-    ~Client() { RpcBindingFree(&Binding); }
-    void Open() { NdrClientCall3(m_interface, Kelvane::procedure::OpenContext, {Binding, &Context}); }
-    void Close() { NdrClientCall3(m_interface, Kelvane::procedure::CloseContext, {&Context}); }
-    std::optional<std::u16string> Read(unsigned procedure = Kelvane::procedure::ReadSysInfo);
-    std::optional<std::u16string> Exchange(std::optional<std::u16string> text);
-    std::optional<std::u16string> Command(std::int32_t code, std::u16string text,
-                                          Kelvane::CallbackFunction callback);
-
-    RPC_BINDING_HANDLE Binding = nullptr;
-    Kelvane::RPC_CONTEXT Context = nullptr;
-
-  private:
-    const InterfaceDescription& m_interface;
-};
-
 /// A connection that sends and receives bytes as they are.
-class RawClient {
+class RawConnection {
   public:
-    RawClient();
+    /// Connects to the service.
+    RawConnection();
+    explicit RawConnection(Descriptor socket) : m_socket(std::move(socket)) {}
     void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
     void EndSending();
     /// The next data unit, header included; empty at the end of the connection.
@@ -100,10 +75,38 @@ class RawClient {
     PduStream m_stream;
 };
 
-/// `pdu` with header and body as it stood on the wire.
-Bytes WholePdu(const Pdu& pdu);
+/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte, and then
+/// closes.
+class ScriptedService {
+  public:
+    explicit ScriptedService(std::vector<Bytes> replies);
+    ~ScriptedService() { Join(); }
+    void Join();
+    std::vector<Bytes> Received;  ///< complete after Join
 
-/// Calls `use` with every shorter version of `message` and with every byte of it damaged in several ways.
-void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use);
+  private:
+    ListeningSocket m_listener{EndpointScope::Socket()};
+    std::thread m_thread;
+};
+
+/// A client's binding and context.
+class Client {
+  public:
+    /// Offers NDR alone or both transfer syntaxes.
+    explicit Client(bool ndrOnly = false);
+    ~Client() { RpcBindingFree(&Binding); }
+    void Open() { NdrClientCall3(m_interface, Kelvane::procedure::OpenContext, {Binding, &Context}); }
+    void Close() { NdrClientCall3(m_interface, Kelvane::procedure::CloseContext, {&Context}); }
+    std::optional<std::u16string> Read();
+    std::optional<std::u16string> Exchange(std::optional<std::u16string> text);
+    std::optional<std::u16string> Command(std::int32_t code, std::u16string text,
+                                          Kelvane::CallbackFunction callback);
+
+    RPC_BINDING_HANDLE Binding = nullptr;
+    Kelvane::RPC_CONTEXT Context = nullptr;
+
+  private:
+    InterfaceDescription m_interface = Kelvane::kHotkeyRpc;
+};
 
 }  // namespace platform::rpc::test

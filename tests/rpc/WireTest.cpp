@@ -1,0 +1,407 @@
+// The messages of wire.txt: read, written, sent to clients and services, cut at every length, damaged at
+// every byte.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/core/Text.h"
+#include "platform/rpc/Ndr.h"
+#include "tests/rpc/Support.h"
+
+namespace platform::rpc::test {
+
+namespace {
+
+const Procedure& ProcedureOf(const std::string& name) {
+    return name == "callback" ? Kelvane::kHotkeyRpc.Callbacks[0]
+                              : Kelvane::kHotkeyRpc.Procedures[std::stoul(name)];
+}
+
+Direction DirectionOf(const std::string& name) {
+    return name == "in" ? Direction::In : Direction::Out;
+}
+
+std::string Describe(const Procedure& procedure, Direction direction, const CallValues& values) {
+    std::string text = !procedure.PassesContext(direction) ? ""
+                       : values.Context.IsNull()           ? " null"
+                                                           : " handle";
+    for (std::size_t i = 0; i < kMaxParameters; ++i) {
+        const auto& [kind, way] = procedure.Parameters[i];
+        if (kind == Kind::None || way != direction) {
+            continue;
+        }
+        if (kind != Kind::String) {
+            text += " " + std::to_string(values.Parameters[i].Number);
+        }
+        if (kind == Kind::String || kind == Kind::CountedText) {
+            auto characters = ToUtf8(values.Parameters[i].CopyText().value_or(u"null"));
+            std::ranges::replace(characters, '\0', '0');
+            text += characters.empty() ? "" : " " + characters;
+        }
+    }
+    return text.empty() ? text : text.substr(1);
+}
+
+TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+    for (const auto& row : Rows("stub")) {
+        const Procedure& procedure = ProcedureOf(row[1]);
+        const Direction direction = DirectionOf(row[2]);
+        for (std::size_t i = 0; i < kTransferSyntaxes.size(); ++i) {
+            const Bytes stub = FromHex(row[4 + i]);
+            CallValues values;
+            Unmarshal(kTransferSyntaxes[i], procedure, direction, FromHex(row[4 + i] + "bfbfbf"), values);
+            Unmarshal(kTransferSyntaxes[i], procedure, direction, stub, values);
+            EXPECT_EQ(Describe(procedure, direction, values), row[3]);
+            Bytes out(3);  // what stands before does not count for the alignment
+            Marshal(kTransferSyntaxes[i], procedure, direction, values, out);
+            EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
+
+            ForEachDamage(stub, [&](const Bytes& damaged) {
+                const auto read = [&] {
+                    Unmarshal(kTransferSyntaxes[i], procedure, direction, damaged, values);
+                };
+                const Status status = StatusOf(read);
+                EXPECT_THAT(status, testing::AnyOf(0U, status::kBadStubData, status::kInvalidBound))
+                    << row[3];
+                EXPECT_TRUE(damaged.size() == stub.size() || status == status::kBadStubData) << row[3];
+                for (const Value& value : values.Parameters) {
+                    const bool hasText = status == 0 && value.Text && !value.Text->empty();
+                    EXPECT_TRUE(!hasText || (value.Text->data() >= damaged.data() &&
+                                             &value.Text->back() <= &damaged.back()))
+                        << row[3];
+                }
+            });
+        }
+    }
+}
+
+TEST(StubTest, CountsThatContradictAreRefused) {
+    for (const auto& row : Rows("bad")) {
+        CallValues values;
+        const auto read = [&] {
+            Unmarshal(kTransferSyntaxes[0], ProcedureOf(row[2]), DirectionOf(row[3]), FromHex(row[4]),
+                      values);
+        };
+        EXPECT_EQ(StatusOf(read), std::stoul(row[5])) << row[1];
+    }
+}
+
+std::string NameOf(const SyntaxId& id) {
+    return id == kNdr ? " ndr" : id == kNdr64 ? " ndr64" : id == SyntaxId{} ? " none" : " other";
+}
+
+/// What a data unit says, and, if we can say the same, how we write it.
+std::pair<std::string, std::optional<Bytes>> Describe(const Pdu& pdu) {
+    std::string text = std::to_string(pdu.CallId);
+    Bytes out;
+    if (pdu.Type == PduType::Bind) {
+        const auto body = ReadBind(pdu);
+        text +=
+            " bind " + std::to_string(body.MaxReceive) + " group " + std::to_string(body.AssociationGroup);
+        for (const auto& [contextId, interface, syntaxes] : body.Elements) {
+            text += " " + std::to_string(contextId) + "=" + NameOf(syntaxes.at(0)).substr(1);
+            text += interface == Kelvane::kHotkeyRpc.Id ? "" : " of another interface";
+        }
+        AppendBind(out, pdu.Type, pdu.CallId, body);
+    } else if (pdu.Type == PduType::BindAck) {
+        text += " bind_ack " + std::to_string(ReadBindAck(pdu).MaxReceive);
+        for (const auto& [result, reason, syntax] : ReadBindAck(pdu).Results) {
+            text += " " + std::to_string(result) + "/" + std::to_string(reason) + NameOf(syntax);
+        }
+        return {text, std::nullopt};
+    } else if (pdu.Type == PduType::BindNak) {
+        text += " bind_nak " + std::to_string(ReadBindNak(pdu));
+        AppendBindNak(out, pdu.CallId, NakReason{ReadBindNak(pdu)});
+    } else if (pdu.Type == PduType::Fault) {
+        text += " fault " + std::to_string(ReadFault(pdu));
+        AppendFault(out, {.CallId = pdu.CallId}, ReadFault(pdu), 0);
+    } else if ((pdu.Flags & (pdu_flag::kFirst | pdu_flag::kLast)) != (pdu_flag::kFirst | pdu_flag::kLast)) {
+        return {(pdu.Flags & pdu_flag::kFirst) != 0 ? "first fragment" : "last fragment", std::nullopt};
+    } else {
+        const auto call = Reassembly(kMaxResponseBytes).Add(pdu).value();
+        const auto& [type, callId, context, operation] = call.Header;
+        text += type == PduType::Request ? " request " : " response ";
+        text += std::to_string(context) + " " + std::to_string(operation);
+        text += call.Stub.empty() ? "" : " " + ToHex(call.Stub);
+        BeginCall(out);
+        Append(out, call.Stub);
+        FinishCall(out, call.Header, kFragmentSize);
+    }
+    return {text, out};
+}
+
+TEST(PduTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+    for (const auto& row : Rows("pdu")) {
+        const Bytes twice = FromHex(row[2] + row[2]);
+        for (std::size_t split = 0; split <= twice.size(); ++split) {
+            PduStream stream;
+            int count = 0;
+            const auto check = [&](const Pdu& pdu) {
+                const auto [meaning, written] = Describe(pdu);
+                EXPECT_EQ(meaning, row[1]);
+                EXPECT_EQ(written ? ToHex(*written) : row[2], row[2]);
+                ++count;
+            };
+            Feed(stream, ByteView(twice).first(split), check);
+            Feed(stream, ByteView(twice).subspan(split), check);
+            EXPECT_EQ(count, 2) << row[1] << " split at " << split;
+        }
+        ForEachDamage(FromHex(row[2]), [&](const Bytes& damaged) {
+            PduStream stream;
+            try {
+                Feed(stream, damaged, [](const Pdu& pdu) { Describe(pdu); });
+            } catch (const RpcException& exception) {
+                EXPECT_EQ(exception.Status(), status::kProtocolError) << row[1];
+            } catch (const std::out_of_range&) {  // an element without a syntax cannot be described
+            }
+        });
+    }
+}
+
+TEST(FragmentTest, AreReadFromOthersAndRefusedOutOfPlace) {
+    const auto rows = Rows("pdu");
+    const auto fragment = [&](const char* name) {
+        return FromHex(std::ranges::find(rows, name, [](const auto& row) { return row[1]; })->at(2));
+    };
+    const Bytes first = fragment("first fragment");
+    const Bytes last = fragment("last fragment");
+    const auto read = [](std::initializer_list<Bytes> fragments, std::size_t limit) {
+        PduStream stream;
+        Reassembly reassembly(limit);
+        std::optional<Call> call;
+        std::string text;
+        for (const Bytes& bytes : fragments) {
+            Feed(stream, bytes, [&](const Pdu& pdu) { call = reassembly.Add(pdu); });
+            text += !call ? "more;" : call->IsTooLong ? "too long" : ToHex(call->Stub);
+        }
+        return text;
+    };
+    EXPECT_EQ(read({first, last}, 38),
+              "more;000000004b333fcda4585540a9720df20a79d85603000000000002000300000041004200"
+              "0000");
+    EXPECT_EQ(read({first, last}, 37), "more;too long");
+    Bytes other = last;
+    other[12] = std::byte{4};
+    for (const auto& wrong : {std::initializer_list<Bytes>{last}, {first, first}, {first, other}}) {
+        EXPECT_EQ(StatusOf([&] { read(wrong, 38); }), status::kProtocolError);
+    }
+}
+
+TEST(FragmentTest, ObeyTheReceiversLimitAndTheStep) {
+    for (const std::size_t size : {1408U, 1409U, 2816U, 9999U}) {
+        Bytes message;
+        BeginCall(message);
+        message.resize(kCallHeaderSize + size, std::byte{7});
+        FinishCall(message, {.CallId = 1}, kSmallestFragmentSize);
+        PduStream stream;
+        Reassembly reassembly(size);
+        std::size_t received = 0;
+        Feed(stream, message, [&](const Pdu& pdu) {
+            EXPECT_LE(pdu.Body.size() + kHeaderSize, kSmallestFragmentSize);
+            EXPECT_TRUE((pdu.Flags & pdu_flag::kLast) != 0 || pdu.Body.size() % kFragmentStep == 0);
+            const auto call = reassembly.Add(pdu);
+            received = call ? call->Stub.size() : 0;
+        });
+        EXPECT_EQ(received, size);
+    }
+}
+
+TEST(StatusTest, FaultsBecomeTheStatusThatClientsRaise) {
+    for (const auto& row : Rows("fault")) {
+        std::istringstream codes(row[2]);
+        for (std::string code; codes >> code;) {
+            EXPECT_EQ(StatusOfFault(static_cast<Status>(std::stoul(code, nullptr, 16))), std::stoul(row[1]))
+                << code;
+        }
+    }
+}
+
+TEST(StringBindingTest, IsComposedAndParsed) {
+    char16_t* composed = nullptr;
+    RpcStringBindingComposeW(u"uuid", u"ncalrpc", u"host", u"a,b", u"x", &composed);
+    EXPECT_EQ(std::u16string(composed), u"uuid@ncalrpc:host[a\\,b,x]");
+    RpcStringFreeW(&composed);
+    EXPECT_EQ(composed, nullptr);
+    RPC_BINDING_HANDLE binding = nullptr;
+    for (const auto& row : Rows("binding")) {
+        EXPECT_EQ(RpcBindingFromStringBindingW(FromUtf8(row[1]).c_str(), &binding), std::stoul(row[2]))
+            << row[1];
+        EXPECT_EQ(RpcBindingFree(&binding), row[2] == "0" ? status::kOk : status::kInvalidBinding) << row[1];
+    }
+    EXPECT_EQ(RpcBindingFromStringBindingW(nullptr, &binding), status::kInvalidStringBinding);
+
+    RPC_CONTEXT_HANDLE context = nullptr;
+    RpcBindingFromStringBindingW(u"ncalrpc:", &binding);
+    EXPECT_EQ(StatusOf([&] {
+                  NdrClientCall3(Kelvane::kHotkeyRpc, 0, {binding, &context});
+              }),
+              status::kEndpointNotRegistered);
+    RpcBindingFree(&binding);
+}
+
+class PeerTest : public testing::Test {
+  protected:
+    /// What opening a context ends with when the service sends `replies`, hexadecimal, with blanks between
+    /// them.
+    static Status OpenAgainst(const std::string& replies) {
+        std::istringstream words(replies);
+        std::vector<Bytes> bytes;
+        for (std::string word; words >> word;) {
+            bytes.push_back(FromHex(word));
+        }
+        const ScriptedService service(std::move(bytes));
+        Client client;
+        return StatusOf([&] { client.Open(); });
+    }
+
+    EndpointScope m_endpoints;
+    const std::string m_ack = Rows("open")[0][3].substr(0, Rows("open")[0][3].find(' '));
+    const std::string m_opened = Rows("open")[0][3].substr(m_ack.size() + 1);
+};
+
+TEST_F(PeerTest, AnswersBecomeTheRightStatus) {
+    for (const auto& row : Rows("open")) {
+        EXPECT_EQ(OpenAgainst(row[3]), std::stoul(row[2])) << row[1];
+    }
+}
+
+TEST_F(PeerTest, CallbacksAreAnswered) {
+    for (const auto& row : Rows("callback")) {
+        ScriptedService service({FromHex(m_ack), FromHex(row[2]), FromHex(m_opened)});
+        EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kOk) << row[1];
+        service.Join();
+        EXPECT_EQ(ToHex(service.Received.at(2)), row[3]) << row[1];
+    }
+}
+
+TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
+    Bytes text;
+    BeginCall(text);
+    Append(text, FromHex("030000000000020003000000410042000000"));
+    FinishCall(text, {.Type = PduType::Response, .CallId = 3}, kFragmentSize);
+    ForEachDamage(text, [&](const Bytes& damaged) {
+        const ScriptedService service({FromHex(m_ack), FromHex(m_opened), damaged});
+        Client client;
+        client.Open();
+        const Status status = StatusOf([&] { client.Read(); });
+        EXPECT_TRUE(damaged.size() == text.size() || status == status::kCallFailed) << status;
+    });
+    ForEachDamage(FromHex(m_ack), [&](const Bytes& damaged) { OpenAgainst(ToHex(damaged)); });
+}
+
+TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
+    TestService service;
+    for (const auto& row : Rows("serve")) {
+        RawConnection raw;
+        raw.Send(FromHex(row[2]));
+        raw.EndSending();
+        Bytes last;
+        for (Bytes pdu = raw.Receive(); !pdu.empty(); pdu = raw.Receive()) {
+            last = pdu;
+        }
+        std::string answer = ToHex(last);
+        if (answer.size() > 48 && row[3].size() > 48 && row[3].substr(40, 8) == "01000000") {
+            answer.replace(40, 8, "01000000");  // groups are numbered as they come
+        }
+        EXPECT_EQ(answer, row[3]) << row[1];
+    }
+}
+
+/// A connection that is bound.
+struct RawSession : RawConnection {
+    static Bytes Bind(std::uint32_t group) {
+        Bytes bind;
+        AppendBind(bind, PduType::Bind, 1,
+                   {.AssociationGroup = group, .Elements = {{0, Kelvane::kHotkeyRpc.Id, {kNdr64}}}});
+        return bind;
+    }
+    static Bytes Request(std::uint16_t procedure, ByteView stub) {
+        Bytes request;
+        BeginCall(request);
+        Append(request, stub);
+        FinishCall(request, {.CallId = 2, .Operation = procedure}, kFragmentSize);
+        return request;
+    }
+    explicit RawSession(std::uint32_t group = 0) {
+        Send(Bind(group));
+        Group = Cursor(ByteView(Receive()).subspan(20), 0).Take<std::uint32_t>();
+    }
+    Bytes Open() {
+        Send(Request(Kelvane::procedure::OpenContext, {}));
+        const Bytes response = Receive();
+        return {response.begin() + kCallHeaderSize, response.end()};
+    }
+    bool Reads(const Bytes& handle) {
+        Send(Request(Kelvane::procedure::ReadSysInfo, handle));
+        return Receive().at(2) == std::byte(PduType::Response);
+    }
+    std::uint32_t Group = 0;
+};
+
+TEST_F(PeerTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
+    TestService service;
+    auto first = std::make_unique<RawSession>();
+    const Bytes handle = first->Open();
+    auto second = std::make_unique<RawSession>(first->Group);
+    EXPECT_TRUE(second->Reads(handle));
+    EXPECT_FALSE(RawSession().Reads(handle));
+    first.reset();
+    EXPECT_TRUE(second->Reads(handle));
+    second.reset();
+    service.RunDown.acquire();
+    EXPECT_EQ(service.Server->OpenContexts(), 0U);
+}
+
+TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
+    TestService service;
+    RawSession owner;
+    Bytes stub = owner.Open();
+    Append(
+        stub,
+        FromHex("0403020103000000000000000000020000000000030000000000000041004200000000000000000000000000"));
+    Bytes message = RawSession::Bind(owner.Group);
+    Append(message, RawSession::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
+    ForEachDamage(message, [](const Bytes& damaged) {
+        RawConnection raw;
+        raw.Send(damaged);
+        raw.EndSending();
+        while (!raw.Receive().empty()) {
+        }
+    });
+    EXPECT_TRUE(owner.Reads(Bytes(stub.begin(), stub.begin() + 20)));
+}
+
+TEST_F(PeerTest, SlowSilentAndDeafClientsDelayNobody) {
+    TestService service;
+    service.Record = std::u16string(30'000, u'x');
+    const RawConnection silent;
+    RawConnection slow;
+    slow.Send(ByteView(RawSession::Bind(0)).first(20));
+    RawSession deaf;
+    const Bytes handle = deaf.Open();
+    for (int i = 0; i < 20; ++i) {  // their answers fill the socket, and nobody reads
+        deaf.Send(RawSession::Request(Kelvane::procedure::ReadSysInfo, handle));
+    }
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(PeerTest, OnlySilenceWithoutAContextEndsAConnection) {
+    TestService service({}, {.IdleClose = std::chrono::milliseconds(30)});
+    Client client;
+    client.Open();
+    RawConnection silent;
+    RawSession halfWay;
+    halfWay.Open();
+    halfWay.Send(ByteView(RawSession::Request(0, {})).first(5));
+    EXPECT_TRUE(silent.Receive().empty());
+    EXPECT_TRUE(halfWay.Receive().empty());
+    EXPECT_TRUE(client.Read());
+}
+
+}  // namespace
+
+}  // namespace platform::rpc::test
