@@ -3,9 +3,9 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdlib>
+#include <functional>
 #include <thread>
 
 #include "platform/rpc/Ndr.h"
@@ -17,57 +17,46 @@ using namespace platform::rpc;
 
 namespace {
 
-/// Answers each connection with `Input`, however much the client asks. The client's connect hands it over.
-class Service {
-  public:
-    Service() {
-        static char directory[] = "/tmp/kelvane-fuzz-XXXXXX";
-        if (mkdtemp(directory) == nullptr || setenv("KELVANE_RPC_DIRECTORY", directory, 1) != 0) {
-            std::abort();
+/// What the service sends. Set before the client's bind, which the service waits for.
+Bytes g_input;
+
+[[noreturn]] void Serve(const ListeningSocket& listener) {
+    std::byte ignored[4096];
+    while (true) {
+        pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
+        poll(&wait, 1, -1);
+        const Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (ReceiveSome(client.Get(), ignored) > 0 && SendAll(client.Get(), g_input)) {
+            shutdown(client.Get(), SHUT_WR);
         }
-        std::thread([this, path = EndpointPath(Kelvane::kEndpoint)] { Run(path); }).detach();
-        while (access(EndpointPath(Kelvane::kEndpoint).c_str(), F_OK) != 0) {
-            std::this_thread::yield();
+        while (ReceiveSome(client.Get(), ignored) > 0) {
         }
     }
-
-    Bytes Input;
-
-  private:
-    void Run(const std::string& path) {
-        const ListeningSocket listener(path);
-        std::byte ignored[4096];
-        while (true) {
-            pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
-            poll(&wait, 1, -1);
-            const Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-            // The client sends its bind after it has set Input.
-            if (ReceiveSome(client.Get(), ignored) > 0 && SendAll(client.Get(), Input)) {
-                shutdown(client.Get(), SHUT_WR);
-            }
-            while (ReceiveSome(client.Get(), ignored) > 0) {
-            }
-        }
-    }
-};
+}
 
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    static char directory[] = "/tmp/kelvane-fuzz-XXXXXX";
+    setenv("KELVANE_RPC_DIRECTORY", mkdtemp(directory), 1);
+    static const ListeningSocket listener(EndpointPath(Kelvane::kEndpoint));
+    std::thread(Serve, std::cref(listener)).detach();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static auto* const service = new Service;
-    Bytes& input = service->Input;
-    input.clear();
+    g_input.clear();
     if (size > 0 && data[0] % 2 == 1) {
         BindAckBody ack{.Results = {{.TransferSyntax = kNdr}, {.TransferSyntax = kNdr64}}};
         ack.Results[data[0] % 4 == 1 ? 1 : 0] = {.Result = kProviderRejection};
-        AppendBindAck(input, PduType::BindAck, 1, ack);
+        AppendBindAck(g_input, PduType::BindAck, 1, ack);
         Bytes opened;
         BeginCall(opened);
         Append(opened, ContextHandle{.Uuid = {.Data1 = 1}});
         FinishCall(opened, {.Type = PduType::Response, .CallId = 2}, kFragmentSize);
-        Append(input, opened);
+        Append(g_input, opened);
     }
-    Append(input, std::as_bytes(std::span(data, size)).subspan(size > 0 ? 1 : 0));
+    Append(g_input, std::as_bytes(std::span(data, size)).subspan(size > 0 ? 1 : 0));
     char16_t record[1000];
     Kelvane::RpcClient client;
     client.Initialize();

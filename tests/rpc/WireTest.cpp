@@ -59,19 +59,12 @@ TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
             EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
 
             ForEachDamage(stub, [&](const Bytes& damaged) {
-                const auto read = [&] {
+                const Status status = StatusOf([&] {
                     Unmarshal(kTransferSyntaxes[i], procedure, direction, damaged, values);
-                };
-                const Status status = StatusOf(read);
-                EXPECT_THAT(status, testing::AnyOf(0U, status::kBadStubData, status::kInvalidBound))
-                    << row[3];
+                    Describe(procedure, direction, values);  // reads all of it
+                });
+                EXPECT_THAT(status, testing::AnyOf(0U, status::kBadStubData, status::kInvalidBound));
                 EXPECT_TRUE(damaged.size() == stub.size() || status == status::kBadStubData) << row[3];
-                for (const Value& value : values.Parameters) {
-                    const bool hasText = status == 0 && value.Text && !value.Text->empty();
-                    EXPECT_TRUE(!hasText || (value.Text->data() >= damaged.data() &&
-                                             &value.Text->back() <= &damaged.back()))
-                        << row[3];
-                }
             });
         }
     }
@@ -80,11 +73,11 @@ TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
 TEST(StubTest, CountsThatContradictAreRefused) {
     for (const auto& row : Rows("bad")) {
         CallValues values;
-        const auto read = [&] {
+        const Status status = StatusOf([&] {
             Unmarshal(kTransferSyntaxes[0], ProcedureOf(row[2]), DirectionOf(row[3]), FromHex(row[4]),
                       values);
-        };
-        EXPECT_EQ(StatusOf(read), std::stoul(row[5])) << row[1];
+        });
+        EXPECT_EQ(status, std::stoul(row[5])) << row[1];
     }
 }
 
@@ -92,100 +85,49 @@ std::string NameOf(const SyntaxId& id) {
     return id == kNdr ? " ndr" : id == kNdr64 ? " ndr64" : id == SyntaxId{} ? " none" : " other";
 }
 
-/// What a data unit says, and, if we can say the same, how we write it.
-std::pair<std::string, std::optional<Bytes>> Describe(const Pdu& pdu) {
-    std::string text = std::to_string(pdu.CallId);
+/// What a bind_ack says; any other data unit as we write it, hexadecimal.
+std::string Restate(const Pdu& pdu) {
     Bytes out;
-    if (pdu.Type == PduType::Bind) {
-        const auto body = ReadBind(pdu);
-        text +=
-            " bind " + std::to_string(body.MaxReceive) + " group " + std::to_string(body.AssociationGroup);
-        for (const auto& [contextId, interface, syntaxes] : body.Elements) {
-            text += " " + std::to_string(contextId) + "=" + NameOf(syntaxes.at(0)).substr(1);
-            text += interface == Kelvane::kHotkeyRpc.Id ? "" : " of another interface";
-        }
-        AppendBind(out, pdu.Type, pdu.CallId, body);
-    } else if (pdu.Type == PduType::BindAck) {
-        text += " bind_ack " + std::to_string(ReadBindAck(pdu).MaxReceive);
+    if (pdu.Type == PduType::BindAck) {
+        std::string text =
+            std::to_string(pdu.CallId) + " bind_ack " + std::to_string(ReadBindAck(pdu).MaxReceive);
         for (const auto& [result, reason, syntax] : ReadBindAck(pdu).Results) {
             text += " " + std::to_string(result) + "/" + std::to_string(reason) + NameOf(syntax);
         }
-        return {text, std::nullopt};
+        return text;
+    }
+    if (pdu.Type == PduType::Bind) {
+        AppendBind(out, pdu.Type, pdu.CallId, ReadBind(pdu));
     } else if (pdu.Type == PduType::BindNak) {
-        text += " bind_nak " + std::to_string(ReadBindNak(pdu));
         AppendBindNak(out, pdu.CallId, NakReason{ReadBindNak(pdu)});
     } else if (pdu.Type == PduType::Fault) {
-        text += " fault " + std::to_string(ReadFault(pdu));
         AppendFault(out, {.CallId = pdu.CallId}, ReadFault(pdu), 0);
-    } else if ((pdu.Flags & (pdu_flag::kFirst | pdu_flag::kLast)) != (pdu_flag::kFirst | pdu_flag::kLast)) {
-        return {(pdu.Flags & pdu_flag::kFirst) != 0 ? "first fragment" : "last fragment", std::nullopt};
-    } else {
-        const auto call = Reassembly(kMaxResponseBytes).Add(pdu).value();
-        const auto& [type, callId, context, operation] = call.Header;
-        text += type == PduType::Request ? " request " : " response ";
-        text += std::to_string(context) + " " + std::to_string(operation);
-        text += call.Stub.empty() ? "" : " " + ToHex(call.Stub);
+    } else if (const auto call = Reassembly(kMaxResponseBytes).Add(pdu)) {
         BeginCall(out);
-        Append(out, call.Stub);
-        FinishCall(out, call.Header, kFragmentSize);
+        Append(out, call->Stub);
+        FinishCall(out, call->Header, kFragmentSize);
     }
-    return {text, out};
+    return ToHex(out);
 }
 
 TEST(PduTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
     for (const auto& row : Rows("pdu")) {
         const Bytes twice = FromHex(row[2] + row[2]);
-        for (std::size_t split = 0; split <= twice.size(); ++split) {
+        for (std::size_t split = 0; row[1].find("fragment") == std::string::npos && split < twice.size();
+             ++split) {
             PduStream stream;
-            int count = 0;
-            const auto check = [&](const Pdu& pdu) {
-                const auto [meaning, written] = Describe(pdu);
-                EXPECT_EQ(meaning, row[1]);
-                EXPECT_EQ(written ? ToHex(*written) : row[2], row[2]);
-                ++count;
-            };
-            Feed(stream, ByteView(twice).first(split), check);
-            Feed(stream, ByteView(twice).subspan(split), check);
-            EXPECT_EQ(count, 2) << row[1] << " split at " << split;
+            std::string restated;
+            const auto restate = [&](const Pdu& pdu) { restated += Restate(pdu); };
+            Feed(stream, ByteView(twice).first(split), restate);
+            Feed(stream, ByteView(twice).subspan(split), restate);
+            const std::string& expected = row[1].find("bind_ack") != std::string::npos ? row[1] : row[2];
+            EXPECT_EQ(restated, expected + expected) << row[1] << " split at " << split;
         }
         ForEachDamage(FromHex(row[2]), [&](const Bytes& damaged) {
             PduStream stream;
-            try {
-                Feed(stream, damaged, [](const Pdu& pdu) { Describe(pdu); });
-            } catch (const RpcException& exception) {
-                EXPECT_EQ(exception.Status(), status::kProtocolError) << row[1];
-            } catch (const std::out_of_range&) {  // an element without a syntax cannot be described
-            }
+            EXPECT_THAT(StatusOf([&] { Feed(stream, damaged, Restate); }),
+                        testing::AnyOf(0U, status::kProtocolError));
         });
-    }
-}
-
-TEST(FragmentTest, AreReadFromOthersAndRefusedOutOfPlace) {
-    const auto rows = Rows("pdu");
-    const auto fragment = [&](const char* name) {
-        return FromHex(std::ranges::find(rows, name, [](const auto& row) { return row[1]; })->at(2));
-    };
-    const Bytes first = fragment("first fragment");
-    const Bytes last = fragment("last fragment");
-    const auto read = [](std::initializer_list<Bytes> fragments, std::size_t limit) {
-        PduStream stream;
-        Reassembly reassembly(limit);
-        std::optional<Call> call;
-        std::string text;
-        for (const Bytes& bytes : fragments) {
-            Feed(stream, bytes, [&](const Pdu& pdu) { call = reassembly.Add(pdu); });
-            text += !call ? "more;" : call->IsTooLong ? "too long" : ToHex(call->Stub);
-        }
-        return text;
-    };
-    EXPECT_EQ(read({first, last}, 38),
-              "more;000000004b333fcda4585540a9720df20a79d85603000000000002000300000041004200"
-              "0000");
-    EXPECT_EQ(read({first, last}, 37), "more;too long");
-    Bytes other = last;
-    other[12] = std::byte{4};
-    for (const auto& wrong : {std::initializer_list<Bytes>{last}, {first, first}, {first, other}}) {
-        EXPECT_EQ(StatusOf([&] { read(wrong, 38); }), status::kProtocolError);
     }
 }
 
@@ -232,28 +174,28 @@ TEST(StringBindingTest, IsComposedAndParsed) {
     }
     EXPECT_EQ(RpcBindingFromStringBindingW(nullptr, &binding), status::kInvalidStringBinding);
 
-    RPC_CONTEXT_HANDLE context = nullptr;
-    RpcBindingFromStringBindingW(u"ncalrpc:", &binding);
-    EXPECT_EQ(StatusOf([&] {
-                  NdrClientCall3(Kelvane::kHotkeyRpc, 0, {binding, &context});
-              }),
-              status::kEndpointNotRegistered);
-    RpcBindingFree(&binding);
+    Client client;
+    RpcBindingFree(&client.Binding);
+    RpcBindingFromStringBindingW(u"ncalrpc:", &client.Binding);
+    EXPECT_EQ(StatusOf([&] { client.Open(); }), status::kEndpointNotRegistered);
 }
 
 class PeerTest : public testing::Test {
   protected:
     /// What opening a context ends with when the service sends `replies`, hexadecimal, with blanks between
     /// them.
-    static Status OpenAgainst(const std::string& replies) {
+    static Status OpenAgainst(const std::string& replies, const std::string& lastSent = {}) {
         std::istringstream words(replies);
         std::vector<Bytes> bytes;
         for (std::string word; words >> word;) {
             bytes.push_back(FromHex(word));
         }
-        const ScriptedService service(std::move(bytes));
-        Client client;
-        return StatusOf([&] { client.Open(); });
+        ScriptedService service(std::move(bytes));
+        const Status status = StatusOf([] { Client().Open(); });
+        service.Join();
+        EXPECT_TRUE(lastSent.empty() || ToHex(service.Received.back()) == lastSent)
+            << ToHex(service.Received.back());
+        return status;
     }
 
     EndpointScope m_endpoints;
@@ -263,32 +205,16 @@ class PeerTest : public testing::Test {
 
 TEST_F(PeerTest, AnswersBecomeTheRightStatus) {
     for (const auto& row : Rows("open")) {
-        EXPECT_EQ(OpenAgainst(row[3]), std::stoul(row[2])) << row[1];
-    }
-}
-
-TEST_F(PeerTest, CallbacksAreAnswered) {
-    for (const auto& row : Rows("callback")) {
-        ScriptedService service({FromHex(m_ack), FromHex(row[2]), FromHex(m_opened)});
-        EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kOk) << row[1];
-        service.Join();
-        EXPECT_EQ(ToHex(service.Received.at(2)), row[3]) << row[1];
+        EXPECT_EQ(OpenAgainst(row[3], row.size() > 4 ? row[4] : ""), std::stoul(row[2])) << row[1];
     }
 }
 
 TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
-    Bytes text;
-    BeginCall(text);
-    Append(text, FromHex("030000000000020003000000410042000000"));
-    FinishCall(text, {.Type = PduType::Response, .CallId = 3}, kFragmentSize);
-    ForEachDamage(text, [&](const Bytes& damaged) {
-        const ScriptedService service({FromHex(m_ack), FromHex(m_opened), damaged});
-        Client client;
-        client.Open();
-        const Status status = StatusOf([&] { client.Read(); });
-        EXPECT_TRUE(damaged.size() == text.size() || status == status::kCallFailed) << status;
-    });
     ForEachDamage(FromHex(m_ack), [&](const Bytes& damaged) { OpenAgainst(ToHex(damaged)); });
+    ForEachDamage(FromHex(m_opened), [&](const Bytes& damaged) {
+        const Status status = OpenAgainst(m_ack + " " + ToHex(damaged));
+        EXPECT_TRUE(2 * damaged.size() == m_opened.size() || status == status::kCallFailed) << status;
+    });
 }
 
 TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
