@@ -132,8 +132,13 @@ RawConnection::RawConnection() : m_socket(CreateSocket()) {
     Connect(m_socket.Get(), EndpointScope::Socket(), [] { return false; });
 }
 
-void RawConnection::EndSending() {
+Bytes RawConnection::ReceiveLast() {
     shutdown(m_socket.Get(), SHUT_WR);
+    Bytes last;
+    for (Bytes pdu = Receive(); !pdu.empty(); pdu = Receive()) {
+        last.swap(pdu);
+    }
+    return last;
 }
 
 Bytes RawConnection::Receive() {
@@ -157,9 +162,7 @@ ScriptedService::ScriptedService(std::vector<Bytes> replies) {
             Received.push_back(client.Receive());
             client.Send(reply);
         }
-        client.EndSending();
-        while (!client.Receive().empty()) {
-        }
+        client.ReceiveLast();
     });
 }
 

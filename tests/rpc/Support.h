@@ -66,9 +66,10 @@ class RawConnection {
     RawConnection();
     explicit RawConnection(Descriptor socket) : m_socket(std::move(socket)) {}
     void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
-    void EndSending();
     /// The next data unit, header included; empty at the end of the connection.
     Bytes Receive();
+    /// Ends sending and returns the last data unit before the end, empty when there is none.
+    Bytes ReceiveLast();
 
   private:
     Descriptor m_socket;
