@@ -7,30 +7,10 @@
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 namespace platform::rpc::test {
 
 namespace procedure = Kelvane::procedure;
-
-std::vector<std::vector<std::string>> Rows(std::string_view kind) {
-    std::ifstream file(KELVANE_WIRE_DATA);
-    std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(file, line);) {
-        std::vector<std::string> fields(1);
-        for (const char letter : line) {
-            letter == '|' ? void(fields.emplace_back()) : fields.back().push_back(letter);
-        }
-        for (std::string& field : fields) {
-            field.erase(field.find_last_not_of(' ') + 1);
-            field.erase(0, field.find_first_not_of(' '));
-        }
-        if (fields[0] == kind) {
-            rows.push_back(std::move(fields));
-        }
-    }
-    return rows;
-}
 
 Bytes FromHex(std::string_view hex) {
     Bytes bytes(hex.size() / 2);
@@ -128,11 +108,11 @@ void TestService::Stop() {
     }
 }
 
-RawConnection::RawConnection() : m_socket(CreateSocket()) {
+RawClient::RawClient() : m_socket(CreateSocket()) {
     Connect(m_socket.Get(), EndpointScope::Socket(), [] { return false; });
 }
 
-Bytes RawConnection::ReceiveLast() {
+Bytes RawClient::ReceiveLast() {
     shutdown(m_socket.Get(), SHUT_WR);
     Bytes last;
     for (Bytes pdu = Receive(); !pdu.empty(); pdu = Receive()) {
@@ -141,7 +121,7 @@ Bytes RawConnection::ReceiveLast() {
     return last;
 }
 
-Bytes RawConnection::Receive() {
+Bytes RawClient::Receive() {
     std::optional<Pdu> pdu;
     while (!(pdu = m_stream.Next())) {
         const ssize_t size = ReceiveSome(m_socket.Get(), m_stream.Room());
@@ -157,7 +137,7 @@ ScriptedService::ScriptedService(std::vector<Bytes> replies) {
     m_thread = std::thread([this, replies = std::move(replies)] {
         pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
         poll(&wait, 1, -1);
-        RawConnection client{Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
+        RawClient client{Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
         for (const Bytes& reply : replies) {
             Received.push_back(client.Receive());
             client.Send(reply);
@@ -199,9 +179,9 @@ struct OutText {
 
 }  // namespace
 
-std::optional<std::u16string> Client::Read() {
+std::optional<std::u16string> Client::Read(unsigned procedure) {
     OutText out;
-    NdrClientCall3(m_interface, procedure::ReadSysInfo, {Context, &out.Length, &out.Text});
+    NdrClientCall3(m_interface, procedure, {Context, &out.Length, &out.Text});
     return out.Take();
 }
 

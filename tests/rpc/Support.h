@@ -1,7 +1,6 @@
 #pragma once
 
-// What the tests of the service link share: messages as data, a private directory of endpoints, a service,
-// clients.
+// What the tests of the service link share: bytes, a private directory of endpoints, a service, clients.
 
 #include <functional>
 #include <map>
@@ -16,9 +15,6 @@
 #include "service/HotkeyRpc.h"
 
 namespace platform::rpc::test {
-
-/// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
-std::vector<std::vector<std::string>> Rows(std::string_view kind);
 
 Bytes FromHex(std::string_view hex);
 std::string ToHex(ByteView bytes);
@@ -60,11 +56,11 @@ class TestService {
 };
 
 /// A connection that sends and receives bytes as they are.
-class RawConnection {
+class RawClient {
   public:
     /// Connects to the service.
-    RawConnection();
-    explicit RawConnection(Descriptor socket) : m_socket(std::move(socket)) {}
+    RawClient();
+    explicit RawClient(Descriptor socket) : m_socket(std::move(socket)) {}
     void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
     /// The next data unit, header included; empty at the end of the connection.
     Bytes Receive();
@@ -98,7 +94,7 @@ class Client {
     ~Client() { RpcBindingFree(&Binding); }
     void Open() { NdrClientCall3(m_interface, Kelvane::procedure::OpenContext, {Binding, &Context}); }
     void Close() { NdrClientCall3(m_interface, Kelvane::procedure::CloseContext, {&Context}); }
-    std::optional<std::u16string> Read();
+    std::optional<std::u16string> Read(unsigned procedure = Kelvane::procedure::ReadSysInfo);
     std::optional<std::u16string> Exchange(std::optional<std::u16string> text);
     std::optional<std::u16string> Command(std::int32_t code, std::u16string text,
                                           Kelvane::CallbackFunction callback);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "platform/core/Text.h"
 #include "platform/rpc/Ndr.h"
@@ -13,6 +14,26 @@
 namespace platform::rpc::test {
 
 namespace {
+
+/// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
+std::vector<std::vector<std::string>> Rows(std::string_view kind) {
+    std::ifstream file(KELVANE_WIRE_DATA);
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::vector<std::string> fields(1);
+        for (const char letter : line) {
+            letter == '|' ? void(fields.emplace_back()) : fields.back().push_back(letter);
+        }
+        for (std::string& field : fields) {
+            field.erase(field.find_last_not_of(' ') + 1);
+            field.erase(0, field.find_first_not_of(' '));
+        }
+        if (fields[0] == kind) {
+            rows.push_back(std::move(fields));
+        }
+    }
+    return rows;
+}
 
 const Procedure& ProcedureOf(const std::string& name) {
     return name == "callback" ? Kelvane::kHotkeyRpc.Callbacks[0]
@@ -216,7 +237,7 @@ TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
 TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
     TestService service;
     for (const auto& row : Rows("serve")) {
-        RawConnection raw;
+        RawClient raw;
         raw.Send(FromHex(row[2]));
         std::string answer = ToHex(raw.ReceiveLast());
         if (answer.size() > 48 && row[3].size() > 48 && row[3].substr(40, 8) == "01000000") {
@@ -227,7 +248,7 @@ TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
 }
 
 /// A connection that is bound.
-struct RawSession : RawConnection {
+struct RawSession : RawClient {
     static Bytes Bind(std::uint32_t group) {
         Bytes bind;
         AppendBind(bind, PduType::Bind, 1,
@@ -281,7 +302,7 @@ TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
     Bytes message = RawSession::Bind(owner.Group);
     Append(message, RawSession::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
     ForEachDamage(message, [](const Bytes& damaged) {
-        RawConnection raw;
+        RawClient raw;
         raw.Send(damaged);
         raw.ReceiveLast();
     });
@@ -291,8 +312,8 @@ TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
 TEST_F(PeerTest, SlowSilentAndDeafClientsDelayNobody) {
     TestService service;
     service.Record = std::u16string(30'000, u'x');
-    const RawConnection silent;
-    RawConnection slow;
+    const RawClient silent;
+    RawClient slow;
     slow.Send(ByteView(RawSession::Bind(0)).first(20));
     RawSession deaf;
     const Bytes handle = deaf.Open();
@@ -308,7 +329,7 @@ TEST_F(PeerTest, OnlySilenceWithoutAContextEndsAConnection) {
     TestService service({}, {.IdleClose = std::chrono::milliseconds(30)});
     Client client;
     client.Open();
-    RawConnection silent;
+    RawClient silent;
     RawSession halfWay;
     halfWay.Open();
     halfWay.Send(ByteView(RawSession::Request(0, {})).first(5));
