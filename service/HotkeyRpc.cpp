@@ -143,6 +143,7 @@ void CmdCallback(std::int32_t code, const char16_t* text, std::int64_t address) 
         return;
     }
     try {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface carries the address as a number.
         reinterpret_cast<CallbackFunction>(static_cast<std::intptr_t>(address))(code, text);
     } catch (const std::exception&) {
         platform::OutputDebugStringW(u"CmdCallback failed with exception:");

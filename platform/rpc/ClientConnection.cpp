@@ -89,7 +89,7 @@ void Binding::Call(const InterfaceDescription& interface, const Procedure& proce
 /// file's.
 void Binding::Cancel() noexcept {
     m_cancelled = true;
-    if (const int socket = m_connecting; socket >= 0) {
+    if (const int socket = m_descriptor; socket >= 0) {
         shutdown(socket, SHUT_RDWR);
     }
 }
@@ -108,7 +108,7 @@ void Binding::Establish(const InterfaceDescription& interface) {
     }
     if (m_socket.Get() < 0) {
         m_socket = CreateSocket();
-        m_connecting = m_socket.Get();
+        m_descriptor = m_socket.Get();
     }
     Connect(m_socket.Get(), m_path, [this] { return m_cancelled.load(); });
     try {

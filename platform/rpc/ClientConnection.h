@@ -53,8 +53,8 @@ class Binding {
 
     const std::string m_path;
 
-    // Any thread: what stops a call that waits.
-    std::atomic<int> m_connecting = -1;
+    // Any thread: what stops a call that waits. The number is that of m_socket.
+    std::atomic<int> m_descriptor = -1;
     std::atomic<bool> m_cancelled = false;
     std::atomic<std::thread::id> m_caller;
 

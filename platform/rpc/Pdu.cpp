@@ -1,7 +1,6 @@
 #include "platform/rpc/Pdu.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace platform::rpc {
@@ -65,7 +64,7 @@ std::span<std::byte> PduStream::Room() {
         needed = std::max<std::size_t>(needed, length);
     }
     if (m_begin + needed > m_bytes.size()) {
-        std::memmove(m_bytes.data(), m_bytes.data() + m_begin, m_end - m_begin);
+        std::ranges::copy(std::span(m_bytes).subspan(m_begin, m_end - m_begin), m_bytes.begin());
         m_end -= m_begin;
         m_begin = 0;
         m_bytes.resize(std::max(needed, m_bytes.size()));

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <ranges>
 
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Text.h"
@@ -142,13 +141,13 @@ void ServerConnection::Choose(const BindBody& body, std::vector<BindResult>& res
         results.push_back({.Result = kProviderRejection,
                            .Reason = known ? kReasonUnknownTransferSyntax : kReasonUnknownInterface});
     }
-    for (const TransferSyntax& syntax : std::views::reverse(kTransferSyntaxes)) {
+    for (const SyntaxId& preferred : {kNdr64, kNdr}) {
         for (std::size_t i = 0; i < results.size(); ++i) {
             const BindElement& element = body.Elements[i];
             if (results[i].Reason == kReasonUnknownTransferSyntax &&
-                std::ranges::find(element.TransferSyntaxes, syntax.Id) != element.TransferSyntaxes.end()) {
-                m_syntaxes[element.ContextId] = &syntax;
-                results[i] = {.TransferSyntax = syntax.Id};
+                std::ranges::find(element.TransferSyntaxes, preferred) != element.TransferSyntaxes.end()) {
+                m_syntaxes[element.ContextId] = FindTransferSyntax(preferred);
+                results[i] = {.TransferSyntax = preferred};
                 return;
             }
         }

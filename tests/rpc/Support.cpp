@@ -3,15 +3,21 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 
 namespace platform::rpc::test {
 
+namespace procedure = Kelvane::procedure;
+
 Bytes FromHex(std::string_view hex) {
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes.push_back(static_cast<std::byte>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
+    Bytes bytes(hex.size() / 2);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        unsigned value = 0;
+        std::from_chars(hex.data() + 2 * i, hex.data() + 2 * i + 2, value, 16);
+        bytes[i] = static_cast<std::byte>(value);
     }
     return bytes;
 }
@@ -19,9 +25,8 @@ Bytes FromHex(std::string_view hex) {
 std::string ToHex(ByteView bytes) {
     std::string hex;
     for (const std::byte byte : bytes) {
-        constexpr std::string_view kDigits = "0123456789abcdef";
-        hex += kDigits[std::to_integer<unsigned>(byte) >> 4];
-        hex += kDigits[std::to_integer<unsigned>(byte) & 15];
+        hex += "0123456789abcdef"[std::to_integer<unsigned>(byte) >> 4];
+        hex += "0123456789abcdef"[std::to_integer<unsigned>(byte) & 15];
     }
     return hex;
 }
@@ -35,8 +40,31 @@ Status StatusOf(const std::function<void()>& body) {
     }
 }
 
-EndpointScope::EndpointScope()
-    : m_directory((std::filesystem::temp_directory_path() / "kelvane-rpc-XXXXXX")) {
+void Feed(PduStream& stream, ByteView bytes, const std::function<void(const Pdu&)>& use) {
+    while (!bytes.empty()) {
+        const auto room = stream.Room();
+        const ByteView part = bytes.first(std::min(room.size(), bytes.size()));
+        std::ranges::copy(part, room.begin());
+        stream.Received(part.size());
+        bytes = bytes.subspan(part.size());
+        while (const auto pdu = stream.Next()) {
+            use(*pdu);
+        }
+    }
+}
+
+void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use) {
+    for (std::size_t i = 0; i < message.size(); ++i) {
+        use(Bytes(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(i)));
+        for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
+            Bytes damaged = message;
+            damaged[i] ^= static_cast<std::byte>(mask);
+            use(damaged);
+        }
+    }
+}
+
+EndpointScope::EndpointScope() : m_directory(std::filesystem::temp_directory_path() / "kelvane-rpc-XXXXXX") {
     if (mkdtemp(m_directory.data()) == nullptr) {
         std::abort();
     }
@@ -44,41 +72,28 @@ EndpointScope::EndpointScope()
 }
 
 EndpointScope::~EndpointScope() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_directory, ignored);
-}
-
-std::string EndpointScope::Socket() {
-    return EndpointPath(Kelvane::kEndpoint);
-}
-
-const InterfaceDescription& NdrOnly() {
-    static const InterfaceDescription description = [] {
-        InterfaceDescription copy = Kelvane::kHotkeyRpc;
-        copy.Flags &= ~interface_flag::kHasMultipleTransferSyntaxes;
-        return copy;
-    }();
-    return description;
+    std::filesystem::remove_all(m_directory);
 }
 
 TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerOptions options) {
-    std::vector<ServerProcedure> all(Kelvane::procedure::Count, [](ServerCall&) {});
-    all[0] = [this](ServerCall& call) {
+    std::vector<ServerProcedure> all(procedure::Count, [](ServerCall&) {});
+    all[procedure::OpenContext] = [this](ServerCall& call) {
         call.SetContext(
             std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.release(); }));
     };
-    all[1] = [](ServerCall& call) { call.SetContext(nullptr); };
-    all[4] = all[5] = all[12] = [this](ServerCall& call) { call.SetText(0, Record); };
-    all[8] = [](ServerCall& call) {
+    all[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
+    all[procedure::ReadSysInfo] = all[procedure::ReadUSBTypeCInfo] =
+        all[procedure::SetUEFIFlag] = [this](ServerCall& call) { call.SetText(0, Record); };
+    all[procedure::ExchangeTextProc8] = [](ServerCall& call) {
         const auto& text = call.Text(0);
         call.SetRawText(1, text ? static_cast<std::int32_t>(text->size()) : 0, text);
     };
-    all[11] = [](ServerCall& call) {
+    all[procedure::CommandWithCallbackProc11] = [](ServerCall& call) {
         call.InvokeCallback(call.Long(0), call.Text(1)->c_str(), call.Hyper(3));
         call.SetText(2, u"done");
     };
-    for (auto& [number, procedure] : procedures) {
-        all[number] = std::move(procedure);
+    for (auto& [number, body] : procedures) {
+        all[number] = std::move(body);
     }
     Server.emplace(Kelvane::kHotkeyRpc, std::move(all), std::move(options));
     Server->Listen(Kelvane::kEndpoint);
@@ -93,92 +108,17 @@ void TestService::Stop() {
     }
 }
 
-ScriptedService::ScriptedService(std::vector<Bytes> replies) : m_listener(EndpointScope::Socket()) {
-    m_thread = std::thread([this, replies = std::move(replies)] {
-        pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
-        poll(&wait, 1, -1);
-        const Descriptor socket(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-        PduStream stream;
-        for (const Bytes& reply : replies) {
-            std::optional<Pdu> pdu;
-            while (!(pdu = stream.Next())) {
-                const ssize_t size = ReceiveSome(socket.Get(), stream.Room());
-                if (size <= 0) {
-                    return;
-                }
-                stream.Received(static_cast<std::size_t>(size));
-            }
-            Received.push_back(WholePdu(*pdu));
-            if (reply.empty()) {
-                return;
-            }
-            SendAll(socket.Get(), reply);
-        }
-    });
-}
-
-ScriptedService::~ScriptedService() {
-    if (m_thread.joinable()) {
-        m_thread.join();
-    }
-}
-
-Client::Client(const InterfaceDescription& interface) : m_interface(interface) {
-    char16_t* string = nullptr;
-    RpcStringBindingComposeW(nullptr, Kelvane::kProtocolSequence, nullptr, Kelvane::kEndpoint, nullptr,
-                             &string);
-    RpcBindingFromStringBindingW(string, &Binding);
-    RpcStringFreeW(&string);
-}
-
-namespace {
-
-/// What a call returned, released.
-std::optional<std::u16string> TakeText(std::int32_t length, char16_t* text) {
-    if (text == nullptr) {
-        return std::nullopt;
-    }
-    const std::u16string taken(text, static_cast<std::size_t>(length));
-    Kelvane::midl_user_free(text);
-    return taken;
-}
-
-}  // namespace
-
-std::optional<std::u16string> Client::Read(unsigned procedure) {
-    std::int32_t length = 0;
-    char16_t* text = nullptr;
-    NdrClientCall3(m_interface, procedure, {Context, &length, &text});
-    return TakeText(length, text);
-}
-
-std::optional<std::u16string> Client::Exchange(std::optional<std::u16string> text) {
-    auto inLength = static_cast<std::int32_t>(text ? text->size() : 0);
-    char16_t* in = text ? text->data() : nullptr;
-    std::int32_t length = 0;
-    char16_t* out = nullptr;
-    NdrClientCall3(m_interface, Kelvane::procedure::ExchangeTextProc8,
-                   {Context, &inLength, &in, &length, &out});
-    return TakeText(length, out);
-}
-
-std::optional<std::u16string> Client::Command(std::int32_t code, std::u16string text,
-                                              Kelvane::CallbackFunction callback) {
-    auto inLength = static_cast<std::int32_t>(text.size() + 1);
-    char16_t* in = text.data();
-    std::int32_t length = 0;
-    char16_t* out = nullptr;
-    NdrClientCall3(m_interface, Kelvane::procedure::CommandWithCallbackProc11,
-                   {Context, code, &inLength, &in, &length, &out, reinterpret_cast<std::int64_t>(callback)});
-    return TakeText(length, out);
-}
-
 RawClient::RawClient() : m_socket(CreateSocket()) {
     Connect(m_socket.Get(), EndpointScope::Socket(), [] { return false; });
 }
 
-void RawClient::EndSending() {
+Bytes RawClient::ReceiveLast() {
     shutdown(m_socket.Get(), SHUT_WR);
+    Bytes last;
+    for (Bytes pdu = Receive(); !pdu.empty(); pdu = Receive()) {
+        last.swap(pdu);
+    }
+    return last;
 }
 
 Bytes RawClient::Receive() {
@@ -190,24 +130,79 @@ Bytes RawClient::Receive() {
         }
         m_stream.Received(static_cast<std::size_t>(size));
     }
-    return WholePdu(*pdu);
+    return {pdu->Body.data() - kHeaderSize, pdu->Body.data() + pdu->Body.size()};
 }
 
-Bytes WholePdu(const Pdu& pdu) {
-    return {pdu.Body.data() - kHeaderSize, pdu.Body.data() + pdu.Body.size()};
-}
-
-void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use) {
-    for (std::size_t length = 0; length < message.size(); ++length) {
-        use(Bytes(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length)));
-    }
-    for (std::size_t i = 0; i < message.size(); ++i) {
-        for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
-            Bytes damaged = message;
-            damaged[i] ^= static_cast<std::byte>(mask);
-            use(damaged);
+ScriptedService::ScriptedService(std::vector<Bytes> replies) {
+    m_thread = std::thread([this, replies = std::move(replies)] {
+        pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
+        poll(&wait, 1, -1);
+        RawClient client{Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
+        for (const Bytes& reply : replies) {
+            Received.push_back(client.Receive());
+            client.Send(reply);
         }
+        client.ReceiveLast();
+    });
+}
+
+void ScriptedService::Join() {
+    if (m_thread.joinable()) {
+        m_thread.join();
     }
+}
+
+Client::Client(bool ndrOnly) {
+    m_interface.Flags &= ndrOnly ? ~interface_flag::kHasMultipleTransferSyntaxes : ~0U;
+    char16_t* string = nullptr;
+    RpcStringBindingComposeW(nullptr, Kelvane::kProtocolSequence, nullptr, Kelvane::kEndpoint, nullptr,
+                             &string);
+    RpcBindingFromStringBindingW(string, &Binding);
+    RpcStringFreeW(&string);
+}
+
+namespace {
+
+/// A call's counted text on its way out, then released.
+struct OutText {
+    std::optional<std::u16string> Take() {
+        if (Text == nullptr) {
+            return std::nullopt;
+        }
+        const std::u16string taken(Text, static_cast<std::size_t>(Length));
+        Kelvane::midl_user_free(Text);
+        return taken;
+    }
+    std::int32_t Length = 0;
+    char16_t* Text = nullptr;
+};
+
+}  // namespace
+
+std::optional<std::u16string> Client::Read(unsigned procedure) {
+    OutText out;
+    NdrClientCall3(m_interface, procedure, {Context, &out.Length, &out.Text});
+    return out.Take();
+}
+
+std::optional<std::u16string> Client::Exchange(std::optional<std::u16string> text) {
+    auto length = static_cast<std::int32_t>(text ? text->size() : 0);
+    char16_t* in = text ? text->data() : nullptr;
+    OutText out;
+    NdrClientCall3(m_interface, procedure::ExchangeTextProc8,
+                   {Context, &length, &in, &out.Length, &out.Text});
+    return out.Take();
+}
+
+std::optional<std::u16string> Client::Command(std::int32_t code, std::u16string text,
+                                              Kelvane::CallbackFunction callback) {
+    auto length = static_cast<std::int32_t>(text.size() + 1);
+    char16_t* in = text.data();
+    OutText out;
+    NdrClientCall3(
+        m_interface, procedure::CommandWithCallbackProc11,
+        {Context, code, &length, &in, &out.Length, &out.Text, reinterpret_cast<std::int64_t>(callback)});
+    return out.Take();
 }
 
 }  // namespace platform::rpc::test

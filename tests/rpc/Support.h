@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests of the service link share: a private directory of endpoints, a service, clients, raw bytes.
+// What the tests of the service link share: bytes, a private directory of endpoints, a service, clients.
 
 #include <functional>
 #include <map>
@@ -22,21 +22,23 @@ std::string ToHex(ByteView bytes);
 /// The status that `body` ends with.
 Status StatusOf(const std::function<void()>& body);
 
+/// Hands `bytes` to `stream` and each data unit that they complete to `use`.
+void Feed(PduStream& stream, ByteView bytes, const std::function<void(const Pdu&)>& use);
+
+/// Calls `use` with every shorter version of `message` and with every byte of it damaged in several ways.
+void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use);
+
 /// A private directory of endpoints while it lives.
 class EndpointScope {
   public:
     EndpointScope();
     ~EndpointScope();
     const std::string& Directory() const { return m_directory; }
-    static std::string Socket();
+    static std::string Socket() { return EndpointPath(Kelvane::kEndpoint); }
 
   private:
     std::string m_directory;
 };
-
-/// The interface with NDR alone, and with both.
-const InterfaceDescription& NdrOnly();
-inline const InterfaceDescription* const kBothSyntaxes[] = {&NdrOnly(), &Kelvane::kHotkeyRpc};
 
 /// A service on a thread of its own. Reads return `Record`, exchanges return what came.
 class TestService {
@@ -53,24 +55,42 @@ class TestService {
     std::thread m_thread;
 };
 
-/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte; it closes
-/// after the last one, or instead of an empty one.
+/// A connection that sends and receives bytes as they are.
+class RawClient {
+  public:
+    /// Connects to the service.
+    RawClient();
+    explicit RawClient(Descriptor socket) : m_socket(std::move(socket)) {}
+    void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
+    /// The next data unit, header included; empty at the end of the connection.
+    Bytes Receive();
+    /// Ends sending and returns the last data unit before the end, empty when there is none.
+    Bytes ReceiveLast();
+
+  private:
+    Descriptor m_socket;
+    PduStream m_stream;
+};
+
+/// A listener that answers each data unit that arrives with the next of `replies`, byte for byte, and then
+/// closes.
 class ScriptedService {
   public:
     explicit ScriptedService(std::vector<Bytes> replies);
-    ~ScriptedService();
+    ~ScriptedService() { Join(); }
+    void Join();
     std::vector<Bytes> Received;  ///< complete after Join
-    void Join() { m_thread.join(); }
 
   private:
-    ListeningSocket m_listener;
+    ListeningSocket m_listener{EndpointScope::Socket()};
     std::thread m_thread;
 };
 
 /// A client's binding and context.
 class Client {
   public:
-    explicit Client(const InterfaceDescription& interface = Kelvane::kHotkeyRpc);
+    /// Offers NDR alone or both transfer syntaxes.
+    explicit Client(bool ndrOnly = false);
     ~Client() { RpcBindingFree(&Binding); }
     void Open() { NdrClientCall3(m_interface, Kelvane::procedure::OpenContext, {Binding, &Context}); }
     void Close() { NdrClientCall3(m_interface, Kelvane::procedure::CloseContext, {&Context}); }
@@ -83,27 +103,7 @@ class Client {
     Kelvane::RPC_CONTEXT Context = nullptr;
 
   private:
-    const InterfaceDescription& m_interface;
+    InterfaceDescription m_interface = Kelvane::kHotkeyRpc;
 };
-
-/// A connection that sends and receives bytes as they are.
-class RawClient {
-  public:
-    RawClient();
-    void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
-    void EndSending();
-    /// The next data unit, header included; empty at the end of the connection.
-    Bytes Receive();
-
-  private:
-    Descriptor m_socket;
-    PduStream m_stream;
-};
-
-/// `pdu` with header and body as it stood on the wire.
-Bytes WholePdu(const Pdu& pdu);
-
-/// Calls `use` with every shorter version of `message` and with every byte of it damaged in several ways.
-void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use);
 
 }  // namespace platform::rpc::test

@@ -1,0 +1,343 @@
+// The messages of wire.txt: read, written, sent to clients and services, cut at every length, damaged at
+// every byte.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "platform/core/Text.h"
+#include "platform/rpc/Ndr.h"
+#include "tests/rpc/Support.h"
+
+namespace platform::rpc::test {
+
+namespace {
+
+/// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
+std::vector<std::vector<std::string>> Rows(std::string_view kind) {
+    std::ifstream file(KELVANE_WIRE_DATA);
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::vector<std::string> fields(1);
+        for (const char letter : line) {
+            letter == '|' ? void(fields.emplace_back()) : fields.back().push_back(letter);
+        }
+        for (std::string& field : fields) {
+            field.erase(field.find_last_not_of(' ') + 1);
+            field.erase(0, field.find_first_not_of(' '));
+        }
+        if (fields[0] == kind) {
+            rows.push_back(std::move(fields));
+        }
+    }
+    return rows;
+}
+
+const Procedure& ProcedureOf(const std::string& name) {
+    return name == "callback" ? Kelvane::kHotkeyRpc.Callbacks[0]
+                              : Kelvane::kHotkeyRpc.Procedures[std::stoul(name)];
+}
+
+Direction DirectionOf(const std::string& name) {
+    return name == "in" ? Direction::In : Direction::Out;
+}
+
+std::string Describe(const Procedure& procedure, Direction direction, const CallValues& values) {
+    std::string text = !procedure.PassesContext(direction) ? ""
+                       : values.Context.IsNull()           ? " null"
+                                                           : " handle";
+    for (std::size_t i = 0; i < kMaxParameters; ++i) {
+        const auto& [kind, way] = procedure.Parameters[i];
+        if (kind == Kind::None || way != direction) {
+            continue;
+        }
+        if (kind != Kind::String) {
+            text += " " + std::to_string(values.Parameters[i].Number);
+        }
+        if (kind == Kind::String || kind == Kind::CountedText) {
+            auto characters = ToUtf8(values.Parameters[i].CopyText().value_or(u"null"));
+            std::ranges::replace(characters, '\0', '0');
+            text += characters.empty() ? "" : " " + characters;
+        }
+    }
+    return text.empty() ? text : text.substr(1);
+}
+
+TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+    for (const auto& row : Rows("stub")) {
+        const Procedure& procedure = ProcedureOf(row[1]);
+        const Direction direction = DirectionOf(row[2]);
+        for (std::size_t i = 0; i < kTransferSyntaxes.size(); ++i) {
+            const Bytes stub = FromHex(row[4 + i]);
+            CallValues values;
+            Unmarshal(kTransferSyntaxes[i], procedure, direction, FromHex(row[4 + i] + "bfbfbf"), values);
+            Unmarshal(kTransferSyntaxes[i], procedure, direction, stub, values);
+            EXPECT_EQ(Describe(procedure, direction, values), row[3]);
+            Bytes out(3);  // what stands before does not count for the alignment
+            Marshal(kTransferSyntaxes[i], procedure, direction, values, out);
+            EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
+
+            ForEachDamage(stub, [&](const Bytes& damaged) {
+                const Status status = StatusOf([&] {
+                    Unmarshal(kTransferSyntaxes[i], procedure, direction, damaged, values);
+                    Describe(procedure, direction, values);  // reads all of it
+                });
+                EXPECT_THAT(status, testing::AnyOf(0U, status::kBadStubData, status::kInvalidBound));
+                EXPECT_TRUE(damaged.size() == stub.size() || status == status::kBadStubData) << row[3];
+            });
+        }
+    }
+}
+
+TEST(StubTest, CountsThatContradictAreRefused) {
+    for (const auto& row : Rows("bad")) {
+        CallValues values;
+        const Status status = StatusOf([&] {
+            Unmarshal(kTransferSyntaxes[0], ProcedureOf(row[2]), DirectionOf(row[3]), FromHex(row[4]),
+                      values);
+        });
+        EXPECT_EQ(status, std::stoul(row[5])) << row[1];
+    }
+}
+
+std::string NameOf(const SyntaxId& id) {
+    return id == kNdr ? " ndr" : id == kNdr64 ? " ndr64" : id == SyntaxId{} ? " none" : " other";
+}
+
+/// What a bind_ack says; any other data unit as we write it, hexadecimal.
+std::string Restate(const Pdu& pdu) {
+    Bytes out;
+    if (pdu.Type == PduType::BindAck) {
+        std::string text =
+            std::to_string(pdu.CallId) + " bind_ack " + std::to_string(ReadBindAck(pdu).MaxReceive);
+        for (const auto& [result, reason, syntax] : ReadBindAck(pdu).Results) {
+            text += " " + std::to_string(result) + "/" + std::to_string(reason) + NameOf(syntax);
+        }
+        return text;
+    }
+    if (pdu.Type == PduType::Bind) {
+        AppendBind(out, pdu.Type, pdu.CallId, ReadBind(pdu));
+    } else if (pdu.Type == PduType::BindNak) {
+        AppendBindNak(out, pdu.CallId, NakReason{ReadBindNak(pdu)});
+    } else if (pdu.Type == PduType::Fault) {
+        AppendFault(out, {.CallId = pdu.CallId}, ReadFault(pdu), 0);
+    } else if (const auto call = Reassembly(kMaxResponseBytes).Add(pdu)) {
+        BeginCall(out);
+        Append(out, call->Stub);
+        FinishCall(out, call->Header, kFragmentSize);
+    }
+    return ToHex(out);
+}
+
+TEST(PduTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+    for (const auto& row : Rows("pdu")) {
+        const Bytes twice = FromHex(row[2] + row[2]);
+        for (std::size_t split = 0; row[1].find("fragment") == std::string::npos && split < twice.size();
+             ++split) {
+            PduStream stream;
+            std::string restated;
+            const auto restate = [&](const Pdu& pdu) { restated += Restate(pdu); };
+            Feed(stream, ByteView(twice).first(split), restate);
+            Feed(stream, ByteView(twice).subspan(split), restate);
+            const std::string& expected = row[1].find("bind_ack") != std::string::npos ? row[1] : row[2];
+            EXPECT_EQ(restated, expected + expected) << row[1] << " split at " << split;
+        }
+        ForEachDamage(FromHex(row[2]), [&](const Bytes& damaged) {
+            PduStream stream;
+            EXPECT_THAT(StatusOf([&] { Feed(stream, damaged, Restate); }),
+                        testing::AnyOf(0U, status::kProtocolError));
+        });
+    }
+}
+
+TEST(FragmentTest, ObeyTheReceiversLimitAndTheStep) {
+    for (const std::size_t size : {1408U, 1409U, 2816U, 9999U}) {
+        Bytes message;
+        BeginCall(message);
+        message.resize(kCallHeaderSize + size, std::byte{7});
+        FinishCall(message, {.CallId = 1}, kSmallestFragmentSize);
+        for (ByteView rest = message; !rest.empty();) {
+            const auto length = Cursor(rest.subspan(8), 0).Take<std::uint16_t>();
+            EXPECT_LE(length, kSmallestFragmentSize);
+            EXPECT_TRUE(length == rest.size() || (length - kCallHeaderSize) % kFragmentStep == 0);
+            rest = rest.subspan(length);
+        }
+    }
+}
+
+TEST(StatusTest, FaultsBecomeTheStatusThatClientsRaise) {
+    for (const auto& row : Rows("fault")) {
+        std::istringstream codes(row[2]);
+        for (std::string code; codes >> code;) {
+            EXPECT_EQ(StatusOfFault(static_cast<Status>(std::stoul(code, nullptr, 16))), std::stoul(row[1]))
+                << code;
+        }
+    }
+}
+
+TEST(StringBindingTest, IsComposedAndParsed) {
+    char16_t* composed = nullptr;
+    RpcStringBindingComposeW(u"uuid", u"ncalrpc", u"host", u"a,b", u"x", &composed);
+    EXPECT_EQ(std::u16string(composed), u"uuid@ncalrpc:host[a\\,b,x]");
+    RpcStringFreeW(&composed);
+    EXPECT_EQ(composed, nullptr);
+    RPC_BINDING_HANDLE binding = nullptr;
+    for (const auto& row : Rows("binding")) {
+        EXPECT_EQ(RpcBindingFromStringBindingW(FromUtf8(row[1]).c_str(), &binding), std::stoul(row[2]))
+            << row[1];
+        EXPECT_EQ(RpcBindingFree(&binding), row[2] == "0" ? status::kOk : status::kInvalidBinding) << row[1];
+    }
+    EXPECT_EQ(RpcBindingFromStringBindingW(nullptr, &binding), status::kInvalidStringBinding);
+
+    Client client;
+    RpcBindingFree(&client.Binding);
+    RpcBindingFromStringBindingW(u"ncalrpc:", &client.Binding);
+    EXPECT_EQ(StatusOf([&] { client.Open(); }), status::kEndpointNotRegistered);
+}
+
+class PeerTest : public testing::Test {
+  protected:
+    /// What opening a context ends with when the service sends `replies`, hexadecimal, with blanks between
+    /// them.
+    static Status OpenAgainst(const std::string& replies, const std::string& lastSent = {}) {
+        std::istringstream words(replies);
+        std::vector<Bytes> bytes;
+        for (std::string word; words >> word;) {
+            bytes.push_back(FromHex(word));
+        }
+        ScriptedService service(std::move(bytes));
+        const Status status = StatusOf([] { Client().Open(); });
+        service.Join();
+        EXPECT_TRUE(lastSent.empty() || ToHex(service.Received.back()) == lastSent)
+            << ToHex(service.Received.back());
+        return status;
+    }
+
+    EndpointScope m_endpoints;
+    const std::string m_ack = Rows("open")[0][3].substr(0, Rows("open")[0][3].find(' '));
+    const std::string m_opened = Rows("open")[0][3].substr(m_ack.size() + 1);
+};
+
+TEST_F(PeerTest, AnswersBecomeTheRightStatus) {
+    for (const auto& row : Rows("open")) {
+        EXPECT_EQ(OpenAgainst(row[3], row.size() > 4 ? row[4] : ""), std::stoul(row[2])) << row[1];
+    }
+}
+
+TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
+    ForEachDamage(FromHex(m_ack), [&](const Bytes& damaged) { OpenAgainst(ToHex(damaged)); });
+    ForEachDamage(FromHex(m_opened), [&](const Bytes& damaged) {
+        const Status status = OpenAgainst(m_ack + " " + ToHex(damaged));
+        EXPECT_TRUE(2 * damaged.size() == m_opened.size() || status == status::kCallFailed) << status;
+    });
+}
+
+TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
+    TestService service;
+    for (const auto& row : Rows("serve")) {
+        RawClient raw;
+        raw.Send(FromHex(row[2]));
+        std::string answer = ToHex(raw.ReceiveLast());
+        if (answer.size() > 48 && row[3].size() > 48 && row[3].substr(40, 8) == "01000000") {
+            answer.replace(40, 8, "01000000");  // groups are numbered as they come
+        }
+        EXPECT_EQ(answer, row[3]) << row[1];
+    }
+}
+
+/// A connection that is bound.
+struct RawSession : RawClient {
+    static Bytes Bind(std::uint32_t group) {
+        Bytes bind;
+        AppendBind(bind, PduType::Bind, 1,
+                   {.AssociationGroup = group, .Elements = {{0, Kelvane::kHotkeyRpc.Id, {kNdr64}}}});
+        return bind;
+    }
+    static Bytes Request(std::uint16_t procedure, ByteView stub) {
+        Bytes request;
+        BeginCall(request);
+        Append(request, stub);
+        FinishCall(request, {.CallId = 2, .Operation = procedure}, kFragmentSize);
+        return request;
+    }
+    explicit RawSession(std::uint32_t group = 0) {
+        Send(Bind(group));
+        Group = Cursor(ByteView(Receive()).subspan(20), 0).Take<std::uint32_t>();
+    }
+    Bytes Open() {
+        Send(Request(Kelvane::procedure::OpenContext, {}));
+        const Bytes response = Receive();
+        return {response.begin() + kCallHeaderSize, response.end()};
+    }
+    bool Reads(const Bytes& handle) {
+        Send(Request(Kelvane::procedure::ReadSysInfo, handle));
+        return Receive().at(2) == std::byte(PduType::Response);
+    }
+    std::uint32_t Group = 0;
+};
+
+TEST_F(PeerTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
+    TestService service;
+    auto first = std::make_unique<RawSession>();
+    const Bytes handle = first->Open();
+    auto second = std::make_unique<RawSession>(first->Group);
+    EXPECT_TRUE(second->Reads(handle));
+    EXPECT_FALSE(RawSession().Reads(handle));
+    first.reset();
+    EXPECT_TRUE(second->Reads(handle));
+    second.reset();
+    service.RunDown.acquire();
+    EXPECT_EQ(service.Server->OpenContexts(), 0U);
+}
+
+TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
+    TestService service;
+    RawSession owner;
+    Bytes stub = owner.Open();
+    Append(
+        stub,
+        FromHex("0403020103000000000000000000020000000000030000000000000041004200000000000000000000000000"));
+    Bytes message = RawSession::Bind(owner.Group);
+    Append(message, RawSession::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
+    ForEachDamage(message, [](const Bytes& damaged) {
+        RawClient raw;
+        raw.Send(damaged);
+        raw.ReceiveLast();
+    });
+    EXPECT_TRUE(owner.Reads(Bytes(stub.begin(), stub.begin() + 20)));
+}
+
+TEST_F(PeerTest, SlowSilentAndDeafClientsDelayNobody) {
+    TestService service;
+    service.Record = std::u16string(30'000, u'x');
+    const RawClient silent;
+    RawClient slow;
+    slow.Send(ByteView(RawSession::Bind(0)).first(20));
+    RawSession deaf;
+    const Bytes handle = deaf.Open();
+    for (int i = 0; i < 20; ++i) {  // their answers fill the socket, and nobody reads
+        deaf.Send(RawSession::Request(Kelvane::procedure::ReadSysInfo, handle));
+    }
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(PeerTest, OnlySilenceWithoutAContextEndsAConnection) {
+    TestService service({}, {.IdleClose = std::chrono::milliseconds(30)});
+    Client client;
+    client.Open();
+    RawClient silent;
+    RawSession halfWay;
+    halfWay.Open();
+    halfWay.Send(ByteView(RawSession::Request(0, {})).first(5));
+    EXPECT_TRUE(silent.Receive().empty());
+    EXPECT_TRUE(halfWay.Receive().empty());
+    EXPECT_TRUE(client.Read());
+}
+
+}  // namespace
+
+}  // namespace platform::rpc::test
