@@ -1,0 +1,51 @@
+// kelvane-bench: measures parts of the program against a plain way of doing the same, in one run.
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include "bench/Commands.h"
+
+namespace {
+
+struct Row {
+    const char* name;
+    const char* arguments;
+    const char* purpose;
+    bench::Command* run;
+};
+
+constexpr std::array kRows = {
+    Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
+        bench::Log},
+};
+
+int Usage(std::FILE* to) {
+    std::fputs("Usage: kelvane-bench COMMAND ARGUMENTS\nPrints one line of JSON.\n\n", to);
+    for (const auto& row : kRows) {
+        std::fprintf(to, "  %s %s\n      %s\n", row.name, row.arguments, row.purpose);
+    }
+    return to == stdout ? 0 : 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string_view name = argc > 1 ? argv[1] : "";
+    if (name == "--help" || name == "-h") {
+        return Usage(stdout);
+    }
+    for (const auto& row : kRows) {
+        if (name == row.name) {
+            try {
+                const int status = row.run({argv + 2, static_cast<std::size_t>(argc - 2)});
+                return status == 2 ? Usage(stderr) : status;
+            } catch (const std::exception& exception) {
+                std::fprintf(stderr, "kelvane-bench: %s\n", exception.what());
+                return 1;
+            }
+        }
+    }
+    return Usage(stderr);
+}
