@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "bench/Bench.h"
+#include "bench/Commands.h"
 #include "platform/core/Text.h"
 #include "platform/rpc/Server.h"
 #include "service/RpcClient.h"

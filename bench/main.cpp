@@ -1,56 +1,57 @@
 // kelvane-bench: measures parts of the product beside what bounds them, so that the ratios of one run say
 // something on any machine.
 
+#include <array>
 #include <cstdio>
 #include <exception>
-#include <span>
 #include <string_view>
 
-#include "bench/Bench.h"
+#include "bench/Commands.h"
 
 namespace {
 
-struct Subcommand {
-    std::string_view Name;
-    const char* Arguments;
-    const char* Help;
-    int (*Run)(std::span<char* const> arguments);
+struct Row {
+    const char* name;
+    const char* arguments;
+    const char* purpose;
+    bench::Command* run;
 };
 
-constexpr Subcommand kSubcommands[] = {
-    {"rpc", "SOCKET CALLS SESSIONS",
-     "remote calls to the service that listens at SOCKET ('self': one in this process), and whole sessions, "
-     "beside a "
-     "plain exchange of the same bytes",
-     bench::Rpc},
+constexpr std::array kRows = {
+    Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
+        bench::Log},
+    Row{"rpc", "SOCKET CALLS SESSIONS",
+        "remote calls to the service that listens at SOCKET ('self': one in this process), and whole "
+        "sessions, beside "
+        "a plain exchange of the same bytes",
+        bench::Rpc},
 };
 
-void PrintHelp(std::FILE* stream) {
-    std::fputs("usage: kelvane-bench SUBCOMMAND ARGUMENTS\nEach prints one line of JSON.\n\n", stream);
-    for (const Subcommand& subcommand : kSubcommands) {
-        std::fprintf(stream, "  %s %s\n      %s\n", subcommand.Name.data(), subcommand.Arguments,
-                     subcommand.Help);
+int Usage(std::FILE* to) {
+    std::fputs("Usage: kelvane-bench COMMAND ARGUMENTS\nPrints one line of JSON.\n\n", to);
+    for (const auto& row : kRows) {
+        std::fprintf(to, "  %s %s\n      %s\n", row.name, row.arguments, row.purpose);
     }
+    return to == stdout ? 0 : 2;
 }
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    const std::string_view name = count > 1 ? arguments[1] : "";
-    if (name == "--help") {
-        PrintHelp(stdout);
-        return 0;
+int main(int argc, char** argv) {
+    const std::string_view name = argc > 1 ? argv[1] : "";
+    if (name == "--help" || name == "-h") {
+        return Usage(stdout);
     }
-    for (const Subcommand& subcommand : kSubcommands) {
-        if (name == subcommand.Name) {
+    for (const auto& row : kRows) {
+        if (name == row.name) {
             try {
-                return subcommand.Run(std::span(arguments, static_cast<std::size_t>(count)).subspan(2));
+                const int status = row.run({argv + 2, static_cast<std::size_t>(argc - 2)});
+                return status == 2 ? Usage(stderr) : status;
             } catch (const std::exception& exception) {
                 std::fprintf(stderr, "kelvane-bench: %s\n", exception.what());
                 return 1;
             }
         }
     }
-    PrintHelp(stderr);
-    return 2;
+    return Usage(stderr);
 }

@@ -35,10 +35,26 @@ std::int64_t FileTimeOf(const FileHeader& header, std::int64_t steady) {
     return header.LogFile.StartTime + (steady - header.Record.SystemTime);
 }
 
-bool IsSound(const BufferHeader& buffer) {
-    const auto end = buffer.SavedOffset;
-    return buffer.BufferSize == kBufferSize && end % kRecordAlignment == 0 &&
-           end >= sizeof(BufferHeader) + sizeof(EventHeader) && end <= kBufferSize;
+/// Cuts the buffer behind its last whole record, which may be earlier than its end says when the writer
+/// stopped in between, and makes all of its header agree; false when there is no record.
+bool CompleteBuffer(BufferHeader& buffer) {
+    if (buffer.BufferSize != kBufferSize || buffer.SavedOffset > kBufferSize) {
+        return false;
+    }
+    std::uint32_t end = sizeof(BufferHeader);
+    while (end + sizeof(EventHeader) <= buffer.SavedOffset) {
+        const auto& record =
+            *reinterpret_cast<const EventHeader*>(reinterpret_cast<std::byte*>(&buffer) + end);
+        const auto size = static_cast<std::uint32_t>(Align(record.Size));
+        if (record.Size < sizeof(EventHeader) || end + size > buffer.SavedOffset) {
+            break;
+        }
+        buffer.TimeStamp = record.TimeStamp;
+        end += size;
+    }
+    SetEnd(buffer, end);
+    FillBehind(buffer, end);
+    return end > sizeof(BufferHeader);
 }
 
 }  // namespace
@@ -216,13 +232,9 @@ std::size_t EventTraceImage::CompleteLeftover(std::span<std::byte> file) {
     std::size_t length = kBufferSize;
     for (std::size_t index = 1; index < count; ++index) {
         auto& buffer = *reinterpret_cast<BufferHeader*>(file.data() + index * kBufferSize);
-        if (!IsSound(buffer)) {
+        if (!CompleteBuffer(buffer)) {
             break;
         }
-        // The three ends differ when the writer stopped between them; what all three count is whole.
-        const auto end = std::min({buffer.SavedOffset, buffer.Offset, buffer.CurrentOffset});
-        SetEnd(buffer, std::max(end, static_cast<std::uint32_t>(sizeof(BufferHeader))));
-        FillBehind(buffer, buffer.SavedOffset);
         last = &buffer;
         length += kBufferSize;
     }

@@ -18,7 +18,7 @@ namespace platform {
 class LiveFile {
   public:
     /// What the images take up while others are being stored.
-    static constexpr std::size_t kImages = 4;
+    static constexpr std::size_t kImages = 8;
     static constexpr std::string_view kExtension = ".live";
 
     /// Makes the first free "<stem>-<number>.live" in `folder`, which must exist. A failure is a platform

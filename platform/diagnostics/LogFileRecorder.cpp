@@ -18,6 +18,9 @@ namespace {
 /// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
 constexpr std::chrono::seconds kPatience{1};
 
+/// Callers that have to wait go on when this many images are free: they wait seldom instead of at each file.
+constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
+
 }  // namespace
 
 std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
@@ -177,7 +180,7 @@ bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
     try {
         image->Complete(CurrentClock().FileTime(), static_cast<std::uint32_t>(lost));
         EnsureFolder(m_files.Folder());
-        path = m_files.Store(image->Bytes());
+        path = m_files.Store(image->Bytes(), m_live->Path());
         Prepare(*image);
     } catch (...) {
         const auto exception = CurrentException();

@@ -69,7 +69,7 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     const Generated m_generated;
 
     // The recorder's thread, and Start before it.
-    LogFileNames m_files;
+    LogFiles m_files;
 
     // Guarded by TraceLock. Images change their place under it; the front of m_full is the recorder's
     // thread's.

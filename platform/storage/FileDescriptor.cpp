@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "platform/core/Exception.h"
 
@@ -37,6 +38,41 @@ void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std:
         bytes = bytes.subspan(static_cast<std::size_t>(written));
         offset += static_cast<std::size_t>(written);
     }
+}
+
+std::vector<std::byte> ReadUpTo(const FileDescriptor& file, const std::filesystem::path& path,
+                                std::size_t offset, std::size_t length) {
+    std::vector<std::byte> bytes(length);
+    std::size_t done = 0;
+    while (done < length) {
+        const ssize_t count =
+            pread(file.Get(), bytes.data() + done, length - done, static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            throw ExceptionFromErrno("read " + path.string(), errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    bytes.resize(done);
+    return bytes;
+}
+
+int RenameToFreeName(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (errno == EINVAL || errno == ENOSYS) {
+        // A file system without that flag: a hard link never replaces either.
+        if (link(from.c_str(), to.c_str()) == 0) {
+            return unlink(from.c_str()) == 0 ? 0 : errno;
+        }
+    }
+    return errno;
 }
 
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -36,5 +37,12 @@ FileDescriptor OpenFile(const std::filesystem::path& path, int flags);
 /// Writes all of `bytes` at `offset`; a failure is a platform exception that names `path`.
 void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std::span<const std::byte> bytes,
              std::size_t offset);
+
+/// Up to `length` bytes from `offset`, fewer at the end of the file; a failure is a platform exception.
+std::vector<std::byte> ReadUpTo(const FileDescriptor& file, const std::filesystem::path& path,
+                                std::size_t offset, std::size_t length);
+
+/// Renames without replacing what may bear the name, on any file system; returns 0 or errno.
+int RenameToFreeName(const std::filesystem::path& from, const std::filesystem::path& to);
 
 }  // namespace platform

@@ -1,6 +1,5 @@
 #include "platform/storage/StorageFile.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
+#include "platform/storage/FileDescriptor.h"
 #include "platform/storage/StorageFolder.h"
 
 namespace platform {
@@ -18,20 +18,6 @@ namespace {
 
 /// FILETIME of the Unix epoch.
 constexpr std::int64_t kUnixEpoch = 116444736000000000;
-
-/// Moves without replacing; returns 0 or errno.
-int MoveToFreeName(const std::filesystem::path& from, const std::filesystem::path& to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno == EINVAL || errno == ENOSYS) {
-        // A file system without that flag: a hard link never replaces either.
-        if (link(from.c_str(), to.c_str()) == 0) {
-            return unlink(from.c_str()) == 0 ? 0 : errno;
-        }
-    }
-    return errno;
-}
 
 /// Copies to another file system, then removes the source.
 int CopyAndRemove(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
@@ -50,7 +36,7 @@ int Move(const std::filesystem::path& from, const std::filesystem::path& to, boo
     if (replace) {
         error = std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
     } else {
-        error = MoveToFreeName(from, to);
+        error = RenameToFreeName(from, to);
     }
     return error == EXDEV ? CopyAndRemove(from, to, replace) : error;
 }

@@ -90,6 +90,7 @@ void ThreadPool::Work() {
     }
     --m_live;
     m_wake.notify_all();
+    m_workerLeft.notify_all();
     if (m_stopping) {
         // Stop waits for the last one, and joins.
         return;
@@ -114,7 +115,7 @@ void ThreadPool::Stop() {
             }
         }
         m_wake.notify_all();
-        m_wake.wait(lock, [this] { return m_live == 0; });
+        m_workerLeft.wait(lock, [this] { return m_live == 0; });
         threads.swap(m_threads);
         std::move(m_finished.begin(), m_finished.end(), std::back_inserter(threads));
         m_finished.clear();

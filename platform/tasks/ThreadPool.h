@@ -52,6 +52,8 @@ class ThreadPool {
     const std::size_t m_base;
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
+    /// Of its own, so that a wake-up meant for a worker never goes to whoever waits for the end.
+    std::condition_variable m_workerLeft;
     std::deque<std::function<void()>> m_queue;
     std::vector<std::jthread> m_threads;
     std::vector<std::jthread> m_finished;

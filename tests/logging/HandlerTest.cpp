@@ -152,7 +152,7 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgain) {
     std::filesystem::remove(m_state.Stored());
     Resume();
     m_handler->LogError(u"again");
-    m_clock.local.Second = 8;
+    m_clock.SleepFor(std::chrono::seconds(1));
     Suspend();
     platform::ThreadPool::Default().Stop();
     EXPECT_TRUE(tests::Names(m_state.Logs()).empty());

@@ -21,8 +21,20 @@ StateFolderScope::~StateFolderScope() {
     std::filesystem::remove_all(m_path);
 }
 
+platform::SystemTime HandClock::LocalTime() {
+    const auto milliseconds = 7045 + m_slept;
+    return {2026,
+            3,
+            4,
+            5,
+            9,
+            4,
+            static_cast<std::uint16_t>(milliseconds / 1000),
+            static_cast<std::uint16_t>(milliseconds % 1000)};
+}
+
 bool HandClock::SleepFor(std::chrono::milliseconds duration) {
-    local.Milliseconds = static_cast<std::uint16_t>(local.Milliseconds + duration.count());
+    m_slept += duration.count();
     return true;
 }
 

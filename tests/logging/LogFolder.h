@@ -3,6 +3,7 @@
 // What the logging tests share: a private state folder, a clock that is set by hand, and the log files of a
 // folder read back.
 
+#include <atomic>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -28,18 +29,21 @@ class StateFolderScope {
     std::filesystem::path m_path;
 };
 
-/// Stands still; sleeping advances it.
+/// Stands still; sleeping advances its local time.
 class HandClock final : public platform::Clock {
   public:
     std::int64_t FileTime() override { return fileTime; }
     std::int64_t Steady() override { return steady; }
-    platform::SystemTime LocalTime() override { return local; }
+    platform::SystemTime LocalTime() override;
     std::int32_t TimeZoneBias() override { return -60; }
     bool SleepFor(std::chrono::milliseconds duration) override;
 
-    std::int64_t fileTime = 133000000000000000;
-    std::int64_t steady = 5000000000;
-    platform::SystemTime local{2026, 3, 4, 5, 9, 4, 7, 45};
+    std::atomic<std::int64_t> fileTime = 133000000000000000;
+    std::atomic<std::int64_t> steady = 5000000000;
+
+  private:
+    /// Behind 5 March 2026, 09:04:07.045.
+    std::atomic<std::int64_t> m_slept = 0;
 };
 
 std::vector<std::byte> ReadBytes(const std::filesystem::path& path);

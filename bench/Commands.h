@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+
+namespace bench {
+
+/// One benchmark: prints one line of JSON and returns the exit status; 2 for arguments that it does not take.
+using Command = int(std::span<char* const> arguments);
+
+Command Log;
+Command Rpc;
+
+}  // namespace bench

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "platform/diagnostics/FileLoggingSession.h"
+#include "tests/logging/LogFolder.h"
+#include "tools/LogSources.h"
+#include "tools/LogText.h"
+
+namespace {
+
+using platform::LoggingLevel;
+
+/// What LogSources hands out, as texts.
+class LogTool : public testing::Test {
+  protected:
+    logtool::LogSources Open(std::vector<logtool::Place> places) {
+        return {std::move(places),
+                [this](const platform::etl::TraceEvent& event) { m_texts.push_back(event.text); },
+                [this](const std::filesystem::path& path, const std::string&) {
+                    m_problems.push_back(path.filename());
+                }};
+    }
+    std::vector<std::u16string> Taken() { return std::exchange(m_texts, {}); }
+
+    void Write(std::u16string_view text) { m_channel->LogMessage(text, LoggingLevel::Error); }
+
+    using Lines = std::vector<std::u16string>;
+
+    tests::StateFolderScope m_state;
+    std::shared_ptr<platform::LoggingChannel> m_channel = std::make_shared<platform::LoggingChannel>(u"c");
+    Lines m_texts;
+    std::vector<std::string> m_problems;
+};
+
+TEST_F(LogTool, FollowsMessagesFromTheLiveFileIntoTheStoredOnesOnceEach) {
+    auto sources = Open({{.path = m_state.Logs(), .mayBeMissing = true},
+                         {.path = m_state.Stored(), .newest = 1, .mayBeMissing = true}});
+    EXPECT_FALSE(sources.Poll());
+    const auto session = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
+    session->AddLoggingChannel(m_channel);
+    Write(u"one");
+    EXPECT_TRUE(sources.Poll());
+    EXPECT_EQ(Taken(), Lines{u"one"});
+    Write(u"two");
+    sources.Poll();
+    EXPECT_EQ(Taken(), Lines{u"two"});
+    // Three files' worth while nobody looks.
+    const std::u16string large(30000, u'l');
+    for (int i = 0; i < 9; ++i) {
+        Write(large);
+    }
+    Write(u"three");
+    const auto file = session->CloseAndSaveToFileAsync().get();
+    std::filesystem::create_directories(m_state.Stored());
+    for (const auto& name : tests::Names(m_state.Logs())) {
+        std::filesystem::rename(m_state.Logs() / name, m_state.Stored() / ("Log-" + name));
+    }
+    sources.Poll();
+    const auto texts = Taken();
+    ASSERT_EQ(texts.size(), 10U);
+    EXPECT_EQ(texts.front(), large);
+    EXPECT_EQ(texts.back(), u"three");
+    sources.Poll();
+    EXPECT_TRUE(Taken().empty());
+    EXPECT_TRUE(m_problems.empty());
+}
+
+TEST_F(LogTool, SaysOnceWhatCannotBeReadAndReadsTheRest) {
+    const auto session = std::make_shared<platform::FileLoggingSession>(u"S", m_state.Logs());
+    session->AddLoggingChannel(m_channel);
+    Write(u"sound");
+    session->Close();
+    auto bytes = tests::ReadBytes(m_state.Logs() / "S-1.etl");
+    std::ofstream(m_state.Logs() / "cut.etl", std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), 0x10100);
+    std::ofstream(m_state.Logs() / "foreign.etl") << "no log file";
+    auto sources = Open({{.path = m_state.Logs()}, {.path = m_state.Kelvane() / "missing.etl"}});
+    sources.Poll();
+    sources.Poll();
+    EXPECT_EQ(Taken(), Lines{u"sound"});
+    std::ranges::sort(m_problems);
+    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "missing.etl"}));
+}
+
+TEST(LogText, ShowsEachMessageOnOneLine) {
+    const platform::etl::TraceEvent event{.fileTime = 134171714470451234,
+                                          .level = LoggingLevel::Warning,
+                                          .process = 12,
+                                          .thread = 34,
+                                          .channel = u"c",
+                                          .text = u"caf\u00E9\n\x1B[31m\x85\t\"\xD800"};
+    EXPECT_EQ(logtool::TextLine(event, true),
+              "2026-03-05 08:04:07.045 Warning 12:34 caf\xC3\xA9\\n\\x1B[31m\\x85\\t\"\xEF\xBF\xBD");
+    setenv("TZ", "Europe/Berlin", 1);
+    tzset();
+    EXPECT_EQ(
+        logtool::JsonLine(event, false),
+        "{\"time\":\"2026-03-05T09:04:07.0451234+01:00\",\"level\":\"Warning\",\"process\":12,\"thread\":34,"
+        "\"channel\":\"c\",\"message\":\"caf\xC3\xA9\\n\\u001b[31m\xC2\x85\\t\\\"\xEF\xBF\xBD\"}");
+    EXPECT_EQ(logtool::TextLine({.fileTime = INT64_MIN, .channel = {}, .text = {}}, true),
+              "1601-01-01 00:00:00.000 Verbose 0:0 ");
+}
+
+TEST(LogText, ReadsLevelsAndMoments) {
+    EXPECT_EQ(logtool::ParseLevel("warning"), LoggingLevel::Warning);
+    EXPECT_EQ(logtool::ParseLevel("loud"), std::nullopt);
+    const std::int64_t now = 134171714470000000;  // 2026-03-05 08:04:07 UTC
+    const std::int64_t second = 10000000;
+    const struct {
+        const char* text;
+        std::optional<std::int64_t> moment;
+    } rows[] = {
+        {"30s", now - 30 * second},
+        {"7d", now - 7 * 86400 * second},
+        {"08:04:07", now},
+        {"2026-03-05T08:04:07", now},
+        {"2026-03-05 08:04", now - 7 * second},
+        {"2026-03-05", now - (8 * 3600 + 4 * 60 + 7) * second},
+        {"", {}},
+        {"yesterday", {}},
+        {"10y", {}},
+        {"2026-03-05 25:00", {}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(logtool::ParseSince(row.text, true, now), row.moment) << row.text;
+    }
+}
+
+}  // namespace

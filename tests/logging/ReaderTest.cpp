@@ -1,0 +1,158 @@
+// The reader against what it was written, and against every kind of damage.
+
+#include "platform/diagnostics/EventTraceReader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "platform/core/Exception.h"
+#include "platform/core/Text.h"
+#include "platform/diagnostics/EventTraceFormat.h"
+#include "platform/diagnostics/EventTraceImage.h"
+#include "platform/diagnostics/FileLoggingSession.h"
+#include "tests/logging/LogFolder.h"
+
+namespace {
+
+using platform::etl::TraceEvent;
+using platform::etl::TraceSummary;
+
+struct Read {
+    std::vector<std::u16string> texts;
+    TraceSummary summary;
+    bool refused = false;
+};
+
+Read ReadAll(std::span<const std::byte> bytes) {
+    Read read;
+    try {
+        read.summary = platform::etl::ReadEventTrace(
+            bytes, [&](TraceEvent&& event) { read.texts.push_back(std::move(event.text)); });
+    } catch (const platform::Exception&) {
+        read.refused = true;
+    }
+    return read;
+}
+
+/// A file of two buffers with three messages.
+std::vector<std::byte> SmallFile() {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    platform::etl::EventTraceImage image(memory.data());
+    image.Prepare(u"Session", u"Session.etl", 0);
+    image.Begin(1, 2, 133000000000000000, 1000);
+    for (const char16_t* text : {u"one", u"two", u"three"}) {
+        image.Append({.channel = u"c", .text = text, .level = 1, .thread = 3, .process = 2}, 2000);
+    }
+    image.Complete(133000000000001000, 7);
+    return {image.Bytes().begin(), image.Bytes().end()};
+}
+
+TEST(Reader, ReadsBackAnyTextAtAnyLevel) {
+    tests::StateFolderScope state;
+    std::mt19937 random(42);
+    const auto number = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
+    const auto channel = std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel");
+    const auto session = std::make_shared<platform::FileLoggingSession>(u"S", state.Logs());
+    session->AddLoggingChannel(channel);
+    std::vector<std::pair<int, std::u16string>> expected;
+    for (int i = 0; i < 2000; ++i) {
+        std::u16string text;
+        for (int length = number(i % 50 == 0 ? 40000 : 200); length > 0; --length) {
+            text += static_cast<char16_t>(i % 3 == 0 ? 0xD7F0 + number(0x820) : 1 + number(0xD7FE));
+        }
+        if (i % 7 == 0) {
+            text += u'\0';
+        }
+        const int level = number(4);
+        channel->LogMessage(text, static_cast<platform::LoggingLevel>(level));
+        // What valid text is, the converter at the program's edge decides.
+        auto valid = platform::FromUtf8(platform::ToValidUtf8(text.substr(0, text.find(u'\0'))));
+        if (valid.size() > 32675) {
+            valid.resize((valid[32675] & 0xFC00) == 0xDC00 ? 32674 : 32675);
+        }
+        expected.emplace_back(level, std::move(valid));
+    }
+    session->Close();
+    const auto events = tests::ReadFolder(state.Logs());
+    ASSERT_EQ(events.size(), expected.size());
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        ASSERT_EQ(static_cast<int>(events[i].level), expected[i].first) << i;
+        ASSERT_EQ(events[i].text, expected[i].second) << i;
+        ASSERT_TRUE(i == 0 || events[i].fileTime >= events[i - 1].fileTime);
+    }
+}
+
+TEST(Reader, TellsTheFileApartAndItsLoss) {
+    const auto read = ReadAll(SmallFile());
+    EXPECT_EQ(read.texts, (std::vector<std::u16string>{u"one", u"two", u"three"}));
+    EXPECT_EQ(read.summary.header.eventsLost, 7U);
+    EXPECT_EQ(read.summary.header.systemTime, 1000);
+    EXPECT_EQ(read.summary.header.sessionName, u"Session");
+}
+
+TEST(Reader, ReadsWhatIsWholeOfAFileCutAnywhere) {
+    const auto file = SmallFile();
+    const std::vector<std::size_t> ends = {0x10000 + 0x48 + 0x60, 0x10000 + 0x48 + 0xC0,
+                                           0x10000 + 0x48 + 0x120};
+    for (std::size_t length = 0; length < file.size();
+         length += length < 0x200 || length >= 0xFFF0 ? 1 : 509) {
+        if (length > 0x10400) {
+            break;
+        }
+        const auto read = ReadAll(std::span(file).first(length));
+        EXPECT_EQ(read.refused, length < 0x180) << length;
+        const auto whole = std::ranges::count_if(ends, [&](std::size_t end) { return end - 8 <= length; });
+        EXPECT_LE(read.texts.size(), static_cast<std::size_t>(whole)) << length;
+        EXPECT_GE(read.texts.size() + 1, static_cast<std::size_t>(whole)) << length;
+        EXPECT_TRUE(read.refused || !read.summary.problems.empty()) << length;
+    }
+}
+
+TEST(Reader, SurvivesDamageAtEveryByte) {
+    auto file = SmallFile();
+    const auto damage = [&](std::size_t from, std::size_t to) {
+        for (std::size_t at = from; at < to; ++at) {
+            const auto right = file[at];
+            for (const auto wrong : {std::byte{0}, std::byte{0xFF}, std::byte{0x7F}, right ^ std::byte{1},
+                                     right ^ std::byte{0x80}}) {
+                file[at] = wrong;
+                EXPECT_LE(ReadAll(file).texts.size(), 3U) << at;
+                // What completes a crashed run's file trusts nothing either.
+                auto copy = file;
+                const auto length = platform::etl::EventTraceImage::CompleteLeftover(copy);
+                EXPECT_LE(length, copy.size());
+                if (length != 0) {
+                    ReadAll(std::span(copy).first(length));
+                }
+            }
+            file[at] = right;
+        }
+    };
+    damage(0, 0x1C8);
+    damage(0x10000, 0x10000 + 0x48 + 0x128);
+}
+
+TEST(Reader, GoesOnBehindADamagedBufferAndCountsForeignEvents) {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    platform::etl::EventTraceImage image(memory.data());
+    image.Prepare(u"S", u"S.etl", 0);
+    image.Begin(1, 2, 133000000000000000, 0);
+    const std::u16string large(20000, u'l');
+    for (int i = 0; i < 3; ++i) {
+        image.Append({.channel = u"c", .text = large, .level = 0, .thread = 1, .process = 2}, 0);
+    }
+    image.Append({.channel = u"c", .text = u"last", .level = 0, .thread = 1, .process = 2}, 0);
+    image.Complete(133000000000000000, 0);
+    memory[0x10000 + 0x48] = std::byte{1};  // a record too short
+    memory[0x10000 + 0x49] = std::byte{0};
+    memory[0x20000 + 0x48 + 0x18] = std::byte{0};  // another provider
+    const auto read = ReadAll(image.Bytes());
+    EXPECT_EQ(read.texts.size(), 2U);
+    EXPECT_EQ(read.texts.back(), u"last");
+    EXPECT_EQ(read.summary.problems.size(), 1U);
+    EXPECT_EQ(read.summary.foreignEvents, 1U);
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+#include "tools/LogSources.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <system_error>
+
+#include "platform/core/Exception.h"
+#include "platform/diagnostics/EventTraceFormat.h"
+#include "platform/diagnostics/LiveFile.h"
+#include "platform/diagnostics/LogFiles.h"
+#include "platform/storage/FileDescriptor.h"
+
+namespace logtool {
+
+namespace {
+
+namespace etl = platform::etl;
+
+/// Log files have 256 KB; a foreign file that is larger than this is not read whole.
+constexpr std::size_t kLargestFile = std::size_t{1} << 30;
+
+bool IsLive(const std::filesystem::path& path) {
+    return path.extension() == platform::LiveFile::kExtension;
+}
+
+std::optional<etl::FileHeader> HeaderAt(const std::filesystem::path& path, std::size_t offset) {
+    const auto bytes =
+        platform::ReadUpTo(platform::OpenFile(path, O_RDONLY), path, offset, sizeof(etl::FileHeader));
+    if (bytes.size() < sizeof(etl::FileHeader)) {
+        return {};
+    }
+    etl::FileHeader header;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    return header;
+}
+
+std::tuple<std::int64_t, std::int64_t, std::uint32_t> KeyOf(const etl::FileHeader& header) {
+    return {header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId};
+}
+
+/// The log and live files of a folder, newest first.
+std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, std::error_code& failure) {
+    std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
+    for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const auto& path = entry->path();
+        std::error_code gone;
+        const bool counts = IsLive(path) || path.extension() == platform::LogFiles::kExtension;
+        if (counts && entry->is_regular_file(gone)) {
+            files.emplace_back(entry->last_write_time(gone), path);
+        }
+    }
+    std::ranges::sort(files, std::ranges::greater());
+    std::vector<std::filesystem::path> paths;
+    for (auto& [time, path] : files) {
+        paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+}  // namespace
+
+LogSources::LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem)
+    : m_places(std::move(places)), m_onEvent(std::move(onEvent)), m_onProblem(std::move(onProblem)) {}
+
+bool LogSources::Poll() {
+    bool any = false;
+    // A source that moved on while it was looked at is met in the next round.
+    do {
+        m_again = false;
+        std::vector<Source> sources;
+        for (const auto& place : m_places) {
+            AddPlace(place, sources);
+        }
+        m_first = false;
+        any = any || !sources.empty() || !m_finished.empty();
+        std::ranges::stable_sort(sources, {}, &Source::key);
+        for (const auto& source : sources) {
+            try {
+                ReadSource(source);
+            } catch (const platform::Exception& exception) {
+                Fail(source.path, exception);
+            }
+        }
+    } while (m_again);
+    return any;
+}
+
+void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
+    std::vector<std::filesystem::path> files = {place.path};
+    std::error_code failure;
+    if (std::filesystem::is_directory(place.path, failure)) {
+        files = FilesIn(place.path, failure);
+        if (failure) {
+            Fail(place.path, platform::ExceptionFromErrno("list", failure.value()));
+        }
+        if (place.newest != 0 && m_first && files.size() > place.newest) {
+            // The others are as good as read.
+            for (std::size_t i = place.newest; i < files.size(); ++i) {
+                m_finished[files[i]] = std::filesystem::file_size(files[i], failure);
+            }
+            files.resize(place.newest);
+        }
+        // Live files first: what leaves them meanwhile is met as a log file.
+        std::ranges::stable_partition(files, IsLive);
+    } else if (place.mayBeMissing && !std::filesystem::exists(place.path, failure)) {
+        return;
+    }
+    for (const auto& file : files) {
+        try {
+            IsLive(file) ? AddLiveFile(file, sources) : AddLogFile(file, sources);
+        } catch (const platform::Exception& exception) {
+            Fail(file, exception);
+        }
+    }
+}
+
+void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
+    std::error_code gone;
+    const bool named = std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
+    if (!named && !std::filesystem::exists(path, gone)) {
+        m_again = true;
+        return;
+    }
+    const auto size = std::filesystem::file_size(path, gone);
+    const auto [entry, added] = m_finished.try_emplace(path, size);
+    if (added || std::exchange(entry->second, size) != size) {
+        m_onProblem(path, exception.what());
+    }
+}
+
+void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources) {
+    std::error_code gone;
+    const auto size = std::filesystem::file_size(path, gone);
+    const auto finished = m_finished.find(path);
+    if (finished != m_finished.end() && (gone || finished->second == size)) {
+        return;
+    }
+    const auto header = HeaderAt(path, 0);
+    sources.push_back({.key = header ? KeyOf(*header) : Key(), .path = path});
+}
+
+void LogSources::AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources) {
+    for (std::size_t index = 0; index < platform::LiveFile::kImages; ++index) {
+        const auto offset = index * etl::kFileSize;
+        const auto header = HeaderAt(path, offset);
+        if (header && header->LogFile.BuffersWritten > 1) {
+            sources.push_back({.key = KeyOf(*header), .path = path, .offset = offset, .isLive = true});
+        }
+    }
+}
+
+void LogSources::ReadSource(const Source& source) {
+    std::error_code gone;
+    const auto size = std::filesystem::file_size(source.path, gone);
+    const auto length = source.isLive ? etl::kFileSize : std::min<std::size_t>(size, kLargestFile);
+    const auto bytes =
+        platform::ReadUpTo(platform::OpenFile(source.path, O_RDONLY), source.path, source.offset, length);
+    if (source.isLive) {
+        // What was read is whole unless the image has been put to its next use meanwhile.
+        const auto header = HeaderAt(source.path, source.offset);
+        if (!header || KeyOf(*header) != source.key || header->LogFile.BuffersWritten < 2) {
+            m_again = true;
+            return;
+        }
+    }
+    std::size_t unknown = 0;
+    // A header without a start does not tell its file from others.
+    auto& handedOut = source.key == Key() ? unknown : m_handedOut[source.key];
+    std::size_t number = 0;
+    const auto summary = etl::ReadEventTrace(bytes, [&](const etl::TraceEvent& event) {
+        if (++number > handedOut) {
+            m_onEvent(event);
+        }
+    });
+    handedOut = std::max(handedOut, number);
+    if (source.isLive) {
+        return;
+    }
+    m_finished[source.path] = size;
+    for (const auto& problem : summary.problems) {
+        m_onProblem(source.path, problem);
+    }
+    if (summary.foreignEvents != 0) {
+        m_onProblem(source.path, std::to_string(summary.foreignEvents) +
+                                     " events of other programs' providers are not shown");
+    }
+}
+
+}  // namespace logtool

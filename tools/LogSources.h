@@ -1,0 +1,71 @@
+#pragma once
+
+// Where kelvane-log reads from: log files and the live files of running sessions, in files and folders. A
+// message travels from a live file to a log file, which is then moved; each is shown once, wherever it is met
+// first.
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "platform/core/Exception.h"
+#include "platform/diagnostics/EventTraceReader.h"
+
+namespace logtool {
+
+/// A file, or a folder whose log and live files count.
+struct Place {
+    std::filesystem::path path;
+    /// Only so many of the files that a folder holds at first, the newest; 0 for all.
+    std::size_t newest = 0;
+    /// Its absence is no problem; it may come later.
+    bool mayBeMissing = false;
+};
+
+class LogSources {
+  public:
+    using OnEvent = std::function<void(const platform::etl::TraceEvent&)>;
+    using OnProblem = std::function<void(const std::filesystem::path&, const std::string&)>;
+
+    LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem);
+
+    /// Hands out all messages that have not been handed out before, file by file in the order of the files'
+    /// starts. Each problem is handed out once. Returns whether there was any file.
+    bool Poll();
+
+  private:
+    /// Tells one log file from all others, wherever its bytes are: start, clock reading, process.
+    using Key = std::tuple<std::int64_t, std::int64_t, std::uint32_t>;
+
+    /// A log file, or one image in a live file.
+    struct Source {
+        Key key;
+        std::filesystem::path path;
+        std::size_t offset = 0;
+        bool isLive = false;
+    };
+
+    void AddPlace(const Place& place, std::vector<Source>& sources);
+    void AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources);
+    void AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources);
+    void ReadSource(const Source& source);
+    void Fail(const std::filesystem::path& path, const platform::Exception& exception);
+
+    const std::vector<Place> m_places;
+    const OnEvent m_onEvent;
+    const OnProblem m_onProblem;
+    /// Messages handed out of each log file.
+    std::map<Key, std::size_t> m_handedOut;
+    /// Log files that need no second look, with the size they had.
+    std::map<std::filesystem::path, std::uintmax_t> m_finished;
+    /// Something has moved since the places were listed.
+    bool m_again = false;
+    bool m_first = true;
+};
+
+}  // namespace logtool
