@@ -68,16 +68,23 @@ bool MeansAbsent(int error) {
 }  // namespace
 
 Tree::Tree(const std::string& root, Witness witness)
-    : m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), m_witness(std::move(witness)) {
+    : m_isMachine(root == "/"),
+      m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
+      m_witness(std::move(witness)) {
     if (!m_root) {
         throw platform::ExceptionFromErrno("open " + root, errno);
     }
-    if (const char* folder = std::getenv("CREDENTIALS_DIRECTORY"); folder != nullptr && root == "/") {
+    if (const char* folder = std::getenv("CREDENTIALS_DIRECTORY"); folder != nullptr && m_isMachine) {
         m_credentials = folder;
     }
 }
 
+/// Below a recorded tree no link leads out of it. The machine itself needs no such care, and the sandbox of
+/// the service's unit, which serves nothing else, has no openat2 (RestrictSUIDSGID takes it away).
 Descriptor Tree::Open(const std::string& path, int flags) {
+    if (m_isMachine) {
+        return Descriptor(open(path.c_str(), flags | O_CLOEXEC));
+    }
     open_how how{};
     how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
     how.resolve = RESOLVE_IN_ROOT;
@@ -163,7 +170,9 @@ std::optional<std::string> Tree::LinkTarget(const std::string& path) {
 }
 
 void Tree::Note(std::string note) {
-    m_notes.push_back(std::move(note));
+    if (std::ranges::find(m_notes, note) == m_notes.end()) {
+        m_notes.push_back(std::move(note));
+    }
 }
 
 }  // namespace host

@@ -43,7 +43,7 @@ class Tree {
     /// Where the symbolic link at `path` points, as written in it.
     std::optional<std::string> LinkTarget(const std::string& path);
 
-    /// Why something could not be read or told; goes to the service's own log.
+    /// Why something could not be read or told; goes to the service's own log. The same note counts once.
     void Note(std::string note);
     const std::vector<std::string>& Notes() const { return m_notes; }
 
@@ -51,6 +51,7 @@ class Tree {
     std::nullopt_t Missing(const std::string& path, const char* reason);
     Descriptor Open(const std::string& path, int flags);
 
+    bool m_isMachine;
     Descriptor m_root;
     Witness m_witness;
     std::string m_credentials;  // folder of files that the service manager read for us; empty without

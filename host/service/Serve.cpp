@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <exception>
 #include <thread>
+#include <utility>
 
 #include "host/actions/Configuration.h"
 #include "host/machine/Tree.h"
@@ -48,7 +49,7 @@ platform::rpc::ServerOptions Limits() {
     limits.MaxRequestBytes = std::size_t{1} << 16;
     limits.MaxConnectionsPerUser = 128;
     limits.MaxContextsPerConnection = 4;
-    limits.MaxCallsPerSecond = 500;
+    limits.MaxCallsPerSecond = 1000;
     limits.IdleClose = 30s;
     return limits;
 }
@@ -86,8 +87,14 @@ void Supervise(const Server& server, const Procedures& procedures, const sigset_
         step = std::min<std::chrono::milliseconds>(step, idleExit / 4.0 < 1s ? 250ms : 5s);
     }
     auto busy = std::chrono::steady_clock::now();
+    std::string told;
     while (!WaitForEnd(signals, step)) {
         const auto now = std::chrono::steady_clock::now();
+        const std::string status = "STATUS=" + std::to_string(server.Connections()) + " connections, " +
+                                   std::to_string(server.OpenContexts()) + " open contexts";
+        if (std::exchange(told, status) != status) {
+            sd_notify(0, status.c_str());
+        }
         if (watchdog && procedures.OldestCall() < kStuck) {
             sd_notify(0, "WATCHDOG=1");
         }

@@ -2,8 +2,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
 
 #include "host/machine/Smbios.h"
 #include "host/machine/SystemInformation.h"
@@ -142,6 +148,29 @@ TEST(Tree, LinksStayBelowTheRootAndOddFilesAreRefused) {
     EXPECT_THAT(machine.SystemInformation(), testing::Not(HasSubstr("root")));
     EXPECT_THAT(machine.Notes(), Contains(HasSubstr("/proc/meminfo: not a regular file")));
     EXPECT_THROW(Tree("/nonexistent/tree"), std::exception);
+}
+
+/// Takes openat2 away from this process, as the sandbox of the service's unit does.
+void ForbidOpenat2() {
+    sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter{.len = std::size(program), .filter = program};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+}
+
+TEST(Tree, ThisMachineIsReadInTheSandboxToo) {
+    EXPECT_EXIT(
+        {
+            ForbidOpenat2();
+            Tree tree("/");
+            std::_Exit(tree.Read("/proc/meminfo") && !tree.List("/proc").empty() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Values, CleanKeepsOneReadableLine) {
