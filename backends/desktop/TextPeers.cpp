@@ -28,6 +28,10 @@ class TextBlockPeer final : public Peer {
             gtk_label_set_selectable(label, m_text.IsTextSelectionEnabled());
         }
         gtk_label_set_text(label, platform::ToValidUtf8(m_text.Text()).c_str());
+        if (m_text.Accessibility().LabeledBy != nullptr) {
+            // The toolkit has made the text the name as well: a value is called by its label alone.
+            gtk_accessible_reset_property(GTK_ACCESSIBLE(label), GTK_ACCESSIBLE_PROPERTY_LABEL);
+        }
     }
 
   private:
