@@ -76,7 +76,8 @@ class TextBoxPeer final : public Peer {
             // As wide as its text where there is room, and as narrow as its place.
             constexpr int kLeastCharacters = 4;
             gtk_editable_set_width_chars(editable, kLeastCharacters);
-            gtk_editable_set_max_width_chars(editable, std::max(kLeastCharacters, static_cast<int>(m_box.Text().size())));
+            gtk_editable_set_max_width_chars(
+                editable, std::max(kLeastCharacters, static_cast<int>(m_box.Text().size())));
         } else if (property == ElementProperty::Selection) {
             gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         }
