@@ -200,6 +200,12 @@ void DesktopWindow::Forget(Peer& peer) {
     }
 }
 
+void DesktopWindow::DirectionChanged(const platform::UIElement& element) {
+    if (&element == m_root) {
+        UpdateDirection();
+    }
+}
+
 void DesktopWindow::UpdateDirection() {
     const auto direction =
         m_root != nullptr && m_root->FlowDirection() == platform::FlowDirection::RightToLeft

@@ -36,6 +36,8 @@ class DesktopWindow final : public platform::WindowPeer {
     /// For peers: children or their visibility have changed; focus and default button are looked after once
     /// the change is complete.
     void ContentChanged();
+    /// For peers: the window's own parts go by the direction of its root.
+    void DirectionChanged(const platform::UIElement& element);
     /// For peers: the element that labels `peer` has no peer yet.
     void AwaitLabel(Peer& peer);
     /// For peers: `peer` goes.

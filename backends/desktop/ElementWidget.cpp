@@ -76,6 +76,7 @@ void element_widget_class_init(ElementWidgetClass* type) {
     widget->get_request_mode = RequestMode;
     widget->focus = Focus;
     gtk_widget_class_set_css_name(widget, "element");
+    gtk_widget_class_set_accessible_role(widget, GTK_ACCESSIBLE_ROLE_GROUP);
 }
 
 }  // namespace

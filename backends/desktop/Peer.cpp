@@ -174,6 +174,7 @@ void Peer::UpdateDirection() {
     if (m_handle) {
         gtk_widget_set_direction(m_handle.get(), direction);
     }
+    m_window.DirectionChanged(m_element);
 }
 
 void Peer::UpdateLayout() {

@@ -1,161 +1,226 @@
 #include "backends/desktop/Player.h"
 
+#include <pulse/context.h>
 #include <pulse/error.h>
-#include <pulse/simple.h>
+#include <pulse/stream.h>
+#include <pulse/thread-mainloop.h>
 #include <pulse/timeval.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <utility>
 
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 
 namespace desktop {
 
-namespace {
-
-struct FreeConnection {
-    void operator()(pa_simple* connection) const { pa_simple_free(connection); }
-};
-using Connection = std::unique_ptr<pa_simple, FreeConnection>;
-
-platform::Exception SoundFailure(int error) {
-    return {platform::result::kFail,
-            u"The sound system cannot be used: " + platform::FromUtf8(pa_strerror(error))};
-}
-
-Connection Connect(std::uint32_t sampleRate) {
-    const pa_sample_spec format{.format = PA_SAMPLE_S16NE, .rate = sampleRate, .channels = 1};
-    // A short buffer, so that a sound that is ended is silent at once.
-    constexpr std::uint32_t kByDefault = static_cast<std::uint32_t>(-1);
-    const pa_buffer_attr buffer{
-        .maxlength = kByDefault,
-        .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(100 * PA_USEC_PER_MSEC, &format)),
-        .prebuf = 0,
-        .minreq = kByDefault,
-        .fragsize = kByDefault,
-    };
-    int error = 0;
-    Connection connection(pa_simple_new(nullptr, "Kelvane", PA_STREAM_PLAYBACK, nullptr, "Speech", &format,
-                                        nullptr, &buffer, &error));
-    if (!connection) {
-        throw SoundFailure(error);
-    }
-    return connection;
-}
-
-}  // namespace
-
-/// One sound on its way to the ear: shared by its thread, its owner's handle and the player.
-class Player::Sound {
+class Player::Mainloop {
   public:
-    Sound(std::shared_ptr<const platform::SpeechSynthesisStream> stream,
-          std::function<void(std::exception_ptr failure)> ended)
-        : m_stream(std::move(stream)), m_ended(std::move(ended)) {}
-
-    /// The sound's own thread.
-    void Run() {
-        std::exception_ptr failure;
-        try {
-            PlayToEnd();
-        } catch (const platform::Exception&) {
-            failure = std::current_exception();
-        }
-        {
-            const std::lock_guard lock(m_mutex);
-            if (!m_stopped) {
-                m_ended(failure);
-            }
-            m_ended = nullptr;
-        }
-        m_finished.store(true);
+    Mainloop() : m_loop(pa_threaded_mainloop_new()) { pa_threaded_mainloop_start(m_loop); }
+    ~Mainloop() {
+        pa_threaded_mainloop_stop(m_loop);
+        pa_threaded_mainloop_free(m_loop);
     }
+    Mainloop(const Mainloop&) = delete;
+    Mainloop& operator=(const Mainloop&) = delete;
 
-    /// Any thread, also from within the handler of the end. The handler is not called afterwards.
-    void Stop() {
-        const std::lock_guard lock(m_mutex);
-        m_stopped = true;
-        m_stop.notify_all();
+    pa_mainloop_api* Api() const { return pa_threaded_mainloop_get_api(m_loop); }
+
+    /// Any thread; the loop's own holds the lock already.
+    template <typename Use>
+    void WithLock(Use use) const {
+        const bool ownThread = pa_threaded_mainloop_in_thread(m_loop) != 0;
+        if (!ownThread) {
+            pa_threaded_mainloop_lock(m_loop);
+        }
+        use();
+        if (!ownThread) {
+            pa_threaded_mainloop_unlock(m_loop);
+        }
     }
-
-    bool IsFinished() const { return m_finished.load(); }
 
   private:
-    void PlayToEnd() {
-        const auto& samples = m_stream->Samples;
-        if (samples.empty()) {
-            return;
-        }
-        const auto connection = Connect(m_stream->SampleRate);
-        const std::size_t chunk = std::max<std::size_t>(m_stream->SampleRate / 50, 1);
-        int error = 0;
-        for (std::size_t at = 0; at < samples.size(); at += chunk) {
-            const auto count = std::min(chunk, samples.size() - at);
-            if (pa_simple_write(connection.get(), &samples[at], count * sizeof(samples[at]), &error) < 0) {
-                throw SoundFailure(error);
-            }
-            if (WaitForStop(std::chrono::microseconds(0))) {
-                pa_simple_flush(connection.get(), nullptr);
-                return;
-            }
-        }
-        // Not pa_simple_drain: it could not be broken off.
-        const auto unheard = pa_simple_get_latency(connection.get(), &error);
-        if (WaitForStop(std::chrono::microseconds(unheard == static_cast<pa_usec_t>(-1) ? 0 : unheard))) {
-            pa_simple_flush(connection.get(), nullptr);
-        }
-    }
-
-    bool WaitForStop(std::chrono::microseconds atMost) {
-        std::unique_lock lock(m_mutex);
-        return m_stop.wait_for(lock, atMost, [this] { return m_stopped; });
-    }
-
-    const std::shared_ptr<const platform::SpeechSynthesisStream> m_stream;
-    /// Held while the handler runs: the handler may destroy the playback, another thread has to wait.
-    std::recursive_mutex m_mutex;
-    std::condition_variable_any m_stop;
-    std::function<void(std::exception_ptr failure)> m_ended;
-    bool m_stopped = false;
-    std::atomic<bool> m_finished = false;
+    pa_threaded_mainloop* m_loop;
 };
 
-class Player::Handle final : public platform::Playback {
+namespace {
+
+struct Unref {
+    void operator()(pa_context* context) const {
+        pa_context_set_state_callback(context, nullptr, nullptr);
+        pa_context_disconnect(context);
+        pa_context_unref(context);
+    }
+    void operator()(pa_stream* stream) const {
+        pa_stream_set_state_callback(stream, nullptr, nullptr);
+        pa_stream_set_write_callback(stream, nullptr, nullptr);
+        pa_stream_disconnect(stream);
+        pa_stream_unref(stream);
+    }
+    void operator()(pa_operation* operation) const {
+        pa_operation_cancel(operation);
+        pa_operation_unref(operation);
+    }
+};
+
+/// One sound. Everything but construction happens on the loop's thread or under its lock.
+class Sound {
   public:
-    explicit Handle(std::shared_ptr<Sound> sound) : m_sound(std::move(sound)) {}
-    ~Handle() override { m_sound->Stop(); }
+    Sound(std::shared_ptr<const platform::SpeechSynthesisStream> data,
+          std::function<void(std::exception_ptr failure)> ended)
+        : m_data(std::move(data)), m_ended(std::move(ended)) {}
+
+    ~Sound() {
+        if (m_start != nullptr) {
+            m_api->defer_free(m_start);
+        }
+    }
+    Sound(const Sound&) = delete;
+    Sound& operator=(const Sound&) = delete;
+
+    /// The loop's thread does the rest, so that a failure is never told before this returns.
+    void Start(pa_mainloop_api* api) {
+        m_api = api;
+        m_start = api->defer_new(
+            api,
+            [](pa_mainloop_api*, pa_defer_event* start, void* self) {
+                static_cast<Sound*>(self)->m_api->defer_enable(start, 0);
+                static_cast<Sound*>(self)->Connect();
+            },
+            this);
+    }
+
+  private:
+    void Connect() {
+        m_context.reset(pa_context_new(m_api, "Kelvane"));
+        pa_context_set_state_callback(
+            m_context.get(), [](pa_context*, void* self) { static_cast<Sound*>(self)->ContextChanged(); },
+            this);
+        // A failure changes the state as well, and may have destroyed this sound.
+        pa_context_connect(m_context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr);
+    }
+
+    void ContextChanged() {
+        switch (pa_context_get_state(m_context.get())) {
+            case PA_CONTEXT_READY:
+                m_data->Samples.empty() ? End(nullptr) : OpenStream();
+                break;
+            case PA_CONTEXT_FAILED:
+            case PA_CONTEXT_TERMINATED:
+                Fail();
+                break;
+            default:
+                break;
+        }
+    }
+
+    void OpenStream() {
+        const pa_sample_spec format{.format = PA_SAMPLE_S16NE, .rate = m_data->SampleRate, .channels = 1};
+        m_stream.reset(pa_stream_new(m_context.get(), "Speech", &format, nullptr));
+        if (!m_stream) {
+            Fail();
+            return;
+        }
+        pa_stream_set_state_callback(
+            m_stream.get(),
+            [](pa_stream* stream, void* self) {
+                if (pa_stream_get_state(stream) == PA_STREAM_FAILED) {
+                    static_cast<Sound*>(self)->Fail();
+                }
+            },
+            this);
+        pa_stream_set_write_callback(
+            m_stream.get(),
+            [](pa_stream*, std::size_t room, void* self) { static_cast<Sound*>(self)->Write(room); }, this);
+        // A short buffer, so that a sound that is ended is silent at once.
+        constexpr auto kByDefault = static_cast<std::uint32_t>(-1);
+        const pa_buffer_attr buffer{
+            .maxlength = kByDefault,
+            .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(100 * PA_USEC_PER_MSEC, &format)),
+            .prebuf = kByDefault,
+            .minreq = kByDefault,
+            .fragsize = kByDefault,
+        };
+        pa_stream_connect_playback(m_stream.get(), nullptr, &buffer, PA_STREAM_ADJUST_LATENCY, nullptr,
+                                   nullptr);
+    }
+
+    void Write(std::size_t room) {
+        const auto& samples = m_data->Samples;
+        constexpr auto kSampleSize = sizeof(samples[0]);
+        const auto count = std::min(room / kSampleSize, samples.size() - m_written);
+        if (count > 0) {
+            pa_stream_write(m_stream.get(), &samples[m_written], count * kSampleSize, nullptr, 0,
+                            PA_SEEK_RELATIVE);
+            m_written += count;
+        }
+        if (m_written == samples.size() && !m_drain) {
+            m_drain.reset(pa_stream_drain(
+                m_stream.get(),
+                [](pa_stream*, int heard, void* self) {
+                    auto* const sound = static_cast<Sound*>(self);
+                    heard != 0 ? sound->End(nullptr) : sound->Fail();
+                },
+                this));
+        }
+    }
+
+    void Fail() {
+        End(std::make_exception_ptr(
+            platform::Exception(platform::result::kFail,
+                                u"The sound system cannot be used: " +
+                                    platform::FromUtf8(pa_strerror(pa_context_errno(m_context.get()))))));
+    }
+
+    /// The handler may destroy this sound: nothing may follow.
+    void End(std::exception_ptr failure) {
+        if (const auto ended = std::exchange(m_ended, nullptr)) {
+            ended(std::move(failure));
+        }
+    }
+
+    const std::shared_ptr<const platform::SpeechSynthesisStream> m_data;
+    std::function<void(std::exception_ptr failure)> m_ended;
+    pa_mainloop_api* m_api = nullptr;
+    pa_defer_event* m_start = nullptr;
+    std::size_t m_written = 0;
+    std::unique_ptr<pa_context, Unref> m_context;
+    std::unique_ptr<pa_stream, Unref> m_stream;
+    std::unique_ptr<pa_operation, Unref> m_drain;
+};
+
+class Handle final : public platform::Playback {
+  public:
+    Handle(std::shared_ptr<Player::Mainloop> mainloop, std::unique_ptr<Sound> sound)
+        : m_mainloop(std::move(mainloop)), m_sound(std::move(sound)) {
+        m_mainloop->WithLock([this] { m_sound->Start(m_mainloop->Api()); });
+    }
+    ~Handle() override {
+        m_mainloop->WithLock([this] { m_sound.reset(); });
+    }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
   private:
-    std::shared_ptr<Sound> m_sound;
+    std::shared_ptr<Player::Mainloop> m_mainloop;
+    std::unique_ptr<Sound> m_sound;
 };
 
-Player::~Player() {
-    for (auto& running : m_running.With([](auto& all) { return std::exchange(all, {}); })) {
-        running.sound->Stop();
-        running.thread.join();
-    }
-}
+}  // namespace
 
 std::unique_ptr<platform::Playback> Player::Play(
     std::shared_ptr<const platform::SpeechSynthesisStream> stream,
     std::function<void(std::exception_ptr failure)> ended) {
-    auto sound = std::make_shared<Sound>(std::move(stream), std::move(ended));
-    m_running.With([&](std::vector<Running>& all) {
-        std::erase_if(all, [](Running& running) {
-            if (running.sound->IsFinished()) {
-                running.thread.join();
-                return true;
-            }
-            return false;
-        });
-        all.push_back({sound, std::thread([sound] { sound->Run(); })});
-    });
-    return std::make_unique<Handle>(std::move(sound));
+    std::shared_ptr<Mainloop> mainloop;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_mainloop) {
+            m_mainloop = std::make_shared<Mainloop>();
+        }
+        mainloop = m_mainloop;
+    }
+    return std::make_unique<Handle>(std::move(mainloop),
+                                    std::make_unique<Sound>(std::move(stream), std::move(ended)));
 }
 
 }  // namespace desktop

@@ -1,34 +1,27 @@
 #pragma once
 
 #include <memory>
-#include <thread>
-#include <vector>
+#include <mutex>
 
-#include "platform/core/Guarded.h"
 #include "platform/media/SpeechEngine.h"
 
 namespace desktop {
 
-/// Plays sounds through PulseAudio's protocol (PipeWire speaks it too), each on a thread of its own. Any
-/// thread.
+/// Plays sounds through PulseAudio's protocol (PipeWire speaks it too). Any thread. One thread serves all
+/// sounds, from the first one on, and never waits for the server: a server that hangs cannot hold up
+/// anything.
 class Player {
   public:
-    /// Ends what still plays and waits for its threads.
-    ~Player();
-
     /// See platform::SpeechEngine.
     std::unique_ptr<platform::Playback> Play(std::shared_ptr<const platform::SpeechSynthesisStream> stream,
                                              std::function<void(std::exception_ptr failure)> ended);
 
-  private:
-    class Sound;
-    class Handle;
-    struct Running {
-        std::shared_ptr<Sound> sound;
-        std::thread thread;
-    };
+    /// The thread, and the lock that all sounds are used under.
+    class Mainloop;
 
-    platform::Guarded<std::vector<Running>> m_running;
+  private:
+    std::mutex m_mutex;
+    std::shared_ptr<Mainloop> m_mainloop;
 };
 
 }  // namespace desktop

@@ -28,6 +28,10 @@ class TextBlockPeer final : public Peer {
             gtk_label_set_selectable(label, m_text.IsTextSelectionEnabled());
         }
         gtk_label_set_text(label, platform::ToValidUtf8(m_text.Text()).c_str());
+        if (m_text.Accessibility().LabeledBy != nullptr) {
+            // The toolkit has made the text the name as well: a value is called by its label alone.
+            gtk_accessible_reset_property(GTK_ACCESSIBLE(label), GTK_ACCESSIBLE_PROPERTY_LABEL);
+        }
     }
 
   private:
@@ -69,6 +73,11 @@ class TextBoxPeer final : public Peer {
                 // What does not fit is seen by the beginning, and whole in the tool tip.
                 gtk_editable_set_position(editable, 0);
             }
+            // As wide as its text where there is room, and as narrow as its place.
+            constexpr int kLeastCharacters = 4;
+            gtk_editable_set_width_chars(editable, kLeastCharacters);
+            gtk_editable_set_max_width_chars(
+                editable, std::max(kLeastCharacters, static_cast<int>(m_box.Text().size())));
         } else if (property == ElementProperty::Selection) {
             gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         }

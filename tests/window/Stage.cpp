@@ -49,8 +49,9 @@ class StagePage final : public platform::Page {
   public:
     StagePage() : m_elements(platform::LoadComponent(*this, u"ms-appx:///Stage.xaml", Code())) {}
 
+    /// By x:Name; "Page" is the page itself.
     FrameworkElement& Find(const std::string& name) {
-        return *m_elements.Find<FrameworkElement>(platform::FromUtf8(name));
+        return name == "Page" ? *this : *m_elements.Find<FrameworkElement>(platform::FromUtf8(name));
     }
 
   private:

@@ -1,0 +1,157 @@
+"""What the window tests share: programs, waiting for a condition, and a look at them through the accessibility bus."""
+
+import os
+import subprocess
+import threading
+import time
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+LIMIT = 20  # Seconds until a condition counts as never met; a loaded machine needs some.
+BIN = os.environ["KELVANE_BIN"]
+
+
+def until(condition, what):
+    """Returns the condition's first true value; an object that vanishes meanwhile counts as false."""
+    end = time.monotonic() + LIMIT
+    while True:
+        try:
+            value = condition()
+        except GLib.Error:
+            value = None
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"never seen: {what}")
+        GLib.MainContext.default().iteration(False)
+        time.sleep(0.01)
+
+
+def run(*command, text=None):
+    return subprocess.run(command, input=text, capture_output=True, text=True, timeout=LIMIT)
+
+
+def xdotool(*arguments):
+    run("xdotool", *map(str, arguments))
+
+
+def clipboard():
+    return run("xclip", "-selection", "clipboard", "-o").stdout
+
+
+class Program:
+    """A running program; its output can be waited for line by line."""
+
+    def __init__(self, name, *arguments, **environment):
+        self.process = subprocess.Popen(
+            [os.path.join(BIN, name), *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True, env={**os.environ, **environment})
+        self.lines, self.errors = [], []
+        self.readers = [threading.Thread(target=lambda s=s, l=l: l.extend(x.rstrip("\n") for x in s), daemon=True)
+                        for s, l in ((self.process.stdout, self.lines), (self.process.stderr, self.errors))]
+        for reader in self.readers:
+            reader.start()
+        self.seen = 0
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.wait()
+        for reader in self.readers:
+            reader.join()
+        for stream in (self.process.stdin, self.process.stdout, self.process.stderr):
+            stream.close()
+
+    def say(self, *lines):
+        self.process.stdin.write("".join(line + "\n" for line in lines))
+        self.process.stdin.flush()
+
+    def heard(self, start, extra=lambda line: True):
+        """Waits for the next line of output that begins with `start`."""
+
+        def next_line():
+            for index in range(self.seen, len(self.lines)):
+                if self.lines[index].startswith(start) and extra(self.lines[index]):
+                    self.seen = index + 1
+                    return self.lines[index]
+            return None
+
+        return until(next_line, f"a line {start!r} in {self.lines[self.seen:]}")
+
+    def ended(self):
+        self.process.stdin.close()
+        status = self.process.wait(LIMIT)
+        for reader in self.readers:
+            reader.join(LIMIT)
+        return status
+
+    @property
+    def application(self):
+        """The program's root on the accessibility bus, once its window is on the screen."""
+
+        def find():
+            desktop = Atspi.get_desktop(0)
+            desktop.clear_cache()
+            for index in range(desktop.get_child_count()):
+                child = desktop.get_child_at_index(index)
+                if child and child.get_process_id() == self.process.pid and child.get_child_count() > 0:
+                    child.set_cache_mask(Atspi.Cache.NONE)
+                    return child
+            return None
+
+        return until(find, "the program on the accessibility bus")
+
+    @property
+    def window(self):
+        """The X window's number."""
+        return until(lambda: run("xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid)).stdout.split(),
+                     "the window")[0]
+
+
+def everything(node):
+    """The node and all below it, in reading order."""
+    yield node
+    for index in range(node.get_child_count()):
+        child = node.get_child_at_index(index)
+        if child is not None:
+            yield from everything(child)
+
+
+def find(program, role, name):
+    """The element of that role and name; None when it is not there. Roles are the accessibility bus's words."""
+    for node in everything(program.application):
+        if node.get_role_name() == role and node.get_name() == name:
+            return node
+    return None
+
+
+def shown(program, role, name):
+    return until(lambda: find(program, role, name), f"{role} {name!r}")
+
+
+def gone(program, role, name):
+    until(lambda: find(program, role, name) is None, f"no {role} {name!r}")
+
+
+def text_of(node):
+    """The text that the element offers; None when it offers none."""
+    if "Text" not in node.get_interfaces():
+        return None
+    return Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node))
+
+
+def focused(program):
+    for node in everything(program.application):
+        if node.get_state_set().contains(Atspi.StateType.FOCUSED):
+            return node
+    return None
+
+
+def press(program, name):
+    shown(program, "push button", name).do_action(0)

@@ -1,0 +1,263 @@
+"""What the layer's elements, window, starts and sounds become in a real session: the stage program from outside."""
+
+import os
+import subprocess
+import tempfile
+import unittest
+
+from session import (Atspi, Program, clipboard, everything, find, focused, gone, press, run, shown, text_of, until,
+                     xdotool)
+
+LABEL, BOX, BUTTON = "label", "text", "push button"
+
+
+class Bridge(unittest.TestCase):
+    def setUp(self):
+        self.stage = self.enterContext(Program("kelvane-stage"))
+        self.stage.heard("launched")
+
+    def enterContext(self, context):
+        self.addCleanup(context.__exit__, None, None, None)
+        return context.__enter__()
+
+    def size(self, *expected, insets=None):
+        """Waits until the window has the size, and the caption buttons the insets."""
+
+        def fits():
+            self.stage.say("size")
+            words = self.stage.heard("size").split()
+            return words[1:3] == [str(each) for each in expected] and insets in (None, tuple(map(float, words[4:])))
+
+        until(fits, f"size {expected} {insets}")
+
+    def test_properties_reach_assistive_technology(self):
+        stage = self.stage
+        rows = [
+            # What is said to the stage, then the role, name, text and description that are seen; no text: gone.
+            ("set Value0 Text Ωmega 三 16 GB", LABEL, "Product name", "Ωmega 三 16 GB", ""),
+            ("set Label0 Text Model", LABEL, "Model", "Ωmega 三 16 GB", ""),
+            ("set Box1 Text Not supported", BOX, "Charging", "Not supported", ""),
+            ("set Copy0 ToolTipService.ToolTip To the clipboard", BUTTON, "Copy the product name", "",
+             "To the clipboard"),
+            ("set Copy0 AutomationProperties.Name Copy it", BUTTON, "Copy it", "", "To the clipboard"),
+            ("icon Copy0", BUTTON, "Copy it", "", "To the clipboard"),
+            ("set Ok Content Go on", BUTTON, "Go on", "", ""),
+            ("set Title Text Kelvane", "heading", "Kelvane", "Kelvane", ""),
+            ("set Ring IsActive False", "progress bar", "Reading", None, ""),
+            ("set Ring IsActive True", "progress bar", "Reading", "", ""),
+            ("set Row1 Visibility Collapsed", BOX, "Charging", None, ""),
+            ("set Row1 Visibility Visible", BOX, "Charging", "Not supported", ""),
+        ]
+        for command, role, name, text, description in rows:
+            with self.subTest(command):
+                stage.say(command)
+                if text is None:
+                    gone(stage, role, name)
+                else:
+                    expected = (role, name, text, description)
+                    until(lambda: expected in [
+                        (node.get_role_name(), node.get_name(), text_of(node) or "", node.get_description())
+                        for node in everything(stage.application)], command)
+
+    def test_elements_take_the_place_that_their_layout_says(self):
+        stage = self.stage
+
+        def left_and_right(role, name):
+            area = shown(stage, role, name).get_extents(Atspi.CoordType.WINDOW)
+            return area.x, area.x + area.width
+
+        label = lambda: left_and_right(LABEL, "Charging")  # noqa: E731
+        copy = lambda: left_and_right(BUTTON, "Copy the product name")  # noqa: E731
+        # Column of 160 after a padding of 16; the button at the other end, before a padding of 12.
+        until(lambda: label() == (16, 176) and copy()[1] == 628, "left to right")
+        stage.say("set Page FlowDirection RightToLeft")
+        until(lambda: label() == (464, 624) and copy()[0] == 12, "right to left")
+        self.size(640, 210, insets=(120, 0))
+        stage.say("set Page FlowDirection LeftToRight", "set Label1 Margin 8,0,4,0", "set Label1 Width 100")
+        until(lambda: label() == (24, 124), "margin and width")
+        # A box is told without its border and padding, 9 at each side.
+        box = lambda: left_and_right(BOX, "Charging")  # noqa: E731
+        stage.say("set Box1 MaxWidth 120")
+        until(lambda: box() == (331, 433), "largest width, in the middle")
+        stage.say("set Box1 Width 100", "set Box1 HorizontalAlignment Right")
+        until(lambda: box() == (537, 619), "fixed width, at the end")
+
+    def test_keys_and_focus_follow_the_reading_order(self):
+        stage = self.stage
+        window = stage.window
+        xdotool("windowfocus", "--sync", window)
+        until(lambda: focused(stage) and focused(stage).get_name() == "OK", "the default button has the focus")
+        order = []
+        for _ in range(6):
+            before = order[-1] if order else "OK"
+            xdotool("key", "Tab")
+            until(lambda: focused(stage) and focused(stage).get_name() != before, f"focus leaves {before}")
+            order.append(focused(stage).get_name())
+        self.assertEqual(order, ["Cancel", "Show all", "Product name", "Copy the product name", "Charging", "OK"])
+
+        stage.say("focus Box1")
+        box = shown(stage, BOX, "Charging")
+        selection = lambda: Atspi.Text.get_selection(box, 0)  # noqa: E731
+        until(lambda: (selection().start_offset, selection().end_offset) == (0, 9), "the whole text is selected")
+        # A text that its page takes the keys from: nothing is typed, the accelerator key does not act.
+        xdotool("key", "a", "Escape")
+        stage.heard("key Box1 65")
+        stage.heard("key Box1 27")
+        self.assertEqual(text_of(box), "Supported")
+        stage.say("focus Expand")
+        until(lambda: focused(stage).get_name() == "Show all", "focus on a button")
+        xdotool("key", "Escape")
+        stage.heard("clicked")
+        self.assertEqual([line for line in stage.lines if line.startswith("clicked")], ["clicked Cancel"])
+        xdotool("key", "space")
+        stage.heard("clicked Expand")
+
+    def test_the_window_resizes_moves_and_closes(self):
+        stage = self.stage
+        window = stage.window
+        self.size(640, 210, insets=(0, 120))
+        stage.say("resize 700 560")
+        self.size(700, 560)
+        stage.say("resize 100 100")
+        self.size(640, 210)
+
+        def place():
+            words = dict(line.split("=") for line in
+                         run("xdotool", "getwindowgeometry", "--shell", window).stdout.split())
+            return int(words["X"]), int(words["Y"]), int(words["WIDTH"]), int(words["HEIGHT"])
+
+        def drags(x, y, dx, dy):
+            """Drags from a point of the window; true when place or size has changed by just as much."""
+            before = place()
+            xdotool("mousemove", "--sync", before[0] + x, before[1] + y, "mousedown", 1)
+            for step in range(1, 5):
+                xdotool("mousemove", "--sync", before[0] + x + dx * step // 4, before[1] + y + dy * step // 4)
+            xdotool("mouseup", 1)
+            moved = (before[0] + dx, before[1] + dy, *before[2:])
+            resized = (*before[:2], before[2] + dx, before[3] + dy)
+            until(lambda: place() != before, "the window changes")
+            until(lambda: place() in (moved, resized), f"{moved} or {resized}")
+
+        xdotool("windowmove", "--sync", window, 200, 200)
+        stage.say("titlebar Bar", "size")
+        stage.heard("size")
+        drags(300, 15, 60, 40)
+        drags(638, 208, 48, 32)
+        self.size(688, 242)
+
+        # A size asked for while maximized counts once the window is itself again.
+        left, top, *_ = place()
+        xdotool("mousemove", left + 200, top + 15, "click", "--repeat", 2, "--delay", 40, 1)
+        until(lambda: place()[2] > 1000, "a double click maximizes")
+        stage.say("resize 640 560")
+        press(stage, "Maximize")
+        self.size(640, 560)
+        press(stage, "Close")
+        self.assertEqual(stage.ended(), 0)
+        self.assertEqual(stage.errors, [])
+
+    def test_clipboard_and_picture(self):
+        stage = self.stage
+        stage.say("clipboard 5CG1234XYZ — Ω")
+        until(lambda: clipboard() == "5CG1234XYZ — Ω", "the text in another program")
+        with tempfile.TemporaryDirectory() as folder:
+            picture = os.path.join(folder, "window.png")
+            stage.say("resize 640 560", f"picture {picture}")
+            self.assertEqual(stage.heard("picture"), "picture ")
+            self.assertIn("640 x 560", run("file", picture).stdout)
+            stage.say(f"picture {folder}/none/window.png")
+            self.assertIn("cannot write", stage.heard("picture"))
+
+    def test_content_comes_and_goes(self):
+        stage = self.stage
+        for _ in range(20):
+            stage.say("reload", "titlebar Bar", "icon Copy0", "set Label0 Text Again")
+        shown(stage, LABEL, "Again")
+        until(lambda: focused(stage) and focused(stage).get_name() == "OK", "focus in the new content")
+        stage.say("exit")
+        self.assertEqual(stage.ended(), 0)
+        self.assertEqual(stage.errors, [])
+
+    def test_a_second_start_reaches_the_running_program(self):
+        for words, heard in (["kelvane:?x=1&y=a%20b"], "activated ?x=1&y=a%20b"), (["F1", "key"], "launched F1 key"):
+            with self.subTest(words), Program("kelvane-stage", *words) as second:
+                self.assertEqual(second.ended(), 0)
+                self.assertEqual(second.lines, [])
+                self.stage.heard(heard)
+
+
+class Starts(unittest.TestCase):
+    def test_in_the_background_it_waits_for_a_start(self):
+        with Program("kelvane-stage", "--gapplication-service") as stage:
+            stage.heard("prelaunched")
+            run("gdbus", "call", "--session", "--dest", "org.kelvane.Kelvane", "--object-path", "/org/kelvane/Kelvane",
+                "--method", "org.freedesktop.Application.Open", "['kelvane:?x=2']", "{}")
+            stage.heard("activated ?x=2")
+            shown(stage, BUTTON, "OK")
+
+    def test_without_a_bus_it_starts_quietly(self):
+        with Program("kelvane-stage", DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent") as stage:
+            stage.heard("launched")
+            stage.say("exit")
+            self.assertEqual((stage.ended(), stage.errors), (0, []))
+
+    def test_without_a_display_it_says_so_and_nothing_else(self):
+        with Program("kelvane-stage", DISPLAY=":987", WAYLAND_DISPLAY="") as stage:
+            self.assertEqual((stage.ended(), stage.errors, stage.lines), (2, ["no display"], []))
+
+    def test_the_colour_scheme_can_be_forced(self):
+        def darkness(scheme, folder):
+            with Program("kelvane-stage", KELVANE_COLOR_SCHEME=scheme) as stage:
+                stage.heard("launched")
+                stage.say(f"picture {folder}/{scheme}.png")
+                stage.heard("picture ")
+            return float(run("convert", f"{folder}/{scheme}.png", "-colorspace", "gray", "-format", "%[fx:mean]",
+                             "info:").stdout)
+
+        with tempfile.TemporaryDirectory() as folder:
+            self.assertGreater(darkness("light", folder), 0.8)
+            self.assertLess(darkness("dark", folder), 0.2)
+
+
+class Speech(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+
+    def stage(self, server):
+        return Program("kelvane-stage", PULSE_SERVER=f"unix:{self.folder.name}/{server}")
+
+    def test_without_a_sound_server_speech_fails_and_nothing_else(self):
+        with self.stage("none") as stage:
+            stage.heard("launched")
+            stage.say("speak 5CG1234XYZ")
+            samples, rate = map(int, stage.heard("samples").split()[1:])
+            self.assertGreater(samples / rate, 0.5)
+            stage.heard("sound failed")
+            stage.say("exit")
+            self.assertEqual(stage.ended(), 0)
+
+    def test_speech_is_heard_to_its_end_or_ended_at_once(self):
+        recording = os.path.join(self.folder.name, "heard.raw")
+        # A server whose sink writes into a file what a person would hear.
+        server = subprocess.Popen(
+            ["pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disallow-exit",
+             f"--load=module-native-protocol-unix socket={self.folder.name}/socket auth-anonymous=1",
+             f"--load=module-pipe-sink file={recording} rate=22050 channels=1 format=s16le"],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        until(lambda: os.path.exists(recording) and os.path.exists(f"{self.folder.name}/socket"), "the sound server")
+        with open(recording, "rb") as heard, self.stage("socket") as stage:
+            stage.heard("launched")
+            stage.say("speak 12")
+            until(lambda: any(heard.read(4096)), "sound at the server")
+            stage.heard("sound ended", lambda line: heard.read(0) is not None)
+            # Replaced while it is heard, ended, and ended by the program's end.
+            stage.say("speak 5CG1234XYZ", "speak 5CG1234XYZ", "hush", "speak 5CG1234XYZ", "exit")
+            self.assertEqual(stage.ended(), 0)
+            self.assertEqual(stage.lines.count("sound ended"), 1)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
