@@ -67,8 +67,9 @@ bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {
     }
     // The lock is let go meanwhile, and with it everything that keeps this object.
     const auto self = shared_from_this();
-    const bool freed = m_freed.wait_for(
-        lock, kPatience, [this] { return !m_free.empty() || m_current != nullptr || m_outage || m_closing; });
+    const bool freed = m_freed.wait_for(lock, kPatience, [this] {
+        return m_free.size() >= kFreeToGoOn || m_current != nullptr || m_outage || m_closing;
+    });
     m_stalled = !freed;
     return freed && !m_outage;
 }

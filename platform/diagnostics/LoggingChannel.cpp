@@ -110,12 +110,14 @@ void LoggingChannel::Attach(const std::shared_ptr<LogFileRecorder>& recorder, Lo
 }
 
 void LoggingChannel::Detach(const LogFileRecorder* recorder) {
+    // What goes is destroyed outside the lock.
     std::vector<Recording> removed;
     const std::lock_guard lock(TraceLock());
-    const auto middle = std::ranges::stable_partition(
-        m_recordings, [recorder](const Recording& entry) { return entry.recorder.get() != recorder; });
-    removed.assign(std::make_move_iterator(middle.begin()), std::make_move_iterator(middle.end()));
-    m_recordings.erase(middle.begin(), middle.end());
+    const auto middle = std::stable_partition(
+        m_recordings.begin(), m_recordings.end(),
+        [recorder](const Recording& entry) { return entry.recorder.get() != recorder; });
+    removed.assign(std::make_move_iterator(middle), std::make_move_iterator(m_recordings.end()));
+    m_recordings.erase(middle, m_recordings.end());
 }
 
 }  // namespace platform
