@@ -32,7 +32,10 @@ void FillBehind(BufferHeader& buffer, std::uint32_t offset) {
 }
 
 std::int64_t FileTimeOf(const FileHeader& header, std::int64_t steady) {
-    return header.LogFile.StartTime + (steady - header.Record.SystemTime);
+    // Wraps instead of overflowing: what a crash left may hold any numbers.
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(header.LogFile.StartTime) +
+                                     static_cast<std::uint64_t>(steady) -
+                                     static_cast<std::uint64_t>(header.Record.SystemTime));
 }
 
 /// Cuts the buffer behind its last whole record, which may be earlier than its end says when the writer
