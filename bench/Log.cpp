@@ -164,9 +164,17 @@ Outcome RunSession(const Load& load, const std::filesystem::path& folder, bool t
     return outcome;
 }
 
-std::int64_t RunBaseline(const Load& load, const std::filesystem::path& path) {
+/// The least that any logger must do; with `newFileAt` it also goes on to a new file each time so much is
+/// written.
+std::int64_t RunBaseline(const Load& load, const std::filesystem::path& path,
+                         std::size_t newFileAt = SIZE_MAX) {
     constexpr std::size_t kHead = sizeof(platform::etl::EventHeader);
-    const auto file = platform::OpenFile(path, O_WRONLY | O_CREAT | O_TRUNC);
+    int number = 0;
+    const auto open = [&] {
+        return platform::OpenFile(path.string() + "-" + std::to_string(++number),
+                                  O_WRONLY | O_CREAT | O_TRUNC);
+    };
+    auto file = open();
     static std::array<std::byte, platform::etl::kBufferSize> buffer;
     std::mutex mutex;
     std::size_t used = 0;
@@ -175,6 +183,10 @@ std::int64_t RunBaseline(const Load& load, const std::filesystem::path& path) {
         platform::WriteAt(file, path, std::span(buffer).first(used), written);
         written += used;
         used = 0;
+        if (written >= newFileAt) {
+            file = open();
+            written = 0;
+        }
     };
     const std::array<std::byte, kHead + (kChannel.size() + 2) * sizeof(char16_t)> head{};
     const auto start = RunThreads(load, [&](int) -> std::function<void(std::u16string_view)> {
@@ -224,6 +236,7 @@ int Log(std::span<char* const> arguments) {
 
     std::vector<std::int64_t> session;
     std::vector<std::int64_t> baseline;
+    std::vector<std::int64_t> files;
     std::vector<double> ratios;
     Outcome total;
     const auto add = [&](const Outcome& outcome) {
@@ -235,6 +248,8 @@ int Log(std::span<char* const> arguments) {
     };
     for (int round = 0; round < kRounds; ++round) {
         baseline.push_back(RunBaseline(load, folder / ("baseline-" + std::to_string(round))));
+        files.push_back(
+            RunBaseline(load, folder / ("files-" + std::to_string(round)), platform::etl::kFileSize));
         const auto outcome = RunSession(load, folder / ("session-" + std::to_string(round)), false);
         add(outcome);
         session.push_back(outcome.nanoseconds);
@@ -253,6 +268,7 @@ int Log(std::span<char* const> arguments) {
         {"ns_per_message", static_cast<double>(Median(session)) / load.messages},
         {"baseline_ns_per_message", static_cast<double>(Median(baseline)) / load.messages},
         {"ratio", Median(ratios)},
+        {"baseline_with_new_files_ns_per_message", static_cast<double>(Median(files)) / load.messages},
         {"call_ns",
          {{"p50", Quantile(timed.calls, 0.5)},
           {"p99", Quantile(timed.calls, 0.99)},
