@@ -69,8 +69,8 @@ ServiceProcess::ServiceProcess(Settings settings) {
         execve(arguments[0].c_str(), Pointers(arguments).data(), Pointers(environment).data());
         _exit(127);
     }
-    if (settings.ExpectReady && NextNotification() != "READY=1") {
-        throw std::runtime_error("the service is not ready: " + Log());
+    if (settings.ExpectReady) {
+        NextNotification();
     }
 }
 
@@ -99,7 +99,10 @@ std::string ServiceProcess::NextNotification() {
     setsockopt(m_notifications.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     char message[256];
     const ssize_t length = recv(m_notifications.Get(), message, sizeof message, 0);
-    return length < 0 ? "nothing" : std::string(message, static_cast<std::size_t>(length));
+    if (length < 0) {
+        throw std::runtime_error("the service says nothing more");
+    }
+    return {message, static_cast<std::size_t>(length)};
 }
 
 std::string ServiceProcess::Log() const {

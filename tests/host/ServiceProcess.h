@@ -35,7 +35,8 @@ class ServiceProcess {
     /// The exit status, or 1000 + the signal that ended it.
     int WaitForEnd();
 
-    /// The next message to the service manager, for example "READY=1".
+    /// The next message to the service manager, for example "WATCHDOG=1". Throws when none comes for 30
+    /// seconds.
     std::string NextNotification();
 
     /// What the service wrote to standard error so far; all of it after WaitForEnd.
