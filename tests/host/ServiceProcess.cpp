@@ -52,11 +52,12 @@ ServiceProcess::ServiceProcess(Settings settings) {
     environment.push_back("NOTIFY_SOCKET=" + m_folder + "/notify");
 
     Descriptor listener;
-    if (settings.HandOverSocket) {
+    if (settings.FirstClient) {
         const std::string path = platform::rpc::test::EndpointScope::Socket();
         listener = BoundSocket(SOCK_STREAM, path);
         listen(listener.Get(), 16);
         environment.emplace_back("LISTEN_FDS=1");
+        settings.FirstClient();
     }
     m_process = fork();
     if (m_process == 0) {

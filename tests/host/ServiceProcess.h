@@ -17,7 +17,9 @@ class ServiceProcess {
     struct Settings {
         std::vector<std::string> Arguments{};
         std::vector<std::string> Environment{};  ///< "NAME=value", besides the test's own
-        bool HandOverSocket = false;             ///< as the service manager does on the first client
+        /// Given: the service gets a socket that listens already, as from the service manager. Called once it
+        /// listens.
+        std::function<void()> FirstClient{};
         bool ExpectReady = true;
     };
 

@@ -125,12 +125,16 @@ TEST(Callers, OnlyRootTheServiceAndWhoeverSitsAtTheMachine) {
 }
 
 TEST_F(Service, UnderTheServiceManager) {
-    ServiceProcess service(
-        {.Arguments = {"--idle-exit", "1"}, .Environment = {"WATCHDOG_USEC=200000"}, .HandOverSocket = true});
+    // The first client is there before the service, which is idle only after it has gone.
+    std::optional<RawClient> first;
+    ServiceProcess service({.Arguments = {"--idle-exit", "1"},
+                            .Environment = {"WATCHDOG_USEC=200000"},
+                            .FirstClient = [&first] { first.emplace(); }});
     {
         Client client;
         client.Open();
         EXPECT_TRUE(client.Read());
+        first.reset();
         while (service.NextNotification() != "WATCHDOG=1") {
         }
     }
