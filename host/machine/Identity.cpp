@@ -119,7 +119,7 @@ std::optional<std::u16string> DeviceTreeProcessor(Tree& tree) {
         if (name.starts_with("cpu@")) {
             ++cores;
             if (core.empty()) {
-                core = Model(LastString(tree.Read(base + "cpus/" + name + "/compatible").value_or("")));
+                core = Model(LastString(tree.Read(PathOf({base + "cpus", name, "compatible"})).value_or("")));
             }
         }
     }

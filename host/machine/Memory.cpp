@@ -58,7 +58,7 @@ std::optional<std::uint64_t> OnlineMemory(Tree& tree) {
     std::uint64_t sum = 0;
     for (const std::string& name : tree.List(folder)) {
         if (name.starts_with("memory") &&
-            Trimmed(tree.Read(folder + "/" + name + "/online").value_or("")) == "1" && sum < kMost) {
+            Trimmed(tree.Read(PathOf({folder, name, "online"})).value_or("")) == "1" && sum < kMost) {
             sum += *blockBytes;
         }
     }

@@ -90,7 +90,7 @@ std::string ReadSmbios(Tree& tree) {
     for (const std::string& name : tree.List(entries)) {
         for (const char* type : {"4-", "8-", "16-", "17-", "24-"}) {
             if (name.starts_with(type)) {
-                table += tree.Read(entries + "/" + name + "/raw").value_or("");
+                table += tree.Read(PathOf({entries, name, "raw"})).value_or("");
             }
         }
     }

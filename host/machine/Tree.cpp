@@ -67,6 +67,14 @@ bool MeansAbsent(int error) {
 
 }  // namespace
 
+std::string PathOf(std::initializer_list<std::string_view> parts) {
+    std::string path;
+    for (const std::string_view part : parts) {
+        path.append(path.empty() ? "" : "/").append(part);
+    }
+    return path;
+}
+
 Tree::Tree(const std::string& root, Witness witness)
     : m_isMachine(root == "/"),
       m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),

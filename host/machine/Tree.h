@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,9 @@
 #include "host/machine/Descriptor.h"
 
 namespace host {
+
+/// The parts with "/" between them.
+std::string PathOf(std::initializer_list<std::string_view> parts);
 
 class Tree {
   public:

@@ -59,7 +59,7 @@ std::map<std::string, UsbGeneration> GenerationsByHub(Tree& tree) {
             if (name.find("-port") == std::string::npos) {
                 continue;
             }
-            const std::string port = ConnectorOf(tree, kUsb + interface + "/" + name);
+            const std::string port = ConnectorOf(tree, PathOf({kUsb + interface, name}));
             if (IsPort(port)) {
                 const auto speed = Number(Attribute(tree, kUsb + hub + "/speed"));
                 generations[port] = std::max(generations[port], FromSpeed(speed.value_or(0)));
@@ -84,7 +84,7 @@ Usb4Ports ReadUsb4(Tree& tree) {
         ports.Router = true;
         for (const std::string& name : tree.List(kThunderbolt + device)) {
             if (name.starts_with("usb4_port")) {
-                ports.Names.push_back(ConnectorOf(tree, kThunderbolt + device + "/" + name));
+                ports.Names.push_back(ConnectorOf(tree, PathOf({kThunderbolt + device, name})));
             }
         }
         std::erase(ports.Names, "");
@@ -177,7 +177,7 @@ std::vector<TypeCPort> PortsByFirmware(Tree& tree) {
 std::optional<std::uint64_t> MostPower(Tree& tree, const std::string& folder) {
     std::optional<std::uint64_t> most;
     for (const std::string& name : tree.List(folder)) {
-        const std::string object = folder + "/" + name + "/";
+        const std::string object = PathOf({folder, name, ""});
         std::optional<std::uint64_t> milliwatts;
         if (name.ends_with(":battery")) {
             milliwatts = WithUnit(tree, object + "maximum_power", "mW");

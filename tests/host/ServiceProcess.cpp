@@ -52,11 +52,12 @@ ServiceProcess::ServiceProcess(Settings settings) {
     environment.push_back("NOTIFY_SOCKET=" + m_folder + "/notify");
 
     Descriptor listener;
-    if (settings.HandOverSocket) {
+    if (settings.FirstClient) {
         const std::string path = platform::rpc::test::EndpointScope::Socket();
         listener = BoundSocket(SOCK_STREAM, path);
         listen(listener.Get(), 16);
         environment.emplace_back("LISTEN_FDS=1");
+        settings.FirstClient();
     }
     m_process = fork();
     if (m_process == 0) {
@@ -69,8 +70,8 @@ ServiceProcess::ServiceProcess(Settings settings) {
         execve(arguments[0].c_str(), Pointers(arguments).data(), Pointers(environment).data());
         _exit(127);
     }
-    if (settings.ExpectReady && NextNotification() != "READY=1") {
-        throw std::runtime_error("the service is not ready: " + Log());
+    if (settings.ExpectReady) {
+        NextNotification();
     }
 }
 
@@ -99,7 +100,10 @@ std::string ServiceProcess::NextNotification() {
     setsockopt(m_notifications.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     char message[256];
     const ssize_t length = recv(m_notifications.Get(), message, sizeof message, 0);
-    return length < 0 ? "nothing" : std::string(message, static_cast<std::size_t>(length));
+    if (length < 0) {
+        throw std::runtime_error("the service says nothing more");
+    }
+    return {message, static_cast<std::size_t>(length)};
 }
 
 std::string ServiceProcess::Log() const {

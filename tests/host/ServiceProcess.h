@@ -17,7 +17,9 @@ class ServiceProcess {
     struct Settings {
         std::vector<std::string> Arguments{};
         std::vector<std::string> Environment{};  ///< "NAME=value", besides the test's own
-        bool HandOverSocket = false;             ///< as the service manager does on the first client
+        /// Given: the service gets a socket that listens already, as from the service manager. Called once it
+        /// listens.
+        std::function<void()> FirstClient{};
         bool ExpectReady = true;
     };
 
@@ -35,7 +37,8 @@ class ServiceProcess {
     /// The exit status, or 1000 + the signal that ended it.
     int WaitForEnd();
 
-    /// The next message to the service manager, for example "READY=1".
+    /// The next message to the service manager, for example "WATCHDOG=1". Throws when none comes for 30
+    /// seconds.
     std::string NextNotification();
 
     /// What the service wrote to standard error so far; all of it after WaitForEnd.

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -123,17 +125,45 @@ TEST(Callers, OnlyRootTheServiceAndWhoeverSitsAtTheMachine) {
 }
 
 TEST_F(Service, UnderTheServiceManager) {
-    ServiceProcess service(
-        {.Arguments = {"--idle-exit", "1"}, .Environment = {"WATCHDOG_USEC=200000"}, .HandOverSocket = true});
+    // The first client is there before the service, which is idle only after it has gone.
+    std::optional<RawClient> first;
+    ServiceProcess service({.Arguments = {"--idle-exit", "1"},
+                            .Environment = {"WATCHDOG_USEC=200000"},
+                            .FirstClient = [&first] { first.emplace(); }});
     {
         Client client;
         client.Open();
         EXPECT_TRUE(client.Read());
-        EXPECT_EQ(service.NextNotification(), "WATCHDOG=1");
+        first.reset();
+        while (service.NextNotification() != "WATCHDOG=1") {
+        }
     }
     EXPECT_EQ(service.WaitForEnd(), 0);
     EXPECT_THAT(service.Log(), HasSubstr("idle"));
     EXPECT_TRUE(std::filesystem::exists(EndpointScope::Socket())) << "the socket is the service manager's";
+}
+
+TEST_F(Service, ContextsOfKilledClientsRunDown) {
+    ServiceProcess service({.Environment = {"WATCHDOG_USEC=100000"}});
+    std::vector<pid_t> clients(8);
+    for (pid_t& child : clients) {
+        child = fork();
+        if (child == 0) {
+            Client client;
+            client.Open();
+            while (true) {
+                client.Read();
+            }
+        }
+    }
+    while (service.NextNotification() != "STATUS=8 connections, 8 open contexts") {
+    }
+    for (const pid_t child : clients) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    while (service.NextNotification() != "STATUS=0 connections, 0 open contexts") {
+    }
 }
 
 // One client silent, one in the middle of a message, one sending rubbish: the next is answered all the same,
