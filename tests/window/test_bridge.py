@@ -17,10 +17,6 @@ class Bridge(unittest.TestCase):
         self.stage = self.enterContext(Program("kelvane-stage"))
         self.stage.heard("launched")
 
-    def enterContext(self, context):
-        self.addCleanup(context.__exit__, None, None, None)
-        return context.__enter__()
-
     def size(self, *expected, insets=None):
         """Waits until the window has the size, and the caption buttons the insets."""
 
