@@ -146,6 +146,9 @@ class ButtonPeer final : public ContentPeer {
           m_clicked(
               widget, "clicked",
               [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
+        // A button wider than its content has it in the middle.
+        gtk_widget_set_halign(box, GTK_ALIGN_CENTER);
+        gtk_widget_set_valign(box, GTK_ALIGN_CENTER);
         gtk_button_set_child(GTK_BUTTON(widget), box);
         gtk_widget_set_focus_on_click(widget, TRUE);
     }

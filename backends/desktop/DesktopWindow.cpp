@@ -69,7 +69,8 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
         this);
     m_signals.emplace_back(
         window, "notify::maximized",
-        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->ApplySize(); }, this);
+        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->MaximizedChanged(); },
+        this);
 
     // Before any widget sees a key: texts must not act on the keys that the page takes for itself.
     auto* const keys = gtk_event_controller_key_new();
@@ -123,6 +124,11 @@ void DesktopWindow::Activate() {
         gtk_window_set_focus_visible(m_window.get(), FALSE);
     }
     gtk_window_present(m_window.get());
+    if (!m_laidOut) {
+        m_laidOut.emplace(
+            gtk_native_get_surface(GTK_NATIVE(m_window.get())), "layout",
+            [](GdkSurface*, int, int, gpointer self) { static_cast<DesktopWindow*>(self)->LaidOut(); }, this);
+    }
 }
 
 void DesktopWindow::SetTitleBar(platform::UIElement* element) {
@@ -146,32 +152,49 @@ void DesktopWindow::SetPreferredMinSize(platform::Size size) {
 }
 
 bool DesktopWindow::Resize(platform::Size size) {
-    m_wish = {.width = static_cast<int>(std::lround(size.Width)),
-              .height = static_cast<int>(std::lround(size.Height))};
+    GtkRequisition least{};
+    gtk_widget_get_preferred_size(GTK_WIDGET(m_window.get()), &least, nullptr);
+    m_wish = {.width = std::max(static_cast<int>(std::lround(size.Width)), least.width),
+              .height = std::max(static_cast<int>(std::lround(size.Height)), least.height)};
     ApplySize();
     return true;
 }
 
 void DesktopWindow::ApplySize() {
-    // A maximized window would lose the request: it is kept until the window is itself again.
-    if (m_wish && !gtk_window_is_maximized(m_window.get())) {
-        gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
-        m_wish.reset();
+    // A maximized window would lose the request: it is kept until the window has had the size.
+    auto* const window = m_window.get();
+    if (m_wish && !gtk_window_is_maximized(window)) {
+        gtk_window_set_default_size(window, m_wish->width, m_wish->height);
+        LaidOut();
     }
 }
 
-bool DesktopWindow::IsResizing() const {
-    int width = 0;
-    int height = 0;
-    gtk_window_get_default_size(m_window.get(), &width, &height);
-    return !gtk_window_is_maximized(m_window.get()) &&
-           (width != gtk_widget_get_width(GTK_WIDGET(m_window.get())) ||
-            height != gtk_widget_get_height(GTK_WIDGET(m_window.get())));
+void DesktopWindow::MaximizedChanged() {
+    if (m_wish && !gtk_window_is_maximized(m_window.get())) {
+        m_restoredFrom = CurrentSize();
+    }
+    ApplySize();
+}
+
+void DesktopWindow::LaidOut() {
+    const auto size = CurrentSize();
+    if (m_wish == size) {
+        m_wish.reset();
+    } else if (m_restoredFrom && m_restoredFrom != size) {
+        // The window manager has given the window its earlier size back, after the request.
+        m_restoredFrom.reset();
+        ApplySize();
+    }
+}
+
+DesktopWindow::PixelSize DesktopWindow::CurrentSize() const {
+    auto* const window = GTK_WIDGET(m_window.get());
+    return {.width = gtk_widget_get_width(window), .height = gtk_widget_get_height(window)};
 }
 
 platform::Size DesktopWindow::VisibleSize() {
-    return {.Width = static_cast<double>(gtk_widget_get_width(GTK_WIDGET(m_window.get()))),
-            .Height = static_cast<double>(gtk_widget_get_height(GTK_WIDGET(m_window.get())))};
+    const auto [width, height] = CurrentSize();
+    return {.Width = static_cast<double>(width), .Height = static_cast<double>(height)};
 }
 
 platform::OverlayInsets DesktopWindow::SystemOverlayInsets() {

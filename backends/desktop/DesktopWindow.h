@@ -31,7 +31,7 @@ class DesktopWindow final : public platform::WindowPeer {
     GtkWindow* Widget() const { return m_window.get(); }
 
     /// The size that was asked for is not on the screen yet.
-    bool IsResizing() const;
+    bool IsResizing() const { return m_wish && !gtk_window_is_maximized(m_window.get()); }
 
     /// For peers: children or their visibility have changed; focus and default button are looked after once
     /// the change is complete.
@@ -47,11 +47,15 @@ class DesktopWindow final : public platform::WindowPeer {
     struct PixelSize {
         int width;
         int height;
+        bool operator==(const PixelSize&) const = default;
     };
 
     void UpdateFocus();
     void UpdateDirection();
     void ApplySize();
+    void MaximizedChanged();
+    void LaidOut();
+    PixelSize CurrentSize() const;
     bool KeyChanged(guint keyValue, GdkModifierType modifiers, bool down);
 
     platform::WindowClient& m_client;
@@ -70,8 +74,12 @@ class DesktopWindow final : public platform::WindowPeer {
     std::vector<Peer*> m_awaitingLabel;
     /// What Resize asked for and the window has not got yet.
     std::optional<PixelSize> m_wish;
+    /// The maximized size, until the window has another one, when a wish waits for that.
+    std::optional<PixelSize> m_restoredFrom;
     SourceId m_focusUpdate;
     std::vector<Signal> m_signals;
+    /// Of the window's surface, which there is from the first Activate on.
+    std::optional<Signal> m_laidOut;
 };
 
 }  // namespace desktop

@@ -59,9 +59,15 @@ int Session::Run(platform::WorldClient& client) {
         g_printerr("kelvane: cannot join the session: %s\n", error->message);
         return 1;
     }
+    std::string name = kApplicationId;
+    char* arguments[] = {name.data(), nullptr};
     if (g_application_get_is_remote(application) != FALSE) {
         HandOver();
-        return 0;
+        // The run ends before it begins, but takes leave of the bus.
+        const Signal end(
+            application, "handle-local-options", [](GApplication*, GVariantDict*, gpointer) { return 0; },
+            this);
+        return g_application_run(application, 1, arguments);
     }
 
     m_signals.emplace_back(
@@ -93,8 +99,6 @@ int Session::Run(platform::WorldClient& client) {
 
     // The layer says when it ends, not the last window.
     g_application_hold(application);
-    std::string name = kApplicationId;
-    char* arguments[] = {name.data(), nullptr};
     const int status = g_application_run(application, 1, arguments);
 
     m_sleepMonitor.reset();

@@ -78,6 +78,9 @@ class TextBoxPeer final : public Peer {
             gtk_editable_set_width_chars(editable, kLeastCharacters);
             gtk_editable_set_max_width_chars(
                 editable, std::max(kLeastCharacters, static_cast<int>(m_box.Text().size())));
+            UpdateAlignment();
+        } else if (property == ElementProperty::FlowDirection) {
+            UpdateAlignment();
         } else if (property == ElementProperty::Selection) {
             gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         }
@@ -88,6 +91,15 @@ class TextBoxPeer final : public Peer {
         if (!m_box.IsReadOnly()) {
             m_box.Text(platform::FromUtf8(gtk_editable_get_text(GTK_EDITABLE(Widget()))));
         }
+    }
+
+    /// The toolkit aligns by the direction of the text; a box stands beside its label, whatever is in it.
+    void UpdateAlignment() {
+        const GObjectPtr<PangoLayout> layout(
+            gtk_widget_create_pango_layout(Widget(), gtk_editable_get_text(GTK_EDITABLE(Widget()))));
+        const bool textIsRightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
+        const bool boxIsRightToLeft = m_box.FlowDirection() == platform::FlowDirection::RightToLeft;
+        gtk_editable_set_alignment(GTK_EDITABLE(Widget()), textIsRightToLeft == boxIsRightToLeft ? 0 : 1);
     }
 
     /// Reached by the keyboard, the box shows all of its text as selected; a click places the caret

@@ -146,6 +146,15 @@ def text_of(node):
     return Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node))
 
 
+def value(program, label):
+    """The text of the element that the label names, as a screen reader finds it; None when there is none."""
+    for node in everything(program.application):
+        if node.get_name() == label and any(each.get_relation_type() == Atspi.RelationType.LABELLED_BY
+                                            for each in node.get_relation_set()):
+            return text_of(node)
+    return None
+
+
 def focused(program):
     for node in everything(program.application):
         if node.get_state_set().contains(Atspi.StateType.FOCUSED):

@@ -1,0 +1,154 @@
+"""Everything that a user does with the program, in its real window, against a real service."""
+
+import os
+import tempfile
+import unittest
+
+from session import Program, clipboard, Atspi, focused, gone, press, run, shown, until, value, xdotool
+
+ALWAYS = {"Product name": "Workstation 5 SFF", "Product number": "4T8Z9EA#ABU", "Serial number": "5CG1234XYZ"}
+DETAILS = {"Processor": "12th Gen @ 2.10 GHz", "Memory": "16 GB (15.6 GB usable)", "Operating system": "Debian 12",
+           "Firmware version": "U21 Ver. 02.09.01", "System board": "8953 KBC", "Build identifier": "21WWHTAT602",
+           "BIOS password": "Password set"}
+USB = {"USB standard": "USB 2.0, USB 3.2 Gen 2", "DisplayPort output": "Not supported",
+       "Thunderbolt or USB4": "Supported", "Power delivery": "Supported", "Charging": "Supported",
+       "Maximum power": "100 W"}
+ROWS = {**ALWAYS, **DETAILS}
+ORDER = ["Product name", "Product number", "Processor", "Memory", "Operating system", "Firmware version",
+         "System board", "Serial number", "Build identifier"]
+COPY = {**{label: f"Copy {label.lower()}" for label in ROWS}, "BIOS password": "Copy BIOS password status"}
+
+
+class Pages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = folder.name
+        files = {"system": "<.^.>".join([ROWS[label] for label in ORDER] + ["12", ""]),
+                 "usb": "USB 2.0, USB 3.2 Gen 2<.^.>Supported<.^.>No<.^.>Supported<.^.>Supported<.^.>100 W",
+                 # Nothing may happen to the machine that the test runs on.
+                 "configuration": "firmware-request = off\nsystem-information-tool = /bin/true\n"}
+        for name, text in files.items():
+            with open(f"{cls.folder}/{name}", "w", encoding="utf-8") as file:
+                file.write(text)
+        cls.service = cls.enterClassContext(Program(
+            "kelvane-service", "--directory", f"{cls.folder}/rpc", "--system-information", f"{cls.folder}/system",
+            "--usb-type-c", f"{cls.folder}/usb", "--configuration", f"{cls.folder}/configuration"))
+        until(lambda: os.path.exists(f"{cls.folder}/rpc/HotkeyRpcEndpoint"), "the service's socket")
+
+    def start(self, *words, service="rpc", **environment):
+        return self.enterContext(Program(
+            "kelvane", *words, KELVANE_RPC_DIRECTORY=f"{self.folder}/{service}",
+            XDG_STATE_HOME=f"{self.folder}/state", PULSE_SERVER=f"unix:{self.folder}/no-sound", **environment))
+
+    def sees(self, program, rows):
+        for label, text in rows.items():
+            with self.subTest(label):
+                until(lambda: value(program, label) == text, f"{label}: {text}")
+
+    @staticmethod
+    def area(program, role, name):
+        area = shown(program, role, name).get_extents(Atspi.CoordType.WINDOW)
+        return area.x, area.y, area.width, area.height
+
+    def has_size(self, program, *size):
+        until(lambda: self.area(program, "frame", "Kelvane")[2:] == size, f"a window of {size}")
+
+    def test_every_value_can_be_read_copied_and_heard(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        gone(program, "label", "Processor")
+        gone(program, "progress bar", "Reading the machine’s data")
+        self.has_size(program, 640, 210)
+        press(program, "Details")
+        self.has_size(program, 640, 560)
+        self.sees(program, ROWS)
+        for label, button in COPY.items():
+            with self.subTest(button):
+                press(program, button)
+                until(lambda: clipboard() == ROWS[label], f"{ROWS[label]} on the clipboard")
+        # There is no sound server here: nothing is heard, and nothing worse happens.
+        press(program, "Read serial number aloud")
+        press(program, "Details")
+        self.has_size(program, 640, 210)
+        gone(program, "label", "Processor")
+        press(program, "Close")
+        self.assertEqual((program.ended(), program.errors), (0, []))
+        logs = f"{self.folder}/state/kelvane/LocalState/Kelvane_LogFiles"
+        self.assertTrue(os.listdir(logs), "the trace of the run has been saved")
+
+    def test_pages_come_and_go(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        press(program, "Details")
+        self.has_size(program, 640, 560)
+        press(program, "USB Type-C")
+        self.sees(program, USB)
+        press(program, "Back")
+        self.sees(program, ROWS)
+        press(program, "Run diagnostics")
+        shown(program, "heading", "Run system diagnostics?")
+        press(program, "Cancel")
+        self.sees(program, ALWAYS)
+        asked = "run the diagnostics at the next start"
+        self.assertFalse([line for line in self.service.errors if asked in line])
+        press(program, "Run diagnostics")
+        # OK is the default button.
+        xdotool("windowfocus", "--sync", program.window)
+        until(lambda: focused(program) and focused(program).get_name() == "OK", "focus on OK")
+        xdotool("key", "Return")
+        self.sees(program, ALWAYS)
+        until(lambda: [line for line in self.service.errors if asked in line], "the request at the service")
+
+    def test_the_keyboard_reaches_every_value(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        xdotool("windowfocus", "--sync", program.window)
+        for page, rows in (("", ROWS), ("USB Type-C", USB)):
+            press(program, page or "Details")
+            self.sees(program, rows)
+            until(lambda: focused(program), "an element with the focus")
+            names = [focused(program).get_name()]
+            while names.count(names[0]) < 2 and len(names) < 60:
+                names.append(self.tab(program))
+            reached = [name for name in names[:-1] if name in rows]
+            self.assertEqual(sorted(reached), sorted(rows))
+        # The texts take no key but Tab.
+        until(lambda: self.tab(program) == "Charging", "focus on a value")
+        xdotool("key", "x", "BackSpace")
+        self.assertEqual(self.tab(program), "Maximum power")
+        self.sees(program, USB)
+
+    @staticmethod
+    def tab(program):
+        """Presses Tab; the name of the element that gets the focus."""
+        before = focused(program)
+        xdotool("key", "Tab")
+        return until(lambda: focused(program) if focused(program) != before else None, "the focus moves").get_name()
+
+    def test_right_to_left_is_the_mirror(self):
+        program = self.start(LANGUAGE="he_IL", LC_ALL="he_IL.UTF-8")
+        self.sees(program, ALWAYS)
+        label, copy = (self.area(program, *of) for of in (("label", "Product name"),
+                                                          ("push button", "Copy product name")))
+        close = self.area(program, "push button", "Close")
+        self.assertEqual((label[0] + label[2], copy[0], close[0]), (624, 12, 0))
+
+    def test_a_second_start_comes_to_the_front(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        with Program("kelvane", "kelvane:?key=1") as second:
+            self.assertEqual((second.ended(), second.lines, second.errors), (0, [], []))
+        self.sees(program, ALWAYS)
+        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [program.window], "the window in front")
+
+    def test_without_the_service_labels_stand_alone(self):
+        program = self.start(service="nowhere")
+        shown(program, "label", "Product name")
+        gone(program, "progress bar", "Reading the machine’s data")
+        self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
