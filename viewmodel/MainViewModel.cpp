@@ -13,6 +13,8 @@ namespace Kelvane {
 
 namespace {
 
+constexpr std::u16string_view kNoClient = u"RPC Client pointer is NULL";
+
 /// Characters in the buffer of a record that is read with `capacity`.
 constexpr std::size_t BufferSize(std::int32_t capacity) {
     return static_cast<std::size_t>(capacity) + 1;
@@ -106,6 +108,31 @@ constexpr MainViewModel::RecordKind MainViewModel::kUsbTypeCInfo{
     .copyFailed = u"Failed to copy m_pUsbTypeCData",
 };
 
+/// What differs between the two tools.
+struct MainViewModel::Tool {
+    std::int32_t (RpcClient::*call)();
+    MethodName launch;
+    MethodName connectStep;
+    MethodName launchStep;
+    std::u16string_view returned;
+};
+
+constexpr MainViewModel::Tool MainViewModel::kSysInfoTool{
+    .call = &RpcClient::StartMSInfoApp,
+    .launch = u"Kelvane::MainViewModel::LaunchSysInfo",
+    .connectStep = u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_1>::operator ()",
+    .launchStep = u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_2>::operator ()",
+    .returned = u"StartMSInfoApp return = ",
+};
+
+constexpr MainViewModel::Tool MainViewModel::kUsbTypeCTool{
+    .call = &RpcClient::StartUSBC,
+    .launch = u"Kelvane::MainViewModel::LaunchUSBC",
+    .connectStep = u"Kelvane::MainViewModel::LaunchUSBC::<lambda_1>::operator ()",
+    .launchStep = u"Kelvane::MainViewModel::LaunchUSBC::<lambda_2>::operator ()",
+    .returned = u"StartUSBC return = ",
+};
+
 std::shared_ptr<MainViewModel> MainViewModel::GetInstance() {
     static const auto instance = std::make_shared<MainViewModel>();
     return instance;
@@ -179,7 +206,7 @@ std::int64_t MainViewModel::Read(const RecordKind& kind, char16_t* buffer, std::
         trace.Verbose(kind.reading);
         const auto client = Client();
         if (!client) {
-            trace.Error(u"RPC Client pointer is NULL");
+            trace.Error(kNoClient);
             return;
         }
         result = ((*client).*kind.call)(buffer, capacity);
@@ -254,27 +281,21 @@ void MainViewModel::ReadDetails(const RecordKind& kind, Record& record) {
 }
 
 void MainViewModel::LaunchSysInfo() {
-    Traced(u"Kelvane::MainViewModel::LaunchSysInfo", [this] {
-        RunChain(shared_from_this(), u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_1>::operator ()",
-                 [this] {
-                     const Trace step(u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_2>::operator ()");
-                     if (const auto client = Client()) {
-                         step.Information(u"StartMSInfoApp return = ", client->StartMSInfoApp());
-                     } else {
-                         step.Error(u"RPC Client pointer is NULL");
-                     }
-                 });
-    });
+    Launch(kSysInfoTool);
 }
 
 void MainViewModel::LaunchUSBC() {
-    Traced(u"Kelvane::MainViewModel::LaunchUSBC", [this] {
-        RunChain(shared_from_this(), u"Kelvane::MainViewModel::LaunchUSBC::<lambda_1>::operator ()", [this] {
-            const Trace step(u"Kelvane::MainViewModel::LaunchUSBC::<lambda_2>::operator ()");
+    Launch(kUsbTypeCTool);
+}
+
+void MainViewModel::Launch(const Tool& tool) {
+    Traced(tool.launch, [&] {
+        RunChain(shared_from_this(), tool.connectStep, [this, &tool] {
+            const Trace step(tool.launchStep);
             if (const auto client = Client()) {
-                step.Information(u"StartUSBC return = ", client->StartUSBC());
+                step.Information(tool.returned, ((*client).*tool.call)());
             } else {
-                step.Error(u"RPC Client pointer is NULL");
+                step.Error(kNoClient);
             }
         });
     });
@@ -306,7 +327,7 @@ std::int64_t MainViewModel::SetUEFIFlag(char16_t* buffer, std::int32_t) {
         trace.Verbose(u"Set UEFI Flag... ");
         const auto client = Client();
         if (!client) {
-            trace.Error(u"RPC Client pointer is NULL");
+            trace.Error(kNoClient);
             return;
         }
         result = client->SetUEFIFlag();

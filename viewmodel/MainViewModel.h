@@ -74,11 +74,15 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     struct RecordKind;
     static const RecordKind kSysInfo;
     static const RecordKind kUsbTypeCInfo;
+    struct Tool;
+    static const Tool kSysInfoTool;
+    static const Tool kUsbTypeCTool;
 
     /// The client in use, or null. It stays whole for as long as the caller holds it, also when it is
     /// replaced meanwhile.
     std::shared_ptr<RpcClient> Client() const;
 
+    void Launch(const Tool& tool);
     std::int64_t Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity);
     void ReadDetails(const RecordKind& kind, Record& record);
     void Get(const RecordKind& kind, const Record& record, char16_t* buffer, std::int32_t capacity) const;
