@@ -89,6 +89,7 @@ void ServiceProcess::Signal(int signal) const {
 }
 
 int ServiceProcess::WaitForEnd() {
+    m_notifications = Descriptor();  // a full queue that nobody reads would hold the service up
     int status = 0;
     waitpid(m_process, &status, 0);
     m_process = -1;
