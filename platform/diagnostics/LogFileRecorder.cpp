@@ -18,6 +18,9 @@ namespace {
 /// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
 constexpr std::chrono::seconds kPatience{1};
 
+/// Callers that have to wait go on when this many images are free: they wait seldom instead of at each file.
+constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
+
 }  // namespace
 
 std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
