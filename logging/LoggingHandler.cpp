@@ -78,7 +78,7 @@ LoggingHandler& LoggingHandler::GetInstance() {
 }
 
 std::shared_ptr<LoggingHandler> LoggingHandler::Create(platform::Application& application) {
-    const std::shared_ptr<LoggingHandler> handler(new LoggingHandler);
+    std::shared_ptr<LoggingHandler> handler(new LoggingHandler);
     application.Suspending().Add(handler, &LoggingHandler::OnAppSuspending);
     application.Resuming().Add(handler, &LoggingHandler::OnAppResuming);
     handler->RestoreLoggingState();

@@ -56,6 +56,7 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, 
     }
     std::ranges::sort(files, std::ranges::greater());
     std::vector<std::filesystem::path> paths;
+    paths.reserve(files.size());
     for (auto& [time, path] : files) {
         paths.push_back(std::move(path));
     }
@@ -106,7 +107,7 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
             files.resize(place.newest);
         }
         // Live files first: what leaves them meanwhile is met as a log file.
-        std::ranges::stable_partition(files, IsLive);
+        std::stable_partition(files.begin(), files.end(), IsLive);
     } else if (place.mayBeMissing && !std::filesystem::exists(place.path, failure)) {
         return;
     }

@@ -25,7 +25,7 @@ constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
 
 std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
                                                         std::u16string sessionName, Generated generated) {
-    const std::shared_ptr<LogFileRecorder> recorder(
+    std::shared_ptr<LogFileRecorder> recorder(
         new LogFileRecorder(std::move(folder), std::move(sessionName), std::move(generated)));
     recorder->OpenLiveFile();
     recorder->m_thread = std::thread([recorder] { recorder->Work(); });

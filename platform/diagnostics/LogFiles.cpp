@@ -39,8 +39,7 @@ std::filesystem::path LogFiles::Store(std::span<const std::byte> bytes, const st
         }
         WriteAt(file, unfinished, bytes, 0);
         while (true) {
-            const auto path =
-                m_folder / (m_stem + "-" + std::to_string(m_number + 1) + std::string(kExtension));
+            auto path = m_folder / (m_stem + "-" + std::to_string(m_number + 1) + std::string(kExtension));
             const int failure = RenameToFreeName(unfinished, path);
             if (failure != 0 && failure != EEXIST) {
                 throw ExceptionFromErrno("rename " + unfinished.string(), failure);
@@ -67,6 +66,7 @@ std::vector<std::filesystem::path> LogFiles::Find(std::string_view extension) co
     }
     std::ranges::sort(files);
     std::vector<std::filesystem::path> paths;
+    paths.reserve(files.size());
     for (auto& [time, path] : files) {
         paths.push_back(std::move(path));
     }
