@@ -11,16 +11,16 @@ using platform::ElementProperty;
 
 namespace {
 
-/// An element whose children stand in `box`, a widget with a layout: the peer's own, or one inside it.
+/// An element whose children stand in `box`, an element widget: the peer's own widget, or one inside it.
 class ContainerPeer : public Peer {
   public:
-    using Layout = std::function<CellLayout()>;
-
     ContainerPeer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget,
                   GtkWidget* box)
-        : Peer(window, element, widget), m_box(Share(box)) {}
+        : Peer(window, element, widget), m_box(Share(box)) {
+        SetLayout(box, [this] { return Layout(); });
+    }
 
-    ~ContainerPeer() override { ForgetLayout(m_box.get()); }
+    ~ContainerPeer() override { SetLayout(m_box.get(), nullptr); }
 
     void Update(ElementProperty property) override {
         Peer::Update(property);
@@ -32,95 +32,85 @@ class ContainerPeer : public Peer {
         }
     }
 
+  protected:
+    virtual CellLayout Layout() const = 0;
+
   private:
     GObjectPtr<GtkWidget> m_box;
 };
 
-}  // namespace
+class GridPeer final : public ContainerPeer {
+  public:
+    GridPeer(DesktopWindow& window, platform::Grid& grid, GtkWidget* widget = NewElementWidget())
+        : ContainerPeer(window, grid, widget, widget), m_grid(grid) {}
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Grid& element) {
-    class GridPeer final : public ContainerPeer {
-      public:
-        GridPeer(DesktopWindow& window, platform::Grid& grid)
-            : GridPeer(window, grid, NewElementWidget([this, &grid] {
-                           return CellLayout{.rows = grid.RowDefinitions(),
-                                             .columns = grid.ColumnDefinitions(),
-                                             .rowSpacing = grid.RowSpacing(),
-                                             .columnSpacing = grid.ColumnSpacing(),
-                                             .padding = grid.Padding(),
-                                             .cells = ChildCells()};
-                       })) {}
+  private:
+    CellLayout Layout() const override {
+        return {.rows = m_grid.RowDefinitions(),
+                .columns = m_grid.ColumnDefinitions(),
+                .rowSpacing = m_grid.RowSpacing(),
+                .columnSpacing = m_grid.ColumnSpacing(),
+                .padding = m_grid.Padding(),
+                .cells = ChildCells()};
+    }
 
-      private:
-        GridPeer(DesktopWindow& window, platform::Grid& grid, GtkWidget* widget)
-            : ContainerPeer(window, grid, widget, widget) {}
-    };
-    return std::make_unique<GridPeer>(window, element);
-}
+    platform::Grid& m_grid;
+};
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::StackPanel& element) {
-    class StackPeer final : public ContainerPeer {
-      public:
-        StackPeer(DesktopWindow& window, platform::StackPanel& stack)
-            : StackPeer(window, stack, NewElementWidget([this, &stack] { return LayoutOf(stack); })) {}
+class StackPeer final : public ContainerPeer {
+  public:
+    StackPeer(DesktopWindow& window, platform::StackPanel& stack, GtkWidget* widget = NewElementWidget())
+        : ContainerPeer(window, stack, widget, widget), m_stack(stack) {}
 
-      private:
-        StackPeer(DesktopWindow& window, platform::StackPanel& stack, GtkWidget* widget)
-            : ContainerPeer(window, stack, widget, widget) {}
-
-        CellLayout LayoutOf(const platform::StackPanel& stack) const {
-            CellLayout layout{.padding = stack.Padding(), .cells = ChildCells()};
-            const bool vertical = stack.Orientation() == platform::Orientation::Vertical;
-            (vertical ? layout.rowSpacing : layout.columnSpacing) = stack.Spacing();
-            (vertical ? layout.rows : layout.columns)
-                .assign(std::max<std::size_t>(layout.cells.size(), 1), platform::GridLength::Auto);
-            int index = 0;
-            for (auto& cell : layout.cells) {
-                cell.layout.Row = vertical ? index : 0;
-                cell.layout.Column = vertical ? 0 : index;
-                cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
-                ++index;
-            }
-            return layout;
+  private:
+    CellLayout Layout() const override {
+        CellLayout layout{.padding = m_stack.Padding(), .cells = ChildCells()};
+        const bool vertical = m_stack.Orientation() == platform::Orientation::Vertical;
+        (vertical ? layout.rowSpacing : layout.columnSpacing) = m_stack.Spacing();
+        (vertical ? layout.rows : layout.columns)
+            .assign(std::max<std::size_t>(layout.cells.size(), 1), platform::GridLength::Auto);
+        int index = 0;
+        for (auto& cell : layout.cells) {
+            cell.layout.Row = vertical ? index : 0;
+            cell.layout.Column = vertical ? 0 : index;
+            cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
+            ++index;
         }
-    };
-    return std::make_unique<StackPeer>(window, element);
-}
+        return layout;
+    }
 
-namespace {
+    platform::StackPanel& m_stack;
+};
 
 class ContentPeer : public ContainerPeer {
   public:
-    ContentPeer(DesktopWindow& window, platform::ContentControl& element)
-        : ContentPeer(window, element, nullptr, NewBox(element)) {}
+    ContentPeer(DesktopWindow& window, platform::ContentControl& control,
+                GtkWidget* widget = NewElementWidget())
+        : ContentPeer(window, control, widget, widget) {}
 
   protected:
-    /// `widget` null: the box is the peer's widget.
-    ContentPeer(DesktopWindow& window, platform::ContentControl& element, GtkWidget* widget, GtkWidget* box)
-        : ContainerPeer(window, element, widget != nullptr ? widget : box, box) {}
+    ContentPeer(DesktopWindow& window, platform::ContentControl& control, GtkWidget* widget, GtkWidget* box)
+        : ContainerPeer(window, control, widget, box), m_control(control) {}
 
-    GtkWidget* NewBox(platform::ContentControl& element) {
-        return NewElementWidget([this, &element] {
-            CellLayout layout{.padding = element.Padding(), .cells = ChildCells()};
-            for (auto& cell : layout.cells) {
-                cell.layout.Row = cell.layout.Column = 0;
-                cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
-            }
-            return layout;
-        });
+  private:
+    CellLayout Layout() const override {
+        CellLayout layout{.padding = m_control.Padding(), .cells = ChildCells()};
+        for (auto& cell : layout.cells) {
+            cell.layout.Row = cell.layout.Column = 0;
+            cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
+        }
+        return layout;
     }
+
+    platform::ContentControl& m_control;
 };
 
 class ScrollViewerPeer final : public ContentPeer {
   public:
-    ScrollViewerPeer(DesktopWindow& window, platform::ScrollViewer& element)
-        : ScrollViewerPeer(window, element, gtk_scrolled_window_new(), NewBox(element)) {}
-
-  private:
-    ScrollViewerPeer(DesktopWindow& window, platform::ScrollViewer& element, GtkWidget* scroller,
-                     GtkWidget* box)
-        : ContentPeer(window, element, scroller, box) {
-        auto* const scrolled = GTK_SCROLLED_WINDOW(scroller);
+    ScrollViewerPeer(DesktopWindow& window, platform::ScrollViewer& viewer,
+                     GtkWidget* box = NewElementWidget())
+        : ContentPeer(window, viewer, gtk_scrolled_window_new(), box) {
+        auto* const scrolled = GTK_SCROLLED_WINDOW(Widget());
         gtk_scrolled_window_set_policy(scrolled, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
         gtk_scrolled_window_set_propagate_natural_height(scrolled, TRUE);
         gtk_scrolled_window_set_min_content_height(scrolled, 0);
@@ -130,8 +120,16 @@ class ScrollViewerPeer final : public ContentPeer {
 
 class ButtonPeer final : public ContentPeer {
   public:
-    ButtonPeer(DesktopWindow& window, platform::Button& button)
-        : ButtonPeer(window, button, gtk_button_new(), NewBox(button)) {}
+    ButtonPeer(DesktopWindow& window, platform::Button& button, GtkWidget* box = NewElementWidget())
+        : ContentPeer(window, button, gtk_button_new(), box),
+          m_clicked(
+              Widget(), "clicked",
+              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
+        // A button wider than its content has it in the middle.
+        gtk_widget_set_halign(box, GTK_ALIGN_CENTER);
+        gtk_widget_set_valign(box, GTK_ALIGN_CENTER);
+        gtk_button_set_child(GTK_BUTTON(Widget()), box);
+    }
 
     void Update(ElementProperty property) override {
         ContentPeer::Update(property);
@@ -141,18 +139,6 @@ class ButtonPeer final : public ContentPeer {
     }
 
   private:
-    ButtonPeer(DesktopWindow& window, platform::Button& button, GtkWidget* widget, GtkWidget* box)
-        : ContentPeer(window, button, widget, box),
-          m_clicked(
-              widget, "clicked",
-              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
-        // A button wider than its content has it in the middle.
-        gtk_widget_set_halign(box, GTK_ALIGN_CENTER);
-        gtk_widget_set_valign(box, GTK_ALIGN_CENTER);
-        gtk_button_set_child(GTK_BUTTON(widget), box);
-        gtk_widget_set_focus_on_click(widget, TRUE);
-    }
-
     /// A button without a name of its own is called by the text in it.
     void UpdateName() {
         const auto& accessibility = Element().Accessibility();
@@ -171,6 +157,14 @@ class ButtonPeer final : public ContentPeer {
 };
 
 }  // namespace
+
+std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Grid& element) {
+    return std::make_unique<GridPeer>(window, element);
+}
+
+std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::StackPanel& element) {
+    return std::make_unique<StackPeer>(window, element);
+}
 
 std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ContentControl& element) {
     return std::make_unique<ContentPeer>(window, element);

@@ -35,13 +35,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     : m_client(client),
       m_window(Share(GTK_WINDOW(gtk_application_window_new(application)))),
       m_overlay(GTK_OVERLAY(gtk_overlay_new())),
-      m_content(NewElementWidget([this] {
-          CellLayout layout;
-          if (const auto* const peer = m_root != nullptr ? Peer::Of(*m_root) : nullptr) {
-              layout.cells.push_back({.widget = peer->Outer(), .layout = peer->Element().Layout()});
-          }
-          return layout;
-      })),
+      m_content(NewElementWidget()),
       m_defaultDragArea(gtk_window_handle_new()),
       m_captionButtons(m_overlay, [this] { m_client.OverlayInsetsChanged(); }),
       m_resizeBorder(m_window.get(), m_overlay) {
@@ -49,6 +43,13 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     gtk_window_set_decorated(window, FALSE);
     gtk_window_set_title(window, g_get_application_name());
     gtk_widget_add_css_class(GTK_WIDGET(window), "kelvane");
+    SetLayout(m_content, [this] {
+        CellLayout layout;
+        if (const auto* const peer = m_root != nullptr ? Peer::Of(*m_root) : nullptr) {
+            layout.cells.push_back({.widget = peer->Outer(), .layout = peer->Element().Layout()});
+        }
+        return layout;
+    });
     gtk_overlay_set_child(m_overlay, m_content);
 
     gtk_widget_set_valign(m_defaultDragArea, GTK_ALIGN_START);
@@ -92,7 +93,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
 
 DesktopWindow::~DesktopWindow() {
     m_signals.clear();
-    ForgetLayout(m_content);
+    SetLayout(m_content, nullptr);
     gtk_window_destroy(m_window.get());
 }
 

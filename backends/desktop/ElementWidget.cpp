@@ -61,7 +61,7 @@ gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
 }
 
 void Dispose(GObject* object) {
-    ForgetLayout(GTK_WIDGET(object));
+    SetLayout(GTK_WIDGET(object), nullptr);
     SetChildren(GTK_WIDGET(object), {});
     G_OBJECT_CLASS(element_widget_parent_class)->dispose(object);
 }
@@ -81,14 +81,14 @@ void element_widget_class_init(ElementWidgetClass* type) {
 
 }  // namespace
 
-GtkWidget* NewElementWidget(std::function<CellLayout()> layout) {
-    auto* const widget = static_cast<GtkWidget*>(g_object_new(element_widget_get_type(), nullptr));
-    reinterpret_cast<ElementWidget*>(widget)->layout = new std::function(std::move(layout));
-    return widget;
+GtkWidget* NewElementWidget() {
+    return static_cast<GtkWidget*>(g_object_new(element_widget_get_type(), nullptr));
 }
 
-void ForgetLayout(GtkWidget* widget) {
-    delete std::exchange(reinterpret_cast<ElementWidget*>(widget)->layout, nullptr);
+void SetLayout(GtkWidget* widget, std::function<CellLayout()> layout) {
+    auto& current = reinterpret_cast<ElementWidget*>(widget)->layout;
+    delete current;
+    current = layout ? new std::function(std::move(layout)) : nullptr;
 }
 
 void SetChildren(GtkWidget* widget, const std::vector<GtkWidget*>& children) {

@@ -7,11 +7,11 @@
 namespace desktop {
 
 /// A widget that places its children by a CellLayout and passes the focus through them in their order, which
-/// is the reading order. `layout` is asked at every measurement.
-GtkWidget* NewElementWidget(std::function<CellLayout()> layout);
+/// is the reading order.
+GtkWidget* NewElementWidget();
 
-/// The widget is about to lose its peer: from now on it has no children to place.
-void ForgetLayout(GtkWidget* widget);
+/// `layout` is asked at every measurement; null for no children to place.
+void SetLayout(GtkWidget* widget, std::function<CellLayout()> layout);
 
 /// Makes `children` the widget's children, in this order; others leave it.
 void SetChildren(GtkWidget* widget, const std::vector<GtkWidget*>& children);

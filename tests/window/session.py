@@ -95,12 +95,18 @@ class Program:
     def application(self):
         """The program's root on the accessibility bus, once its window is on the screen."""
 
+        def is_ours(child):
+            try:
+                return child and child.get_process_id() == self.process.pid and child.get_child_count() > 0
+            except GLib.Error:
+                return False  # A program that has just ended.
+
         def find():
             desktop = Atspi.get_desktop(0)
             desktop.clear_cache()
             for index in range(desktop.get_child_count()):
                 child = desktop.get_child_at_index(index)
-                if child and child.get_process_id() == self.process.pid and child.get_child_count() > 0:
+                if is_ours(child):
                     child.set_cache_mask(Atspi.Cache.NONE)
                     return child
             return None
