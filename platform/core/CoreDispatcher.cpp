@@ -10,15 +10,16 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
     }
     m_pending.fetch_add(1);
     m_loop.Post([self = shared_from_this(), handler = std::move(handler), ended]() mutable {
+        std::exception_ptr failure;
         try {
             if (self->m_closed.load()) {
                 cancel_current_task();
             }
             handler();
-            ended.set();
         } catch (...) {
-            ended.set_exception(std::current_exception());
+            failure = std::current_exception();
         }
+        failure ? ended.set_exception(std::move(failure)) : ended.set();
         // What the handler captured goes while the handler still counts as pending.
         handler = nullptr;
         self->m_pending.fetch_sub(1);

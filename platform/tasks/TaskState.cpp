@@ -8,6 +8,14 @@
 
 namespace platform::detail {
 
+void Rethrow(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const Exception& exception) {
+        throw Exception(exception);
+    }
+}
+
 TaskStateBase::~TaskStateBase() {
     if (!m_failure || m_failureSeen) {
         return;

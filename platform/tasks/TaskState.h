@@ -11,6 +11,10 @@
 
 namespace platform::detail {
 
+/// Throws `failure` again: a platform exception as a copy of the caller's own, since several threads may wait
+/// for one task.
+[[noreturn]] void Rethrow(const std::exception_ptr& failure);
+
 /// What stands in for the value of a task<void>.
 struct Nothing {};
 

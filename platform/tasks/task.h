@@ -70,7 +70,7 @@ struct TaskAccess {
 
 /// Runs `call` and ends `state` with its outcome; a task that it returns is followed to its end.
 template <typename R, typename Call>
-void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call&& call);
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call call);
 
 }  // namespace detail
 
@@ -95,7 +95,7 @@ class task {
     void wait() const {
         State().Wait();
         if (const auto failure = State().Failure()) {
-            std::rethrow_exception(failure);
+            detail::Rethrow(failure);
         }
     }
 
@@ -119,7 +119,7 @@ class task {
             return Continue<typename detail::ContinuationResult<T, F>::Type>(
                 [state = m_state, body = std::move(body)]() mutable {
                     if (const auto failure = state->Failure()) {
-                        std::rethrow_exception(failure);
+                        detail::Rethrow(failure);
                     }
                     return detail::CallWithValue<T>(body, *state);
                 });
@@ -159,14 +159,15 @@ class task {
 namespace detail {
 
 template <typename R, typename Call>
-void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call&& call) {
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call call) {
+    std::exception_ptr failure;
     // What the call captured goes before the task counts as ended.
     try {
         if constexpr (Unwrapped<R>::kIsTask) {
             const auto source = TaskAccess::StateOf([held = std::move(call)]() mutable { return held(); }());
             source->WhenDone([state, source] {
-                if (const auto failure = source->Failure()) {
-                    state->Fail(failure);
+                if (auto innerFailure = source->Failure()) {
+                    state->Fail(std::move(innerFailure));
                 } else {
                     state->Complete(source->Value());
                 }
@@ -178,7 +179,11 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
             state->Complete([held = std::move(call)]() mutable { return held(); }());
         }
     } catch (...) {
-        state->Fail(std::current_exception());
+        failure = std::current_exception();
+    }
+    // After the catch block has let go of the exception: from here on it belongs to the task alone.
+    if (failure) {
+        state->Fail(std::move(failure));
     }
 }
 

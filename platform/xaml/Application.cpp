@@ -9,6 +9,7 @@
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/resources/Package.h"
+#include "platform/tasks/task.h"
 #include "platform/xaml/Window.h"
 
 namespace platform {
@@ -60,7 +61,9 @@ class ApplicationRun final : private WorldClient {
     std::vector<std::function<void()>> m_whenIdle;
     std::atomic<int> m_status = 0;
     bool m_started = false;
+    /// Suspended, or being suspended; the task ends when all deferrals have been completed.
     bool m_suspended = false;
+    task<void> m_suspension;
     bool m_ending = false;
     bool m_finished = false;
 };
@@ -119,10 +122,13 @@ void ApplicationRun::Started(const std::vector<std::string>& words, bool prelaun
 
 void ApplicationRun::Suspend(std::function<void()> done) {
     if (std::exchange(m_suspended, true)) {
-        done();
+        m_suspension.then([done = std::move(done)](const task<void>&) { done(); });
         return;
     }
-    const auto operation = std::make_shared<SuspendingOperation>(std::move(done));
+    const task_completion_event<void> ended;
+    m_suspension = create_task(ended);
+    m_suspension.then([done = std::move(done)](const task<void>&) { done(); });
+    const auto operation = std::make_shared<SuspendingOperation>([ended] { ended.set(); });
     SuspendingEventArgs args(operation);
     try {
         m_application->Suspending().Raise(*m_application, args);
