@@ -7,6 +7,7 @@
 
 #include "platform/core/EndSignals.h"
 #include "platform/core/Exception.h"
+#include "platform/core/Guarded.h"
 #include "platform/core/Text.h"
 #include "platform/resources/Package.h"
 #include "platform/tasks/task.h"
@@ -40,9 +41,6 @@ class ApplicationRun final : private WorldClient {
     void Fail(const std::exception& failure);
     void WhenIdle(std::function<void()> handler);
 
-    static ApplicationRun* s_current;
-    std::shared_ptr<Application> m_application;
-
   private:
     void Started(const std::vector<std::string>& words, bool prelaunch) override;
     void EndRequested() override;
@@ -57,6 +55,7 @@ class ApplicationRun final : private WorldClient {
     UserInterfaceThreadMark m_thread;
     WorldScope m_scope;
     std::shared_ptr<CoreDispatcher> m_dispatcher;
+    std::shared_ptr<Application> m_application;
     std::optional<Window> m_window;
     std::vector<std::function<void()>> m_whenIdle;
     std::atomic<int> m_status = 0;
@@ -68,11 +67,35 @@ class ApplicationRun final : private WorldClient {
     bool m_finished = false;
 };
 
-ApplicationRun* ApplicationRun::s_current = nullptr;
+namespace {
+
+/// The run in progress, and its application object once there is one; any thread may ask for them.
+struct RunInProgress {
+    ApplicationRun* run = nullptr;
+    std::shared_ptr<Application> application;
+};
+
+Guarded<RunInProgress>& CurrentRun() {
+    static Guarded<RunInProgress> current;
+    return current;
+}
+
+/// Calls `use` with the run in progress, which lasts at least as long as the call; not at all when there is
+/// none.
+template <typename Use>
+void WithCurrentRun(Use use) {
+    CurrentRun().With([&](const RunInProgress& current) {
+        if (current.run != nullptr) {
+            use(*current.run);
+        }
+    });
+}
+
+}  // namespace
 
 ApplicationRun::ApplicationRun(World& world)
     : m_world(world), m_scope(world), m_dispatcher(std::make_shared<CoreDispatcher>(world.Loop())) {
-    s_current = this;
+    CurrentRun().With([this](RunInProgress& current) { current.run = this; });
     m_dispatcher->OnHandlerEnded([this] { CheckIdle(); });
     ThreadPool::Default().OnIdle([this] { m_world.Loop().Post([this] { CheckIdle(); }); });
 }
@@ -81,13 +104,13 @@ ApplicationRun::~ApplicationRun() {
     m_dispatcher->Close();
     ThreadPool::Default().Stop();
     m_window.reset();
-    m_application.reset();
-    s_current = nullptr;
+    CurrentRun().With([](RunInProgress& current) { current = {}; });
 }
 
 int ApplicationRun::Run(const std::function<std::shared_ptr<Application>()>& create) {
     const EndSignals signals([this] { PostEnd(); });
     m_application = create();
+    CurrentRun().With([this](RunInProgress& current) { current.application = m_application; });
     const int status = m_world.Run(*this);
     m_dispatcher->Close();
     return status != 0 ? status : m_status.load();
@@ -198,25 +221,19 @@ int Application::Start(World& world, const std::function<std::shared_ptr<Applica
 }
 
 std::shared_ptr<Application> Application::Current() {
-    return ApplicationRun::s_current != nullptr ? ApplicationRun::s_current->m_application : nullptr;
+    return CurrentRun().With([](const RunInProgress& current) { return current.application; });
 }
 
 void Application::Exit() {
-    if (ApplicationRun::s_current != nullptr) {
-        ApplicationRun::s_current->PostEnd();
-    }
+    WithCurrentRun([](ApplicationRun& run) { run.PostEnd(); });
 }
 
 void Application::WhenIdle(std::function<void()> handler) {
-    if (ApplicationRun::s_current != nullptr) {
-        ApplicationRun::s_current->WhenIdle(std::move(handler));
-    }
+    WithCurrentRun([&](ApplicationRun& run) { run.WhenIdle(std::move(handler)); });
 }
 
 void Application::Fail(const std::exception& failure) {
-    if (ApplicationRun::s_current != nullptr) {
-        ApplicationRun::s_current->Fail(failure);
-    }
+    WithCurrentRun([&](ApplicationRun& run) { run.Fail(failure); });
 }
 
 }  // namespace platform
