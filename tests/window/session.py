@@ -72,14 +72,16 @@ class Program:
         self.process.stdin.write("".join(line + "\n" for line in lines))
         self.process.stdin.flush()
 
-    def heard(self, start, extra=lambda line: True):
+    def heard(self, start):
         """Waits for the next line of output that begins with `start`."""
 
         def next_line():
             for index in range(self.seen, len(self.lines)):
-                if self.lines[index].startswith(start) and extra(self.lines[index]):
+                if self.lines[index].startswith(start):
                     self.seen = index + 1
                     return self.lines[index]
+            if not any(reader.is_alive() for reader in self.readers):
+                raise AssertionError(f"the program has ended: {self.errors}")
             return None
 
         return until(next_line, f"a line {start!r} in {self.lines[self.seen:]}")
