@@ -63,8 +63,10 @@ class Fault : public testing::Test {
 TEST_F(Fault, AFullDiskLosesOnlyWhatHasNoRoomAndIsSaidOnce) {
     platform::EnsureFolder(m_state.Logs());
     // A small disk of its own, in a mount namespace of this process.
-    ASSERT_TRUE(unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0);
-    ASSERT_EQ(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+    if ((unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) ||
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        GTEST_SKIP() << "this machine allows no mount namespace";
+    }
     ASSERT_EQ(mount("small", m_state.Logs().c_str(), "tmpfs", 0, "size=2560k"), 0);
     testing::internal::CaptureStderr();
     Start();

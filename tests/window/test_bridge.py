@@ -1,6 +1,7 @@
 """What the layer's elements, window, starts and sounds become in a real session: the stage program from outside."""
 
 import os
+import struct
 import subprocess
 import tempfile
 import time
@@ -167,7 +168,10 @@ class Bridge(unittest.TestCase):
             picture = os.path.join(folder, "window.png")
             stage.say("resize 640 560", f"picture {picture}")
             self.assertEqual(stage.heard("picture"), "picture ")
-            self.assertIn("640 x 560", run("file", picture).stdout)
+            with open(picture, "rb") as file:
+                signature, size = struct.unpack(">8s8x8s", file.read(24))
+            self.assertEqual(signature, b"\x89PNG\r\n\x1a\n")
+            self.assertEqual(struct.unpack(">II", size), (640, 560))
             stage.say(f"picture {folder}/none/window.png")
             self.assertIn("cannot write", stage.heard("picture"))
 
