@@ -70,8 +70,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
         this);
     m_signals.emplace_back(
         window, "notify::maximized",
-        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->MaximizedChanged(); },
-        this);
+        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->ApplySize(); }, this);
 
     // Before any widget sees a key: texts must not act on the keys that the page takes for itself.
     auto* const keys = gtk_event_controller_key_new();
@@ -162,29 +161,40 @@ bool DesktopWindow::Resize(platform::Size size) {
 }
 
 void DesktopWindow::ApplySize() {
-    // A maximized window would lose the request: it is kept until the window has had the size.
-    auto* const window = m_window.get();
-    if (m_wish && !gtk_window_is_maximized(window)) {
-        gtk_window_set_default_size(window, m_wish->width, m_wish->height);
-        LaidOut();
+    // A maximized window would lose the request: it is kept until the window is itself again.
+    if (!m_wish || gtk_window_is_maximized(m_window.get())) {
+        return;
+    }
+    gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
+    LaidOut();
+    // A window manager that maps or restores the window meanwhile may answer with the size that it knew
+    // before.
+    constexpr int kRetries = 20;
+    constexpr guint kRetryMilliseconds = 100;
+    m_retriesLeft = kRetries;
+    if (m_wish && !m_sizeRetry) {
+        m_sizeRetry = SourceId(g_timeout_add(
+            kRetryMilliseconds,
+            [](gpointer self) -> gboolean { return static_cast<DesktopWindow*>(self)->RetrySize(); }, this));
     }
 }
 
-void DesktopWindow::MaximizedChanged() {
+bool DesktopWindow::RetrySize() {
     if (m_wish && !gtk_window_is_maximized(m_window.get())) {
-        m_restoredFrom = CurrentSize();
+        if (--m_retriesLeft > 0) {
+            gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
+            return G_SOURCE_CONTINUE;
+        }
+        // A tiling window manager has other plans.
+        m_wish.reset();
     }
-    ApplySize();
+    m_sizeRetry.Release();
+    return G_SOURCE_REMOVE;
 }
 
 void DesktopWindow::LaidOut() {
-    const auto size = CurrentSize();
-    if (m_wish == size) {
+    if (m_wish == CurrentSize()) {
         m_wish.reset();
-    } else if (m_restoredFrom && m_restoredFrom != size) {
-        // The window manager has given the window its earlier size back, after the request.
-        m_restoredFrom.reset();
-        ApplySize();
     }
 }
 

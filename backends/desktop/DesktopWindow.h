@@ -53,7 +53,7 @@ class DesktopWindow final : public platform::WindowPeer {
     void UpdateFocus();
     void UpdateDirection();
     void ApplySize();
-    void MaximizedChanged();
+    bool RetrySize();
     void LaidOut();
     PixelSize CurrentSize() const;
     bool KeyChanged(guint keyValue, GdkModifierType modifiers, bool down);
@@ -74,8 +74,9 @@ class DesktopWindow final : public platform::WindowPeer {
     std::vector<Peer*> m_awaitingLabel;
     /// What Resize asked for and the window has not got yet.
     std::optional<PixelSize> m_wish;
-    /// The maximized size, until the window has another one, when a wish waits for that.
-    std::optional<PixelSize> m_restoredFrom;
+    /// Asks again for the size while it has not come.
+    SourceId m_sizeRetry;
+    int m_retriesLeft = 0;
     SourceId m_focusUpdate;
     std::vector<Signal> m_signals;
     /// Of the window's surface, which there is from the first Activate on.

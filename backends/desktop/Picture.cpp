@@ -26,10 +26,8 @@ class PendingPicture {
     /// The callback runs before layout and drawing of its frame: what it sees is the frame before.
     gboolean Frame() {
         constexpr int kFramesToSettle = 3;
-        constexpr int kMostFrames = 120;
-        ++m_frames;
         m_settled = m_window.IsResizing() ? 0 : m_settled + 1;
-        if (m_settled < kFramesToSettle && m_frames < kMostFrames) {
+        if (m_settled < kFramesToSettle) {
             return G_SOURCE_CONTINUE;
         }
         m_done(Write());
@@ -58,7 +56,6 @@ class PendingPicture {
     DesktopWindow& m_window;
     std::string m_path;
     std::function<void(std::string)> m_done;
-    int m_frames = 0;
     int m_settled = 0;
 };
 
