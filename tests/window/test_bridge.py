@@ -124,34 +124,42 @@ class Bridge(unittest.TestCase):
                          run("xdotool", "getwindowgeometry", "--shell", window).stdout.split())
             return int(words["X"]), int(words["Y"]), int(words["WIDTH"]), int(words["HEIGHT"])
 
-        def drag(x, y, dx, dy):
-            """Drags from a point of the window, until place or size change by just as much. The first attempt may
-            come before the window has been laid out anew."""
+        def mouse(what, act, wanted):
+            """Acts with the mouse until the place is wanted: what comes before the window has been laid out anew, or
+            soon after an earlier click, counts for nothing."""
 
             def attempt():
                 before = place()
-                xdotool("mousemove", "--sync", before[0] + x, before[1] + y, "mousedown", 1)
-                for step in range(1, 5):
-                    xdotool("mousemove", "--sync", before[0] + x + dx * step // 4, before[1] + y + dy * step // 4)
-                xdotool("mouseup", 1)
-                wanted = ((before[0] + dx, before[1] + dy, *before[2:]), (*before[:2], before[2] + dx, before[3] + dy))
-                end = time.monotonic() + 1
-                while place() not in wanted and time.monotonic() < end:
+                act(*before[:2])
+                end = time.monotonic() + 2
+                while not wanted(before, place()) and time.monotonic() < end:
                     pass
-                return place() in wanted
+                return wanted(before, place())
 
-            until(attempt, f"the effect of dragging from {x}, {y}")
+            until(attempt, what)
+
+        def drag(x, y, dx, dy):
+            def act(left, top):
+                xdotool("mousemove", "--sync", left + x, top + y, "mousedown", 1)
+                for step in range(1, 5):
+                    xdotool("mousemove", "--sync", left + x + dx * step // 4, top + y + dy * step // 4)
+                xdotool("mouseup", 1)
+
+            return act
 
         xdotool("windowmove", "--sync", window, 200, 200)
         stage.say("titlebar Bar", "size")
         stage.heard("size")
-        drag(300, 15, 60, 40)
-        drag(638, 208, 48, 32)
+        mouse("the title bar moves the window", drag(300, 15, 60, 40),
+              lambda old, new: new == (old[0] + 60, old[1] + 40, *old[2:]))
+        mouse("the corner resizes the window", drag(638, 208, 48, 32),
+              lambda old, new: new == (*old[:2], old[2] + 48, old[3] + 32))
         self.size(688, 242)
 
         # A size asked for while maximized counts once the window is itself again.
-        left, top, *_ = place()
-        xdotool("mousemove", left + 200, top + 15, "click", "--repeat", 2, "--delay", 40, 1)
+        mouse("a double click maximizes",
+              lambda left, top: xdotool("mousemove", left + 200, top + 15, "click", "--repeat", 2, "--delay", 40, 1),
+              lambda old, new: new[2:] == (1280, 900))
         self.size(1280, 900)
         stage.say("resize 640 560")
         press(stage, "Maximize")
