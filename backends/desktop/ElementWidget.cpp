@@ -39,6 +39,13 @@ GtkSizeRequestMode RequestMode(GtkWidget*) {
     return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH;
 }
 
+/// What to pass the focus to: a scrolled window without a use for it would swallow it.
+GtkWidget* FocusTarget(GtkWidget* child) {
+    return GTK_IS_SCROLLED_WINDOW(child) && gtk_widget_get_focusable(child) == FALSE
+               ? gtk_scrolled_window_get_child(GTK_SCROLLED_WINDOW(child))
+               : child;
+}
+
 /// The toolkit's own order goes by position, which puts a button before a higher text beside it.
 gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
     if (direction != GTK_DIR_TAB_FORWARD && direction != GTK_DIR_TAB_BACKWARD) {
@@ -53,7 +60,7 @@ gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
         child = forward ? gtk_widget_get_first_child(widget) : gtk_widget_get_last_child(widget);
     }
     for (; child != nullptr; child = next(child)) {
-        if (gtk_widget_child_focus(child, direction)) {
+        if (gtk_widget_child_focus(FocusTarget(child), direction)) {
             return TRUE;
         }
     }

@@ -170,5 +170,18 @@ def focused(program):
     return None
 
 
+def has_focus(program, name):
+    """Waits until the element of that name has the focus."""
+    until(lambda: [node for node in [focused(program)] if node and node.get_name() == name], f"focus on {name!r}")
+
+
+def tab(program):
+    """Presses Tab; the name of the element that gets the focus."""
+    before = focused(program)
+    xdotool("key", "Tab")
+    moved = until(lambda: [node for node in [focused(program)] if node and node != before], "the focus moves")
+    return moved[0].get_name()
+
+
 def press(program, name):
     shown(program, "push button", name).do_action(0)
