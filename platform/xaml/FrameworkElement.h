@@ -44,12 +44,12 @@ class FrameworkElement : public UIElement {
     void Name(std::u16string value) { m_name = std::move(value); }
 
     const ElementLayout& Layout() const { return m_layout; }
-    void Layout(ElementLayout value) { Set(m_layout, std::move(value), ElementProperty::Layout); }
+    void Layout(ElementLayout value) { Set(m_layout, value, ElementProperty::Layout); }
 
     void Height(double value) {
         auto layout = m_layout;
         layout.Height = value;
-        Layout(std::move(layout));
+        Layout(layout);
     }
 
     /// The key of the style that the world's style sheet gives the element; empty for none.

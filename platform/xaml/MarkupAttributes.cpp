@@ -119,7 +119,7 @@ template <auto Field, typename T>
 void SetLayout(FrameworkElement& element, T value) {
     auto layout = element.Layout();
     layout.*Field = value;
-    element.Layout(std::move(layout));
+    element.Layout(layout);
 }
 
 template <auto Field, typename T>

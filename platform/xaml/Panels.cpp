@@ -35,7 +35,7 @@ void Panel::RemoveAtEnd() {
 void Grid::SetRow(FrameworkElement& element, int row) {
     auto layout = element.Layout();
     layout.Row = row;
-    element.Layout(std::move(layout));
+    element.Layout(layout);
 }
 
 }  // namespace platform

@@ -1,5 +1,5 @@
-// A window with one page of every kind of element, driven by commands on the standard input and telling on the
-// standard output what reaches the layer. The window tests look at it from outside, as a user's tools do.
+// A window with one page of every kind of element, driven by commands on the standard input and telling on
+// the standard output what reaches the layer. The window tests look at it from outside, as a user's tools do.
 
 #include <iostream>
 #include <map>
@@ -57,9 +57,10 @@ class StagePage final : public platform::Page {
   private:
     static platform::ComponentCode Code() {
         platform::ComponentCode code;
-        code.EventHandlers.emplace(u"Clicked", [](platform::UIElement& sender, const platform::RoutedEventArgs&) {
-            Tell("clicked " + NameOf(sender));
-        });
+        code.EventHandlers.emplace(u"Clicked",
+                                   [](platform::UIElement& sender, const platform::RoutedEventArgs&) {
+                                       Tell("clicked " + NameOf(sender));
+                                   });
         code.KeyHandlers.emplace(u"Key", [](platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
             Tell("key " + NameOf(sender) + " " + std::to_string(static_cast<unsigned>(args.Key)));
             args.Handled = args.Key != platform::VirtualKey::Tab;
@@ -134,7 +135,8 @@ class Stage final : public platform::Application {
         const auto size = platform::ApplicationView::GetForCurrentView().VisibleBounds();
         const auto insets = platform::Window::Current()->Peer()->SystemOverlayInsets();
         std::ostringstream line;
-        line << "size " << size.Width << " " << size.Height << " insets " << insets.Left << " " << insets.Right;
+        line << "size " << size.Width << " " << size.Height << " insets " << insets.Left << " "
+             << insets.Right;
         Tell(line.str());
     }
 
@@ -144,11 +146,12 @@ class Stage final : public platform::Application {
         const auto female = std::find_if(voices.begin(), voices.end(), [](const auto& voice) {
             return voice.Gender == platform::VoiceGender::Female;
         });
-        const auto stream = std::make_shared<platform::SpeechSynthesisStream>(
-            speech.Synthesize(platform::FromUtf8(Rest(words)), female != voices.end() ? *female : voices.at(0)));
+        const auto stream = std::make_shared<platform::SpeechSynthesisStream>(speech.Synthesize(
+            platform::FromUtf8(Rest(words)), female != voices.end() ? *female : voices.at(0)));
         Tell("samples " + std::to_string(stream->Samples.size()) + " " + std::to_string(stream->SampleRate));
-        m_playback = speech.Play(
-            stream, [](const std::exception_ptr& failure) { Tell(failure ? "sound failed" : "sound ended"); });
+        m_playback = speech.Play(stream, [](const std::exception_ptr& failure) {
+            Tell(failure ? "sound failed" : "sound ended");
+        });
     }
 
     using Command = void (*)(Stage&, Words&);
