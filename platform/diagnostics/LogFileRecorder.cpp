@@ -21,6 +21,11 @@ constexpr std::chrono::seconds kPatience{1};
 /// Callers that have to wait go on when this many images are free: they wait seldom instead of at each file.
 constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
 
+/// While full images come fast the recorder's thread looks for them of itself, since waking it would cost a
+/// caller as much as fifty messages. After so many looks in vain it sleeps until it is woken.
+constexpr std::chrono::microseconds kLookAgainAfter{200};
+constexpr int kLooks = 50;
+
 }  // namespace
 
 std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
@@ -45,7 +50,9 @@ void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Messa
                 return;
             }
             m_full.push_back(std::exchange(m_current, nullptr));
-            m_work.notify_one();
+            if (m_asleep) {
+                m_work.notify_one();
+            }
         }
         if (m_free.empty() && !WaitForImage(lock)) {
             ++m_lost;
@@ -119,13 +126,25 @@ void LogFileRecorder::Work() {
         if (m_outage) {
             m_work.wait_for(lock, kPatience);
         } else {
-            m_work.wait(lock, [this] { return m_closing || !m_full.empty(); });
+            WaitForFullImage(lock);
         }
     }
     // What could not be stored stays in the live file, for the next start.
     if (m_live && m_full.empty()) {
         m_live->Remove();
     }
+}
+
+void LogFileRecorder::WaitForFullImage(std::unique_lock<TraceMutex>& lock) {
+    const auto awaited = [this] { return m_closing || !m_full.empty(); };
+    for (int looks = 0; looks < kLooks && !awaited(); ++looks) {
+        lock.unlock();
+        std::this_thread::sleep_for(kLookAgainAfter);
+        lock.lock();
+    }
+    m_asleep = true;
+    m_work.wait(lock, awaited);
+    m_asleep = false;
 }
 
 void LogFileRecorder::HandOutLeftovers() {

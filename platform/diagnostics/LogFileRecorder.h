@@ -56,6 +56,7 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
 
     // The recorder's thread.
     void Work();
+    void WaitForFullImage(std::unique_lock<TraceMutex>& lock);
     void HandOutLeftovers();
     void OpenLiveFile();
     void PrepareImages(std::unique_lock<TraceMutex>& lock);
@@ -80,6 +81,8 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     std::deque<etl::EventTraceImage*> m_full;
     /// Dropped messages that no file counts yet.
     std::uint64_t m_lost = 0;
+    /// The recorder's thread has to be woken.
+    bool m_asleep = false;
     bool m_outage = false;
     bool m_stalled = false;
     bool m_closing = false;
