@@ -152,9 +152,10 @@ void MainPage::StartHotkeyChain() {
                 throw platform::Exception(static_cast<platform::HResult>(status),
                                           u"RPC initialization failed.");
             }
-            return platform::when_all(
-                {platform::create_task([viewModel] { viewModel->ReadSysInfoDetailsAsync(); }),
-                 platform::create_task([viewModel] { viewModel->ReadUsbTypeCInfoDetailsAsync(); })});
+            // One after the other, as on a start from the menu: the service answers one client's calls in
+            // turn anyway, and so the log reads the same each time.
+            return platform::create_task([viewModel] { viewModel->ReadSysInfoDetailsAsync(); })
+                .then([viewModel] { viewModel->ReadUsbTypeCInfoDetailsAsync(); });
         })
         .then([dispatcher = std::move(dispatcher), page = std::move(page)]() mutable {
             return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [page = std::move(page)] {

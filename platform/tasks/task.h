@@ -224,9 +224,6 @@ task<T> task_from_result(T value) {
     return task<T>(std::move(state));
 }
 
-/// Ends when all of `tasks` have ended; fails with the first failure in their order.
-task<void> when_all(std::vector<task<void>> tasks);
-
 /// A task that is ended from outside: by set or set_exception, of which the first counts.
 template <typename T>
 class task_completion_event {

@@ -131,9 +131,6 @@ TEST_F(MainPageTest, ShowsLabelsWithoutValuesWhenTheServiceIsAbsent) {
         EXPECT_FALSE(IsVisible(u"Advanced"));
         EXPECT_FALSE(Find<platform::ProgressRing>(u"TitleBarProgressRing")->IsActive());
     }});
-    EXPECT_TRUE(
-        HasTraced("Kelvane::MainPage::UpdateSysInfoDetails::<lambda_2>::operator ()UpdateSysInfoDetails "
-                  "failed from RpcClient"));
 }
 
 TEST_F(MainPageTest, NeedsTheUsbTypeCReadEverywhereButOnArm64) {

@@ -1,4 +1,8 @@
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include "app/CommandLine.h"
 #include "platform/xaml/Panels.h"
@@ -15,95 +19,46 @@ class StartTest : public ApplicationTest {
     StartTest() { m_systemInformation = Record(Letters(10)); }
 };
 
-/// "Entry" and "Exit" around nothing.
-void AddPair(std::vector<std::string>& lines, const std::string& method) {
-    lines.push_back(method + "Entry");
-    lines.push_back(method + "Exit");
-}
+/// A kind of start and the file that holds its trace line for line.
+struct StartKind {
+    const char* trace;
+    std::vector<std::string> words;
+    bool hasService;
+};
 
-/// The lines of the user-interface thread, from the start up to the first idle moment.
-std::vector<std::string> LaunchLines() {
-    std::vector<std::string> lines = {"Kelvane::App::OnLaunchedEntry",
-                                      "Kelvane::App::GetAppVersionEntry",
-                                      "Kelvane::App::GetAppVersionKelvane App version = 1.0.0.0",
-                                      "Kelvane::App::GetAppVersionExit",
-                                      "Kelvane::App::GetAppLocaleEntry",
-                                      "Kelvane::App::GetAppLocaleThe language code is en",
-                                      "Kelvane::App::GetAppLocaleThe country code is US",
-                                      "Kelvane::App::GetAppLocaleCompleteLocale is en_US",
-                                      "Kelvane::App::GetAppLocaleExit"};
-    AddPair(lines, "Kelvane::App::InitialiseMainViewModel");
-    lines.insert(lines.end(),
-                 {"Kelvane::MainPage::MainPageEntry", "Kelvane::MainPage::MainPageApplication Started",
-                  "Kelvane::MainPage::MainPageApplication Launch Window Size = 640 x 210",
-                  "Kelvane::MainPage::AddCustomTitleBarEntry"});
-    AddPair(lines, "Kelvane::CustomTitleBar::CustomTitleBar");
-    AddPair(lines, "Kelvane::CustomTitleBar::EnableControlsInTitleBar");
-    AddPair(lines, "Kelvane::CustomTitleBar::SetPageContent");
-    lines.emplace_back("Kelvane::MainPage::AddCustomTitleBarExit");
-    AddPair(lines, "Kelvane::MainPage::LaunchSysLabelsVisible");
-    lines.insert(lines.end(), {"Kelvane::MainPage::MainPageExit", "Kelvane::MainPage::OnNavigatedToEntry",
-                               "Kelvane::MainPage::OnNavigatedToInside MainPage::OnNavigatedTo"});
-    return lines;
-}
+class StartTraceTest : public StartTest, public testing::WithParamInterface<StartKind> {
+  protected:
+    /// The log file of the last run, each line behind the first letter of its level; the user-interface
+    /// thread's lines first, then those of the workers, which run one after the other.
+    std::string LoggedByThread() const {
+        std::string userInterface;
+        std::string workers;
+        for (const auto& event : tests::ReadFolder(StoredLogs())) {
+            auto& lines = event.thread == static_cast<std::uint32_t>(gettid()) ? userInterface : workers;
+            lines += platform::LoggingLevelName(event.level)[0];
+            lines += " " + platform::ToUtf8(event.text) + "\n";
+        }
+        return "# user interface\n" + userInterface + "# workers\n" + workers;
+    }
+};
 
-const std::vector<std::string> kUserInterface = {
-    "Kelvane::App::", "Kelvane::MainPage::", "Kelvane::CustomTitleBar::"};
-
-/// The first lines of `lines`, as many as `expected` has.
-std::vector<std::string> Head(std::vector<std::string> lines, const std::vector<std::string>& expected) {
-    lines.resize(std::min(lines.size(), expected.size()));
-    return lines;
-}
-
-TEST_F(StartTest, AStartFromTheMenuWritesItsTraceLineForLine) {
-    StartService();
+TEST_P(StartTraceTest, WritesItsTraceLineForLine) {
+    m_options.Words = GetParam().words;
+    if (GetParam().hasService) {
+        StartService();
+    }
     Run();
-    auto expected = LaunchLines();
-    expected.insert(expected.end(), {"Kelvane::MainPage::OnNavigatedToUpdateSysInfoDetails"});
-    AddPair(expected, "Kelvane::MainPage::UpdateSysInfoDetails");
-    expected.emplace_back("Kelvane::MainPage::OnNavigatedToExit");
-    AddPair(expected, "Kelvane::MainPage::MainWindow_Loaded");
-    const std::string handler = "Kelvane::MainPage::UpdateSysInfoDetails::<lambda_2>::operator ()";
-    expected.insert(
-        expected.end(),
-        {"Kelvane::App::OnLaunchedExit", handler + "UpdateSysInfoDetails()-RunAsync",
-         handler + "UpdateSysInfoDetails - success", "Kelvane::MainPage::UpdateUIWithSysDataAvailableEntry"});
-    AddPair(expected, "Kelvane::CustomTitleBar::EnableProgressRing");
-    AddPair(expected, "Kelvane::MainPage::LaunchSysLabelsVisible");
-    expected.insert(expected.end(), {"Kelvane::MainPage::UpdateUIEntry",
-                                     "Kelvane::MainPage::UpdateUIComplete Sys Info : " +
-                                         platform::ToUtf8(*m_systemInformation),
-                                     "Kelvane::MainPage::ParseSystemInfoEntry"});
-    auto lines = TraceOf(kUserInterface);
-    // The worker's own line of this page may come anywhere.
-    std::erase(
-        lines,
-        "Kelvane::MainPage::UpdateSysInfoDetails::<lambda_1>::operator ()UpdateSysInfoDetails()-create_task");
-    EXPECT_EQ(Head(lines, expected), expected);
-
-    const std::string step = "Kelvane::MainViewModel::ReadSysInfoDetailsAsync::<lambda_2>::operator ()";
-    std::vector<std::string> worker = {
-        "Kelvane::MainViewModel::ReadSysInfoDetailsAsyncEntry",
-        "Kelvane::MainViewModel::InitialiseRpcConnectionEntry",
-        "Kelvane::MainViewModel::InitialiseRpcConnectionReadSysInfo Initialization "
-        "Return Status = 0",
-        "Kelvane::MainViewModel::InitialiseRpcConnectionExit",
-        "Kelvane::MainViewModel::ReadSysInfoEntry",
-        "Kelvane::MainViewModel::ReadSysInfoReading System Info Details ... ",
-        "Kelvane::MainViewModel::ReadSysInfoReadSysInfo() Returned Status = 0",
-        "Kelvane::MainViewModel::ReadSysInfoExit",
-        step + "ReadSysInfo Return Status = 0",
-        step + "ReadSysInfo Return Status = 0",
-        step + "RPC Connection Status = true",
-        "Kelvane::MainViewModel::ReadSysInfoDetailsAsyncExit",
-        "Kelvane::MainViewModel::ReadUsbTypeCInfoDetailsAsyncEntry",
-        "Kelvane::MainViewModel::InitialiseRpcConnectionEntry",
-        "Kelvane::MainViewModel::InitialiseRpcConnectionInitialization already "
-        "complete. Status = true"};
-    EXPECT_EQ(Head(TraceOf({"Kelvane::MainViewModel::Read", "Kelvane::MainViewModel::Init"}), worker),
-              worker);
+    std::ostringstream expected;
+    expected << std::ifstream(std::string(KELVANE_TRACES) + "/" + GetParam().trace + ".txt").rdbuf();
+    EXPECT_EQ(LoggedByThread(), expected.str());
 }
+
+INSTANTIATE_TEST_SUITE_P(Starts, StartTraceTest,
+                         testing::Values(StartKind{"Menu", {}, true},
+                                         StartKind{"MenuWithoutService", {}, false},
+                                         StartKind{"Hotkey", {"hot", "key"}, true},
+                                         StartKind{"HotkeyWithoutService", {"hot", "key"}, false}),
+                         [](const auto& kind) { return std::string(kind.param.trace); });
 
 TEST_F(StartTest, AHotkeyStartReadsBothRecordsAndFillsThePage) {
     m_options.Words = {"hot", "key"};
@@ -113,10 +68,6 @@ TEST_F(StartTest, AHotkeyStartReadsBothRecordsAndFillsThePage) {
         EXPECT_EQ(Text(u"SysInfoValue0"), u"a");
         EXPECT_TRUE(IsVisible(u"USBType"));
     }});
-    auto expected = LaunchLines();
-    expected.insert(expected.end(), {"Kelvane::MainPage::OnNavigatedToLaunching from Hotkey",
-                                     "Kelvane::MainPage::OnNavigatedToExit"});
-    EXPECT_EQ(Head(TraceOf(kUserInterface), expected), expected);
 }
 
 TEST_F(StartTest, AHotkeyStartWithoutServiceLeavesThePageAsConstructed) {
@@ -126,13 +77,6 @@ TEST_F(StartTest, AHotkeyStartWithoutServiceLeavesThePageAsConstructed) {
                   EXPECT_TRUE(Find<platform::ProgressRing>(u"TitleBarProgressRing")->IsActive());
               }}),
               0);
-    EXPECT_EQ(
-        TraceOf({"Kelvane::MainPage::OnNavigatedTo::"}),
-        (std::vector<std::string>{
-            "Kelvane::MainPage::OnNavigatedTo::<lambda_2>::operator ()RPC initialization failed during "
-            "hotkey launch.",
-            "Kelvane::MainPage::OnNavigatedTo::<lambda_4>::operator ()Exception in hotkey async chain: RPC "
-            "initialization failed."}));
     EXPECT_TRUE(HasTraced("Kelvane::App::OnActivatedURI Scheme = kelvane"));
 }
 
