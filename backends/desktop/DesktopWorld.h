@@ -22,8 +22,9 @@ struct Options {
 };
 
 /// Readies the toolkit; false when there is no display to show a window on, and then nothing has been
-/// written. Call it first in the process, before any other thread runs: it changes environment variables and
-/// puts them back.
+/// written. Call it first in the process, before any other thread runs: it changes environment variables.
+/// Those that are about drawing are put back; without a session bus, those that keep the toolkit from looking
+/// for one stay.
 bool DisplayAvailable();
 
 class DesktopWorld : public platform::World {
