@@ -1,20 +1,25 @@
 #pragma once
 
-#include <memory>
 #include <utility>
 
-#include "platform/core/CoreDispatcher.h"
+#include "logging/Trace.h"
 #include "platform/tasks/task.h"
+#include "platform/xaml/Window.h"
 
 namespace Kelvane {
 
-/// Runs `work` on a worker and then `show` on the user-interface thread. `show` may hold the page: it goes
-/// with the handler, on the user-interface thread.
+/// The user-interface thread. Runs `work` on a worker and then `show` here; without a window it only says so
+/// in `trace`. `show` may hold the page: it goes with the handler, on the user-interface thread.
 template <typename Work, typename Show>
-void WorkThenShow(std::shared_ptr<platform::CoreDispatcher> dispatcher, Work work, Show show) {
+void WorkThenShow(const Trace& trace, Work work, Show show) {
+    auto window = platform::CoreWindow::GetForCurrentThread();
+    if (!window) {
+        trace.Error(u"GetForCurrentThread() = NULL");
+        return;
+    }
     platform::create_task(std::move(work))
-        .then([dispatcher = std::move(dispatcher), show = std::move(show)]() mutable {
-            return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, std::move(show));
+        .then([window = std::move(window), show = std::move(show)]() mutable {
+            return window->Dispatcher()->RunAsync(platform::CoreDispatcherPriority::Normal, std::move(show));
         });
 }
 

@@ -39,21 +39,17 @@ void RunSystemDiagnostics::RemoveCustomTitleBar() {
 
 void RunSystemDiagnostics::Ok_Click(platform::UIElement&, const platform::RoutedEventArgs&) {
     Traced(u"Kelvane::RunSystemDiagnostics::Ok_Click", [this](const Trace& trace) {
-        if (const auto window = platform::CoreWindow::GetForCurrentThread()) {
-            WorkThenShow(
-                window->Dispatcher(),
-                [viewModel = MainViewModel::GetInstance()] {
-                    Trace(u"Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_1>::operator ()")
-                        .Verbose(u"Ok_Click()-create_task");
-                    viewModel->SetUEFIFlagOperation();
-                },
-                [window] {
-                    Trace(u"Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_2>::operator ()")
-                        .Verbose(u"Ok_Click()-RunAsync");
-                });
-        } else {
-            trace.Error(u"GetForCurrentThread() = NULL");
-        }
+        WorkThenShow(
+            trace,
+            [viewModel = MainViewModel::GetInstance()] {
+                Trace(u"Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_1>::operator ()")
+                    .Verbose(u"Ok_Click()-create_task");
+                viewModel->SetUEFIFlagOperation();
+            },
+            [] {
+                Trace(u"Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_2>::operator ()")
+                    .Verbose(u"Ok_Click()-RunAsync");
+            });
         GoBackFrom(trace, u"OK Button UI casting failed", [this] { RemoveCustomTitleBar(); });
     });
 }

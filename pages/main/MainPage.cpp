@@ -176,14 +176,9 @@ void MainPage::StartHotkeyChain() {
 
 void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
     Traced(u"Kelvane::MainPage::UpdateSysInfoDetails", [this](const Trace& trace) {
-        const auto window = platform::CoreWindow::GetForCurrentThread();
-        if (!window) {
-            trace.Error(u"GetForCurrentThread() = NULL");
-            return;
-        }
         const auto viewModel = MainViewModel::GetInstance();
         WorkThenShow(
-            window->Dispatcher(),
+            trace,
             [viewModel] {
                 Trace(u"Kelvane::MainPage::UpdateSysInfoDetails::<lambda_1>::operator ()")
                     .Verbose(u"UpdateSysInfoDetails()-create_task");

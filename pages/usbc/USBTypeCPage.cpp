@@ -91,14 +91,9 @@ void USBTypeCPage::MainWindow_Loaded(platform::UIElement&, const platform::Route
 
 void USBTypeCPage::UpdateUSBTypeCInfoDetails(const platform::NavigationEventArgs&) {
     Traced(u"Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails", [this](const Trace& trace) {
-        const auto window = platform::CoreWindow::GetForCurrentThread();
-        if (!window) {
-            trace.Error(u"GetForCurrentThread() = NULL");
-            return;
-        }
         const auto viewModel = MainViewModel::GetInstance();
         WorkThenShow(
-            window->Dispatcher(),
+            trace,
             [viewModel] {
                 Trace(u"Kelvane::USBTypeCPage::UpdateUSBTypeCInfoDetails::<lambda_1>::operator ()")
                     .Verbose(u"UpdateUSBTypeCInfoDetails()-create_task");
