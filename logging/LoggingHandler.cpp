@@ -147,18 +147,36 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
     const auto data = std::make_shared<ContinuationData>();
     data->file = args.File();
     // Each step keeps the handler: the chain may outlive the session that started it.
-    OpenLogFolder()
-        .then([self = shared_from_this(), data](const std::shared_ptr<StorageFolder>& folder) {
-            data->folder = folder;
-            self->MoveIntoFolder(*data, u"Log-Kelvane");
-        })
+    Store(data, u"Log-Kelvane")
         .then([self = shared_from_this(), data] { self->Report(*data); })
-        .then([self = shared_from_this(), data](const platform::task<void>& chain) {
+        .then([data](const platform::task<void>& chain) {
             try {
                 chain.get();
             } catch (const std::exception&) {
-                platform::OutputDebugStringW(u"The log file " + data->file->Path() + u" stays there: " +
+                platform::OutputDebugStringW(u"The log file " + data->file->Path() + u" is not reported: " +
                                              platform::CurrentException().Message());
+            }
+        });
+}
+
+platform::task<void> LoggingHandler::Store(const std::shared_ptr<ContinuationData>& data,
+                                           std::u16string_view prefix) {
+    return OpenLogFolder()
+        .then([self = shared_from_this(), data, prefix](const std::shared_ptr<StorageFolder>& folder) {
+            data->folder = folder;
+            self->MoveIntoFolder(*data, prefix);
+        })
+        .then([self = shared_from_this(), data](const platform::task<void>& moved) {
+            try {
+                moved.get();
+                self->m_saidNotStored = false;
+            } catch (const std::exception&) {
+                if (!self->m_saidNotStored.exchange(true)) {
+                    std::fprintf(stderr, "kelvane: %s stays there until the next start (%s)\n",
+                                 platform::ToUtf8(data->file->Path()).c_str(),
+                                 platform::CurrentException().what());
+                }
+                throw;
             }
         });
 }
@@ -224,7 +242,7 @@ void LoggingHandler::OnAppSuspending(platform::Application&, platform::Suspendin
         return;
     }
     m_suspending = true;
-    CloseSessionSaveFinalLogFile().then(
+    m_suspension = CloseSessionSaveFinalLogFile().then(
         [self = shared_from_this(), deferral](const platform::task<File>& saved) {
             self->FinishSuspension(saved);
             deferral->Complete();
@@ -240,9 +258,7 @@ platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFil
                 return platform::task_from_result(File());
             }
             data->file = saved;
-            return OpenLogFolder().then([self, data](const std::shared_ptr<StorageFolder>& folder) {
-                data->folder = folder;
-                self->MoveIntoFolder(*data, u"Log-");
+            return self->Store(data, u"Log-").then([data] {
                 return StorageFile::GetFileFromPathAsync(data->Path());
             });
         });

@@ -59,9 +59,11 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // User-interface thread.
     void OnAppSuspending(platform::Application& sender, platform::SuspendingEventArgs& args);
     void OnAppResuming(platform::Application& sender);
+    platform::task<File> CloseSessionSaveFinalLogFile();
+
+    // User-interface thread; a worker when the machine woke before the save had ended.
     void RestoreLoggingState();
     void StartLoggingSession();
-    platform::task<File> CloseSessionSaveFinalLogFile();
 
     // The session's thread.
     void OnLogFileGenerated(platform::FileLoggingSession& session, platform::LogFileGeneratedEventArgs& args);
@@ -69,6 +71,9 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // Workers.
     void FinishSuspension(const platform::task<File>& saved);
     void Report(const ContinuationData& data);
+    /// Moves the file into Kelvane_LogFiles under a name that begins with `prefix`. A failure is said once on
+    /// the standard error stream; the file stays where it is, for the next session to hand out.
+    platform::task<void> Store(const std::shared_ptr<ContinuationData>& data, std::u16string_view prefix);
     void MoveIntoFolder(ContinuationData& data, std::u16string_view prefix);
     void DeleteOldFiles(platform::StorageFolder& folder);
 
@@ -83,6 +88,7 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // With their own locking.
     platform::Event<LoggingHandler&, LoggingEventArgs&> m_statusChanged;
     std::atomic<bool> m_suspending = false;
+    std::atomic<bool> m_saidNotStored = false;
     std::atomic<int> m_deletionsWanted = 0;
 
     // Guarded.

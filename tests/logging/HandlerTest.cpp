@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <thread>
 
 #include "logging/LogRetention.h"
 #include "platform/core/Exception.h"
@@ -32,16 +33,17 @@ class Handler : public testing::Test {
             });
     }
 
-    /// Returns when the handler's deferral is completed.
-    void Suspend() {
+    /// Ends when the handler's deferral is completed.
+    platform::task<void> StartSuspension() {
         const platform::task_completion_event<void> done;
         {
             platform::SuspendingEventArgs args(
                 std::make_shared<platform::SuspendingOperation>([done] { done.set(); }));
             m_application->Suspending().Raise(*m_application, args);
         }
-        create_task(done).wait();
+        return create_task(done);
     }
+    void Suspend() { StartSuspension().wait(); }
 
     void Resume() { m_application->Resuming().Raise(*m_application); }
 
@@ -103,6 +105,22 @@ TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
     EXPECT_EQ(tests::Names(m_state.Stored()).size(), 1U);
 }
 
+TEST_F(Handler, AMachineThatWakesBeforeTheSaveHasEndedLogsAgainAfterIt) {
+    Start();
+    m_handler->LogError(u"before");
+    const auto suspension = StartSuspension();
+    Resume();
+    suspension.wait();
+    while (Reports().empty()) {
+        std::this_thread::yield();
+    }
+    m_handler->LogError(u"after");
+    m_clock.SleepFor(std::chrono::seconds(1));
+    Suspend();
+    EXPECT_EQ(tests::Texts(tests::ReadFolder(m_state.Stored())),
+              (std::vector<std::u16string>{u"before", u"after"}));
+}
+
 TEST_F(Handler, LeavesFilesAloneWhileLoggingIsOff) {
     Set(kEnabled, false);
     Set(kSaved, u"");
@@ -144,10 +162,16 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgain) {
     platform::EnsureFolder(m_state.Stored().parent_path());
     std::ofstream(m_state.Stored()) << "a file where the folder should be";
     Start();
+    testing::internal::CaptureStderr();
     m_handler->LogError(u"kept");
     Suspend();
+    Resume();
+    m_handler->LogError(u"kept");
+    Suspend();
+    const auto said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
     EXPECT_EQ(Setting(kSaved), PropertyValue());
-    EXPECT_EQ(tests::Names(m_state.Logs()).size(), 1U);
+    EXPECT_EQ(tests::Names(m_state.Logs()).size(), 2U);
 
     std::filesystem::remove(m_state.Stored());
     Resume();
@@ -158,7 +182,7 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgain) {
     EXPECT_TRUE(tests::Names(m_state.Logs()).empty());
     auto texts = tests::Texts(tests::ReadFolder(m_state.Stored()));
     std::ranges::sort(texts);
-    EXPECT_EQ(texts, (std::vector<std::u16string>{u"again", u"kept"}));
+    EXPECT_EQ(texts, (std::vector<std::u16string>{u"again", u"kept", u"kept"}));
 }
 
 TEST_F(Handler, KeepsTheNewestFilesAndWhatIsNotReported) {
