@@ -172,7 +172,7 @@ platform::task<void> LoggingHandler::Store(const std::shared_ptr<ContinuationDat
                 self->m_saidNotStored = false;
             } catch (const std::exception&) {
                 if (!self->m_saidNotStored.exchange(true)) {
-                    std::fprintf(stderr, "kelvane: %s stays there until the next start (%s)\n",
+                    std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
                                  platform::ToUtf8(data->file->Path()).c_str(),
                                  platform::CurrentException().what());
                 }
