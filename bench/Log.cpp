@@ -76,6 +76,7 @@ Clock::time_point RunThreads(const Load& load,
     std::atomic<bool> go = false;
     std::atomic<int> ready = 0;
     std::vector<std::jthread> threads;
+    threads.reserve(static_cast<std::size_t>(load.threads));
     for (int thread = 0; thread < load.threads; ++thread) {
         threads.emplace_back([&, thread] {
             const auto call = callOf(thread);
@@ -125,6 +126,7 @@ void ReadBack(const Load& load, const std::filesystem::path& folder, Outcome& ou
     std::ranges::sort(files);
     outcome.files = files.size();
     std::vector<NumberedText> expected;
+    expected.reserve(static_cast<std::size_t>(load.threads));
     for (int thread = 0; thread < load.threads; ++thread) {
         expected.emplace_back(thread);
     }

@@ -107,7 +107,7 @@ TEST(UsbTypeC, PowerIsTheMostOfAllObjects) {
         RecordedMachine machine;
         machine.Port("port0", row.files);
         const std::string record = machine.UsbTypeC();
-        EXPECT_EQ(record.substr(record.rfind(">") + 1), row.wanted) << row.fault;
+        EXPECT_EQ(record.substr(record.rfind('>') + 1), row.wanted) << row.fault;
     }
 }
 

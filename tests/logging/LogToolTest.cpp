@@ -113,7 +113,7 @@ TEST(LogText, ReadsLevelsAndMoments) {
         std::optional<std::int64_t> moment;
     } rows[] = {
         {"30s", now - 30 * second},
-        {"7d", now - 7 * 86400 * second},
+        {"7d", now - std::int64_t{7} * 86400 * second},
         {"08:04:07", now},
         {"2026-03-05T08:04:07", now},
         {"2026-03-05 08:04", now - 7 * second},
