@@ -24,58 +24,41 @@ constexpr std::uint8_t kCloses = kOpens | kUses;
 static_assert(kOpens == 0xa4 && kCloses == 0xe5 && kUses == 0x45);
 
 constexpr Procedure kProcedures[] = {
-    {.Number = procedure::OpenContext,
-     .Name = "OpenContext",
-     .Handle = Handle::Binding,
-     .ContextFlags = kOpens},
-    {.Number = procedure::CloseContext,
-     .Name = "CloseContext",
-     .Handle = Handle::Context,
-     .ContextFlags = kCloses},
-    {.Number = procedure::StartMSInfoApp,
-     .Name = "StartMSInfoApp",
-     .Handle = Handle::Context,
-     .ContextFlags = kUses},
-    {.Number = procedure::StartUSBC, .Name = "StartUSBC", .Handle = Handle::Context, .ContextFlags = kUses},
+    {.Number = procedure::OpenContext, .Handle = Handle::Binding, .ContextFlags = kOpens},
+    {.Number = procedure::CloseContext, .Handle = Handle::Context, .ContextFlags = kCloses},
+    {.Number = procedure::StartMSInfoApp, .Handle = Handle::Context, .ContextFlags = kUses},
+    {.Number = procedure::StartUSBC, .Handle = Handle::Context, .ContextFlags = kUses},
     {.Number = procedure::ReadSysInfo,
-     .Name = "ReadSysInfo",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = Out}}}},
     {.Number = procedure::ReadUSBTypeCInfo,
-     .Name = "ReadUSBTypeCInfo",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = Out}}}},
     {.Number = procedure::WriteTextProc6,
-     .Name = "WriteTextProc6",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = In}}}},  // never called
     {.Number = procedure::ReadTextProc7,
-     .Name = "ReadTextProc7",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = Out}}}},  // never called
     {.Number = procedure::ExchangeTextProc8,
-     .Name = "ExchangeTextProc8",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = In},
                      {.Kind = CountedText, .Direction = Out}}}},  // never called
     {.Number = procedure::WriteTwoTextsProc9,
-     .Name = "WriteTwoTextsProc9",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = In},
                      {.Kind = CountedText, .Direction = In}}}},  // never called
     {.Number = procedure::ReadTextProc10,
-     .Name = "ReadTextProc10",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = Out}}}},  // never called
     {.Number = procedure::CommandWithCallbackProc11,
-     .Name = "CommandWithCallbackProc11",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = Long, .Direction = In},
@@ -83,7 +66,6 @@ constexpr Procedure kProcedures[] = {
                      {.Kind = CountedText, .Direction = Out},
                      {.Kind = Hyper, .Direction = In}}}},  // never called
     {.Number = procedure::SetUEFIFlag,
-     .Name = "SetUEFIFlag",
      .Handle = Handle::Context,
      .ContextFlags = kUses,
      .Parameters = {{{.Kind = CountedText, .Direction = Out}}}},
@@ -91,15 +73,21 @@ constexpr Procedure kProcedures[] = {
 
 constexpr Procedure kCallbacks[] = {
     {.Number = 0,
-     .Name = "CmdCallback",
      .Parameters = {{{.Kind = Long, .Direction = In},
                      {.Kind = String, .Direction = In},
                      {.Kind = Hyper, .Direction = In}}}},
 };
 
-constexpr void (*kCallbackRoutines[])(CallValues&) = {
-    [](CallValues& values) {
+constexpr std::size_t kCallbackAddress = 3;
+
+constexpr void (*kCallbackRoutines[])(const CallValues&, CallValues&) = {
+    [](const CallValues& sent, CallValues& values) {
         const auto& [code, text, address, unused] = values.Parameters;
+        // Only an address that the call in progress has sent is a function of this process. The calls without
+        // that parameter have sent 0.
+        if (address.Number != 0 && address.Number != sent.Parameters[kCallbackAddress].Number) {
+            throw platform::rpc::RpcException(platform::rpc::status::kBadStubData);
+        }
         CmdCallback(static_cast<std::int32_t>(code.Number), text.CopyString().c_str(), address.Number);
     },
 };

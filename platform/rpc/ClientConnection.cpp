@@ -11,6 +11,28 @@ namespace platform::rpc {
 
 namespace {
 
+constexpr std::chrono::milliseconds kCloseLimit{2000};
+
+/// Bounds a socket's waits as long as it lives; zero bounds nothing.
+class WaitLimit {
+  public:
+    WaitLimit(int socket, std::chrono::milliseconds limit) : m_socket(limit.count() > 0 ? socket : -1) {
+        Set(limit);
+    }
+    ~WaitLimit() { Set({}); }
+    WaitLimit(const WaitLimit&) = delete;
+    WaitLimit& operator=(const WaitLimit&) = delete;
+
+  private:
+    void Set(std::chrono::milliseconds limit) const {
+        if (m_socket >= 0) {
+            LimitWaits(m_socket, limit);
+        }
+    }
+
+    const int m_socket;
+};
+
 Status StatusOfNak(std::uint16_t reason) {
     switch (static_cast<NakReason>(reason)) {
         case NakReason::Congestion:
@@ -78,9 +100,12 @@ void Binding::Call(const InterfaceDescription& interface, const Procedure& proce
                 .ContextId = m_contextId,
                 .Operation = static_cast<std::uint16_t>(procedure.Number)},
                m_maxTransmit);
+    // Who closes has nothing to wait for: a service that is stuck must not keep the program from ending.
+    const bool closes = procedure.PassesContext(Direction::In) && procedure.PassesContext(Direction::Out);
+    const WaitLimit limit(m_socket.Get(), closes ? kCloseLimit : std::chrono::milliseconds::zero());
     Send(status::kCallFailedDidNotExecute);
     CallValues out;
-    Unmarshal(*m_syntax, procedure, Direction::Out, Exchange(interface), out);
+    Unmarshal(*m_syntax, procedure, Direction::Out, Exchange(interface, in), out);
     receive(out);
 }
 
@@ -181,7 +206,7 @@ Pdu Binding::Receive(Status whenLost) {
 
 /// Waits for the response to the call that was sent, answers callbacks until then, and returns its stub data.
 /// A fault leaves the connection usable, everything else that fails does not.
-ByteView Binding::Exchange(const InterfaceDescription& interface) {
+ByteView Binding::Exchange(const InterfaceDescription& interface, const CallValues& sent) {
     Status fault = status::kOk;
     try {
         while (fault == status::kOk) {
@@ -199,7 +224,7 @@ ByteView Binding::Exchange(const InterfaceDescription& interface) {
                 throw RpcException(status::kProtocolError);
             } else if (const auto call = m_reassembly.Add(pdu)) {
                 if (call->Header.Type == PduType::Request) {
-                    AnswerCallback(interface, *call);
+                    AnswerCallback(interface, sent, *call);
                 } else if (call->IsTooLong) {
                     fault = status::kOutOfMemory;
                 } else {
@@ -214,7 +239,8 @@ ByteView Binding::Exchange(const InterfaceDescription& interface) {
     throw RpcException(fault);
 }
 
-void Binding::AnswerCallback(const InterfaceDescription& interface, const rpc::Call& request) {
+void Binding::AnswerCallback(const InterfaceDescription& interface, const CallValues& sent,
+                             const rpc::Call& request) {
     if ((interface.Flags & interface_flag::kHasCallbacks) == 0 || request.Header.ContextId != m_contextId) {
         throw RpcException(status::kProtocolError);
     }
@@ -229,8 +255,9 @@ void Binding::AnswerCallback(const InterfaceDescription& interface, const rpc::C
         if (request.IsTooLong) {
             throw RpcException(fault::kRemoteNoMemory);
         }
-        NdrServerCallAll(*m_syntax, interface.Callbacks[number], request.Stub,
-                         interface.CallbackRoutines[number], m_message);
+        NdrServerCallAll(
+            *m_syntax, interface.Callbacks[number], request.Stub,
+            [&](CallValues& values) { interface.CallbackRoutines[number](sent, values); }, m_message);
         FinishCall(m_message, header, m_maxTransmit);
     } catch (...) {
         const Status fault = CurrentFault();

@@ -48,8 +48,9 @@ class Binding {
     void BindInterface(const InterfaceDescription& interface);
     void Send(Status whenLost);
     Pdu Receive(Status whenLost);
-    ByteView Exchange(const InterfaceDescription& interface);
-    void AnswerCallback(const InterfaceDescription& interface, const rpc::Call& request);
+    ByteView Exchange(const InterfaceDescription& interface, const CallValues& sent);
+    void AnswerCallback(const InterfaceDescription& interface, const CallValues& sent,
+                        const rpc::Call& request);
 
     const std::string m_path;
 

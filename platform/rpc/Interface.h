@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "platform/rpc/Protocol.h"
 
@@ -47,7 +46,6 @@ inline constexpr std::size_t kMaxParameters = 4;
 /// A procedure that returns nothing.
 struct Procedure {
     unsigned Number = 0;
-    std::string_view Name;
     rpc::Handle Handle = Handle::Callback;
     std::uint8_t ContextFlags = 0;
     std::array<Parameter, kMaxParameters> Parameters{};
@@ -69,8 +67,9 @@ struct InterfaceDescription {
     std::span<const Procedure> Procedures;
     std::span<const Procedure> Callbacks;
 
-    /// The client's own routine for each callback; runs on the thread that is in the outer call.
-    std::span<void (*const)(CallValues& values)> CallbackRoutines;
+    /// The client's own routine for each callback; runs on the thread that is in the outer call, which sent
+    /// `sent`. Throws RpcException to answer with a fault.
+    std::span<void (*const)(const CallValues& sent, CallValues& values)> CallbackRoutines;
 
     /// Memory of texts that a client's call returns. `Allocate` takes bytes and returns null when there is
     /// none.

@@ -112,7 +112,9 @@ Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedur
     }
 }
 
-Server::~Server() = default;
+Server::~Server() {
+    EndSessions();
+}
 
 void Server::Listen(std::u16string_view endpoint) {
     m_listening.emplace_back(EndpointPath(endpoint));
@@ -152,6 +154,10 @@ void Server::Run() {
             exhausted |= waits[i].revents != 0 && !Accept(waits[i].fd);
         }
     }
+    EndSessions();
+}
+
+void Server::EndSessions() noexcept {
     for (Session& session : m_sessions) {
         session.Connection.Shutdown();
     }
@@ -174,7 +180,7 @@ bool Server::Accept(int listener) {
         try {
             m_sessions.emplace_back(*m_shared, std::move(socket), peer, admitted == Admitted::Serve,
                                     m_doorbell.Get());
-        } catch (const std::system_error&) {
+        } catch (...) {
             m_shared->Admission.Leave(peer.Uid);
             --m_shared->Connections;
             throw;

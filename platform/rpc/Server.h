@@ -125,6 +125,7 @@ class Server {
     struct Session;
 
     bool Accept(int listener);
+    void EndSessions() noexcept;
 
     const std::unique_ptr<ServerShared> m_shared;
     Descriptor m_doorbell;

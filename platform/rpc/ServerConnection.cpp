@@ -1,7 +1,6 @@
 #include "platform/rpc/ServerConnection.h"
 
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,12 +14,6 @@ namespace {
 
 /// How long a client that is one too many may take to ask.
 constexpr std::chrono::milliseconds kRefusalLimit{1000};
-
-void LimitWaits(int socket, std::chrono::milliseconds limit) {
-    const timeval time{.tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000};
-    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
-    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
-}
 
 bool Serves(const SyntaxId& ours, const SyntaxId& asked) {
     return ours.Uuid == asked.Uuid && ours.Major == asked.Major && ours.Minor >= asked.Minor;
@@ -231,6 +224,7 @@ void ServerConnection::InvokeCallback(const CallValues& values) {
         }
         if (pdu->Type == PduType::Fault) {
             const Status fault = StatusOfFault(ReadFault(*pdu));
+            m_reassembly.Reset();
             m_lost = false;
             throw RpcException(fault);
         }
@@ -238,7 +232,8 @@ void ServerConnection::InvokeCallback(const CallValues& values) {
             m_lost = false;
             return;
         }
-        if (pdu->Type != PduType::Response && pdu->Type != PduType::CoCancel) {
+        if (pdu->Type != PduType::Response && pdu->Type != PduType::CoCancel &&
+            pdu->Type != PduType::Orphaned) {
             break;
         }
     }

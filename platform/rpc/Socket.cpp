@@ -62,6 +62,22 @@ void Check(int result, std::string_view operation, const std::string& path) {
     }
 }
 
+/// Every directory that is made can be entered by all users, whatever the process's mask.
+void CreateDirectories(const std::filesystem::path& directory) {
+    std::filesystem::path made;
+    for (const auto& name : directory) {
+        made /= name;
+        std::error_code failure;
+        const bool created = std::filesystem::create_directory(made, failure);
+        if (failure) {
+            throw ExceptionFromErrno("create " + made.string(), failure.value());
+        }
+        if (created) {
+            Check(chmod(made.c_str(), kDirectoryMode), "set mode of", made.string());
+        }
+    }
+}
+
 }  // namespace
 
 Descriptor::~Descriptor() {
@@ -106,8 +122,13 @@ void Connect(int socket, const std::string& path, const std::function<bool()>& i
     if (isCancelled()) {
         throw RpcException(status::kCallCancelled);
     }
-    constexpr timeval kNoLimit{};
-    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &kNoLimit, sizeof kNoLimit);
+    LimitWaits(socket, {});
+}
+
+void LimitWaits(int socket, std::chrono::milliseconds limit) {
+    const timeval time{.tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000};
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
 bool SendAll(int socket, ByteView bytes) {
@@ -143,18 +164,13 @@ Peer PeerOf(int socket) {
 ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
     const sockaddr_un address = AddressOf(path);
     const std::filesystem::path directory = std::filesystem::path(path).parent_path();
-    std::error_code failure;
-    const bool created = std::filesystem::create_directories(directory, failure);
-    if (failure) {
-        throw ExceptionFromErrno("create " + directory.string(), failure.value());
-    }
-    if (created) {
-        Check(chmod(directory.c_str(), kDirectoryMode), "set mode of", directory.string());
-    }
-    // Two services that start at once must not take the socket from each other: the directory is locked while
-    // the old one is looked at and the new one put in its place.
-    const Descriptor lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    Check(lock.Get() < 0 ? -1 : flock(lock.Get(), LOCK_EX), "lock", directory.string());
+    CreateDirectories(directory);
+    // Two services that start at once must not take the socket from each other: a file is locked while the
+    // old one is looked at and the new one put in its place. Not the directory, which everybody can open and
+    // lock.
+    const std::string lockPath = path + ".lock";
+    const Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    Check(lock.Get() < 0 ? -1 : flock(lock.Get(), LOCK_EX), "lock", lockPath);
 
     const int error = ConnectOnce(CreateSocket().Get(), address);
     if (error == 0 || error == EAGAIN) {

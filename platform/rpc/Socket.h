@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <functional>
 #include <span>
 #include <string>
@@ -54,6 +55,9 @@ Descriptor CreateSocket();
 /// Throws RpcException.
 void Connect(int socket, const std::string& path, const std::function<bool()>& isCancelled);
 
+/// Ends sending and receiving that has made no headway for `limit`; zero: never.
+void LimitWaits(int socket, std::chrono::milliseconds limit);
+
 /// Sends everything; false when the connection is gone, or nobody has read for longer than the socket's time
 /// limit.
 bool SendAll(int socket, ByteView bytes);
@@ -67,9 +71,9 @@ Peer PeerOf(int socket);
 /// A socket file that listens; it is removed at the end if it is still this one.
 class ListeningSocket {
   public:
-    /// Creates the directory (0755) if need be, replaces a socket that nobody listens on, refuses one where
-    /// somebody does (kAlreadyExists). Any user may connect. Accepting does not block. Throws a platform
-    /// exception.
+    /// Creates the directory (0755) if need be, and in it a lock file, which stays, replaces a socket that
+    /// nobody listens on, refuses one where somebody does (kAlreadyExists). Any user may connect. Accepting
+    /// does not block. Throws a platform exception.
     explicit ListeningSocket(const std::string& path);
     ~ListeningSocket();
     ListeningSocket(const ListeningSocket&) = delete;

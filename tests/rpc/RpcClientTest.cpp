@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <semaphore>
 
 #include "platform/core/Text.h"
 #include "service/RpcClient.h"
@@ -57,6 +58,16 @@ TEST_F(RpcClientTest, WithoutAServiceNothingOpensAndReadsDoNotCall) {
 TEST_F(RpcClientTest, TheEndpointsDirectoryMayMakeTheBindingImpossible) {
     setenv("KELVANE_RPC_DIRECTORY", std::string(200, 'x').c_str(), 1);
     EXPECT_EQ(RpcClient().Initialize(), 1706);
+}
+
+TEST_F(RpcClientTest, AServiceThatIsStuckAtTheCloseDoesNotHoldTheClient) {
+    std::binary_semaphore ended(0);
+    TestService service({{procedure::CloseContext, [&](ServerCall&) { ended.acquire(); }}});
+    {
+        RpcClient client;
+        EXPECT_EQ(client.Initialize(), 0);
+    }
+    ended.release();
 }
 
 TEST_F(RpcClientTest, ASessionTracesWhatItReads) {
