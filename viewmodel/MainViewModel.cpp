@@ -261,8 +261,10 @@ void MainViewModel::ReadDetails(const RecordKind& kind, Record& record) {
             const Trace step(kind.readStep);
             record.readCompleted.store(false);
             // The cache stays free for the pages while the service answers. A failed call leaves it as it
-            // was.
+            // was, and so does an answer of no characters.
             std::array<char16_t, BufferSize(kSysDataCapacity)> text{};
+            record.data.With(
+                [&](const Buffer& data) { std::copy_n(data.get(), BufferSize(kind.capacity), text.data()); });
             const auto result = Read(kind, text.data(), kind.capacity);
             step.Information(kind.stepStatus, result);
             if (result != 0) {

@@ -29,7 +29,7 @@ ApplicationTest::ApplicationTest() {
 void ApplicationTest::StartService() {
     const auto answer = [this](ServerCall& call, const std::optional<std::u16string>& text) {
         ++m_calls[call.Procedure()];
-        call.SetText(0, text);
+        m_answerIsEmpty ? call.SetRawText(0, 0, u"") : call.SetText(0, text);
     };
     m_service.emplace(std::map<unsigned, platform::rpc::ServerProcedure>{
         {procedure::StartMSInfoApp, [this](ServerCall& call) { ++m_calls[call.Procedure()]; }},

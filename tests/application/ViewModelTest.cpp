@@ -54,6 +54,10 @@ TEST_F(ViewModelTest, TheFlagsTellWhetherTheLastReadSucceededAndTheCacheKeepsThe
         EXPECT_TRUE(viewModel.IsUsbTypeCInfoReadCompleted());
         viewModel.ReadSysInfoDetailsAsync();
         EXPECT_TRUE(viewModel.IsSysInfoReadCompleted());
+        m_answerIsEmpty = true;
+        viewModel.ReadSysInfoDetailsAsync();
+        EXPECT_TRUE(viewModel.IsSysInfoReadCompleted());
+        m_answerIsEmpty = false;
         m_systemInformation.reset();
         viewModel.ReadSysInfoDetailsAsync();
         EXPECT_FALSE(viewModel.IsSysInfoReadCompleted());
