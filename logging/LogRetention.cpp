@@ -24,7 +24,7 @@ bool IsLogFileName(const std::u16string& name) {
 }  // namespace
 
 void DeleteOldLogFiles(platform::StorageFolder& folder, std::uint64_t limit,
-                       const std::set<std::u16string>& kept) {
+                       const std::function<bool(const std::u16string& path)>& isKept) {
     std::vector<StoredFile> files;
     for (const auto& file : folder.GetFilesAsync().get()) {
         if (!IsLogFileName(file->Name())) {
@@ -42,7 +42,7 @@ void DeleteOldLogFiles(platform::StorageFolder& folder, std::uint64_t limit,
     std::uint64_t size = 0;
     for (const auto& [file, properties] : files) {
         size += properties.Size;
-        if (size <= limit || kept.contains(file->Path())) {
+        if (size <= limit || isKept(file->Path())) {
             continue;
         }
         try {

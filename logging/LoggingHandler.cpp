@@ -61,6 +61,7 @@ struct LoggingHandler::ContinuationData {
     std::shared_ptr<StorageFolder> folder;
     std::shared_ptr<StorageFile> file;
     std::u16string name;
+    std::exception_ptr failure;
 
     std::u16string Path() const { return folder->Path() + u"/" + name; }
 };
@@ -161,24 +162,28 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
 
 platform::task<void> LoggingHandler::Store(const std::shared_ptr<ContinuationData>& data,
                                            std::u16string_view prefix) {
-    return OpenLogFolder()
-        .then([self = shared_from_this(), data, prefix](const std::shared_ptr<StorageFolder>& folder) {
-            data->folder = folder;
-            self->MoveIntoFolder(*data, prefix);
-        })
-        .then([self = shared_from_this(), data](const platform::task<void>& moved) {
+    const auto stored = m_stored.With([&](platform::task<void>& last) {
+        last = last.then([self = shared_from_this(), data, prefix](const platform::task<void>&) {
             try {
-                moved.get();
+                data->folder = OpenLogFolder().get();
+                self->MoveIntoFolder(*data, prefix);
                 self->m_saidNotStored = false;
-            } catch (const std::exception&) {
+            } catch (...) {
+                data->failure = std::current_exception();
                 if (!self->m_saidNotStored.exchange(true)) {
                     std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
                                  platform::ToUtf8(data->file->Path()).c_str(),
                                  platform::CurrentException().what());
                 }
-                throw;
             }
         });
+        return last;
+    });
+    return stored.then([data] {
+        if (data->failure) {
+            std::rethrow_exception(data->failure);
+        }
+    });
 }
 
 void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view prefix) {
@@ -222,11 +227,10 @@ void LoggingHandler::DeleteOldFiles(StorageFolder& folder) {
     do {
         wanted = m_deletionsWanted.load();
         try {
-            auto kept = m_unreported.With([](const auto& paths) { return paths; });
-            if (const auto saved = Settings().Lookup(kFileBeforeSuspend)) {
-                kept.insert(platform::UnboxString(*saved));
-            }
-            DeleteOldLogFiles(folder, kLogFilesLimit, kept);
+            DeleteOldLogFiles(folder, kLogFilesLimit, [this](const std::u16string& path) {
+                return m_unreported.With([&](const auto& paths) { return paths.contains(path); }) ||
+                       Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
+            });
         } catch (const platform::Exception& exception) {
             platform::OutputDebugStringW(u"Old log files are not deleted: " + exception.Message());
         }
@@ -242,7 +246,7 @@ void LoggingHandler::OnAppSuspending(platform::Application&, platform::Suspendin
         return;
     }
     m_suspending = true;
-    m_suspension = CloseSessionSaveFinalLogFile().then(
+    CloseSessionSaveFinalLogFile().then(
         [self = shared_from_this(), deferral](const platform::task<File>& saved) {
             self->FinishSuspension(saved);
             deferral->Complete();
@@ -289,11 +293,6 @@ void LoggingHandler::FinishSuspension(const platform::task<File>& saved) {
 }
 
 void LoggingHandler::OnAppResuming(platform::Application&) {
-    if (m_suspending) {
-        // The machine woke before the save ended.
-        m_suspension.then([self = shared_from_this()] { self->RestoreLoggingState(); });
-        return;
-    }
     RestoreLoggingState();
 }
 

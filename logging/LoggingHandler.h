@@ -59,21 +59,21 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // User-interface thread.
     void OnAppSuspending(platform::Application& sender, platform::SuspendingEventArgs& args);
     void OnAppResuming(platform::Application& sender);
-    platform::task<File> CloseSessionSaveFinalLogFile();
-
-    // User-interface thread; a worker when the machine woke before the save had ended.
     void RestoreLoggingState();
     void StartLoggingSession();
+    platform::task<File> CloseSessionSaveFinalLogFile();
 
     // The session's thread.
     void OnLogFileGenerated(platform::FileLoggingSession& session, platform::LogFileGeneratedEventArgs& args);
 
+    /// Any thread. Moves the file into Kelvane_LogFiles under a name that begins with `prefix`, when all
+    /// files before it have been moved. A failure is said once on the standard error stream; the file stays
+    /// where it is, for the next start to hand out.
+    platform::task<void> Store(const std::shared_ptr<ContinuationData>& data, std::u16string_view prefix);
+
     // Workers.
     void FinishSuspension(const platform::task<File>& saved);
     void Report(const ContinuationData& data);
-    /// Moves the file into Kelvane_LogFiles under a name that begins with `prefix`. A failure is said once on
-    /// the standard error stream; the file stays where it is, for the next session to hand out.
-    platform::task<void> Store(const std::shared_ptr<ContinuationData>& data, std::u16string_view prefix);
     void MoveIntoFolder(ContinuationData& data, std::u16string_view prefix);
     void DeleteOldFiles(platform::StorageFolder& folder);
 
@@ -82,9 +82,6 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // Constant after construction.
     const std::shared_ptr<platform::LoggingChannel> m_channel;
 
-    // User-interface thread.
-    platform::task<void> m_suspension;
-
     // With their own locking.
     platform::Event<LoggingHandler&, LoggingEventArgs&> m_statusChanged;
     std::atomic<bool> m_suspending = false;
@@ -92,6 +89,8 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     std::atomic<int> m_deletionsWanted = 0;
 
     // Guarded.
+    /// Ends when the last file so far has been moved, or could not be; it never fails.
+    platform::Guarded<platform::task<void>> m_stored{platform::task_from_result()};
     platform::Guarded<Session> m_session;
     /// Full paths of files that are being stored and have not been reported.
     platform::Guarded<std::set<std::u16string>> m_unreported;

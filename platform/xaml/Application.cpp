@@ -48,6 +48,7 @@ class ApplicationRun final : private WorldClient {
     void Woken() override;
 
     void Suspend(std::function<void()> done);
+    void Resume(int sleep);
     void Finish();
     void CheckIdle();
 
@@ -63,6 +64,8 @@ class ApplicationRun final : private WorldClient {
     /// Suspended, or being suspended; the task ends when all deferrals have been completed.
     bool m_suspended = false;
     task<void> m_suspension;
+    /// How often a sleep has been announced.
+    int m_sleeps = 0;
     bool m_ending = false;
     bool m_finished = false;
 };
@@ -179,11 +182,22 @@ void ApplicationRun::Finish() {
 }
 
 void ApplicationRun::SleepAnnounced(std::function<void()> done) {
+    ++m_sleeps;
     Suspend(std::move(done));
 }
 
 void ApplicationRun::Woken() {
-    if (m_ending || !std::exchange(m_suspended, false)) {
+    if (!m_suspended) {
+        return;
+    }
+    // A machine may wake before the handlers of the suspension have completed their deferrals.
+    m_suspension.then([this, sleep = m_sleeps](const task<void>&) {
+        m_world.Loop().Post([this, sleep] { Resume(sleep); });
+    });
+}
+
+void ApplicationRun::Resume(int sleep) {
+    if (m_ending || sleep != m_sleeps || !std::exchange(m_suspended, false)) {
         return;
     }
     try {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "app/CommandLine.h"
+#include "platform/storage/ApplicationData.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/Window.h"
 #include "tests/application/ApplicationTest.h"
@@ -158,6 +159,21 @@ TEST_F(StartTest, ASuspensionCancelsInOrderAndASleepIsFollowedByALogOfItsOwn) {
     twice.insert(twice.end(), once.begin(), once.end());
     EXPECT_EQ(TraceOf({"Kelvane::App::OnSuspending"}), twice);
     EXPECT_EQ(tests::Names(StoredLogs()).size(), 2U);
+}
+
+TEST_F(StartTest, AMachineThatWakesWhileTheLogIsBeingSavedLogsAgainUnlessItEnds) {
+    const auto sleepAndWake = [&] {
+        m_world->Client().SleepAnnounced([] {});
+        m_world->Client().Woken();
+    };
+    Run({sleepAndWake, [&] {
+             EXPECT_EQ(tests::Names(StoredLogs()).size(), 1U);
+             sleepAndWake();
+             m_world->Client().EndRequested();
+         }});
+    EXPECT_EQ(tests::Names(StoredLogs()).size(), 2U);
+    EXPECT_EQ(platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled"),
+              platform::PropertyValue(true));
 }
 
 TEST(CommandLine, SeparatesOptionsFromWords) {
