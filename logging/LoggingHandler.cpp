@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <utility>
 
 #include "logging/LogRetention.h"
@@ -170,7 +171,10 @@ platform::task<void> LoggingHandler::Store(const std::shared_ptr<ContinuationDat
                 self->m_saidNotStored = false;
             } catch (...) {
                 data->failure = std::current_exception();
-                if (!self->m_saidNotStored.exchange(true)) {
+                // Another Kelvane that starts takes over what an ending one has not moved yet.
+                std::error_code unknown;
+                const bool isThere = std::filesystem::exists(platform::ToUtf8(data->file->Path()), unknown);
+                if ((isThere || unknown) && !self->m_saidNotStored.exchange(true)) {
                     std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
                                  platform::ToUtf8(data->file->Path()).c_str(),
                                  platform::CurrentException().what());

@@ -24,7 +24,7 @@ class MachineClock final : public Clock {
   public:
     std::int64_t FileTime() override { return Read(CLOCK_REALTIME) + kUnixEpoch; }
 
-    std::int64_t Steady() override { return Read(CLOCK_MONOTONIC); }
+    std::int64_t Steady() override { return Read(CLOCK_BOOTTIME); }
 
     SystemTime LocalTime() override {
         timespec now{};

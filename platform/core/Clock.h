@@ -25,7 +25,8 @@ class Clock {
     /// FILETIME: 100 ns units since 1601-01-01 UTC.
     virtual std::int64_t FileTime() = 0;
 
-    /// A clock that never goes back, in 100 ns units from an arbitrary start.
+    /// A clock that never goes back, in 100 ns units from an arbitrary start; it goes on while the machine
+    /// sleeps.
     virtual std::int64_t Steady() = 0;
 
     virtual SystemTime LocalTime() = 0;

@@ -1,7 +1,9 @@
 #include "platform/diagnostics/LiveFile.h"
 
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,9 +20,25 @@ namespace {
 constexpr std::size_t kSize = LiveFile::kImages * etl::kFileSize;
 
 /// Locks the file for as long as the descriptor is open; false when another process, or another descriptor,
-/// has it. The lock goes with the process, whatever ends it.
-bool Lock(const FileDescriptor& file) {
-    return flock(file.Get(), LOCK_EX | LOCK_NB) == 0;
+/// has it. The lock goes with the process, whatever ends it. A failure is a platform exception.
+bool Lock(const FileDescriptor& file, const std::filesystem::path& path) {
+    if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
+        return true;
+    }
+    if (errno != EWOULDBLOCK) {
+        throw ExceptionFromErrno("lock " + path.string(), errno);
+    }
+    return false;
+}
+
+/// On a file system that copies on write, space is reserved for the first write only, unless the file is made
+/// an exception while it is empty. Others refuse, which does no harm.
+void WriteInPlace(const FileDescriptor& file) {
+    int flags = 0;
+    if (ioctl(file.Get(), FS_IOC_GETFLAGS, &flags) == 0) {
+        flags |= FS_NOCOW_FL;
+        ioctl(file.Get(), FS_IOC_SETFLAGS, &flags);
+    }
 }
 
 struct stat StatusOf(const FileDescriptor& file) {
@@ -51,14 +69,22 @@ void LiveFile::Create() {
     for (int number = 1;; ++number) {
         auto path = m_folder / (m_stem + "-" + std::to_string(number) + std::string(kExtension));
         auto file = OpenFile(path, O_RDWR | O_CREAT);
-        // One that holds something was left by a crash and waits to be stored.
-        if (!Lock(file) || StatusOf(file).st_nlink == 0 || StatusOf(file).st_size != 0) {
-            continue;
-        }
-        const int error = posix_fallocate(file.Get(), 0, kSize);
-        if (error != 0) {
-            unlink(path.c_str());
-            throw ExceptionFromErrno("reserve " + path.string(), error);
+        const bool isEmpty = StatusOf(file).st_size == 0;
+        try {
+            // One that holds something was left by a crash and waits to be stored.
+            if (!Lock(file, path) || StatusOf(file).st_nlink == 0 || StatusOf(file).st_size != 0) {
+                continue;
+            }
+            WriteInPlace(file);
+            const int error = posix_fallocate(file.Get(), 0, kSize);
+            if (error != 0) {
+                throw ExceptionFromErrno("reserve " + path.string(), error);
+            }
+        } catch (const Exception&) {
+            if (isEmpty) {
+                unlink(path.c_str());
+            }
+            throw;
         }
         m_path = std::move(path);
         m_file = std::move(file);
@@ -101,13 +127,24 @@ void LiveFile::Restore() {
     }
 }
 
+bool LiveFile::IsInUse(const std::filesystem::path& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    return file && !Lock(file, path);
+}
+
 void LiveFile::Remove() {
     unlink(m_path.c_str());
 }
 
 FileDescriptor LiveFile::OpenLeftover(const std::filesystem::path& path) {
     FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
-    if (!file || !Lock(file) || StatusOf(file).st_nlink == 0) {
+    if (!file && errno == ENOENT) {
+        return {};
+    }
+    if (!file) {
+        throw ExceptionFromErrno("open " + path.string(), errno);
+    }
+    if (!Lock(file, path) || StatusOf(file).st_nlink == 0) {
         return {};
     }
     return file;

@@ -43,8 +43,11 @@ class LiveFile {
     /// Deletes the file: everything in it has been stored.
     void Remove();
 
+    /// True when a process that lives, this one included, has the file. A failure is a platform exception.
+    static bool IsInUse(const std::filesystem::path& path);
+
     /// Opens and locks the live file of a process that has ended; empty when its process still lives, or when
-    /// the file is gone. The bytes are the file's own.
+    /// the file is gone. The bytes are the file's own. A failure is a platform exception.
     static FileDescriptor OpenLeftover(const std::filesystem::path& path);
 
   private:

@@ -66,6 +66,7 @@ void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Messa
             m_current->Begin(message.thread, message.process, clock.FileTime(), clock.Steady());
         }
     }
+    ++m_lost;
 }
 
 bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {
@@ -107,13 +108,17 @@ std::optional<std::filesystem::path> LogFileRecorder::Finish() {
 }
 
 void LogFileRecorder::Work() {
-    HandOutLeftovers();
     std::unique_lock lock(TraceLock());
-    PrepareImages(lock);
+    bool isNew = true;
     while (true) {
         if (!m_live && !m_closing) {
             lock.unlock();
             OpenLiveFile();
+            lock.lock();
+        }
+        if (m_live && std::exchange(isNew, false)) {
+            lock.unlock();
+            HandOutLeftovers();
             lock.lock();
             PrepareImages(lock);
         }
@@ -125,6 +130,9 @@ void LogFileRecorder::Work() {
         }
         if (m_outage) {
             m_work.wait_for(lock, kPatience);
+            if (m_live && m_full.empty() && RestoreLiveFile(lock)) {
+                EndOutage(lock);
+            }
         } else {
             WaitForFullImage(lock);
         }
@@ -148,13 +156,17 @@ void LogFileRecorder::WaitForFullImage(std::unique_lock<TraceMutex>& lock) {
 }
 
 void LogFileRecorder::HandOutLeftovers() {
-    try {
-        for (const auto& path : m_files.CollectLeftovers()) {
-            Report(path);
+    const auto leftovers = m_files.TakeLeftovers(m_live->Path());
+    for (const auto& path : leftovers.files) {
+        Report(path);
+    }
+    if (leftovers.failure) {
+        try {
+            std::rethrow_exception(leftovers.failure);
+        } catch (...) {
+            std::fprintf(stderr, "kelvane: a log file of an earlier run stays where it is (%s)\n",
+                         CurrentException().what());
         }
-    } catch (...) {
-        OutputDebugStringW(u"The log files of an earlier run stay where they are: " +
-                           CurrentException().Message());
     }
 }
 
@@ -164,16 +176,16 @@ void LogFileRecorder::OpenLiveFile() {
         auto live = std::make_unique<LiveFile>(m_files.Folder(), m_files.Stem());
         etl::EventTraceImage first(live->Image(0));
         Prepare(first);
-        const std::lock_guard lock(TraceLock());
+        std::unique_lock lock(TraceLock());
         m_live = std::move(live);
         m_images.assign(1, first);
         m_images.reserve(LiveFile::kImages);
         m_free.push_back(&m_images.front());
-        EndOutage(m_lost);
+        EndOutage(lock);
     } catch (...) {
         const auto exception = CurrentException();
-        const std::lock_guard lock(TraceLock());
-        BeginOutage(exception);
+        std::unique_lock lock(TraceLock());
+        BeginOutage(lock, exception);
     }
 }
 
@@ -206,18 +218,18 @@ bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
         const auto exception = CurrentException();
         lock.lock();
         m_failure = std::current_exception();
-        BeginOutage(exception);
+        BeginOutage(lock, exception);
         return false;
     }
     lock.lock();
     m_lost -= lost;
+    m_lostInOutage += lost;
     m_full.pop_front();
     m_free.push_back(image);
     m_stalled = false;
     m_failure = nullptr;
-    EndOutage(lost);
-    if (m_live->IsGone() && !m_closing) {
-        RestoreLiveFile();
+    if (m_closing || RestoreLiveFile(lock)) {
+        EndOutage(lock);
     }
     m_freed.notify_all();
     if (isLast) {
@@ -230,11 +242,17 @@ bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
     return true;
 }
 
-void LogFileRecorder::RestoreLiveFile() {
+/// Makes the live file anew if somebody has deleted it; false when that fails.
+bool LogFileRecorder::RestoreLiveFile(std::unique_lock<TraceMutex>& lock) {
+    if (!m_live->IsGone()) {
+        return true;
+    }
     try {
         m_live->Restore();
+        return true;
     } catch (...) {
-        BeginOutage(CurrentException());
+        BeginOutage(lock, CurrentException());
+        return false;
     }
 }
 
@@ -246,19 +264,24 @@ void LogFileRecorder::Report(const std::filesystem::path& path) {
     }
 }
 
-void LogFileRecorder::BeginOutage(const Exception& why) {
+void LogFileRecorder::BeginOutage(std::unique_lock<TraceMutex>& lock, const Exception& why) {
+    m_freed.notify_all();
     if (!std::exchange(m_outage, true)) {
+        lock.unlock();
         std::fprintf(stderr,
                      "kelvane: log files cannot be stored (%s); messages may be lost until they can\n",
                      why.what());
+        lock.lock();
     }
-    m_freed.notify_all();
 }
 
-void LogFileRecorder::EndOutage(std::uint64_t lost) {
+void LogFileRecorder::EndOutage(std::unique_lock<TraceMutex>& lock) {
+    const auto lost = std::exchange(m_lostInOutage, 0) + m_lost;
     if (std::exchange(m_outage, false)) {
+        lock.unlock();
         std::fprintf(stderr, "kelvane: log files are stored again; %llu messages were lost\n",
                      static_cast<unsigned long long>(lost));
+        lock.lock();
     }
 }
 

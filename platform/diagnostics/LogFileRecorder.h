@@ -49,10 +49,10 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
   private:
     LogFileRecorder(std::filesystem::path folder, std::u16string sessionName, Generated generated);
 
-    // Any thread, TraceLock held.
+    // Any thread, TraceLock held; it is let go while something is waited for or said.
     bool WaitForImage(std::unique_lock<TraceMutex>& lock);
-    void BeginOutage(const Exception& why);
-    void EndOutage(std::uint64_t lost);
+    void BeginOutage(std::unique_lock<TraceMutex>& lock, const Exception& why);
+    void EndOutage(std::unique_lock<TraceMutex>& lock);
 
     // The recorder's thread.
     void Work();
@@ -61,7 +61,7 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     void OpenLiveFile();
     void PrepareImages(std::unique_lock<TraceMutex>& lock);
     bool StoreFullImage(std::unique_lock<TraceMutex>& lock);
-    void RestoreLiveFile();
+    bool RestoreLiveFile(std::unique_lock<TraceMutex>& lock);
     void Report(const std::filesystem::path& path);
     void Prepare(etl::EventTraceImage& image) const;
 
@@ -81,6 +81,8 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     std::deque<etl::EventTraceImage*> m_full;
     /// Dropped messages that no file counts yet.
     std::uint64_t m_lost = 0;
+    /// Those of the present outage that a file counts.
+    std::uint64_t m_lostInOutage = 0;
     /// The recorder's thread has to be woken.
     bool m_asleep = false;
     bool m_outage = false;

@@ -22,9 +22,39 @@ std::filesystem::path UnfinishedBeside(const std::filesystem::path& live) {
     return live.string() + ".new";
 }
 
+std::vector<std::byte> ReadHeader(const std::filesystem::path& path) {
+    return ReadUpTo(OpenFile(path, O_RDONLY), path, 0, sizeof(etl::FileHeader));
+}
+
+/// False also for a file that cannot be read: it is not known to be the same.
 bool BeginsLike(const std::filesystem::path& path, std::span<const std::byte> bytes) {
-    return std::ranges::equal(ReadUpTo(OpenFile(path, O_RDONLY), path, 0, sizeof(etl::FileHeader)),
-                              bytes.first(sizeof(etl::FileHeader)));
+    try {
+        return std::ranges::equal(ReadHeader(path), bytes.first(sizeof(etl::FileHeader)));
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
+/// When a log file was begun, as FILETIME; 0 when it cannot be read.
+std::int64_t StartOf(std::span<const std::byte> file) {
+    return file.size() < sizeof(etl::FileHeader)
+               ? 0
+               : reinterpret_cast<const etl::FileHeader*>(file.data())->LogFile.StartTime;
+}
+
+std::int64_t StartOf(const std::filesystem::path& path) {
+    try {
+        return StartOf(ReadHeader(path));
+    } catch (const Exception&) {
+        return 0;
+    }
+}
+
+/// "<stem>-1.live" for "<stem>-1-7.etl".
+std::filesystem::path LiveFileOf(const std::filesystem::path& logFile) {
+    auto name = logFile.stem().string();
+    name.resize(name.rfind('-'));
+    return logFile.parent_path() / (name + std::string(LiveFile::kExtension));
 }
 
 }  // namespace
@@ -38,50 +68,57 @@ std::filesystem::path LogFiles::Store(std::span<const std::byte> bytes, const st
             throw ExceptionFromErrno("reserve " + unfinished.string(), error);
         }
         WriteAt(file, unfinished, bytes, 0);
-        while (true) {
-            auto path = m_folder / (m_stem + "-" + std::to_string(m_number + 1) + std::string(kExtension));
-            const int failure = RenameToFreeName(unfinished, path);
-            if (failure != 0 && failure != EEXIST) {
-                throw ExceptionFromErrno("rename " + unfinished.string(), failure);
-            }
-            ++m_number;
-            if (failure == 0) {
-                return path;
-            }
-        }
+        return GiveName(unfinished, live);
     } catch (const Exception&) {
         unlink(unfinished.c_str());
         throw;
     }
 }
 
-std::vector<std::filesystem::path> LogFiles::Find(std::string_view extension) const {
-    std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
-    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
-        const auto& path = entry.path();
-        if (path.extension() == extension && path.stem().string().starts_with(m_stem + "-")) {
-            std::error_code gone;
-            files.emplace_back(entry.last_write_time(gone), path);
+std::filesystem::path LogFiles::GiveName(const std::filesystem::path& file,
+                                         const std::filesystem::path& live) {
+    while (true) {
+        auto path =
+            m_folder / (live.stem().string() + "-" + std::to_string(m_number + 1) + std::string(kExtension));
+        const int failure = RenameToFreeName(file, path);
+        if (failure != 0 && failure != EEXIST) {
+            throw ExceptionFromErrno("rename " + file.string(), failure);
+        }
+        ++m_number;
+        if (failure == 0) {
+            return path;
         }
     }
-    std::ranges::sort(files);
+}
+
+std::vector<std::filesystem::path> LogFiles::Find(std::string_view extension) const {
     std::vector<std::filesystem::path> paths;
-    paths.reserve(files.size());
-    for (auto& [time, path] : files) {
-        paths.push_back(std::move(path));
+    // A folder that cannot be read shows when something is stored.
+    std::error_code unreadable;
+    for (std::filesystem::directory_iterator at(m_folder, unreadable), end; at != end;
+         at.increment(unreadable)) {
+        const auto& path = at->path();
+        if (path.extension() == extension && path.stem().string().starts_with(m_stem + "-")) {
+            paths.push_back(path);
+        }
     }
     return paths;
 }
 
-void LogFiles::StoreLeftover(const std::filesystem::path& live) {
-    const auto file = LiveFile::OpenLeftover(live);
+void LogFiles::StoreLeftover(const std::filesystem::path& leftover, const std::filesystem::path& live) {
+    const auto file = LiveFile::OpenLeftover(leftover);
     if (!file) {
         return;
     }
     const auto stored = Find(kExtension);
-    auto bytes = ReadUpTo(file, live, 0, LiveFile::kImages * etl::kFileSize);
+    auto bytes = ReadUpTo(file, leftover, 0, LiveFile::kImages * etl::kFileSize);
+    std::vector<std::span<std::byte>> images;
     for (std::size_t at = 0; at + etl::kFileSize <= bytes.size(); at += etl::kFileSize) {
-        const auto image = std::span(bytes).subspan(at, etl::kFileSize);
+        images.push_back(std::span(bytes).subspan(at, etl::kFileSize));
+    }
+    // They are used in turn, again and again.
+    std::ranges::sort(images, {}, [](const auto& image) { return StartOf(image); });
+    for (const auto& image : images) {
         const auto content = image.first(etl::EventTraceImage::CompleteLeftover(image));
         if (content.empty()) {
             continue;
@@ -91,18 +128,47 @@ void LogFiles::StoreLeftover(const std::filesystem::path& live) {
             Store(content, live);
         }
         constexpr std::uint32_t kUnused = 0;
-        WriteAt(file, live, std::as_bytes(std::span(&kUnused, 1)),
-                at + offsetof(etl::FileHeader, LogFile.BuffersWritten));
+        WriteAt(file, leftover, std::as_bytes(std::span(&kUnused, 1)),
+                static_cast<std::size_t>(image.data() - bytes.data()) +
+                    offsetof(etl::FileHeader, LogFile.BuffersWritten));
     }
-    unlink(UnfinishedBeside(live).c_str());
-    unlink(live.c_str());
+    unlink(UnfinishedBeside(leftover).c_str());
+    unlink(leftover.c_str());
 }
 
-std::vector<std::filesystem::path> LogFiles::CollectLeftovers() {
-    for (const auto& live : Find(LiveFile::kExtension)) {
-        StoreLeftover(live);
+LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
+    Leftovers leftovers;
+    const auto attempt = [&](const auto& action) {
+        try {
+            action();
+        } catch (...) {
+            if (!leftovers.failure) {
+                leftovers.failure = std::current_exception();
+            }
+        }
+    };
+    for (const auto& path : Find(LiveFile::kExtension)) {
+        attempt([&] { StoreLeftover(path, live); });
     }
-    return Find(kExtension);
+    for (const auto& path : Find(kExtension)) {
+        attempt([&] {
+            const auto owner = LiveFileOf(path);
+            if (owner == live) {
+                leftovers.files.push_back(path);
+            } else if (!LiveFile::IsInUse(owner)) {
+                try {
+                    leftovers.files.push_back(GiveName(path, live));
+                } catch (const Exception&) {
+                    // Another process that starts may have been faster.
+                    if (std::filesystem::exists(path)) {
+                        throw;
+                    }
+                }
+            }
+        });
+    }
+    std::ranges::sort(leftovers.files, {}, [](const auto& path) { return StartOf(path); });
+    return leftovers;
 }
 
 }  // namespace platform

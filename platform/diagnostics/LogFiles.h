@@ -4,6 +4,7 @@
 // name when it is whole, so every one in the folder is.
 
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -11,7 +12,9 @@
 
 namespace platform {
 
-/// The log files of one session name in one folder: "<stem>-<number>.etl". One thread.
+/// The log files of one session name in one folder: "<stem>-<number of the live file>-<number>.etl". They
+/// belong to whoever holds the lock of the live file "<stem>-<number>.live", so that several processes can
+/// use the folder at once. One thread.
 class LogFiles {
   public:
     static constexpr std::string_view kExtension = ".etl";
@@ -22,17 +25,25 @@ class LogFiles {
     const std::filesystem::path& Folder() const { return m_folder; }
     const std::string& Stem() const { return m_stem; }
 
-    /// Writes `bytes` to a new file under the next free number. Until it is whole it lies beside `live`, the
-    /// caller's locked live file. A failure is a platform exception and leaves no file.
+    /// Writes `bytes` to a new file of the caller, who holds the lock of `live`, under the next free number.
+    /// Until it is whole it lies beside `live`. A failure is a platform exception and leaves no file.
     std::filesystem::path Store(std::span<const std::byte> bytes, const std::filesystem::path& live);
 
-    /// Stores what the live files of ended processes hold; returns all log files in the folder, oldest first.
-    /// A failure is a platform exception; what was not stored stays for the next time.
-    std::vector<std::filesystem::path> CollectLeftovers();
+    struct Leftovers {
+        /// The log files that ended processes left, now the caller's, in the order in which they were begun.
+        std::vector<std::filesystem::path> files;
+        /// The first thing that failed; what it concerns stays for the next time.
+        std::exception_ptr failure;
+    };
+
+    /// Stores what the live files of ended processes hold, and takes over all log files that nobody has. The
+    /// caller holds the lock of `live`.
+    Leftovers TakeLeftovers(const std::filesystem::path& live);
 
   private:
     std::vector<std::filesystem::path> Find(std::string_view extension) const;
-    void StoreLeftover(const std::filesystem::path& live);
+    std::filesystem::path GiveName(const std::filesystem::path& file, const std::filesystem::path& live);
+    void StoreLeftover(const std::filesystem::path& leftover, const std::filesystem::path& live);
 
     const std::filesystem::path m_folder;
     const std::string m_stem;

@@ -76,7 +76,7 @@ TEST(Crash, LosesNoMessageWhoseCallHadReturned) {
     for (int round = 0; round < kRounds; ++round) {
         const tests::StateFolderScope state;
         auto& returned = *new (shared) Returned{};
-        const int moment = std::uniform_int_distribution(0, 6000)(random);
+        const int moment = std::uniform_int_distribution(0, 12000)(random);
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
@@ -95,14 +95,16 @@ TEST(Crash, LosesNoMessageWhoseCallHadReturned) {
         sources.Poll();
         atOnce.Check(returned);
 
-        // The next session stores what was left, as sound files.
+        // The next session stores what was left, as sound files, and hands them out in order.
         const auto next = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
+        Expectation afterwards;
+        next->LogFileGenerated().Add([&](auto&, platform::LogFileGeneratedEventArgs& args) {
+            for (const auto& event : tests::ReadSound(platform::ToUtf8(args.File()->Path()))) {
+                afterwards.Take(event);
+            }
+        });
         next->AddLoggingChannel(std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel"));
         next->Close();
-        Expectation afterwards;
-        for (const auto& event : tests::ReadFolder(state.Logs())) {
-            afterwards.Take(event);
-        }
         afterwards.Check(returned);
         EXPECT_TRUE(tests::Names(state.Logs(), ".live").empty());
     }
