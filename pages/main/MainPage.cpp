@@ -155,7 +155,10 @@ void MainPage::StartHotkeyChain() {
             // One after the other, as on a start from the menu: the service answers one client's calls in
             // turn anyway, and so the log reads the same each time.
             return platform::create_task([viewModel] { viewModel->ReadSysInfoDetailsAsync(); })
-                .then([viewModel] { viewModel->ReadUsbTypeCInfoDetailsAsync(); });
+                .then([viewModel](const platform::task<void>& first) {
+                    viewModel->ReadUsbTypeCInfoDetailsAsync();
+                    first.get();
+                });
         })
         .then([dispatcher = std::move(dispatcher), page = std::move(page)]() mutable {
             return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [page = std::move(page)] {
