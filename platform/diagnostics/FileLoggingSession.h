@@ -57,8 +57,8 @@ class FileLoggingSession : public std::enable_shared_from_this<FileLoggingSessio
     /// the messages then wait in the session's folder for the next session.
     task<std::shared_ptr<StorageFile>> CloseAndSaveToFileAsync();
 
-    /// Ends recording and waits until everything is stored, unless another close is at it. The last file stays in the session's folder; the
-    /// next session hands it out.
+    /// Ends recording and waits until everything is stored, unless another close is at it. The last file
+    /// stays in the session's folder; the next session hands it out.
     void Close();
 
   private:
