@@ -6,8 +6,11 @@
 
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
+#include "host/actions/SystemBus.h"
 #include "host/actions/ToolStarter.h"
+#include "platform/rpc/Socket.h"
 #include "tests/host/StandInBus.h"
+#include "tests/rpc/Support.h"
 
 namespace host {
 namespace {
@@ -83,6 +86,14 @@ TEST(FirmwareFlag, WithoutASessionManagerOrABus) {
     }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
     EXPECT_EQ(FlagStatus(), static_cast<std::uint32_t>(Status::NotRunning));
+}
+
+TEST(SystemBus, GivesUpABusThatAcceptsAndStaysSilent) {
+    const platform::rpc::test::EndpointScope scope;
+    const platform::rpc::ListeningSocket silent(scope.Socket());
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + scope.Socket()).c_str(), 1);
+    EXPECT_EQ(StatusOf([] { SystemBus(std::chrono::milliseconds(50)); }),
+              static_cast<std::uint32_t>(Status::TimedOut));
 }
 
 TEST(FirmwareFlag, BootEntryMustExist) {
