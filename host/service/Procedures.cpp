@@ -2,6 +2,7 @@
 
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
+#include "host/service/Callers.h"
 #include "host/service/Log.h"
 #include "platform/core/Text.h"
 
@@ -39,11 +40,15 @@ std::string Caller(const Peer& caller) {
     return "user " + std::to_string(caller.Uid) + " (process " + std::to_string(caller.Pid) + ")";
 }
 
-/// Does an action and answers for its failure: in the log, and by its status to the caller.
+/// Does an action and answers for its failure: in the log, and by its status to the caller. A connection may
+/// be older than its user's turn at the machine, so an action asks again who sits there.
 template <typename Action>
 auto Act(const std::string& what, const Peer& caller, Action action) {
     try {
         Log(Priority::Notice, Caller(caller) + " asks: " + what);
+        if (!MayCallNow(caller.Uid)) {
+            throw ActionError(ActionError::Status::AccessDenied, "no active local session any more");
+        }
         return action();
     } catch (const ActionError& error) {
         Log(Priority::Warning, what + " for " + Caller(caller) + ": " + error.what());

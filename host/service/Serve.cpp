@@ -34,7 +34,7 @@ constexpr std::chrono::seconds kStuck =
     60s;  // the longest honest call waits a few seconds for the system bus
 
 bool MayConnect(const Peer& peer) {
-    const bool may = MayCall(peer.Uid, geteuid(), ReadSessions(peer.Uid));
+    const bool may = MayCallNow(peer.Uid);
     if (!may) {
         Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
                                    std::to_string(peer.Pid) + ") has no active local session");
