@@ -69,11 +69,14 @@ TEST(SystemInformation, ArmBoardByDeviceTree) {
         .File(base + "serial-number", std::string("10000000abcdef01\0", 17))
         .File(base + "compatible", std::string("berry,5-model\0bcorp,bc2712\0", 27))
         .File(base + "chosen/u-boot,version", std::string("U-Boot 2024.01\0", 15));
-    for (const char* core : {"cpu@0", "cpu@100", "cpu@200", "cpu@300"}) {
+    for (const char* core : {"cpu@100", "cpu@200", "cpu@400"}) {
         machine.File(base + "cpus/" + core + "/compatible", std::string("arm,cortex-a76\0", 15));
     }
+    machine.File(base + "cpus/cpu@0/compatible", std::string("arm,cortex-a55\0", 15))
+        .File(base + "cpus/cpu@300/compatible", "");
     EXPECT_EQ(machine.SystemInformation(),
-              "Berry Model 5 Rev 1.0<.^.>null<.^.>BC2712 (4 x CORTEX-A76)<.^.>7.8 GB usable<.^.>null<.^.>"
+              "Berry Model 5 Rev 1.0<.^.>null<.^.>BC2712 (1 x CORTEX-A55, 3 x CORTEX-A76)<.^.>7.8 GB "
+              "usable<.^.>null<.^.>"
               "U-Boot 2024.01<.^.>null<.^.>10000000abcdef01<.^.>null<.^.>null");
 }
 
