@@ -1,5 +1,7 @@
 #include "host/service/Procedures.h"
 
+#include <unistd.h>
+
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
 #include "host/service/Callers.h"
@@ -59,7 +61,10 @@ auto Act(const std::string& what, const Peer& caller, Action action) {
 }  // namespace
 
 Procedures::Procedures(const Options& options, bool byManager)
-    : m_configuration(options.Configuration), m_records(options), m_tools(byManager) {}
+    : m_configuration(options.Configuration),
+      m_configurationOwner(byManager ? 0 : geteuid()),
+      m_records(options),
+      m_tools(byManager) {}
 
 std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
     // Only for procedures whose length is ours: one that calls back lasts as long as its client likes.
@@ -133,7 +138,7 @@ std::u16string Procedures::SetUefiFlag(const Peer& caller) {
 
 Configuration Procedures::CurrentConfiguration() const {
     try {
-        return LoadConfiguration(m_configuration);
+        return LoadConfiguration(m_configuration, m_configurationOwner);
     } catch (const ConfigurationError& error) {
         throw ActionError(ActionError::Status::Misconfigured, error.what());
     }

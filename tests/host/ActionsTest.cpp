@@ -3,6 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
 
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
@@ -154,6 +158,18 @@ TEST(Configuration, IsReadAsWrittenOrRefusedWithItsLine) {
             EXPECT_THAT(error.what(), HasSubstr(wanted));
         }
     }
+}
+
+TEST(Configuration, IsFollowedOnlyIfOthersCannotChangeIt) {
+    const platform::rpc::test::EndpointScope scope;
+    const std::string path = scope.Directory() + "/service.conf";
+    std::ofstream(path) << "firmware-request = off\n";
+    const uid_t owner = geteuid() != 0 ? geteuid() : 65534;
+    ASSERT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)), 0);
+    EXPECT_EQ(LoadConfiguration(path, owner).Firmware.By, FirmwareRequest::Method::Off);
+    EXPECT_THROW(LoadConfiguration(path, 0), ConfigurationError);
+    ASSERT_EQ(chmod(path.c_str(), 0664), 0);
+    EXPECT_THROW(LoadConfiguration(path, owner), ConfigurationError);
 }
 
 TEST(Configuration, WithoutOneTheFirstInstalledToolIsTaken) {
