@@ -22,6 +22,11 @@ bool IsInstalled(const std::string& path) {
     return access(path.c_str(), X_OK) == 0;
 }
 
+/// Certainly, that is: the service may be kept from folders that the tool's user can see.
+bool IsAbsent(const std::string& path) {
+    return access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 Command CommandFor(Tool tool, const Configuration& configuration) {
     auto command = configuration.ToolCommand(tool, IsInstalled);
     if (!command) {
@@ -29,6 +34,10 @@ Command CommandFor(Tool tool, const Configuration& configuration) {
                           "no " + std::string(ToolName(tool)) +
                               " tool is installed; install one or name it in the configuration (" +
                               std::string(ToolName(tool)) + "-tool = /path/to/program)");
+    }
+    if (IsAbsent(command->front())) {
+        throw ActionError(Status::NotFound, "the configured " + std::string(ToolName(tool)) + " tool " +
+                                                command->front() + " is not installed");
     }
     return *std::move(command);
 }

@@ -135,6 +135,11 @@ TEST(ToolStarter, AsksTheServiceManagerForTheCallersUserOnceASecond) {
         state.FailWith = "org.freedesktop.systemd1.NoSuchUnit";
     });
     EXPECT_EQ(start(1002), static_cast<std::uint32_t>(Status::NotFound));
+
+    bus.State.With([](BusState& state) { state = {}; });
+    configuration.SystemInformationTool = {"/bin/true/tool"};
+    EXPECT_EQ(start(1003), static_cast<std::uint32_t>(Status::NotFound));
+    bus.State.With([](BusState& state) { EXPECT_THAT(state.Calls, IsEmpty()) << "no such tool"; });
 }
 
 TEST(Configuration, IsReadAsWrittenOrRefusedWithItsLine) {
