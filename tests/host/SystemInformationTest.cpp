@@ -220,8 +220,10 @@ TEST(Memory, InstalledSizeByTables) {
 TEST(Memory, LaterSourcesStandInForTables) {
     RecordedMachine machine;
     machine.MemTotal(8131072).File("/run/udev/data/+dmi:id",
-                                   "E:MEMORY_ARRAY_NUM_DEVICES=3\nE:MEMORY_DEVICE_0_SIZE=8589934592\n"
-                                   "E:MEMORY_DEVICE_2_SIZE=4294967296\n");
+                                   "E:MEMORY_ARRAY_NUM_DEVICES=4\nE:MEMORY_DEVICE_0_SIZE=8589934592\n"
+                                   "E:MEMORY_DEVICE_2_SIZE=4294967296\n"
+                                   "E:MEMORY_DEVICE_3_SIZE=8589934592\n"
+                                   "E:MEMORY_DEVICE_3_TYPE=Logical non-volatile device\n");
     EXPECT_EQ(machine.Field(kMemory), "12 GB (7.8 GB usable)");
     for (const auto& [name, table] : {std::pair("16-0", SmbiosBuilder().MemoryArray(1)),
                                       std::pair("17-0", SmbiosBuilder().MemoryDevice(1, 16384))}) {
