@@ -133,22 +133,22 @@ std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> ta
 std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables) {
     const auto usable = UsableMemory(tree);
     if (!usable) {
-        tree.Note("memory: no value: /proc/meminfo has no readable MemTotal");
-        return std::nullopt;
+        tree.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
     }
     // A source that tells less than what is in use does not know everything; the next one may.
+    const auto tells = [&usable](const auto& bytes) { return bytes && *bytes >= usable.value_or(0); };
     auto installed = InstalledMemory(tables);
-    if (!installed || *installed < *usable) {
+    if (!tells(installed)) {
         installed = DeviceManagerMemory(tree);
     }
-    if (!installed || *installed < *usable) {
+    if (!tells(installed)) {
         installed = OnlineMemory(tree);
     }
-    if (!installed || *installed < *usable) {
-        tree.Note("memory: no source tells the installed size; only the usable size is shown");
-        return Amount(*usable) + u" usable";
+    if (!tells(installed)) {
+        tree.Note("memory: no source tells the installed size");
+        return usable ? std::optional(Amount(*usable) + u" usable") : std::nullopt;
     }
-    return Amount(*installed) + u" (" + Amount(*usable) + u" usable)";
+    return usable ? Amount(*installed) + u" (" + Amount(*usable) + u" usable)" : Amount(*installed);
 }
 
 }  // namespace host

@@ -230,6 +230,8 @@ TEST(Memory, LaterSourcesStandInForTables) {
         machine.File("/sys/firmware/dmi/entries/" + std::string(name) + "/raw", table.Bytes());
     }
     EXPECT_EQ(machine.Field(kMemory), "16 GB (7.8 GB usable)");
+    machine.File("/proc/meminfo", "");
+    EXPECT_EQ(machine.Field(kMemory), "16 GB");
 }
 
 TEST(Smbios, BrokenTablesGiveWhatComesBeforeTheBreak) {
