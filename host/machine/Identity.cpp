@@ -1,6 +1,7 @@
 #include "host/machine/Identity.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "host/machine/Values.h"

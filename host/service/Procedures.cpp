@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <memory>
+
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
 #include "host/service/Callers.h"
