@@ -1,5 +1,7 @@
 // kelvane-service: the reference service for Linux. See kelvane-service(8).
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <exception>
 
@@ -20,7 +22,7 @@ int StartTool(const host::Options& options) {
                   "unknown tool \"" + options.Argument + "\"; known are system-information and usb-type-c");
         return host::kUsageStatus;
     }
-    host::BecomeTool(*tool, host::LoadConfiguration(options.Configuration));
+    host::BecomeTool(*tool, host::LoadConfiguration(options.Configuration, geteuid()));
 }
 
 int Record(const host::Options& options) {

@@ -2,12 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <utility>
 
 #include "host/machine/Values.h"
 
@@ -137,7 +138,7 @@ Configuration ParseConfiguration(std::string_view text) {
     return configuration;
 }
 
-Configuration LoadConfiguration(const std::string& path) {
+Configuration LoadConfiguration(const std::string& path, uid_t owner) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
         if (errno == ENOENT || errno == ENOTDIR) {
@@ -149,7 +150,7 @@ Configuration LoadConfiguration(const std::string& path) {
     if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         throw ConfigurationError(path + ": not a regular file");
     }
-    if ((status.st_uid != 0 && status.st_uid != geteuid()) || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    if ((status.st_uid != 0 && status.st_uid != owner) || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         throw ConfigurationError(path +
                                  ": others than root can change it; make root its owner and take the write "
                                  "permission of group and others away (chmod go-w)");

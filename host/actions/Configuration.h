@@ -3,6 +3,8 @@
 // What the machine's administrator decided about the actions: /etc/kelvane/service.conf, lines of "key =
 // value".
 
+#include <sys/types.h>
+
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -59,7 +61,7 @@ class ConfigurationError : public std::runtime_error {
 Configuration ParseConfiguration(std::string_view text);
 
 /// The file's configuration; the defaults if there is no file. Throws ConfigurationError for a file that
-/// cannot be followed or that others than root and the service's user may write.
-Configuration LoadConfiguration(const std::string& path);
+/// cannot be followed or that others than root and `owner` may write.
+Configuration LoadConfiguration(const std::string& path, uid_t owner);
 
 }  // namespace host

@@ -12,8 +12,6 @@ namespace {
 
 using Status = ActionError::Status;
 
-constexpr std::uint64_t kTimeoutMicroseconds = 5'000'000;
-
 struct BusError {
     BusError() = default;
     BusError(const BusError&) = delete;
@@ -78,17 +76,41 @@ ActionError Failure(const char* method, const BusError& error, int result) {
     return {code, std::string(method) + " failed: " + words};
 }
 
+ActionError Unreachable(int result) {
+    return {Status::NotRunning, std::string("the system bus cannot be reached: ") + std::strerror(-result)};
+}
+
+/// Until the bus has let this connection in. A call would wait for that too, but for 90 seconds, whatever the
+/// limit of calls.
+void WaitUntilReady(sd_bus* bus, std::chrono::microseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (sd_bus_is_ready(bus) == 0) {
+        int result = sd_bus_process(bus, nullptr);
+        if (result == 0) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
+            if (left.count() <= 0) {
+                throw ActionError(Status::TimedOut, "the system bus does not answer");
+            }
+            result = sd_bus_wait(bus, static_cast<std::uint64_t>(left.count()));
+        }
+        if (result < 0 && result != -EINTR) {
+            throw Unreachable(result);
+        }
+    }
+}
+
 }  // namespace
 
-SystemBus::SystemBus() {
+SystemBus::SystemBus(std::chrono::microseconds limit) {
     sd_bus* bus = nullptr;
     const int result = sd_bus_open_system(&bus);
     if (result < 0) {
-        throw ActionError(Status::NotRunning,
-                          std::string("the system bus cannot be reached: ") + std::strerror(-result));
+        throw Unreachable(result);
     }
     m_bus.reset(bus);
-    sd_bus_set_method_call_timeout(bus, kTimeoutMicroseconds);
+    WaitUntilReady(bus, limit);
+    sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(limit.count()));
 }
 
 bool SystemBus::ReadBoolean(const BusObject& object, const char* property) {

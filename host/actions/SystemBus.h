@@ -5,6 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,10 +19,10 @@ struct BusObject {
     const char* Interface;
 };
 
-/// Every call blocks, five seconds at most, and throws ActionError.
+/// Connecting and every call block, for `limit` at most each, and throw ActionError. Closing does not wait.
 class SystemBus {
   public:
-    SystemBus();
+    explicit SystemBus(std::chrono::microseconds limit = std::chrono::seconds(5));
 
     bool ReadBoolean(const BusObject& object, const char* property);
     std::string ReadText(const BusObject& object, const char* property);
@@ -38,7 +39,7 @@ class SystemBus {
 
   private:
     struct Closer {
-        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+        void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
     };
     std::unique_ptr<sd_bus, Closer> m_bus;
 };

@@ -5,8 +5,11 @@
 #include <spawn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 #include "host/actions/ActionError.h"
@@ -22,6 +25,11 @@ bool IsInstalled(const std::string& path) {
     return access(path.c_str(), X_OK) == 0;
 }
 
+/// Certainly, that is: the service may be kept from folders that the tool's user can see.
+bool IsAbsent(const std::string& path) {
+    return access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 Command CommandFor(Tool tool, const Configuration& configuration) {
     auto command = configuration.ToolCommand(tool, IsInstalled);
     if (!command) {
@@ -29,6 +37,10 @@ Command CommandFor(Tool tool, const Configuration& configuration) {
                           "no " + std::string(ToolName(tool)) +
                               " tool is installed; install one or name it in the configuration (" +
                               std::string(ToolName(tool)) + "-tool = /path/to/program)");
+    }
+    if (IsAbsent(command->front())) {
+        throw ActionError(Status::NotFound, "the configured " + std::string(ToolName(tool)) + " tool " +
+                                                command->front() + " is not installed");
     }
     return *std::move(command);
 }
@@ -104,6 +116,16 @@ void Spawn(Command command) {
     }
 }
 
+/// The word as the service manager must be told it: in the arguments of a command, but not in its path, "$"
+/// begins a variable and "$$" stands for itself (systemd.service(5)).
+std::string Verbatim(std::string_view word) {
+    std::string text;
+    for (const char c : word) {
+        text.append(c == '$' ? 2 : 1, c);
+    }
+    return text;
+}
+
 /// org.freedesktop.systemd1(5).
 constexpr BusObject kManager{"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
                              "org.freedesktop.systemd1.Manager"};
@@ -138,10 +160,11 @@ void ToolStarter::Start(Tool tool, uid_t user, const Configuration& configuratio
 }
 
 void BecomeTool(Tool tool, const Configuration& configuration) {
-    Command command = CommandFor(tool, configuration);
+    const Command command = CommandFor(tool, configuration);
     // The user's manager has the session's environment, which nothing here could know.
     Command line{"/usr/bin/systemd-run", "--user", "--collect", "--quiet", "--slice=app.slice", "--"};
-    line.insert(line.end(), command.begin(), command.end());
+    line.push_back(command.front());
+    std::transform(command.begin() + 1, command.end(), std::back_inserter(line), Verbatim);
     execv(line[0].c_str(), Pointers(line).data());
     throw ActionError(Status::Failed, "cannot start " + line[0] + ": " + std::strerror(errno));
 }

@@ -10,6 +10,7 @@ namespace {
 struct Verdict {
     bool Password = false;
     bool OtherKind = false;
+    bool UnknownKind = false;  ///< one is set, and nobody says of which kind
     bool Off = false;
     bool Open = false;
 
@@ -20,12 +21,12 @@ struct Verdict {
         if (OtherKind) {
             return BiosCredential::OtherKind;
         }
-        return Off && !Open ? std::optional(BiosCredential::None) : std::nullopt;
+        return Off && !Open && !UnknownKind ? std::optional(BiosCredential::None) : std::nullopt;
     }
 };
 
 /// Documentation/ABI/testing/sysfs-class-firmware-attributes of the kernel.
-std::optional<BiosCredential> FromAttributes(Tree& tree) {
+Verdict FromAttributes(Tree& tree) {
     Verdict verdict;
     const std::string classFolder = "/sys/class/firmware-attributes/";
     for (const std::string& driver : tree.List(classFolder)) {
@@ -40,18 +41,21 @@ std::optional<BiosCredential> FromAttributes(Tree& tree) {
                 continue;  // passwords of disks and of management are not the firmware's
             }
             const std::string enabled = attribute("is_enabled");
-            const bool password = attribute("mechanism") == "password";
-            verdict.Password |= enabled == "1" && password;
-            verdict.OtherKind |= enabled == "1" && !password;
+            if (enabled == "1") {
+                const std::string mechanism = attribute("mechanism");
+                verdict.Password |= mechanism == "password";
+                verdict.UnknownKind |= mechanism.empty();
+                verdict.OtherKind |= mechanism != "password" && !mechanism.empty();
+            }
             verdict.Off |= enabled == "0";
             verdict.Open |= enabled != "0" && enabled != "1";
         }
     }
-    return verdict.Result();
+    return verdict;
 }
 
 /// DSP0134, "Hardware Security (Type 24)".
-std::optional<BiosCredential> FromTables(std::span<const SmbiosStructure> tables) {
+Verdict FromTables(std::span<const SmbiosStructure> tables) {
     enum { kDisabled, kEnabled, kNotImplemented, kUnknown };
     Verdict verdict;
     for (const SmbiosStructure& structure : tables) {
@@ -66,15 +70,18 @@ std::optional<BiosCredential> FromTables(std::span<const SmbiosStructure> tables
             verdict.Open |= status == kUnknown;
         }
     }
-    return verdict.Result();
+    return verdict;
 }
 
 }  // namespace
 
 std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const SmbiosStructure> tables) {
-    auto status = FromAttributes(tree);
+    const Verdict attributes = FromAttributes(tree);
+    auto status = attributes.Result();
     if (!status) {
-        status = FromTables(tables);
+        Verdict fromTables = FromTables(tables);
+        fromTables.UnknownKind = attributes.UnknownKind;
+        status = fromTables.Result();
     }
     if (!status) {
         tree.Note(

@@ -1,7 +1,8 @@
 #include "host/machine/Identity.h"
 
 #include <algorithm>
-#include <array>
+#include <utility>
+#include <vector>
 
 #include "host/machine/Values.h"
 #include "platform/core/Text.h"
@@ -104,28 +105,47 @@ std::u16string Model(std::string_view compatible) {
     return model;
 }
 
-/// "BCM2712 (4 x CORTEX-A76)" from the board's and the first core's compatible strings.
+struct CoreKind {
+    std::u16string Model;
+    std::uint64_t Count = 0;
+};
+
+/// "4 x CORTEX-A55, 4 x CORTEX-A76" from the cores' compatible strings, in order of appearance.
+std::optional<std::u16string> DeviceTreeCores(Tree& tree) {
+    const std::string folder = std::string(kDeviceTree) + "cpus";
+    std::vector<CoreKind> kinds;
+    for (const std::string& name : tree.List(folder)) {
+        if (!name.starts_with("cpu@")) {
+            continue;
+        }
+        const std::u16string model =
+            Model(LastString(tree.Read(PathOf({folder, name, "compatible"})).value_or("")));
+        if (IsPlaceholder(model)) {
+            continue;
+        }
+        auto kind = std::ranges::find(kinds, model, &CoreKind::Model);
+        if (kind == kinds.end()) {
+            kind = kinds.insert(kind, {.Model = model});
+        }
+        ++kind->Count;
+    }
+    std::optional<std::u16string> cores;
+    for (const CoreKind& kind : kinds) {
+        Join(cores, u", ", platform::ToText(kind.Count) + u" x " + kind.Model);
+    }
+    return cores;
+}
+
+/// "BCM2712 (4 x CORTEX-A76)" from the board's and the cores' compatible strings.
 std::optional<std::u16string> DeviceTreeProcessor(Tree& tree) {
-    const std::string base = kDeviceTree;
     std::optional<std::u16string> text;
-    if (const auto board = tree.Read(base + "compatible")) {
+    if (const auto board = tree.Read(std::string(kDeviceTree) + "compatible")) {
         if (auto chip = Model(LastString(*board)); !IsPlaceholder(chip)) {
             text = std::move(chip);
         }
     }
-    std::uint64_t cores = 0;
-    std::u16string core;
-    for (const std::string& name : tree.List(base + "cpus")) {
-        if (name.starts_with("cpu@")) {
-            ++cores;
-            if (core.empty()) {
-                core = Model(LastString(tree.Read(PathOf({base + "cpus", name, "compatible"})).value_or("")));
-            }
-        }
-    }
-    if (!IsPlaceholder(core)) {
-        const std::u16string of = platform::ToText(cores) + u" x " + core;
-        text = text ? *text + u" (" + of + u")" : of;
+    if (const auto cores = DeviceTreeCores(tree)) {
+        text = text ? *text + u" (" + *cores + u")" : *cores;
     }
     return text;
 }

@@ -1,6 +1,9 @@
 #include "host/machine/Memory.h"
 
+#include <algorithm>
+#include <map>
 #include <set>
+#include <utility>
 
 #include "host/machine/Values.h"
 #include "platform/core/Text.h"
@@ -34,12 +37,25 @@ std::optional<std::uint64_t> DeviceManagerMemory(Tree& tree) {
     if (!database) {
         return std::nullopt;
     }
-    const auto count = Number(LineValue(*database, "E:MEMORY_ARRAY_NUM_DEVICES", '=').value_or(""));
+    std::map<std::string_view, std::string_view> values;
+    for (std::string_view rest = *database; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const auto cut = line.find('=');
+        if (line.starts_with("E:MEMORY_") && cut != std::string_view::npos) {
+            values.try_emplace(line.substr(0, cut), Trimmed(line.substr(cut + 1)));
+        }
+    }
+    const auto count = Number(values["E:MEMORY_ARRAY_NUM_DEVICES"]);
     std::uint64_t sum = 0;
     for (std::uint64_t i = 0; count && i < *count && i < 1024; ++i) {
         const std::string prefix = "E:MEMORY_DEVICE_" + std::to_string(i);
-        const auto size = Number(LineValue(*database, prefix + "_SIZE", '=').value_or(""));
-        const bool storage = LineValue(*database, prefix + "_TYPE", '=') == "Logical non-volatile device";
+        const auto value = [&](const char* name) {
+            const auto found = values.find(prefix + name);
+            return found == values.end() ? std::string_view() : found->second;
+        };
+        const auto size = Number(value("_SIZE"));
+        const bool storage = value("_TYPE") == "Logical non-volatile device";
         if (size && !storage && *size < kMost && sum < kMost) {
             sum += *size;
         }
@@ -117,22 +133,22 @@ std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> ta
 std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables) {
     const auto usable = UsableMemory(tree);
     if (!usable) {
-        tree.Note("memory: no value: /proc/meminfo has no readable MemTotal");
-        return std::nullopt;
+        tree.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
     }
     // A source that tells less than what is in use does not know everything; the next one may.
+    const auto tells = [&usable](const auto& bytes) { return bytes && *bytes >= usable.value_or(0); };
     auto installed = InstalledMemory(tables);
-    if (!installed || *installed < *usable) {
+    if (!tells(installed)) {
         installed = DeviceManagerMemory(tree);
     }
-    if (!installed || *installed < *usable) {
+    if (!tells(installed)) {
         installed = OnlineMemory(tree);
     }
-    if (!installed || *installed < *usable) {
-        tree.Note("memory: no source tells the installed size; only the usable size is shown");
-        return Amount(*usable) + u" usable";
+    if (!tells(installed)) {
+        tree.Note("memory: no source tells the installed size");
+        return usable ? std::optional(Amount(*usable) + u" usable") : std::nullopt;
     }
-    return Amount(*installed) + u" (" + Amount(*usable) + u" usable)";
+    return usable ? Amount(*installed) + u" (" + Amount(*usable) + u" usable)" : Amount(*installed);
 }
 
 }  // namespace host

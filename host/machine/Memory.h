@@ -16,8 +16,8 @@ namespace host {
 /// when the tables list none or leave the size of one open.
 std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables);
 
-/// "16 GB (15.6 GB usable)"; where only one of the two is known or they contradict each other, "15.6 GB
-/// usable". 1 GB is 2^30 bytes. Pages find and translate the word "usable".
+/// "16 GB (15.6 GB usable)"; "15.6 GB usable" where no source tells an installed size that is as large; "16
+/// GB" where only that is known. 1 GB is 2^30 bytes. Pages find and translate the word "usable".
 std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables);
 
 }  // namespace host

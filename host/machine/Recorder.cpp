@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 
 #include "host/machine/Smbios.h"
 #include "host/machine/SystemInformation.h"

@@ -1,5 +1,7 @@
 #include "host/machine/Smbios.h"
 
+#include <utility>
+
 namespace host {
 
 namespace {

@@ -1,8 +1,8 @@
 #include "host/machine/Values.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <utility>
 
 #include "platform/core/Text.h"
 

@@ -34,8 +34,8 @@ std::optional<std::u16string> FileValue(Tree& tree, const std::string& path);
 /// At most `limit` UTF-16 units; a longer text ends in "…". Never cuts a surrogate pair.
 std::u16string Capped(std::u16string text, std::size_t limit);
 
-/// The text between `from` and the end of its line, cut from a text of "key: value" or "KEY=value" lines; the
-/// first line whose key is `key` (blanks around it do not count).
+/// The value in the first line with that key, of a text of "key: value" or "KEY=value" lines. Blanks around
+/// key and value do not count.
 std::optional<std::string> LineValue(std::string_view text, std::string_view key, char separator);
 
 /// The whole of `text`, but for blanks at its ends, as an unsigned number; nothing for anything else.

@@ -31,4 +31,8 @@ Sessions ReadSessions(uid_t user) {
     return sessions;
 }
 
+bool MayCallNow(uid_t caller) {
+    return MayCall(caller, geteuid(), ReadSessions(caller));
+}
+
 }  // namespace host

@@ -19,4 +19,7 @@ bool MayCall(uid_t caller, uid_t service, const Sessions& sessions);
 /// As the session manager has it now. Any thread; reads two small files and asks no process.
 Sessions ReadSessions(uid_t user);
 
+/// MayCall for this process as the service, and as the session manager has it now. Any thread.
+bool MayCallNow(uid_t caller);
+
 }  // namespace host

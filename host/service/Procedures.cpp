@@ -1,7 +1,12 @@
 #include "host/service/Procedures.h"
 
+#include <unistd.h>
+
+#include <memory>
+
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
+#include "host/service/Callers.h"
 #include "host/service/Log.h"
 #include "platform/core/Text.h"
 
@@ -39,11 +44,15 @@ std::string Caller(const Peer& caller) {
     return "user " + std::to_string(caller.Uid) + " (process " + std::to_string(caller.Pid) + ")";
 }
 
-/// Does an action and answers for its failure: in the log, and by its status to the caller.
+/// Does an action and answers for its failure: in the log, and by its status to the caller. A connection may
+/// be older than its user's turn at the machine, so an action asks again who sits there.
 template <typename Action>
 auto Act(const std::string& what, const Peer& caller, Action action) {
     try {
         Log(Priority::Notice, Caller(caller) + " asks: " + what);
+        if (!MayCallNow(caller.Uid)) {
+            throw ActionError(ActionError::Status::AccessDenied, "no active local session any more");
+        }
         return action();
     } catch (const ActionError& error) {
         Log(Priority::Warning, what + " for " + Caller(caller) + ": " + error.what());
@@ -54,7 +63,10 @@ auto Act(const std::string& what, const Peer& caller, Action action) {
 }  // namespace
 
 Procedures::Procedures(const Options& options, bool byManager)
-    : m_configuration(options.Configuration), m_records(options), m_tools(byManager) {}
+    : m_configuration(options.Configuration),
+      m_configurationOwner(byManager ? 0 : geteuid()),
+      m_records(options),
+      m_tools(byManager) {}
 
 std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
     // Only for procedures whose length is ours: one that calls back lasts as long as its client likes.
@@ -128,7 +140,7 @@ std::u16string Procedures::SetUefiFlag(const Peer& caller) {
 
 Configuration Procedures::CurrentConfiguration() const {
     try {
-        return LoadConfiguration(m_configuration);
+        return LoadConfiguration(m_configuration, m_configurationOwner);
     } catch (const ConfigurationError& error) {
         throw ActionError(ActionError::Status::Misconfigured, error.what());
     }

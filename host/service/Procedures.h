@@ -17,7 +17,8 @@ namespace host {
 /// Any thread: the server runs each call on its connection's thread.
 class Procedures {
   public:
-    /// `options` say what the records are of and where the configuration lies; `byManager`: see ToolStarter.
+    /// `options` say what the records are of and where the configuration lies. `byManager`: see ToolStarter;
+    /// the configuration must be root's then, for whoever starts the tool does not trust the service's user.
     Procedures(const Options& options, bool byManager);
 
     /// In the interface's order. The functions refer to this object.
@@ -27,15 +28,18 @@ class Procedures {
     /// that the service is stuck.
     std::chrono::steady_clock::duration OldestCall() const;
 
+    /// As it is now; throws ActionError.
+    Configuration CurrentConfiguration() const;
+
   private:
     using Clock = std::chrono::steady_clock;
 
     void StartTool(Tool tool, const platform::rpc::Peer& caller);
     std::u16string SetUefiFlag(const platform::rpc::Peer& caller);
-    Configuration CurrentConfiguration() const;
 
     // Constant after construction.
     const std::string m_configuration;
+    const uid_t m_configurationOwner;
 
     // With their own locking.
     Records m_records;

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "host/machine/SystemInformation.h"
 #include "host/machine/UsbTypeC.h"

@@ -5,14 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <thread>
 #include <utility>
 
-#include "host/actions/Configuration.h"
+#include "host/actions/ActionError.h"
 #include "host/machine/Tree.h"
 #include "host/service/Callers.h"
 #include "host/service/Log.h"
@@ -34,7 +33,7 @@ constexpr std::chrono::seconds kStuck =
     60s;  // the longest honest call waits a few seconds for the system bus
 
 bool MayConnect(const Peer& peer) {
-    const bool may = MayCall(peer.Uid, geteuid(), ReadSessions(peer.Uid));
+    const bool may = MayCallNow(peer.Uid);
     if (!may) {
         Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
                                    std::to_string(peer.Pid) + ") has no active local session");
@@ -115,15 +114,15 @@ int Serve(const Options& options) {
     if (options.Directory) {
         setenv("KELVANE_RPC_DIRECTORY", options.Directory->c_str(), 1);
     }
-    try {
-        LoadConfiguration(options.Configuration);
-    } catch (const ConfigurationError& error) {
-        Log(Priority::Error, std::string(error.what()) + "; actions are refused until this is corrected");
-    }
     const Tree tree(options.Sysroot);  // says at once when it cannot be opened
 
     const int sockets = sd_listen_fds(1);
     Procedures procedures(options, sockets > 0);
+    try {
+        procedures.CurrentConfiguration();
+    } catch (const ActionError& error) {
+        Log(Priority::Error, std::string(error.what()) + "; actions are refused until this is corrected");
+    }
     Server server(Kelvane::kHotkeyRpc, procedures.Table(), Limits());
     if (sockets > 0) {
         for (int i = 0; i < sockets; ++i) {

@@ -3,11 +3,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
 
 #include "host/actions/ActionError.h"
 #include "host/actions/FirmwareFlag.h"
+#include "host/actions/SystemBus.h"
 #include "host/actions/ToolStarter.h"
+#include "platform/rpc/Socket.h"
 #include "tests/host/StandInBus.h"
+#include "tests/rpc/Support.h"
 
 namespace host {
 namespace {
@@ -85,6 +92,14 @@ TEST(FirmwareFlag, WithoutASessionManagerOrABus) {
     EXPECT_EQ(FlagStatus(), static_cast<std::uint32_t>(Status::NotRunning));
 }
 
+TEST(SystemBus, GivesUpABusThatAcceptsAndStaysSilent) {
+    const platform::rpc::test::EndpointScope scope;
+    const platform::rpc::ListeningSocket silent(scope.Socket());
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + scope.Socket()).c_str(), 1);
+    EXPECT_EQ(StatusOf([] { SystemBus(std::chrono::milliseconds(50)); }),
+              static_cast<std::uint32_t>(Status::TimedOut));
+}
+
 TEST(FirmwareFlag, BootEntryMustExist) {
     StandInBus bus;
     const auto entry = [](const char* name) {
@@ -120,6 +135,11 @@ TEST(ToolStarter, AsksTheServiceManagerForTheCallersUserOnceASecond) {
         state.FailWith = "org.freedesktop.systemd1.NoSuchUnit";
     });
     EXPECT_EQ(start(1002), static_cast<std::uint32_t>(Status::NotFound));
+
+    bus.State.With([](BusState& state) { state = {}; });
+    configuration.SystemInformationTool = {"/bin/true/tool"};
+    EXPECT_EQ(start(1003), static_cast<std::uint32_t>(Status::NotFound));
+    bus.State.With([](BusState& state) { EXPECT_THAT(state.Calls, IsEmpty()) << "no such tool"; });
 }
 
 TEST(Configuration, IsReadAsWrittenOrRefusedWithItsLine) {
@@ -143,6 +163,18 @@ TEST(Configuration, IsReadAsWrittenOrRefusedWithItsLine) {
             EXPECT_THAT(error.what(), HasSubstr(wanted));
         }
     }
+}
+
+TEST(Configuration, IsFollowedOnlyIfOthersCannotChangeIt) {
+    const platform::rpc::test::EndpointScope scope;
+    const std::string path = scope.Directory() + "/service.conf";
+    std::ofstream(path) << "firmware-request = off\n";
+    const uid_t owner = geteuid() != 0 ? geteuid() : 65534;
+    ASSERT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)), 0);
+    EXPECT_EQ(LoadConfiguration(path, owner).Firmware.By, FirmwareRequest::Method::Off);
+    EXPECT_THROW(LoadConfiguration(path, 0), ConfigurationError);
+    ASSERT_EQ(chmod(path.c_str(), 0664), 0);
+    EXPECT_THROW(LoadConfiguration(path, owner), ConfigurationError);
 }
 
 TEST(Configuration, WithoutOneTheFirstInstalledToolIsTaken) {

@@ -69,11 +69,14 @@ TEST(SystemInformation, ArmBoardByDeviceTree) {
         .File(base + "serial-number", std::string("10000000abcdef01\0", 17))
         .File(base + "compatible", std::string("berry,5-model\0bcorp,bc2712\0", 27))
         .File(base + "chosen/u-boot,version", std::string("U-Boot 2024.01\0", 15));
-    for (const char* core : {"cpu@0", "cpu@100", "cpu@200", "cpu@300"}) {
+    for (const char* core : {"cpu@100", "cpu@200", "cpu@400"}) {
         machine.File(base + "cpus/" + core + "/compatible", std::string("arm,cortex-a76\0", 15));
     }
+    machine.File(base + "cpus/cpu@0/compatible", std::string("arm,cortex-a55\0", 15))
+        .File(base + "cpus/cpu@300/compatible", "");
     EXPECT_EQ(machine.SystemInformation(),
-              "Berry Model 5 Rev 1.0<.^.>null<.^.>BC2712 (4 x CORTEX-A76)<.^.>7.8 GB usable<.^.>null<.^.>"
+              "Berry Model 5 Rev 1.0<.^.>null<.^.>BC2712 (1 x CORTEX-A55, 3 x CORTEX-A76)<.^.>7.8 GB "
+              "usable<.^.>null<.^.>"
               "U-Boot 2024.01<.^.>null<.^.>10000000abcdef01<.^.>null<.^.>null");
 }
 
@@ -217,14 +220,18 @@ TEST(Memory, InstalledSizeByTables) {
 TEST(Memory, LaterSourcesStandInForTables) {
     RecordedMachine machine;
     machine.MemTotal(8131072).File("/run/udev/data/+dmi:id",
-                                   "E:MEMORY_ARRAY_NUM_DEVICES=3\nE:MEMORY_DEVICE_0_SIZE=8589934592\n"
-                                   "E:MEMORY_DEVICE_2_SIZE=4294967296\n");
+                                   "E:MEMORY_ARRAY_NUM_DEVICES=4\nE:MEMORY_DEVICE_0_SIZE=8589934592\n"
+                                   "E:MEMORY_DEVICE_2_SIZE=4294967296\n"
+                                   "E:MEMORY_DEVICE_3_SIZE=8589934592\n"
+                                   "E:MEMORY_DEVICE_3_TYPE=Logical non-volatile device\n");
     EXPECT_EQ(machine.Field(kMemory), "12 GB (7.8 GB usable)");
     for (const auto& [name, table] : {std::pair("16-0", SmbiosBuilder().MemoryArray(1)),
                                       std::pair("17-0", SmbiosBuilder().MemoryDevice(1, 16384))}) {
         machine.File("/sys/firmware/dmi/entries/" + std::string(name) + "/raw", table.Bytes());
     }
     EXPECT_EQ(machine.Field(kMemory), "16 GB (7.8 GB usable)");
+    machine.File("/proc/meminfo", "");
+    EXPECT_EQ(machine.Field(kMemory), "16 GB");
 }
 
 TEST(Smbios, BrokenTablesGiveWhatComesBeforeTheBreak) {
@@ -263,6 +270,9 @@ TEST(BiosPassword, UnknownIsNeverToldAsNone) {
         {"a password is set", "bios-admin", "password", "1", -1, "1"},
         {"none is set", "power-on", "password", "0", -1, "0"},
         {"a certificate is the other kind", "bios-admin", "certificate", "1", -1, "16"},
+        {"set, and of a kind that cannot be read", "bios-admin", "", "1", -1, kNoField},
+        {"set, and the table knows that it is a password", "bios-admin", "", "1", 0x04, "1"},
+        {"set, so the table cannot make it none", "bios-admin", "", "1", 0x00, kNoField},
         {"a disk's password is not the firmware's", "hdd", "password", "1", -1, kNoField},
         {"the driver does not know", "bios-admin", "password", "unknown", -1, kNoField},
         {"the class is silent, the table knows", "bios-admin", "password", "", 0x04, "1"},
