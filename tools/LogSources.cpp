@@ -42,15 +42,24 @@ std::tuple<std::int64_t, std::int64_t, std::uint32_t> KeyOf(const etl::FileHeade
     return {header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId};
 }
 
-/// The log and live files of a folder, newest first.
+/// Only what is known to be gone is: an error may hide it as well.
+bool IsGone(const std::filesystem::path& path) {
+    std::error_code failure;
+    return std::filesystem::status(path, failure).type() == std::filesystem::file_type::not_found;
+}
+
+/// The log and live files of a folder, newest first, and those of which it cannot be told.
 std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, std::error_code& failure) {
     std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
     for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
         const auto& path = entry->path();
         std::error_code gone;
-        const bool counts = IsLive(path) || path.extension() == platform::LogFiles::kExtension;
-        if (counts && entry->is_regular_file(gone)) {
+        if (!IsLive(path) && path.extension() != platform::LogFiles::kExtension) {
+            continue;
+        }
+        const auto type = entry->status(gone).type();
+        if (type == std::filesystem::file_type::regular || type == std::filesystem::file_type::none) {
             files.emplace_back(entry->last_write_time(gone), path);
         }
     }
@@ -108,7 +117,7 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
         }
         // Live files first: what leaves them meanwhile is met as a log file.
         std::stable_partition(files.begin(), files.end(), IsLive);
-    } else if (place.mayBeMissing && !std::filesystem::exists(place.path, failure)) {
+    } else if (place.mayBeMissing && IsGone(place.path)) {
         return;
     }
     for (const auto& file : files) {
@@ -121,12 +130,12 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
 }
 
 void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
-    std::error_code gone;
     const bool named = std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
-    if (!named && !std::filesystem::exists(path, gone)) {
+    if (!named && IsGone(path)) {
         m_again = true;
         return;
     }
+    std::error_code gone;
     const auto size = std::filesystem::file_size(path, gone);
     const auto [entry, added] = m_finished.try_emplace(path, size);
     if (added || std::exchange(entry->second, size) != size) {

@@ -76,12 +76,14 @@ TEST_F(LogTool, SaysOnceWhatCannotBeReadAndReadsTheRest) {
     std::ofstream(m_state.Logs() / "cut.etl", std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), 0x10100);
     std::ofstream(m_state.Logs() / "foreign.etl") << "no log file";
+    // Neither there nor gone.
+    std::filesystem::create_symlink("loop.etl", m_state.Logs() / "loop.etl");
     auto sources = Open({{.path = m_state.Logs()}, {.path = m_state.Kelvane() / "missing.etl"}});
     sources.Poll();
     sources.Poll();
     EXPECT_EQ(Taken(), Lines{u"sound"});
     std::ranges::sort(m_problems);
-    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "missing.etl"}));
+    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "loop.etl", "missing.etl"}));
 }
 
 TEST(LogText, ShowsEachMessageOnOneLine) {
