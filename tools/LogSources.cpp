@@ -72,10 +72,21 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, 
     return paths;
 }
 
+std::vector<std::string> ProblemsOf(etl::TraceSummary summary) {
+    if (summary.foreignEvents != 0) {
+        summary.problems.push_back(std::to_string(summary.foreignEvents) +
+                                   " events of other programs' providers are not shown");
+    }
+    return std::move(summary.problems);
+}
+
 }  // namespace
 
-LogSources::LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem)
-    : m_places(std::move(places)), m_onEvent(std::move(onEvent)), m_onProblem(std::move(onProblem)) {}
+LogSources::LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem, OnLoss onLoss)
+    : m_places(std::move(places)),
+      m_onEvent(std::move(onEvent)),
+      m_onProblem(std::move(onProblem)),
+      m_onLoss(std::move(onLoss)) {}
 
 bool LogSources::Poll() {
     bool any = false;
@@ -108,6 +119,9 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
         if (failure) {
             Fail(place.path, platform::ExceptionFromErrno("list", failure.value()));
         }
+        if (files.empty() && m_first && !place.mayBeMissing) {
+            Say(m_onProblem, {.key = {}, .path = place.path}, "there are no log files in it");
+        }
         if (place.newest != 0 && m_first && files.size() > place.newest) {
             // The others are as good as read.
             for (std::size_t i = place.newest; i < files.size(); ++i) {
@@ -129,18 +143,24 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
     }
 }
 
+bool LogSources::IsNamed(const std::filesystem::path& path) const {
+    return std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
+}
+
+void LogSources::Say(const OnProblem& listener, const Source& source, const std::string& what) {
+    if (m_said.emplace(source.key, source.key == Key() ? source.path : "", what).second) {
+        listener(source.path, what);
+    }
+}
+
 void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
-    const bool named = std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
-    if (!named && IsGone(path)) {
+    if (!IsNamed(path) && IsGone(path)) {
         m_again = true;
         return;
     }
     std::error_code gone;
-    const auto size = std::filesystem::file_size(path, gone);
-    const auto [entry, added] = m_finished.try_emplace(path, size);
-    if (added || std::exchange(entry->second, size) != size) {
-        m_onProblem(path, exception.what());
-    }
+    m_finished[path] = std::filesystem::file_size(path, gone);
+    Say(m_onProblem, {.key = {}, .path = path}, exception.what());
 }
 
 void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources) {
@@ -155,28 +175,47 @@ void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Sourc
 }
 
 void LogSources::AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources) {
+    bool isOne = false;
     for (std::size_t index = 0; index < platform::LiveFile::kImages; ++index) {
         const auto offset = index * etl::kFileSize;
         const auto header = HeaderAt(path, offset);
+        isOne = isOne || (header && header->Buffer.BufferType == etl::kBufferTypeHeader);
         if (header && header->LogFile.BuffersWritten > 1) {
             sources.push_back({.key = KeyOf(*header), .path = path, .offset = offset, .isLive = true});
         }
     }
+    // One that is being made holds nothing at first; whoever names it wants to know.
+    std::error_code gone;
+    const auto size = std::filesystem::file_size(path, gone);
+    if (!isOne && (IsNamed(path) || (!gone && size != 0 && size < sizeof(etl::FileHeader)))) {
+        throw platform::Exception(platform::result::kInvalidArgument,
+                                  u"it is no log file of a running program");
+    }
 }
 
-void LogSources::ReadSource(const Source& source) {
+std::vector<std::byte> LogSources::BytesOf(const Source& source) {
     std::error_code gone;
     const auto size = std::filesystem::file_size(source.path, gone);
     const auto length = source.isLive ? etl::kFileSize : std::min<std::size_t>(size, kLargestFile);
-    const auto bytes =
+    auto bytes =
         platform::ReadUpTo(platform::OpenFile(source.path, O_RDONLY), source.path, source.offset, length);
     if (source.isLive) {
         // What was read is whole unless the image has been put to its next use meanwhile.
         const auto header = HeaderAt(source.path, source.offset);
         if (!header || KeyOf(*header) != source.key || header->LogFile.BuffersWritten < 2) {
             m_again = true;
-            return;
+            bytes.clear();
         }
+    }
+    return bytes;
+}
+
+void LogSources::ReadSource(const Source& source) {
+    std::error_code gone;
+    const auto size = std::filesystem::file_size(source.path, gone);
+    const auto bytes = BytesOf(source);
+    if (bytes.empty() && source.isLive) {
+        return;
     }
     std::size_t unknown = 0;
     // A header without a start does not tell its file from others.
@@ -188,16 +227,24 @@ void LogSources::ReadSource(const Source& source) {
         }
     });
     handedOut = std::max(handedOut, number);
-    if (source.isLive) {
-        return;
+    auto problems = ProblemsOf(summary);
+    if (!source.isLive) {
+        m_finished[source.path] = size;
+    } else if (!problems.empty()) {
+        // What a second look does not find was only being written.
+        const auto second = BytesOf(source);
+        const auto confirmed = second.empty() ? std::vector<std::string>()
+                                              : ProblemsOf(etl::ReadEventTrace(second, [](auto&&) {}));
+        std::erase_if(problems, [&](const std::string& problem) {
+            return std::ranges::find(confirmed, problem) == confirmed.end();
+        });
     }
-    m_finished[source.path] = size;
-    for (const auto& problem : summary.problems) {
-        m_onProblem(source.path, problem);
+    for (const auto& problem : problems) {
+        Say(m_onProblem, source, problem);
     }
-    if (summary.foreignEvents != 0) {
-        m_onProblem(source.path, std::to_string(summary.foreignEvents) +
-                                     " events of other programs' providers are not shown");
+    if (const auto lost = summary.header.eventsLost; lost != 0) {
+        Say(m_onLoss, source,
+            std::to_string(lost) + (lost == 1 ? " message was lost" : " messages were lost"));
     }
 }
 

@@ -117,6 +117,10 @@ int Run(Options options) {
             {.path = stored, .newest = options.since.empty() ? kNewest : 0, .mayBeMissing = true}};
     }
     int status = 0;
+    const auto say = [](const std::filesystem::path& path, const std::string& what) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), what.c_str());
+    };
     logtool::LogSources sources(
         options.places,
         [&](const platform::etl::TraceEvent& event) {
@@ -128,19 +132,18 @@ int Run(Options options) {
             std::fwrite(line.data(), 1, line.size(), stdout);
         },
         [&](const std::filesystem::path& path, const std::string& problem) {
-            std::fflush(stdout);
-            std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), problem.c_str());
+            say(path, problem);
             status = 1;
-        });
-    bool any = sources.Poll();
-    while (options.follow && std::fflush(stdout) == 0) {
-        std::this_thread::sleep_for(kPollInterval);
-        any = sources.Poll() || any;
-    }
-    if (!any && byDefault) {
+        },
+        say);
+    if (!sources.Poll() && byDefault) {
         std::fprintf(stderr, "kelvane-log: there are no log files in %s; start kelvane first\n",
                      stored.c_str());
         status = 1;
+    }
+    while (options.follow && std::fflush(stdout) == 0) {
+        std::this_thread::sleep_for(kPollInterval);
+        sources.Poll();
     }
     return std::fflush(stdout) == 0 ? status : 1;
 }

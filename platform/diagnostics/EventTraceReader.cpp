@@ -179,6 +179,9 @@ class Reader {
                       at + offset);
             offset += Align(header.Size);
         }
+        if (offset < buffer.size()) {
+            Problem(at + offset, "the end of a buffer is no record");
+        }
     }
 
     void ReadEvent(const EventHeader& header, Bytes payload, std::size_t at) {
@@ -192,6 +195,9 @@ class Reader {
         if (!channel || !text) {
             Problem(at, "a message does not end");
             return;
+        }
+        if (!payload.empty()) {
+            Problem(at, "a message ends before its record; others may be hidden behind it");
         }
         m_onEvent({.fileTime = m_time.FileTime(header.TimeStamp),
                    .level = static_cast<LoggingLevel>(kLevelBase - header.Id),
