@@ -40,7 +40,7 @@ constexpr const char* kHelp =
     "  -l, --level L    only messages of this level and above: Verbose, Information,\n"
     "                   Warning, Error, Critical\n"
     "  -s, --since T    only messages since T: \"2026-03-05\", \"2026-03-05 09:04\", \"09:04:07\"\n"
-    "                   (today), or so long ago: 30s, 10m, 2h, 7d\n"
+    "                   (today), a time as it is printed, or so long ago: 30s, 10m, 2h, 7d\n"
     "  -u, --utc        times in UTC, also T; else local time\n"
     "  -j, --json       one JSON object a line\n"
     "  -h, --help       print this and end\n"
