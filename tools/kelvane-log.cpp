@@ -2,9 +2,12 @@
 
 #include <getopt.h>
 
+#include <cerrno>
 #include <chrono>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -46,7 +49,25 @@ constexpr const char* kHelp =
     "  -h, --help       print this and end\n"
     "\n"
     "Exit status: 0 when all was read, 1 when a file is damaged, foreign or missing (what\n"
-    "can be read of it is printed), 2 for wrong options.\n";
+    "can be read of it is printed) or the output cannot be written, 2 for wrong\n"
+    "options.\n";
+
+/// Ends the program when the standard output did not take what was printed; `taken` is what its last call
+/// told.
+void Require(bool taken) {
+    if (taken) {
+        return;
+    }
+    // Whoever closes a pipe has seen enough.
+    if (errno != EPIPE) {
+        std::fprintf(stderr, "kelvane-log: cannot write: %s\n", std::strerror(errno));
+    }
+    std::exit(1);
+}
+
+void Flush() {
+    Require(std::fflush(stdout) == 0);
+}
 
 /// The exit status when the program ends at once.
 std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
@@ -83,6 +104,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
                 break;
             case 'h':
                 std::fputs(kHelp, stdout);
+                Flush();
                 return 0;
             default:
                 std::fputs("Try: kelvane-log --help\n", stderr);
@@ -118,7 +140,7 @@ int Run(Options options) {
     }
     int status = 0;
     const auto say = [](const std::filesystem::path& path, const std::string& what) {
-        std::fflush(stdout);
+        Flush();
         std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), what.c_str());
     };
     logtool::LogSources sources(
@@ -129,7 +151,7 @@ int Run(Options options) {
             }
             const auto line =
                 (options.json ? logtool::JsonLine : logtool::TextLine)(event, options.utc) + '\n';
-            std::fwrite(line.data(), 1, line.size(), stdout);
+            Require(std::fwrite(line.data(), 1, line.size(), stdout) == line.size());
         },
         [&](const std::filesystem::path& path, const std::string& problem) {
             say(path, problem);
@@ -141,11 +163,13 @@ int Run(Options options) {
                      stored.c_str());
         status = 1;
     }
-    while (options.follow && std::fflush(stdout) == 0) {
+    Flush();
+    while (options.follow) {
         std::this_thread::sleep_for(kPollInterval);
         sources.Poll();
+        Flush();
     }
-    return std::fflush(stdout) == 0 ? status : 1;
+    return status;
 }
 
 }  // namespace
