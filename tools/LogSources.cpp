@@ -103,8 +103,8 @@ bool LogSources::Poll() {
         for (const auto& source : sources) {
             try {
                 ReadSource(source);
-            } catch (const platform::Exception& exception) {
-                Fail(source.path, exception);
+            } catch (...) {
+                Fail(source.path, platform::CurrentException());
             }
         }
     } while (m_again);
@@ -137,8 +137,8 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
     for (const auto& file : files) {
         try {
             IsLive(file) ? AddLiveFile(file, sources) : AddLogFile(file, sources);
-        } catch (const platform::Exception& exception) {
-            Fail(file, exception);
+        } catch (...) {
+            Fail(file, platform::CurrentException());
         }
     }
 }
@@ -197,8 +197,12 @@ std::vector<std::byte> LogSources::BytesOf(const Source& source) {
     std::error_code gone;
     const auto size = std::filesystem::file_size(source.path, gone);
     const auto length = source.isLive ? etl::kFileSize : std::min<std::size_t>(size, kLargestFile);
-    auto bytes =
-        platform::ReadUpTo(platform::OpenFile(source.path, O_RDONLY), source.path, source.offset, length);
+    const auto file = platform::OpenFile(source.path, O_RDONLY);
+    if (!source.isLive) {
+        // A foreign file is refused before it is read, however large it is.
+        etl::CheckEventTrace(platform::ReadUpTo(file, source.path, 0, sizeof(etl::FileHeader)));
+    }
+    auto bytes = platform::ReadUpTo(file, source.path, source.offset, length);
     if (source.isLive) {
         // What was read is whole unless the image has been put to its next use meanwhile.
         const auto header = HeaderAt(source.path, source.offset);
@@ -230,6 +234,9 @@ void LogSources::ReadSource(const Source& source) {
     auto problems = ProblemsOf(summary);
     if (!source.isLive) {
         m_finished[source.path] = size;
+        if (size > kLargestFile) {
+            problems.emplace_back("it is too large; only its beginning was read");
+        }
     } else if (!problems.empty()) {
         // What a second look does not find was only being written.
         const auto second = BytesOf(source);
