@@ -1,6 +1,7 @@
 #include "tools/LogSources.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -118,14 +119,13 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
         files = FilesIn(place.path, failure);
         if (failure) {
             Fail(place.path, platform::ExceptionFromErrno("list", failure.value()));
-        }
-        if (files.empty() && m_first && !place.mayBeMissing) {
+        } else if (files.empty() && m_first && !place.mayBeMissing) {
             Say(m_onProblem, {.key = {}, .path = place.path}, "there are no log files in it");
         }
         if (place.newest != 0 && m_first && files.size() > place.newest) {
             // The others are as good as read.
             for (std::size_t i = place.newest; i < files.size(); ++i) {
-                m_finished[files[i]] = std::filesystem::file_size(files[i], failure);
+                m_finished[files[i]] = StampOf(files[i]);
             }
             files.resize(place.newest);
         }
@@ -143,6 +143,17 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
     }
 }
 
+std::optional<LogSources::Stamp> LogSources::StampOf(const std::filesystem::path& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
+    constexpr std::int64_t kNanoseconds = 1000000000;
+    return Stamp{.inode = status.st_ino,
+                 .size = static_cast<std::uintmax_t>(status.st_size),
+                 .time = status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
+}
+
 bool LogSources::IsNamed(const std::filesystem::path& path) const {
     return std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
 }
@@ -158,16 +169,14 @@ void LogSources::Fail(const std::filesystem::path& path, const platform::Excepti
         m_again = true;
         return;
     }
-    std::error_code gone;
-    m_finished[path] = std::filesystem::file_size(path, gone);
+    m_finished[path] = StampOf(path);
     Say(m_onProblem, {.key = {}, .path = path}, exception.what());
 }
 
 void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources) {
-    std::error_code gone;
-    const auto size = std::filesystem::file_size(path, gone);
+    const auto stamp = StampOf(path);
     const auto finished = m_finished.find(path);
-    if (finished != m_finished.end() && (gone || finished->second == size)) {
+    if (finished != m_finished.end() && (!stamp || finished->second == stamp)) {
         return;
     }
     const auto header = HeaderAt(path, 0);
@@ -215,26 +224,26 @@ std::vector<std::byte> LogSources::BytesOf(const Source& source) {
 }
 
 void LogSources::ReadSource(const Source& source) {
-    std::error_code gone;
-    const auto size = std::filesystem::file_size(source.path, gone);
+    const auto stamp = StampOf(source.path);
     const auto bytes = BytesOf(source);
     if (bytes.empty() && source.isLive) {
         return;
     }
-    std::size_t unknown = 0;
+    std::vector<bool> unknown;
     // A header without a start does not tell its file from others.
     auto& handedOut = source.key == Key() ? unknown : m_handedOut[source.key];
-    std::size_t number = 0;
+    handedOut.resize(std::max(handedOut.size(), bytes.size() / etl::kRecordAlignment));
     const auto summary = etl::ReadEventTrace(bytes, [&](const etl::TraceEvent& event) {
-        if (++number > handedOut) {
+        const auto index = event.position / etl::kRecordAlignment;
+        if (!handedOut[index]) {
+            handedOut[index] = true;
             m_onEvent(event);
         }
     });
-    handedOut = std::max(handedOut, number);
     auto problems = ProblemsOf(summary);
     if (!source.isLive) {
-        m_finished[source.path] = size;
-        if (size > kLargestFile) {
+        m_finished[source.path] = stamp;
+        if (bytes.size() == kLargestFile) {
             problems.emplace_back("it is too large; only its beginning was read");
         }
     } else if (!problems.empty()) {

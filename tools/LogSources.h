@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -55,6 +56,17 @@ class LogSources {
         bool isLive = false;
     };
 
+    /// Tells whether a path still leads to the same file with the same content: names come again.
+    struct Stamp {
+        std::uintmax_t inode;
+        std::uintmax_t size;
+        /// Of the last change, in nanoseconds.
+        std::int64_t time;
+
+        bool operator==(const Stamp&) const = default;
+    };
+    static std::optional<Stamp> StampOf(const std::filesystem::path& path);
+
     void AddPlace(const Place& place, std::vector<Source>& sources);
     void AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources);
     void AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources);
@@ -69,12 +81,13 @@ class LogSources {
     const OnEvent m_onEvent;
     const OnProblem m_onProblem;
     const OnLoss m_onLoss;
-    /// Messages handed out of each log file.
-    std::map<Key, std::size_t> m_handedOut;
+    /// Which messages of each log file have been handed out, by the place of their records: copies may be
+    /// damaged, each in its own way.
+    std::map<Key, std::vector<bool>> m_handedOut;
     /// What has been said of which log file, or of which path when that does not tell the file apart.
     std::set<std::tuple<Key, std::filesystem::path, std::string>> m_said;
-    /// Log files that need no second look, with the size they had.
-    std::map<std::filesystem::path, std::uintmax_t> m_finished;
+    /// Log files that need no second look as long as they are what they were; none for what cannot be told.
+    std::map<std::filesystem::path, std::optional<Stamp>> m_finished;
     /// Something has moved since the places were listed.
     bool m_again = false;
     bool m_first = true;

@@ -204,7 +204,8 @@ class Reader {
                    .process = header.ProcessId,
                    .thread = header.ThreadId,
                    .channel = std::move(*channel),
-                   .text = std::move(*text)});
+                   .text = std::move(*text),
+                   .position = at});
     }
 
     const Bytes m_file;

@@ -35,6 +35,8 @@ struct TraceEvent {
     std::uint32_t thread = 0;
     std::u16string channel;
     std::u16string text;
+    /// Where its record begins, in bytes from the file's start: the same in each copy of the file.
+    std::size_t position = 0;
 };
 
 struct TraceSummary {

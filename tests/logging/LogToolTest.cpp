@@ -132,6 +132,29 @@ TEST_F(LogTool, TellsOnceWhatWasLostAndWhatIsDamagedInALiveFile) {
     EXPECT_EQ(m_losses, (std::vector<std::string>{"30 messages were lost", "30 messages were lost"}));
 }
 
+TEST_F(LogTool, ShowsEachMessageOnceWhateverBecomesOfNamesAndCopies) {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    const auto bytes = File(memory, {u"one", u"two", std::u16string(32600, u'l'), u"last"});
+    Put("b.etl", bytes);
+    memory[kSecondRecord + offsetof(platform::etl::EventHeader, HeaderType)] ^= std::byte{0xFF};
+    Put("a.etl", bytes);
+    auto sources = Open({{.path = m_state.Logs() / "a.etl"}, {.path = m_state.Logs()}});
+    sources.Poll();
+    auto texts = Taken();
+    ASSERT_EQ(texts.size(), 4U);
+    EXPECT_EQ(texts.back(), u"two");
+    EXPECT_EQ(m_problems, std::vector<std::string>{"a.etl"});
+    // Another file of the same name and size.
+    std::filesystem::rename(m_state.Logs() / "b.etl", m_state.Kelvane() / "b.etl");
+    const auto next = File(memory, {u"new", u"two", std::u16string(32600, u'l'), u"last"});
+    memory[kClock] ^= std::byte{1};
+    Put("b.etl", next);
+    sources.Poll();
+    texts = Taken();
+    ASSERT_EQ(texts.size(), 4U);
+    EXPECT_EQ(texts.front(), u"new");
+}
+
 TEST(LogText, ShowsEachMessageOnOneLine) {
     const platform::etl::TraceEvent event{.fileTime = 134171714470451234,
                                           .level = LoggingLevel::Warning,
