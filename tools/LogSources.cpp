@@ -1,6 +1,7 @@
 #include "tools/LogSources.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -42,15 +43,24 @@ std::tuple<std::int64_t, std::int64_t, std::uint32_t> KeyOf(const etl::FileHeade
     return {header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId};
 }
 
-/// The log and live files of a folder, newest first.
+/// Only what is known to be gone is: an error may hide it as well.
+bool IsGone(const std::filesystem::path& path) {
+    std::error_code failure;
+    return std::filesystem::status(path, failure).type() == std::filesystem::file_type::not_found;
+}
+
+/// The log and live files of a folder, newest first, and those of which it cannot be told.
 std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, std::error_code& failure) {
     std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
     for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
         const auto& path = entry->path();
         std::error_code gone;
-        const bool counts = IsLive(path) || path.extension() == platform::LogFiles::kExtension;
-        if (counts && entry->is_regular_file(gone)) {
+        if (!IsLive(path) && path.extension() != platform::LogFiles::kExtension) {
+            continue;
+        }
+        const auto type = entry->status(gone).type();
+        if (type == std::filesystem::file_type::regular || type == std::filesystem::file_type::none) {
             files.emplace_back(entry->last_write_time(gone), path);
         }
     }
@@ -63,10 +73,21 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, 
     return paths;
 }
 
+std::vector<std::string> ProblemsOf(etl::TraceSummary summary) {
+    if (summary.foreignEvents != 0) {
+        summary.problems.push_back(std::to_string(summary.foreignEvents) +
+                                   " events of other programs' providers are not shown");
+    }
+    return std::move(summary.problems);
+}
+
 }  // namespace
 
-LogSources::LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem)
-    : m_places(std::move(places)), m_onEvent(std::move(onEvent)), m_onProblem(std::move(onProblem)) {}
+LogSources::LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem, OnLoss onLoss)
+    : m_places(std::move(places)),
+      m_onEvent(std::move(onEvent)),
+      m_onProblem(std::move(onProblem)),
+      m_onLoss(std::move(onLoss)) {}
 
 bool LogSources::Poll() {
     bool any = false;
@@ -83,8 +104,8 @@ bool LogSources::Poll() {
         for (const auto& source : sources) {
             try {
                 ReadSource(source);
-            } catch (const platform::Exception& exception) {
-                Fail(source.path, exception);
+            } catch (...) {
+                Fail(source.path, platform::CurrentException());
             }
         }
     } while (m_again);
@@ -98,47 +119,64 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
         files = FilesIn(place.path, failure);
         if (failure) {
             Fail(place.path, platform::ExceptionFromErrno("list", failure.value()));
+        } else if (files.empty() && m_first && !place.mayBeMissing) {
+            Say(m_onProblem, {.key = {}, .path = place.path}, "there are no log files in it");
         }
         if (place.newest != 0 && m_first && files.size() > place.newest) {
             // The others are as good as read.
             for (std::size_t i = place.newest; i < files.size(); ++i) {
-                m_finished[files[i]] = std::filesystem::file_size(files[i], failure);
+                m_finished[files[i]] = StampOf(files[i]);
             }
             files.resize(place.newest);
         }
         // Live files first: what leaves them meanwhile is met as a log file.
         std::stable_partition(files.begin(), files.end(), IsLive);
-    } else if (place.mayBeMissing && !std::filesystem::exists(place.path, failure)) {
+    } else if (place.mayBeMissing && IsGone(place.path)) {
         return;
     }
     for (const auto& file : files) {
         try {
             IsLive(file) ? AddLiveFile(file, sources) : AddLogFile(file, sources);
-        } catch (const platform::Exception& exception) {
-            Fail(file, exception);
+        } catch (...) {
+            Fail(file, platform::CurrentException());
         }
     }
 }
 
-void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
-    std::error_code gone;
-    const bool named = std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
-    if (!named && !std::filesystem::exists(path, gone)) {
-        m_again = true;
-        return;
+std::optional<LogSources::Stamp> LogSources::StampOf(const std::filesystem::path& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
     }
-    const auto size = std::filesystem::file_size(path, gone);
-    const auto [entry, added] = m_finished.try_emplace(path, size);
-    if (added || std::exchange(entry->second, size) != size) {
-        m_onProblem(path, exception.what());
+    constexpr std::int64_t kNanoseconds = 1000000000;
+    return Stamp{.inode = status.st_ino,
+                 .size = static_cast<std::uintmax_t>(status.st_size),
+                 .time = status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
+}
+
+bool LogSources::IsNamed(const std::filesystem::path& path) const {
+    return std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
+}
+
+void LogSources::Say(const OnProblem& listener, const Source& source, const std::string& what) {
+    if (m_said.emplace(source.key, source.key == Key() ? source.path : "", what).second) {
+        listener(source.path, what);
     }
 }
 
+void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
+    if (!IsNamed(path) && IsGone(path)) {
+        m_again = true;
+        return;
+    }
+    m_finished[path] = StampOf(path);
+    Say(m_onProblem, {.key = {}, .path = path}, exception.what());
+}
+
 void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources) {
-    std::error_code gone;
-    const auto size = std::filesystem::file_size(path, gone);
+    const auto stamp = StampOf(path);
     const auto finished = m_finished.find(path);
-    if (finished != m_finished.end() && (gone || finished->second == size)) {
+    if (finished != m_finished.end() && (!stamp || finished->second == stamp)) {
         return;
     }
     const auto header = HeaderAt(path, 0);
@@ -146,49 +184,83 @@ void LogSources::AddLogFile(const std::filesystem::path& path, std::vector<Sourc
 }
 
 void LogSources::AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources) {
+    bool isOne = false;
     for (std::size_t index = 0; index < platform::LiveFile::kImages; ++index) {
         const auto offset = index * etl::kFileSize;
         const auto header = HeaderAt(path, offset);
+        isOne = isOne || (header && header->Buffer.BufferType == etl::kBufferTypeHeader);
         if (header && header->LogFile.BuffersWritten > 1) {
             sources.push_back({.key = KeyOf(*header), .path = path, .offset = offset, .isLive = true});
         }
     }
+    // One that is being made holds nothing at first; whoever names it wants to know.
+    std::error_code gone;
+    const auto size = std::filesystem::file_size(path, gone);
+    if (!isOne && (IsNamed(path) || (!gone && size != 0 && size < sizeof(etl::FileHeader)))) {
+        throw platform::Exception(platform::result::kInvalidArgument,
+                                  u"it is no log file of a running program");
+    }
 }
 
-void LogSources::ReadSource(const Source& source) {
+std::vector<std::byte> LogSources::BytesOf(const Source& source) {
     std::error_code gone;
     const auto size = std::filesystem::file_size(source.path, gone);
     const auto length = source.isLive ? etl::kFileSize : std::min<std::size_t>(size, kLargestFile);
-    const auto bytes =
-        platform::ReadUpTo(platform::OpenFile(source.path, O_RDONLY), source.path, source.offset, length);
+    const auto file = platform::OpenFile(source.path, O_RDONLY);
+    if (!source.isLive) {
+        // A foreign file is refused before it is read, however large it is.
+        etl::CheckEventTrace(platform::ReadUpTo(file, source.path, 0, sizeof(etl::FileHeader)));
+    }
+    auto bytes = platform::ReadUpTo(file, source.path, source.offset, length);
     if (source.isLive) {
         // What was read is whole unless the image has been put to its next use meanwhile.
         const auto header = HeaderAt(source.path, source.offset);
         if (!header || KeyOf(*header) != source.key || header->LogFile.BuffersWritten < 2) {
             m_again = true;
-            return;
+            bytes.clear();
         }
     }
-    std::size_t unknown = 0;
+    return bytes;
+}
+
+void LogSources::ReadSource(const Source& source) {
+    const auto stamp = StampOf(source.path);
+    const auto bytes = BytesOf(source);
+    if (bytes.empty() && source.isLive) {
+        return;
+    }
+    std::vector<bool> unknown;
     // A header without a start does not tell its file from others.
     auto& handedOut = source.key == Key() ? unknown : m_handedOut[source.key];
-    std::size_t number = 0;
+    handedOut.resize(std::max(handedOut.size(), bytes.size() / etl::kRecordAlignment));
     const auto summary = etl::ReadEventTrace(bytes, [&](const etl::TraceEvent& event) {
-        if (++number > handedOut) {
+        const auto index = event.position / etl::kRecordAlignment;
+        if (!handedOut[index]) {
+            handedOut[index] = true;
             m_onEvent(event);
         }
     });
-    handedOut = std::max(handedOut, number);
-    if (source.isLive) {
-        return;
+    auto problems = ProblemsOf(summary);
+    if (!source.isLive) {
+        m_finished[source.path] = stamp;
+        if (bytes.size() == kLargestFile) {
+            problems.emplace_back("it is too large; only its beginning was read");
+        }
+    } else if (!problems.empty()) {
+        // What a second look does not find was only being written.
+        const auto second = BytesOf(source);
+        const auto confirmed = second.empty() ? std::vector<std::string>()
+                                              : ProblemsOf(etl::ReadEventTrace(second, [](auto&&) {}));
+        std::erase_if(problems, [&](const std::string& problem) {
+            return std::ranges::find(confirmed, problem) == confirmed.end();
+        });
     }
-    m_finished[source.path] = size;
-    for (const auto& problem : summary.problems) {
-        m_onProblem(source.path, problem);
+    for (const auto& problem : problems) {
+        Say(m_onProblem, source, problem);
     }
-    if (summary.foreignEvents != 0) {
-        m_onProblem(source.path, std::to_string(summary.foreignEvents) +
-                                     " events of other programs' providers are not shown");
+    if (const auto lost = summary.header.eventsLost; lost != 0) {
+        Say(m_onLoss, source,
+            std::to_string(lost) + (lost == 1 ? " message was lost" : " messages were lost"));
     }
 }
 

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -32,10 +34,14 @@ class LogSources {
     using OnEvent = std::function<void(const platform::etl::TraceEvent&)>;
     using OnProblem = std::function<void(const std::filesystem::path&, const std::string&)>;
 
-    LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem);
+    /// A file's word on messages that never got into it.
+    using OnLoss = OnProblem;
+
+    LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem, OnLoss onLoss);
 
     /// Hands out all messages that have not been handed out before, file by file in the order of the files'
-    /// starts. Each problem is handed out once. Returns whether there was any file.
+    /// starts. Each problem and loss is handed out once, whatever copies there are. Returns whether there was
+    /// any file.
     bool Poll();
 
   private:
@@ -50,19 +56,38 @@ class LogSources {
         bool isLive = false;
     };
 
+    /// Tells whether a path still leads to the same file with the same content: names come again.
+    struct Stamp {
+        std::uintmax_t inode;
+        std::uintmax_t size;
+        /// Of the last change, in nanoseconds.
+        std::int64_t time;
+
+        bool operator==(const Stamp&) const = default;
+    };
+    static std::optional<Stamp> StampOf(const std::filesystem::path& path);
+
     void AddPlace(const Place& place, std::vector<Source>& sources);
     void AddLogFile(const std::filesystem::path& path, std::vector<Source>& sources);
     void AddLiveFile(const std::filesystem::path& path, std::vector<Source>& sources);
     void ReadSource(const Source& source);
+    /// Empty when the source has moved on.
+    std::vector<std::byte> BytesOf(const Source& source);
+    bool IsNamed(const std::filesystem::path& path) const;
+    void Say(const OnProblem& listener, const Source& source, const std::string& what);
     void Fail(const std::filesystem::path& path, const platform::Exception& exception);
 
     const std::vector<Place> m_places;
     const OnEvent m_onEvent;
     const OnProblem m_onProblem;
-    /// Messages handed out of each log file.
-    std::map<Key, std::size_t> m_handedOut;
-    /// Log files that need no second look, with the size they had.
-    std::map<std::filesystem::path, std::uintmax_t> m_finished;
+    const OnLoss m_onLoss;
+    /// Which messages of each log file have been handed out, by the place of their records: copies may be
+    /// damaged, each in its own way.
+    std::map<Key, std::vector<bool>> m_handedOut;
+    /// What has been said of which log file, or of which path when that does not tell the file apart.
+    std::set<std::tuple<Key, std::filesystem::path, std::string>> m_said;
+    /// Log files that need no second look as long as they are what they were; none for what cannot be told.
+    std::map<std::filesystem::path, std::optional<Stamp>> m_finished;
     /// Something has moved since the places were listed.
     bool m_again = false;
     bool m_first = true;

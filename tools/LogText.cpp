@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "platform/core/Text.h"
@@ -61,6 +63,35 @@ std::string Visible(const std::string& text) {
     return out;
 }
 
+/// The seconds in "10m"; too many for a number stand as the most that one holds.
+std::optional<std::int64_t> ParseAgo(std::string_view text) {
+    static constexpr std::string_view kUnits = "smhd";
+    static constexpr std::array<std::int64_t, 4> kSeconds = {1, 60, 3600, 86400};
+    std::int64_t count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (error == std::errc::invalid_argument || text.starts_with('-') ||
+        end + 1 != text.data() + text.size() || kUnits.find(*end) == kUnits.npos) {
+        return {};
+    }
+    const auto seconds = kSeconds[kUnits.find(*end)];
+    constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+    return error != std::errc() || count > kMost / seconds ? kMost : count * seconds;
+}
+
+/// Takes ".605" off the front of `text`, in 100 ns; digits beyond those are dropped.
+std::int64_t TakeFraction(const char*& text) {
+    if (text[0] != '.' || text[1] < '0' || text[1] > '9') {
+        return 0;
+    }
+    std::int64_t units = 0;
+    auto value = kUnitsPerSecond;
+    for (++text; *text >= '0' && *text <= '9'; ++text) {
+        value /= 10;
+        units += (*text - '0') * value;
+    }
+    return units;
+}
+
 }  // namespace
 
 std::string TextLine(const platform::etl::TraceEvent& event, bool utc) {
@@ -106,32 +137,36 @@ std::optional<platform::LoggingLevel> ParseLevel(std::string_view text) {
 }
 
 std::optional<std::int64_t> ParseSince(const std::string& text, bool utc, std::int64_t now) {
-    long count = 0;
-    char unit = 0;
-    int used = 0;
-    if (std::sscanf(text.c_str(), "%9ld%c%n", &count, &unit, &used) == 2 && count >= 0 &&
-        static_cast<std::size_t>(used) == text.size()) {
-        const std::string_view units = "smhd";
-        static constexpr std::array<std::int64_t, 4> kSeconds = {1, 60, 3600, 86400};
-        const auto index = units.find(unit);
-        return index == std::string_view::npos
-                   ? std::nullopt
-                   : std::optional(now - count * kSeconds[index] * kUnitsPerSecond);
+    if (const auto ago = ParseAgo(text)) {
+        return *ago > now / kUnitsPerSecond ? 0 : now - *ago * kUnitsPerSecond;
     }
-    for (const char* format : {"%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M", "%Y-%m-%d %H:%M",
-                               "%Y-%m-%d", "%H:%M:%S", "%H:%M"}) {
+    for (const std::string_view format : {"%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M",
+                                          "%Y-%m-%d %H:%M", "%Y-%m-%d", "%H:%M:%S", "%H:%M"}) {
+        const bool hasDate = format.starts_with("%Y");
         tm calendar{};
-        if (format[1] == 'H') {
+        if (!hasDate) {
             const auto today = MomentOf(now, utc).calendar;
             calendar.tm_year = today.tm_year;
             calendar.tm_mon = today.tm_mon;
             calendar.tm_mday = today.tm_mday;
         }
-        const char* end = strptime(text.c_str(), format, &calendar);
+        const char* end = strptime(text.c_str(), format.data(), &calendar);
+        if (end == nullptr) {
+            continue;
+        }
+        const auto units = format.ends_with("%S") ? TakeFraction(end) : 0;
+        long offset = 0;
+        bool isUtc = utc;
+        if ((*end == 'Z' || *end == '+' || *end == '-') && hasDate && format.find("%H") != format.npos) {
+            tm zone{};
+            end = strptime(end, "%z", &zone);
+            offset = zone.tm_gmtoff;
+            isUtc = true;
+        }
         if (end != nullptr && *end == 0) {
             calendar.tm_isdst = -1;
-            const std::int64_t seconds = utc ? timegm(&calendar) : mktime(&calendar);
-            return kUnixEpoch + seconds * kUnitsPerSecond;
+            const std::int64_t seconds = (isUtc ? timegm(&calendar) : mktime(&calendar)) - offset;
+            return kUnixEpoch + seconds * kUnitsPerSecond + units;
         }
     }
     return {};

@@ -20,8 +20,9 @@ std::string JsonLine(const platform::etl::TraceEvent& event, bool utc);
 /// A level by its name, in any case.
 std::optional<platform::LoggingLevel> ParseLevel(std::string_view text);
 
-/// A moment as FILETIME: "2026-03-05", "2026-03-05 09:04", "2026-03-05T09:04:07", "09:04:07" (today), or a
-/// while ago: "30s", "10m", "2h", "7d". `now` is a FILETIME.
+/// A moment as FILETIME: "2026-03-05", "2026-03-05 09:04", "2026-03-05T09:04:07", "09:04:07" (today), seconds
+/// with a fraction, a date's time with a zone ("Z", "+01:00"), or a while ago: "30s", "10m", "2h", "7d",
+/// never before the year 1601. `now` is a FILETIME.
 std::optional<std::int64_t> ParseSince(const std::string& text, bool utc, std::int64_t now);
 
 }  // namespace logtool

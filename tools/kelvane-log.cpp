@@ -2,9 +2,12 @@
 
 #include <getopt.h>
 
+#include <cerrno>
 #include <chrono>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -40,13 +43,31 @@ constexpr const char* kHelp =
     "  -l, --level L    only messages of this level and above: Verbose, Information,\n"
     "                   Warning, Error, Critical\n"
     "  -s, --since T    only messages since T: \"2026-03-05\", \"2026-03-05 09:04\", \"09:04:07\"\n"
-    "                   (today), or so long ago: 30s, 10m, 2h, 7d\n"
+    "                   (today), a time as it is printed, or so long ago: 30s, 10m, 2h, 7d\n"
     "  -u, --utc        times in UTC, also T; else local time\n"
     "  -j, --json       one JSON object a line\n"
     "  -h, --help       print this and end\n"
     "\n"
     "Exit status: 0 when all was read, 1 when a file is damaged, foreign or missing (what\n"
-    "can be read of it is printed), 2 for wrong options.\n";
+    "can be read of it is printed) or the output cannot be written, 2 for wrong\n"
+    "options.\n";
+
+/// Ends the program when the standard output did not take what was printed; `taken` is what its last call
+/// told.
+void Require(bool taken) {
+    if (taken) {
+        return;
+    }
+    // Whoever closes a pipe has seen enough.
+    if (errno != EPIPE) {
+        std::fprintf(stderr, "kelvane-log: cannot write: %s\n", std::strerror(errno));
+    }
+    std::exit(1);
+}
+
+void Flush() {
+    Require(std::fflush(stdout) == 0);
+}
 
 /// The exit status when the program ends at once.
 std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
@@ -83,6 +104,7 @@ std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
                 break;
             case 'h':
                 std::fputs(kHelp, stdout);
+                Flush();
                 return 0;
             default:
                 std::fputs("Try: kelvane-log --help\n", stderr);
@@ -117,6 +139,10 @@ int Run(Options options) {
             {.path = stored, .newest = options.since.empty() ? kNewest : 0, .mayBeMissing = true}};
     }
     int status = 0;
+    const auto say = [](const std::filesystem::path& path, const std::string& what) {
+        Flush();
+        std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), what.c_str());
+    };
     logtool::LogSources sources(
         options.places,
         [&](const platform::etl::TraceEvent& event) {
@@ -125,24 +151,25 @@ int Run(Options options) {
             }
             const auto line =
                 (options.json ? logtool::JsonLine : logtool::TextLine)(event, options.utc) + '\n';
-            std::fwrite(line.data(), 1, line.size(), stdout);
+            Require(std::fwrite(line.data(), 1, line.size(), stdout) == line.size());
         },
         [&](const std::filesystem::path& path, const std::string& problem) {
-            std::fflush(stdout);
-            std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), problem.c_str());
+            say(path, problem);
             status = 1;
-        });
-    bool any = sources.Poll();
-    while (options.follow && std::fflush(stdout) == 0) {
-        std::this_thread::sleep_for(kPollInterval);
-        any = sources.Poll() || any;
-    }
-    if (!any && byDefault) {
+        },
+        say);
+    if (!sources.Poll() && byDefault) {
         std::fprintf(stderr, "kelvane-log: there are no log files in %s; start kelvane first\n",
                      stored.c_str());
         status = 1;
     }
-    return std::fflush(stdout) == 0 ? status : 1;
+    Flush();
+    while (options.follow) {
+        std::this_thread::sleep_for(kPollInterval);
+        sources.Poll();
+        Flush();
+    }
+    return status;
 }
 
 }  // namespace

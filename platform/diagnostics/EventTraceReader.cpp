@@ -70,31 +70,6 @@ class Reader {
   public:
     Reader(Bytes file, const std::function<void(TraceEvent&&)>& onEvent) : m_file(file), m_onEvent(onEvent) {}
 
-    TraceSummary Read() {
-        ReadHeader();
-        const std::size_t inFile = m_file.size() / m_bufferSize;
-        std::size_t count = m_written;
-        if (count == 0) {
-            // The count of an unclosed file of other writers.
-            count = inFile + 1;
-        } else if (count * m_bufferSize > m_file.size()) {
-            Problem(0, "the file is shorter than its " + std::to_string(count) + " buffers");
-        }
-        for (std::size_t index = 1; index < count && index * m_bufferSize < m_file.size(); ++index) {
-            if (!ReadBuffer(index * m_bufferSize)) {
-                break;
-            }
-        }
-        return std::move(m_summary);
-    }
-
-  private:
-    void Problem(std::size_t at, const std::string& what) {
-        if (m_summary.problems.size() < kProblemLimit) {
-            m_summary.problems.push_back(at == 0 ? what : "at byte " + std::to_string(at) + ": " + what);
-        }
-    }
-
     void ReadHeader() {
         if (m_file.size() < sizeof(FileHeader)) {
             Refuse(u"it is too short for an event-trace file");
@@ -128,6 +103,31 @@ class Reader {
         Bytes names = m_file.subspan(sizeof(FileHeader),
                                      std::min<std::size_t>(m_file.size(), m_bufferSize) - sizeof(FileHeader));
         out.sessionName = TakeText(names).value_or(u"");
+    }
+
+    TraceSummary Read() {
+        ReadHeader();
+        const std::size_t inFile = m_file.size() / m_bufferSize;
+        std::size_t count = m_written;
+        if (count == 0) {
+            // The count of an unclosed file of other writers.
+            count = inFile + 1;
+        } else if (count * m_bufferSize > m_file.size()) {
+            Problem(0, "the file is shorter than its " + std::to_string(count) + " buffers");
+        }
+        for (std::size_t index = 1; index < count && index * m_bufferSize < m_file.size(); ++index) {
+            if (!ReadBuffer(index * m_bufferSize)) {
+                break;
+            }
+        }
+        return std::move(m_summary);
+    }
+
+  private:
+    void Problem(std::size_t at, const std::string& what) {
+        if (m_summary.problems.size() < kProblemLimit) {
+            m_summary.problems.push_back(at == 0 ? what : "at byte " + std::to_string(at) + ": " + what);
+        }
     }
 
     /// False when what follows cannot be read either.
@@ -179,6 +179,9 @@ class Reader {
                       at + offset);
             offset += Align(header.Size);
         }
+        if (offset < buffer.size()) {
+            Problem(at + offset, "the end of a buffer is no record");
+        }
     }
 
     void ReadEvent(const EventHeader& header, Bytes payload, std::size_t at) {
@@ -193,12 +196,16 @@ class Reader {
             Problem(at, "a message does not end");
             return;
         }
+        if (!payload.empty()) {
+            Problem(at, "a message ends before its record; others may be hidden behind it");
+        }
         m_onEvent({.fileTime = m_time.FileTime(header.TimeStamp),
                    .level = static_cast<LoggingLevel>(kLevelBase - header.Id),
                    .process = header.ProcessId,
                    .thread = header.ThreadId,
                    .channel = std::move(*channel),
-                   .text = std::move(*text)});
+                   .text = std::move(*text),
+                   .position = at});
     }
 
     const Bytes m_file;
@@ -210,6 +217,10 @@ class Reader {
 };
 
 }  // namespace
+
+void CheckEventTrace(std::span<const std::byte> bytes) {
+    Reader(bytes, {}).ReadHeader();
+}
 
 TraceSummary ReadEventTrace(std::span<const std::byte> file,
                             const std::function<void(TraceEvent&&)>& onEvent) {

@@ -35,6 +35,8 @@ struct TraceEvent {
     std::uint32_t thread = 0;
     std::u16string channel;
     std::u16string text;
+    /// Where its record begins, in bytes from the file's start: the same in each copy of the file.
+    std::size_t position = 0;
 };
 
 struct TraceSummary {
@@ -45,8 +47,12 @@ struct TraceSummary {
     std::vector<std::string> problems;
 };
 
+/// Throws a platform exception when `bytes` do not begin like an event-trace file that can be read. The first
+/// sizeof(FileHeader) of them suffice.
+void CheckEventTrace(std::span<const std::byte> bytes);
+
 /// Calls `onEvent` with each message in the order of the file, past damage where a later buffer is sound.
-/// Throws a platform exception when the bytes do not begin like an event-trace file.
+/// Throws as CheckEventTrace does.
 TraceSummary ReadEventTrace(std::span<const std::byte> file,
                             const std::function<void(TraceEvent&&)>& onEvent);
 

@@ -89,9 +89,10 @@ TEST(Crash, LosesNoMessageWhoseCallHadReturned) {
         waitpid(child, nullptr, 0);
 
         Expectation atOnce;
+        const auto fail = [](const auto& path, const auto& what) { ADD_FAILURE() << path << what; };
         logtool::LogSources sources(
             {{.path = state.Logs(), .mayBeMissing = true}}, [&](const auto& event) { atOnce.Take(event); },
-            [](const auto& path, const auto& problem) { ADD_FAILURE() << path << problem; });
+            fail, fail);
         sources.Poll();
         atOnce.Check(returned);
 

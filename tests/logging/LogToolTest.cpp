@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <fstream>
 
+#include "platform/diagnostics/EventTraceFormat.h"
+#include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/FileLoggingSession.h"
 #include "tests/logging/LogFolder.h"
 #include "tools/LogSources.h"
@@ -20,7 +22,8 @@ class LogTool : public testing::Test {
                 [this](const platform::etl::TraceEvent& event) { m_texts.push_back(event.text); },
                 [this](const std::filesystem::path& path, const std::string&) {
                     m_problems.push_back(path.filename());
-                }};
+                },
+                [this](const std::filesystem::path&, const std::string& loss) { m_losses.push_back(loss); }};
     }
     std::vector<std::u16string> Taken() { return std::exchange(m_texts, {}); }
 
@@ -28,10 +31,33 @@ class LogTool : public testing::Test {
 
     using Lines = std::vector<std::u16string>;
 
+    /// The file of one message each of `texts`, in `memory`.
+    static std::span<const std::byte> File(std::span<std::byte> memory, const Lines& texts,
+                                           std::uint32_t lost = 0) {
+        platform::etl::EventTraceImage image(memory.data());
+        image.Prepare(u"S", u"S.etl", 0);
+        image.Begin(1, 2, 133000000000000000, 1000);
+        for (const auto& text : texts) {
+            image.Append({.channel = u"c", .text = text, .level = 0, .thread = 1, .process = 2}, 1000);
+        }
+        image.Complete(133000000000000000, lost);
+        return image.Bytes();
+    }
+    static constexpr std::size_t kClock = 0x58;
+    /// Behind a first one of three letters on a channel of one.
+    static constexpr std::size_t kSecondRecord = 0x10048 + 0x60;
+
+    void Put(const std::string& name, std::span<const std::byte> bytes) {
+        std::filesystem::create_directories(m_state.Logs());
+        std::ofstream(m_state.Logs() / name, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+
     tests::StateFolderScope m_state;
     std::shared_ptr<platform::LoggingChannel> m_channel = std::make_shared<platform::LoggingChannel>(u"c");
     Lines m_texts;
     std::vector<std::string> m_problems;
+    std::vector<std::string> m_losses;
 };
 
 TEST_F(LogTool, FollowsMessagesFromTheLiveFileIntoTheStoredOnesOnceEach) {
@@ -72,16 +98,61 @@ TEST_F(LogTool, SaysOnceWhatCannotBeReadAndReadsTheRest) {
     session->AddLoggingChannel(m_channel);
     Write(u"sound");
     session->Close();
-    auto bytes = tests::ReadBytes(m_state.Logs() / "S-1.etl");
-    std::ofstream(m_state.Logs() / "cut.etl", std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), 0x10100);
+    const auto bytes = tests::ReadBytes(m_state.Logs() / "S-1.etl");
+    Put("cut.etl", std::span(bytes).first(0x10100));
     std::ofstream(m_state.Logs() / "foreign.etl") << "no log file";
+    // Neither there nor gone.
+    std::filesystem::create_symlink("loop.etl", m_state.Logs() / "loop.etl");
     auto sources = Open({{.path = m_state.Logs()}, {.path = m_state.Kelvane() / "missing.etl"}});
     sources.Poll();
     sources.Poll();
     EXPECT_EQ(Taken(), Lines{u"sound"});
     std::ranges::sort(m_problems);
-    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "missing.etl"}));
+    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "loop.etl", "missing.etl"}));
+}
+
+TEST_F(LogTool, TellsOnceWhatWasLostAndWhatIsDamagedInALiveFile) {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    const auto bytes = File(memory, {u"one", u"two", u"three"}, 30);
+    Put("sound.etl", bytes);
+    memory[kSecondRecord + offsetof(platform::etl::EventHeader, HeaderType)] ^= std::byte{0xFF};
+    memory[kClock] ^= std::byte{1};
+    Put("damaged.live", bytes);
+    Put("stored.etl", bytes);
+    const auto text = m_state.Kelvane() / "text.live";
+    std::ofstream(text) << "no live file";
+    const auto empty = m_state.Kelvane() / "empty";
+    std::filesystem::create_directory(empty);
+    auto sources = Open({{.path = m_state.Logs()}, {.path = text}, {.path = empty}});
+    sources.Poll();
+    sources.Poll();
+    EXPECT_EQ(Taken(), (Lines{u"one", u"two", u"three", u"one"}));
+    std::ranges::sort(m_problems);
+    EXPECT_EQ(m_problems, (std::vector<std::string>{"damaged.live", "empty", "text.live"}));
+    EXPECT_EQ(m_losses, (std::vector<std::string>{"30 messages were lost", "30 messages were lost"}));
+}
+
+TEST_F(LogTool, ShowsEachMessageOnceWhateverBecomesOfNamesAndCopies) {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    const auto bytes = File(memory, {u"one", u"two", std::u16string(32600, u'l'), u"last"});
+    Put("b.etl", bytes);
+    memory[kSecondRecord + offsetof(platform::etl::EventHeader, HeaderType)] ^= std::byte{0xFF};
+    Put("a.etl", bytes);
+    auto sources = Open({{.path = m_state.Logs() / "a.etl"}, {.path = m_state.Logs()}});
+    sources.Poll();
+    auto texts = Taken();
+    ASSERT_EQ(texts.size(), 4U);
+    EXPECT_EQ(texts.back(), u"two");
+    EXPECT_EQ(m_problems, std::vector<std::string>{"a.etl"});
+    // Another file of the same name and size.
+    std::filesystem::rename(m_state.Logs() / "b.etl", m_state.Kelvane() / "b.etl");
+    const auto next = File(memory, {u"new", u"two", std::u16string(32600, u'l'), u"last"});
+    memory[kClock] ^= std::byte{1};
+    Put("b.etl", next);
+    sources.Poll();
+    texts = Taken();
+    ASSERT_EQ(texts.size(), 4U);
+    EXPECT_EQ(texts.front(), u"new");
 }
 
 TEST(LogText, ShowsEachMessageOnOneLine) {
@@ -114,13 +185,25 @@ TEST(LogText, ReadsLevelsAndMoments) {
     } rows[] = {
         {"30s", now - 30 * second},
         {"7d", now - std::int64_t{7} * 86400 * second},
+        {"99999999d", 0},
+        {"99999999999999999999s", 0},
         {"08:04:07", now},
+        {"08:04:07.5", now + second / 2},
+        {"2026-03-05 08:04:07.605", now + 605 * second / 1000},
+        {"2026-03-05T08:04:07.0451234Z", now + 451234},
+        {"2026-03-05T09:34:07.0451234+01:30", now + 451234},
+        {"2026-03-05T03:04-05:00", now - 7 * second},
         {"2026-03-05T08:04:07", now},
         {"2026-03-05 08:04", now - 7 * second},
         {"2026-03-05", now - (8 * 3600 + 4 * 60 + 7) * second},
         {"", {}},
         {"yesterday", {}},
         {"10y", {}},
+        {"-5d", {}},
+        {"-99999999999999999999d", {}},
+        {"d", {}},
+        {"2026-03-05Z", {}},
+        {"2026-03-05 08:04:07.", {}},
         {"2026-03-05 25:00", {}},
     };
     for (const auto& row : rows) {
