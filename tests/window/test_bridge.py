@@ -188,6 +188,25 @@ class Bridge(unittest.TestCase):
         self.assertEqual(stage.ended(), 0)
         self.assertEqual(stage.errors, [])
 
+    def test_a_held_key_presses_nothing_on_the_next_page(self):
+        stage = self.stage
+        xdotool("windowfocus", "--sync", stage.window)
+        stage.say("focus Box1")
+        has_focus(stage, "Charging")
+        xdotool("keydown", "Return")
+        self.addCleanup(xdotool, "keyup", "Return")
+        for _ in range(2):  # The press and its first repeat.
+            stage.heard("key Box1 13")
+        stage.say("reload")
+        has_focus(stage, "OK")
+        # Each click takes the toolkit longer than several repeats.
+        for _ in range(2):
+            press(stage, "Cancel")
+            self.assertEqual(stage.heard("clicked"), "clicked Cancel")
+        xdotool("keyup", "Return")
+        xdotool("key", "Return")
+        self.assertEqual(stage.heard("clicked"), "clicked Ok")
+
     def test_a_second_start_reaches_the_running_program(self):
         for words, heard in (["kelvane:?x=1&y=a%20b"], "activated ?x=1&y=a%20b"), (["F1", "key"], "launched F1 key"):
             with self.subTest(words), Program("kelvane-stage", *words) as second:
