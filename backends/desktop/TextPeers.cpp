@@ -10,6 +10,14 @@ using platform::ElementProperty;
 
 namespace {
 
+/// Whether the text runs against the direction of its element: the toolkit would put it to the other side.
+bool RunsAgainst(GtkWidget* widget, const char* text) {
+    const GObjectPtr<PangoLayout> layout(gtk_widget_create_pango_layout(widget, text));
+    const auto direction =
+        pango_layout_line_get_resolved_direction(pango_layout_get_line_readonly(layout.get(), 0));
+    return (direction == PANGO_DIRECTION_RTL) != (gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL);
+}
+
 class TextBlockPeer final : public Peer {
   public:
     TextBlockPeer(DesktopWindow& window, platform::TextBlock& text)
@@ -17,6 +25,9 @@ class TextBlockPeer final : public Peer {
 
     void Update(ElementProperty property) override {
         Peer::Update(property);
+        if (property == ElementProperty::FlowDirection) {
+            UpdateAlignment();
+        }
         if (property != ElementProperty::Text) {
             return;
         }
@@ -28,6 +39,7 @@ class TextBlockPeer final : public Peer {
             gtk_label_set_selectable(label, m_text.IsTextSelectionEnabled());
         }
         gtk_label_set_text(label, platform::ToValidUtf8(m_text.Text()).c_str());
+        UpdateAlignment();
         if (m_text.Accessibility().LabeledBy != nullptr) {
             // The toolkit has made the text the name as well: a value is called by its label alone.
             gtk_accessible_reset_property(GTK_ACCESSIBLE(label), GTK_ACCESSIBLE_PROPERTY_LABEL);
@@ -39,8 +51,20 @@ class TextBlockPeer final : public Peer {
     static GtkWidget* NewLabel(const platform::TextBlock& text) {
         const auto role =
             text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING : GTK_ACCESSIBLE_ROLE_LABEL;
+        // A hyphen at the end of a line would be read as part of the value.
+        const std::unique_ptr<PangoAttrList, FreeWith<pango_attr_list_unref>> attributes(
+            pango_attr_list_new());
+        pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
         return static_cast<GtkWidget*>(g_object_new(GTK_TYPE_LABEL, "accessible-role", role, "xalign", 0.0F,
-                                                    "wrap-mode", PANGO_WRAP_WORD_CHAR, nullptr));
+                                                    "wrap-mode", PANGO_WRAP_WORD_CHAR, "attributes",
+                                                    attributes.get(), nullptr));
+    }
+
+    /// The lines of a wrapped text begin where the element does.
+    void UpdateAlignment() {
+        auto* const label = GTK_LABEL(Widget());
+        gtk_label_set_justify(
+            label, RunsAgainst(Widget(), gtk_label_get_text(label)) ? GTK_JUSTIFY_RIGHT : GTK_JUSTIFY_LEFT);
     }
 
     platform::TextBlock& m_text;
@@ -93,13 +117,10 @@ class TextBoxPeer final : public Peer {
         }
     }
 
-    /// The toolkit aligns by the direction of the text; a box stands beside its label, whatever is in it.
+    /// A box stands beside its label, whatever is in it.
     void UpdateAlignment() {
-        const GObjectPtr<PangoLayout> layout(
-            gtk_widget_create_pango_layout(Widget(), gtk_editable_get_text(GTK_EDITABLE(Widget()))));
-        const bool textIsRightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
-        const bool boxIsRightToLeft = m_box.FlowDirection() == platform::FlowDirection::RightToLeft;
-        gtk_editable_set_alignment(GTK_EDITABLE(Widget()), textIsRightToLeft == boxIsRightToLeft ? 0 : 1);
+        auto* const editable = GTK_EDITABLE(Widget());
+        gtk_editable_set_alignment(editable, RunsAgainst(Widget(), gtk_editable_get_text(editable)) ? 1 : 0);
     }
 
     /// Reached by the keyboard, the box shows all of its text as selected; a click places the caret
