@@ -84,6 +84,12 @@ class TextBoxPeer final : public Peer {
             focus, "enter",
             [](GtkEventControllerFocus*, gpointer self) { static_cast<TextBoxPeer*>(self)->Entered(); },
             this);
+        m_toolTip = Signal(
+            Widget(), "query-tooltip",
+            [](GtkWidget*, int, int, gboolean, GtkTooltip* toolTip, gpointer self) -> gboolean {
+                return static_cast<TextBoxPeer*>(self)->ShowWhole(toolTip);
+            },
+            this);
     }
 
     void Update(ElementProperty property) override {
@@ -97,16 +103,15 @@ class TextBoxPeer final : public Peer {
                 // What does not fit is seen by the beginning, and whole in the tool tip.
                 gtk_editable_set_position(editable, 0);
             }
-            // As wide as its text where there is room, and as narrow as its place.
-            constexpr int kLeastCharacters = 4;
-            gtk_editable_set_width_chars(editable, kLeastCharacters);
-            gtk_editable_set_max_width_chars(
-                editable, std::max(kLeastCharacters, static_cast<int>(m_box.Text().size())));
+            UpdateWidth();
             UpdateAlignment();
         } else if (property == ElementProperty::FlowDirection) {
             UpdateAlignment();
         } else if (property == ElementProperty::Selection) {
             gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
+        } else if (property == ElementProperty::Accessibility) {
+            // Asked for its tool tip, even if the element has none of its own.
+            gtk_widget_set_has_tooltip(Widget(), TRUE);
         }
     }
 
@@ -117,10 +122,47 @@ class TextBoxPeer final : public Peer {
         }
     }
 
+    /// Pixels that the text takes.
+    int TextWidth() const {
+        const GObjectPtr<PangoLayout> layout(
+            gtk_widget_create_pango_layout(Widget(), gtk_editable_get_text(GTK_EDITABLE(Widget()))));
+        int width = 0;
+        pango_layout_get_pixel_size(layout.get(), &width, nullptr);
+        return width;
+    }
+
+    /// As wide as its text where there is room, and as narrow as its place. The toolkit counts in average
+    /// characters.
+    void UpdateWidth() {
+        const std::unique_ptr<PangoFontMetrics, FreeWith<pango_font_metrics_unref>> metrics(
+            pango_context_get_metrics(gtk_widget_get_pango_context(Widget()), nullptr, nullptr));
+        const int character =
+            std::max({PANGO_SCALE, pango_font_metrics_get_approximate_char_width(metrics.get()),
+                      pango_font_metrics_get_approximate_digit_width(metrics.get())});
+        constexpr int kLeastCharacters = 4;
+        auto* const editable = GTK_EDITABLE(Widget());
+        gtk_editable_set_width_chars(editable, kLeastCharacters);
+        const int pixels = PANGO_PIXELS_CEIL(character);
+        gtk_editable_set_max_width_chars(editable,
+                                         std::max(kLeastCharacters, (TextWidth() + pixels - 1) / pixels));
+    }
+
     /// A box stands beside its label, whatever is in it.
     void UpdateAlignment() {
         auto* const editable = GTK_EDITABLE(Widget());
         gtk_editable_set_alignment(editable, RunsAgainst(Widget(), gtk_editable_get_text(editable)) ? 1 : 0);
+    }
+
+    /// A text that its box cuts off is shown whole in the tool tip, unless the element has another. (Set as
+    /// the widget's tool tip, it would be read out as the description.)
+    bool ShowWhole(GtkTooltip* toolTip) {
+        auto* const editable = GTK_EDITABLE(Widget());
+        if (!m_box.Accessibility().ToolTip.empty() ||
+            TextWidth() <= gtk_widget_get_width(GTK_WIDGET(gtk_editable_get_delegate(editable)))) {
+            return false;
+        }
+        gtk_tooltip_set_text(toolTip, gtk_editable_get_text(editable));
+        return true;
     }
 
     /// Reached by the keyboard, the box shows all of its text as selected; a click places the caret
@@ -130,6 +172,7 @@ class TextBoxPeer final : public Peer {
     platform::TextBox& m_box;
     Signal m_changed;
     Signal m_focused;
+    Signal m_toolTip;
 };
 
 }  // namespace
