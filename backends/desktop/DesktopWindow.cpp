@@ -161,8 +161,17 @@ void DesktopWindow::SetPreferredMinSize(platform::Size size) {
 bool DesktopWindow::Resize(platform::Size size) {
     GtkRequisition least{};
     gtk_widget_get_preferred_size(GTK_WIDGET(m_window.get()), &least, nullptr);
-    m_wish = {.width = std::max(static_cast<int>(std::lround(size.Width)), least.width),
-              .height = std::max(static_cast<int>(std::lround(size.Height)), least.height)};
+    PixelSize asked{.width = static_cast<int>(std::lround(size.Width)),
+                    .height = static_cast<int>(std::lround(size.Height))};
+    if (gtk_window_is_maximized(m_window.get())) {
+        // As wide or high as now: what the window itself will have then, not the screen.
+        const auto now = CurrentSize();
+        PixelSize own{};
+        gtk_window_get_default_size(m_window.get(), &own.width, &own.height);
+        asked.width = asked.width == now.width ? own.width : asked.width;
+        asked.height = asked.height == now.height ? own.height : asked.height;
+    }
+    m_wish = {.width = std::max(asked.width, least.width), .height = std::max(asked.height, least.height)};
     ApplySize();
     return true;
 }
