@@ -132,10 +132,13 @@ class Pages(unittest.TestCase):
     def test_a_second_start_comes_to_the_front(self):
         program = self.start()
         self.sees(program, ALWAYS)
+        window = program.window
+        xdotool("windowminimize", "--sync", window)
         with Program("kelvane", "kelvane:?key=1") as second:
             self.assertEqual((second.ended(), second.lines, second.errors), (0, [], []))
         self.sees(program, ALWAYS)
-        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [program.window], "the window in front")
+        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [window], "the window in front")
+        self.assertEqual(program.window, window, "on the screen")
 
     def test_without_the_service_labels_stand_alone(self):
         program = self.start(service="nowhere")
