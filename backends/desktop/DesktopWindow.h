@@ -39,7 +39,7 @@ class DesktopWindow final : public platform::WindowPeer {
     void ContentChanged();
     /// For peers: the window's own parts go by the direction of its root.
     void DirectionChanged(const platform::UIElement& element);
-    /// For peers: the element that labels `peer` has no peer yet.
+    /// For peers: the element that labels or describes `peer` has no peer yet.
     void AwaitLabel(Peer& peer);
     /// For peers: `peer` goes.
     void Forget(Peer& peer);
