@@ -9,7 +9,8 @@
 namespace Kelvane {
 
 /// The user-interface thread. Runs `work` on a worker and then `show` here; without a window it only says so
-/// in `trace`. `show` may hold the page: it goes with the handler, on the user-interface thread.
+/// in `trace`. `show` may hold the page: it goes with the handler, on the user-interface thread, or on the
+/// worker when the window has gone meanwhile and the handler is refused.
 template <typename Work, typename Show>
 void WorkThenShow(const Trace& trace, Work work, Show show) {
     auto window = platform::CoreWindow::GetForCurrentThread();

@@ -13,6 +13,7 @@ constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kSettings = "org.freedesktop.portal.Settings";
 constexpr const char* kAppearance = "org.freedesktop.appearance";
 constexpr const char* kKey = "color-scheme";
+constexpr const char* kPreferDark = "gtk-application-prefer-dark-theme";
 
 void Load(GtkCssProvider* provider, std::string_view text) {
     gtk_css_provider_load_from_data(provider, text.data(), static_cast<gssize>(text.size()));
@@ -29,7 +30,7 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     const std::string_view forced =
         g_getenv("KELVANE_COLOR_SCHEME") != nullptr ? g_getenv("KELVANE_COLOR_SCHEME") : "";
     if (forced == "light" || forced == "dark") {
-        g_object_set(m_settings, "gtk-application-prefer-dark-theme", forced == "dark", nullptr);
+        g_object_set(m_settings, kPreferDark, forced == "dark", nullptr);
     } else {
         g_bus_get(
             G_BUS_TYPE_SESSION, m_cancellable.get(),
@@ -96,15 +97,17 @@ void ColorScheme::DesktopPrefers(GVariant* value) {
     if (g_variant_is_of_type(inner.get(), G_VARIANT_TYPE_UINT32)) {
         enum : guint32 { kNoPreference, kDark, kLight };
         const auto scheme = g_variant_get_uint32(inner.get());
-        if (scheme != kNoPreference) {
-            g_object_set(m_settings, "gtk-application-prefer-dark-theme", scheme == kDark, nullptr);
+        if (scheme == kNoPreference) {
+            gtk_settings_reset_property(m_settings, kPreferDark);
+        } else {
+            g_object_set(m_settings, kPreferDark, scheme == kDark, nullptr);
         }
     }
 }
 
 void ColorScheme::Apply() {
     gboolean dark = FALSE;
-    g_object_get(m_settings, "gtk-application-prefer-dark-theme", &dark, nullptr);
+    g_object_get(m_settings, kPreferDark, &dark, nullptr);
     Load(m_palette.get(), dark ? kDarkPalette : kLightPalette);
 }
 

@@ -78,14 +78,21 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     gtk_widget_add_controller(GTK_WIDGET(window), keys);
     m_signals.emplace_back(
         keys, "key-pressed",
-        [](GtkEventControllerKey*, guint key, guint, GdkModifierType modifiers, gpointer self) -> gboolean {
-            return static_cast<DesktopWindow*>(self)->KeyChanged(key, modifiers, true);
-        },
+        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType modifiers, gpointer self)
+            -> gboolean { return static_cast<DesktopWindow*>(self)->KeyChanged(key, code, modifiers, true); },
         this);
     m_signals.emplace_back(
         keys, "key-released",
-        [](GtkEventControllerKey*, guint key, guint, GdkModifierType modifiers, gpointer self) {
-            static_cast<DesktopWindow*>(self)->KeyChanged(key, modifiers, false);
+        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType modifiers, gpointer self) {
+            static_cast<DesktopWindow*>(self)->KeyChanged(key, code, modifiers, false);
+        },
+        this);
+    // Keys let go of while another window has the focus are not told.
+    m_signals.emplace_back(
+        window, "notify::is-active",
+        [](GObject*, GParamSpec*, gpointer self) {
+            static_cast<DesktopWindow*>(self)->m_heldKeys.clear();
+            static_cast<DesktopWindow*>(self)->m_staleKeys.clear();
         },
         this);
 }
@@ -154,8 +161,17 @@ void DesktopWindow::SetPreferredMinSize(platform::Size size) {
 bool DesktopWindow::Resize(platform::Size size) {
     GtkRequisition least{};
     gtk_widget_get_preferred_size(GTK_WIDGET(m_window.get()), &least, nullptr);
-    m_wish = {.width = std::max(static_cast<int>(std::lround(size.Width)), least.width),
-              .height = std::max(static_cast<int>(std::lround(size.Height)), least.height)};
+    PixelSize asked{.width = static_cast<int>(std::lround(size.Width)),
+                    .height = static_cast<int>(std::lround(size.Height))};
+    if (gtk_window_is_maximized(m_window.get())) {
+        // As wide or high as now: what the window itself will have then, not the screen.
+        const auto now = CurrentSize();
+        PixelSize own{};
+        gtk_window_get_default_size(m_window.get(), &own.width, &own.height);
+        asked.width = asked.width == now.width ? own.width : asked.width;
+        asked.height = asked.height == now.height ? own.height : asked.height;
+    }
+    m_wish = {.width = std::max(asked.width, least.width), .height = std::max(asked.height, least.height)};
     ApplySize();
     return true;
 }
@@ -277,6 +293,8 @@ void DesktopWindow::UpdateFocus() {
     if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
         return;
     }
+    // A key that is still down meant the element that had the focus: its repeats must not press the next one.
+    m_staleKeys = m_heldKeys;
     // Not the first text: it would show itself selected.
     auto* const first =
         defaultButton != nullptr ? defaultButton : FindButton(*m_root, [](auto&) { return true; });
@@ -285,7 +303,13 @@ void DesktopWindow::UpdateFocus() {
     }
 }
 
-bool DesktopWindow::KeyChanged(guint keyValue, GdkModifierType modifiers, bool down) {
+bool DesktopWindow::KeyChanged(guint keyValue, guint keyCode, GdkModifierType modifiers, bool down) {
+    if (!down) {
+        m_heldKeys.erase(keyCode);
+        m_staleKeys.erase(keyCode);
+    } else if (m_heldKeys.insert(keyCode); m_staleKeys.contains(keyCode)) {
+        return true;
+    }
     auto* const peer = Peer::Around(gtk_window_get_focus(m_window.get()));
     auto* const element = peer != nullptr ? &peer->Element() : m_root;
     if (element == nullptr) {

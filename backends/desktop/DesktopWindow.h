@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "backends/desktop/CaptionButtons.h"
@@ -38,7 +39,7 @@ class DesktopWindow final : public platform::WindowPeer {
     void ContentChanged();
     /// For peers: the window's own parts go by the direction of its root.
     void DirectionChanged(const platform::UIElement& element);
-    /// For peers: the element that labels `peer` has no peer yet.
+    /// For peers: the element that labels or describes `peer` has no peer yet.
     void AwaitLabel(Peer& peer);
     /// For peers: `peer` goes.
     void Forget(Peer& peer);
@@ -56,7 +57,7 @@ class DesktopWindow final : public platform::WindowPeer {
     bool RetrySize();
     void LaidOut();
     PixelSize CurrentSize() const;
-    bool KeyChanged(guint keyValue, GdkModifierType modifiers, bool down);
+    bool KeyChanged(guint keyValue, guint keyCode, GdkModifierType modifiers, bool down);
 
     platform::WindowClient& m_client;
     GObjectPtr<GtkWindow> m_window;
@@ -78,6 +79,9 @@ class DesktopWindow final : public platform::WindowPeer {
     SourceId m_sizeRetry;
     int m_retriesLeft = 0;
     SourceId m_focusUpdate;
+    /// The keys that are down, by hardware code, and those of them that went down on a page that has gone.
+    std::set<guint> m_heldKeys;
+    std::set<guint> m_staleKeys;
     std::vector<Signal> m_signals;
     /// Of the window's surface, which there is from the first Activate on.
     std::optional<Signal> m_laidOut;

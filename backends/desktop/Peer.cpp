@@ -221,14 +221,21 @@ void Peer::UpdateAccessibility() {
         gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_LEVEL, accessibility.HeadingLevel,
                                        -1);
     }
-    if (accessibility.LabeledBy == nullptr) {
-        gtk_accessible_reset_relation(accessible, GTK_ACCESSIBLE_RELATION_LABELLED_BY);
-    } else if (const auto* const label = Of(*accessibility.LabeledBy)) {
-        gtk_accessible_update_relation(accessible, GTK_ACCESSIBLE_RELATION_LABELLED_BY,
-                                       GTK_ACCESSIBLE(label->Widget()), nullptr, -1);
-    } else {
-        m_window.AwaitLabel(*this);
+    if (accessibility.IsExpanded) {
+        gtk_accessible_update_state(accessible, GTK_ACCESSIBLE_STATE_EXPANDED,
+                                    static_cast<int>(*accessibility.IsExpanded), -1);
     }
+    const auto relate = [&](GtkAccessibleRelation relation, const platform::UIElement* other) {
+        if (other == nullptr) {
+            gtk_accessible_reset_relation(accessible, relation);
+        } else if (const auto* const text = Of(*other)) {
+            gtk_accessible_update_relation(accessible, relation, GTK_ACCESSIBLE(text->Widget()), nullptr, -1);
+        } else {
+            m_window.AwaitLabel(*this);
+        }
+    };
+    relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, accessibility.LabeledBy);
+    relate(GTK_ACCESSIBLE_RELATION_DESCRIBED_BY, accessibility.DescribedBy);
 }
 
 }  // namespace desktop

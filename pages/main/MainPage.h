@@ -2,7 +2,8 @@
 
 // The main page: the machine's data in rows of label, value and copy button. The record is read on a worker
 // when the page is navigated to, unless it is cached already; a start with a parameter comes from the hotkey.
-// The page goes when another one is shown. All members run on the user-interface thread.
+// The page goes when another one is shown. Members run on the user-interface thread, except the destructor
+// where a worker holds the page last: while it starts the read-aloud, or when the window has gone.
 
 #include <array>
 #include <memory>

@@ -14,10 +14,6 @@ constexpr std::u16string_view kGenerations[] = {u" USB 3.2 Gen 1", u" USB 3.2 Ge
 
 }  // namespace
 
-bool HasValue(std::u16string_view field) {
-    return !field.empty() && field != u"null";
-}
-
 std::optional<std::u16string> ReplaceUsable(std::u16string_view field, std::u16string_view localised) {
     const auto found = field.find(kUsable);
     if (found == std::u16string_view::npos) {

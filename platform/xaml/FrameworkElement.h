@@ -30,6 +30,10 @@ struct ElementAccessibility {
     std::u16string Name;
     /// The element whose text is this one's name. Not owning; belongs to the same page.
     UIElement* LabeledBy = nullptr;
+    /// The element whose text says more about this one. Not owning; belongs to the same page.
+    UIElement* DescribedBy = nullptr;
+    /// Whether what the element opens is open; nothing for one that opens nothing.
+    std::optional<bool> IsExpanded;
     /// 1 to 9; 0 for no heading.
     int HeadingLevel = 0;
     std::u16string ToolTip;

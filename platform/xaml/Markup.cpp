@@ -35,6 +35,7 @@ constexpr ElementKind kElements[] = {
 constexpr std::string_view kUidProperties[] = {"Text", "Content", "AutomationProperties.Name",
                                                "ToolTipService.ToolTip"};
 
+constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
 constexpr std::string_view kOwnTypePrefix = "local:";
 constexpr std::u16string_view kOwnNamespace = u"Kelvane.";
 
@@ -164,8 +165,8 @@ class Reader {
         return true;
     }
 
-    /// {x:Bind ...}: the labelling element, the visibility of another element, or a property of the
-    /// component.
+    /// {x:Bind ...}: the labelling or describing element, the visibility of another element, or a property of
+    /// the component.
     bool ReadBinding(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
                      const std::string& value) {
         const std::string bound(markup::BoundName(value));
@@ -173,17 +174,15 @@ class Reader {
             return false;
         }
         if (name == "AutomationProperties.LabeledBy") {
-            m_afterwards.push_back([this, &element, node, bound] {
-                auto accessibility = element.Accessibility();
-                accessibility.LabeledBy = FindNamed(node, bound).get();
-                element.Accessibility(std::move(accessibility));
-            });
+            Refer<&ElementAccessibility::LabeledBy>(element, node, bound);
+        } else if (name == "AutomationProperties.DescribedBy") {
+            Refer<&ElementAccessibility::DescribedBy>(element, node, bound);
         } else if (constexpr std::string_view kSuffix = ".Visibility";
-                   name == "Visibility" && bound.ends_with(kSuffix)) {
-            m_afterwards.push_back(
-                [this, &element, node, other = bound.substr(0, bound.size() - kSuffix.size())] {
-                    FollowVisibility(element, *FindNamed(node, other));
-                });
+                   (name == "Visibility" || name == kIsExpanded) && bound.ends_with(kSuffix)) {
+            m_afterwards.push_back([this, &element, node, follow = name == kIsExpanded ? Expand : Show,
+                                    other = bound.substr(0, bound.size() - kSuffix.size())] {
+                FollowVisibility(element, *FindNamed(node, other), follow);
+            });
         } else if (name == "Height") {
             Bind(m_code.Numbers, node, bound, element, [&element](double height) { element.Height(height); });
         } else if (auto* const panel = dynamic_cast<Panel*>(&element);
@@ -196,12 +195,31 @@ class Reader {
         return true;
     }
 
-    static void FollowVisibility(FrameworkElement& follower, UIElement& leader) {
-        follower.Visibility(leader.Visibility());
+    template <auto Field>
+    void Refer(FrameworkElement& element, const pugi::xml_node& node, const std::string& name) {
+        m_afterwards.push_back([this, &element, node, name] {
+            auto accessibility = element.Accessibility();
+            accessibility.*Field = FindNamed(node, name).get();
+            element.Accessibility(std::move(accessibility));
+        });
+    }
+
+    using Follow = void (*)(FrameworkElement&, Visibility);
+
+    static void Show(FrameworkElement& element, Visibility visibility) { element.Visibility(visibility); }
+
+    static void Expand(FrameworkElement& element, Visibility visibility) {
+        auto accessibility = element.Accessibility();
+        accessibility.IsExpanded = visibility == Visibility::Visible;
+        element.Accessibility(std::move(accessibility));
+    }
+
+    static void FollowVisibility(FrameworkElement& follower, UIElement& leader, Follow follow) {
+        follow(follower, leader.Visibility());
         leader.PropertyChanged().Add(
-            [weak = follower.weak_from_this()](UIElement& changed, ElementProperty property) {
+            [weak = follower.weak_from_this(), follow](UIElement& changed, ElementProperty property) {
                 if (const auto held = weak.lock(); held && property == ElementProperty::Visibility) {
-                    held->Visibility(changed.Visibility());
+                    follow(static_cast<FrameworkElement&>(*held), changed.Visibility());
                 }
             });
     }

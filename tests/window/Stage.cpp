@@ -176,10 +176,6 @@ const std::map<std::string, Stage::Command, std::less<>> Stage::kCommands = {
      }},
     {"clipboard",
      [](Stage& stage, Words& words) { stage.m_world.SetClipboardText(platform::FromUtf8(Rest(words))); }},
-    {"selectall",
-     [](Stage& stage, Words& words) {
-         dynamic_cast<platform::TextBox&>(stage.m_page->Find(Word(words))).SelectAll();
-     }},
     {"reload",
      [](Stage& stage, Words&) {
          stage.m_page = std::make_shared<StagePage>();

@@ -8,7 +8,7 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, GLib  # noqa: E402
+from gi.repository import Atspi, Gio, GLib  # noqa: E402
 
 LIMIT = 20  # Seconds until a condition counts as never met; a loaded machine needs some.
 BIN = os.environ["KELVANE_BIN"]

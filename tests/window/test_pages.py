@@ -56,15 +56,22 @@ class Pages(unittest.TestCase):
     def has_size(self, program, *size):
         until(lambda: self.area(program, "frame", "Kelvane")[2:] == size, f"a window of {size}")
 
+    @staticmethod
+    def is_open(program):
+        """What the button for the details tells of them."""
+        return shown(program, "push button", "Details").get_state_set().contains(Atspi.StateType.EXPANDED)
+
     def test_every_value_can_be_read_copied_and_heard(self):
         program = self.start()
         self.sees(program, ALWAYS)
         gone(program, "label", "Processor")
         gone(program, "progress bar", "Reading the machine’s data")
         self.has_size(program, 640, 210)
+        self.assertFalse(self.is_open(program))
         press(program, "Details")
         self.has_size(program, 640, 560)
         self.sees(program, ROWS)
+        self.assertTrue(self.is_open(program))
         for label, button in COPY.items():
             with self.subTest(button):
                 press(program, button)
@@ -88,6 +95,7 @@ class Pages(unittest.TestCase):
         self.sees(program, USB)
         press(program, "Back")
         self.sees(program, ROWS)
+        self.assertTrue(self.is_open(program))
         press(program, "Run diagnostics")
         shown(program, "heading", "Run system diagnostics?")
         press(program, "Cancel")
@@ -98,6 +106,9 @@ class Pages(unittest.TestCase):
         # OK is the default button.
         xdotool("windowfocus", "--sync", program.window)
         has_focus(program, "OK")
+        relations = {each.get_relation_type(): each.get_target(0).get_name()
+                     for each in focused(program).get_relation_set()}
+        self.assertIn("next time this computer starts", relations[Atspi.RelationType.DESCRIBED_BY])
         self.assertEqual([tab(program), tab(program)], ["Cancel", "OK"])
         xdotool("key", "Return")
         self.sees(program, ALWAYS)
@@ -132,10 +143,13 @@ class Pages(unittest.TestCase):
     def test_a_second_start_comes_to_the_front(self):
         program = self.start()
         self.sees(program, ALWAYS)
+        window = program.window
+        xdotool("windowminimize", "--sync", window)
         with Program("kelvane", "kelvane:?key=1") as second:
             self.assertEqual((second.ended(), second.lines, second.errors), (0, [], []))
         self.sees(program, ALWAYS)
-        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [program.window], "the window in front")
+        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [window], "the window in front")
+        self.assertEqual(program.window, window, "on the screen")
 
     def test_without_the_service_labels_stand_alone(self):
         program = self.start(service="nowhere")
