@@ -37,6 +37,9 @@ EndSignals::~EndSignals() {
     m_stopping.store(true);
     pthread_kill(m_thread.native_handle(), SIGHUP);
     m_thread.join();
+    // Nobody takes them any more: from here on they end a program that does not come to its end by itself.
+    const sigset_t signals = Signals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 }  // namespace platform

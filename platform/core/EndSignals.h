@@ -12,7 +12,7 @@ namespace platform {
 void BlockEndSignals();
 
 /// Waits for those signals on a thread of its own, and calls the handler there for each, until it is
-/// destroyed.
+/// destroyed; then the destroying thread lets them through again. Create and destroy it on the same thread.
 class EndSignals {
   public:
     explicit EndSignals(std::function<void()> handler);
