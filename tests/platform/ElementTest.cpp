@@ -6,7 +6,9 @@
 #include "backends/headless/HeadlessWindow.h"
 #include "platform/core/Exception.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/Navigation.h"
 #include "platform/xaml/Panels.h"
+#include "platform/xaml/TypeRegistry.h"
 
 namespace platform {
 
@@ -129,6 +131,35 @@ TEST_F(ElementTest, AButtonInACollapsedPanelCannotBePressed) {
     root->Visibility(Visibility::Collapsed);
     button->Invoke();
     EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(ElementTest, APageThatRefusesToBeShownLeavesFrameAndHistoryAsTheyAre) {
+    static bool refuses = false;
+    struct Picky final : Page {
+        void OnNavigatedTo(const NavigationEventArgs&) override {
+            if (refuses) {
+                throw Exception(result::kFail, u"no");
+            }
+        }
+    };
+    RegisterType(u"Picky", [] { return std::make_shared<Picky>(); });
+    const auto frame = std::make_shared<Frame>();
+    const auto shown = [&] {
+        refuses = false;
+        frame->Navigate(u"Picky");
+        refuses = true;
+        return frame->Content();
+    };
+    const auto first = shown();
+    EXPECT_THROW(frame->Navigate(u"Picky"), Exception);
+    EXPECT_EQ(frame->Content(), first);
+    EXPECT_FALSE(frame->CanGoBack());
+    const auto second = shown();
+    EXPECT_THROW(frame->GoBack(), Exception);
+    EXPECT_EQ(frame->Content(), second);
+    refuses = false;
+    frame->GoBack();
+    EXPECT_FALSE(frame->CanGoBack());
 }
 
 }  // namespace
