@@ -44,9 +44,21 @@ class ElementTest : public testing::Test {
 TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
     const auto text = std::make_shared<TextBlock>();
     const auto panel = std::make_shared<StackPanel>();
-    const std::function<void()> touches[] = {
-        [&] { text->Text(u"x"); }, [&] { text->Visibility(Visibility::Collapsed); },
-        [&] { panel->Append(text); }, [&] { std::make_shared<TextBlock>(); }};
+    const auto full = std::make_shared<StackPanel>();
+    const auto button = AddButton(*full);
+    const auto box = std::make_shared<TextBox>();
+    box->Text(u"text");
+    box->SelectAll();
+    const std::function<void()> touches[] = {[&] { text->Text(u"x"); },
+                                             [&] { text->Visibility(Visibility::Collapsed); },
+                                             [&] { text->Name(u"x"); },
+                                             [&] { text->AddBinding([] {}); },
+                                             [&] { panel->Append(text); },
+                                             [&] { full->RemoveAtEnd(); },
+                                             [&] { box->Text(u"x"); },
+                                             [&] { button->IsDefault(true); },
+                                             [&] { button->AcceleratorKey(VirtualKey::Tab); },
+                                             [&] { std::make_shared<TextBlock>(); }};
     for (const auto& touch : touches) {
         std::optional<HResult> code;
         std::thread([&] {
@@ -60,6 +72,8 @@ TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
     }
     EXPECT_EQ(text->Text(), u"");
     EXPECT_EQ(panel->Size(), 0U);
+    EXPECT_EQ(full->Size(), 1U);
+    EXPECT_EQ(box->SelectedText(), u"text");
 }
 
 TEST_F(ElementTest, AnElementHasOneParentAndOutlivesIt) {
