@@ -65,7 +65,7 @@ task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u1
                                   NameCollisionOption option) {
     return create_task([self = shared_from_this(), folder = std::move(folder),
                         name = std::move(desiredNewName), option] {
-        const std::filesystem::path base = ToUtf8(folder->Path());
+        const auto& base = folder->NativePath();
         const std::filesystem::path wanted = ToUtf8(name);
         const auto from = self->CurrentPath();
         auto to = base / wanted;
