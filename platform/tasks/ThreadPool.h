@@ -27,7 +27,8 @@ class ThreadPool {
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// Queues `work` for a worker.
+    /// Queues `work` for a worker. Throws, and does not take the work, when there is no worker and the system
+    /// starts none.
     void Submit(std::function<void()> work);
 
     /// Work that is queued or running, blocked work included.
