@@ -23,10 +23,6 @@ ThreadPool::~ThreadPool() {
     Stop();
 }
 
-bool ThreadPool::IsWorker() {
-    return t_pool != nullptr;
-}
-
 std::size_t ThreadPool::Outstanding() const {
     const std::lock_guard lock(m_mutex);
     return m_queue.size() + m_running;

@@ -41,9 +41,6 @@ class ThreadPool {
     /// the work that it still queues, has ended and the workers are gone. Not on a worker.
     void Stop();
 
-    /// True on a thread of any pool.
-    static bool IsWorker();
-
   private:
     friend class BlockingRegion;
 

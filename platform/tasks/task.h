@@ -79,8 +79,6 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
 template <typename T>
 class task {
   public:
-    using result_type = T;
-
     /// A task without work; every use but assignment is refused.
     task() = default;
 
