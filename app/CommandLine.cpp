@@ -47,8 +47,10 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
             line.Wanted = Action::Json;
         } else if (option == "--help") {
             line.Wanted = Action::Help;
+            return line;
         } else if (option == "--version") {
             line.Wanted = Action::Version;
+            return line;
         } else if (option == "--gapplication-service") {
             line.Background = true;
         } else if (option == "--screenshot") {
@@ -59,6 +61,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         } else {
             return invalid("unknown option '" + option + "'");
         }
+    }
+    if (!line.Screenshot.empty() && line.Wanted != Action::Window) {
+        return invalid("--screenshot takes a picture of the window, which --text and --json do not open");
     }
     line.Words.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
     return line;

@@ -20,7 +20,8 @@ struct CommandLine {
     std::string Problem;
 };
 
-/// `arguments` without the program's name. Options come before the words; "--" ends them.
+/// `arguments` without the program's name. Options come before the words; "--" ends them. Nothing is read
+/// after --help or --version.
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
 
 /// What --help prints.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <string>
 
+#include "app/StandardOutput.h"
 #include "platform/core/Text.h"
 #include "platform/resources/ResourceLoader.h"
 #include "platform/xaml/Application.h"
@@ -65,10 +67,16 @@ bool HasValues(const std::vector<VisibleRow>& rows) {
     return std::any_of(rows.begin(), rows.end(), [](const VisibleRow& row) { return !row.value.empty(); });
 }
 
-void WriteText(const std::vector<VisibleRow>& rows) {
+/// A line for each row. Control characters would forge rows, or command the terminal: they become blanks.
+std::string TextLines(const std::vector<VisibleRow>& rows) {
+    const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F); };
+    std::string lines;
     for (const auto& row : rows) {
-        std::puts(platform::ToValidUtf8(row.label + (row.value.empty() ? u":" : u": ") + row.value).c_str());
+        auto line = row.label + (row.value.empty() ? u":" : u": ") + row.value;
+        std::replace_if(line.begin(), line.end(), isControl, u' ');
+        lines += platform::ToValidUtf8(line) + "\n";
     }
+    return lines;
 }
 
 /// {"productName": "...", ...}: the values as they are shown; those that are not known are left out.
@@ -85,21 +93,19 @@ std::string JsonObject(const std::vector<VisibleRow>& rows) {
     return "{" + object + "}";
 }
 
-void Write(OutputFormat format, const std::vector<VisibleRow>& main,
+/// Returns false when the output cannot be written, which has been said.
+bool Write(OutputFormat format, const std::vector<VisibleRow>& main,
            const std::vector<VisibleRow>& usbTypeC) {
     if (format == OutputFormat::Json) {
-        std::printf("{\"systemInformation\": %s, \"usbTypeC\": %s}\n", JsonObject(main).c_str(),
-                    JsonObject(usbTypeC).c_str());
-    } else {
-        WriteText(main);
-        if (HasValues(usbTypeC)) {
-            const auto heading =
-                platform::ResourceLoader::GetForCurrentView()->GetString(u"UsbTypeCTitle/Text");
-            std::printf("\n%s\n", platform::ToValidUtf8(heading).c_str());
-            WriteText(usbTypeC);
-        }
+        return WriteStandardOutput("{\"systemInformation\": " + JsonObject(main) +
+                                   ", \"usbTypeC\": " + JsonObject(usbTypeC) + "}\n");
     }
-    std::fflush(stdout);
+    std::string text = TextLines(main);
+    if (HasValues(usbTypeC)) {
+        const auto heading = platform::ResourceLoader::GetForCurrentView()->GetString(u"UsbTypeCTitle/Text");
+        text += "\n" + platform::ToValidUtf8(heading) + "\n" + TextLines(usbTypeC);
+    }
+    return WriteStandardOutput(text);
 }
 
 /// Why no row has a value, and the way out.
@@ -136,16 +142,19 @@ void WritePages(OutputFormat format, std::function<void(int status)> done) {
             return;
         }
         if (!MainViewModel::GetInstance()->IsUsbTypeCInfoReadCompleted()) {
-            Write(format, main, {});
-            done(0);
+            done(Write(format, main, {}) ? 0 : 1);
             return;
         }
-        std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content())
-            ->Navigate(u"Kelvane.USBTypeCPage");
-        platform::Application::WhenIdle([format, main, done] {
-            Write(format, main, RowsOfWindow());
-            done(0);
-        });
+        try {
+            std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content())
+                ->Navigate(u"Kelvane.USBTypeCPage");
+        } catch (...) {
+            // Ends the application; what is known is not lost.
+            Write(format, main, {});
+            throw;
+        }
+        platform::Application::WhenIdle(
+            [format, main, done] { done(Write(format, main, RowsOfWindow()) ? 0 : 1); });
     });
 }
 

@@ -26,7 +26,7 @@ std::vector<VisibleRow> VisibleRows(const platform::UIElement& root);
 
 /// Once the application is idle, writes the main page's rows to standard output, and then, when the machine
 /// has them, those of the USB Type-C page, to which it navigates. When the main page was not filled, says why
-/// and what to do on standard error. Calls `done` with the exit status: 0 filled, 1 not.
+/// and what to do on standard error. Calls `done` with the exit status: 0 filled and written, 1 not.
 void WritePages(OutputFormat format, std::function<void(int status)> done);
 
 }  // namespace Kelvane

@@ -1,12 +1,15 @@
+#include <csignal>
 #include <cstdio>
 
 #include "app/App.h"
 #include "app/CommandLine.h"
+#include "app/StandardOutput.h"
 #include "app/TextOutput.h"
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/headless/HeadlessWorld.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
+#include "platform/core/Exception.h"
 #include "platform/resources/Package.h"
 
 namespace {
@@ -17,10 +20,11 @@ using Kelvane::CommandLine;
 constexpr int kWrongUsage = 2;
 constexpr int kNoDisplay = 3;
 
-int PrintVersion() {
+std::string VersionLine() {
     const auto& version = platform::Package::Current().Id().Version();
-    std::printf("kelvane %u.%u.%u.%u\n", version.Major, version.Minor, version.Build, version.Revision);
-    return 0;
+    const auto text = [](unsigned part) { return std::to_string(part); };
+    return "kelvane " + text(version.Major) + "." + text(version.Minor) + "." + text(version.Build) + "." +
+           text(version.Revision) + "\n";
 }
 
 /// Runs the whole application without a screen and prints what it shows.
@@ -49,13 +53,10 @@ int RunWindow(const CommandLine& line) {
     const bool takesPicture = !line.Screenshot.empty();
     const auto world = desktop::CreateDesktopWorld(
         {.words = line.Words, .singleInstance = !takesPicture, .background = line.Background});
-    int status = 0;
+    std::string problem = takesPicture ? "the program was ended before" : "";
     const auto savePicture = [&] {
-        world->SavePicture(line.Screenshot, [&status](const std::string& error) {
-            if (!error.empty()) {
-                std::fprintf(stderr, "kelvane: the picture could not be saved: %s\n", error.c_str());
-                status = 1;
-            }
+        world->SavePicture(line.Screenshot, [&problem](const std::string& error) {
+            problem = error;
             platform::Application::Exit();
         });
     };
@@ -65,22 +66,19 @@ int RunWindow(const CommandLine& line) {
         }
         return Kelvane::App::Create();
     });
-    return ended != 0 ? ended : status;
+    if (ended == 0 && !problem.empty()) {
+        std::fprintf(stderr, "kelvane: the picture could not be saved: %s\n", problem.c_str());
+        return 1;
+    }
+    return ended;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    platform::BlockEndSignals();
-    platform::SetPackageFiles(Kelvane::PackageContent());
-    Kelvane::RegisterPages();
-    const auto line = Kelvane::ParseCommandLine({argv + 1, argv + argc});
+int Run(const CommandLine& line) {
     switch (line.Wanted) {
         case CommandLine::Action::Help:
-            std::fputs(Kelvane::kUsage, stdout);
-            return 0;
+            return Kelvane::WriteStandardOutput(Kelvane::kUsage) ? 0 : 1;
         case CommandLine::Action::Version:
-            return PrintVersion();
+            return Kelvane::WriteStandardOutput(VersionLine()) ? 0 : 1;
         case CommandLine::Action::Invalid:
             std::fprintf(stderr, "kelvane: %s; see 'kelvane --help'\n", line.Problem.c_str());
             return kWrongUsage;
@@ -92,4 +90,20 @@ int main(int argc, char** argv) {
             return RunWindow(line);
     }
     return kWrongUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    platform::BlockEndSignals();
+    // A reader that goes away is a failed write, which is reported.
+    std::signal(SIGPIPE, SIG_IGN);
+    platform::SetPackageFiles(Kelvane::PackageContent());
+    Kelvane::RegisterPages();
+    try {
+        return Run(Kelvane::ParseCommandLine({argv + 1, argv + argc}));
+    } catch (...) {
+        std::fprintf(stderr, "kelvane: %s\n", platform::CurrentException().what());
+        return 1;
+    }
 }

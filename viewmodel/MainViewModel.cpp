@@ -146,7 +146,8 @@ MainViewModel::MainViewModel() {
 }
 
 MainViewModel::~MainViewModel() {
-    TracedUncaught(u"Kelvane::MainViewModel::~MainViewModel", [this](const Trace& trace) {
+    // A message that cannot be written ends here: nothing may leave a destructor.
+    Traced(u"Kelvane::MainViewModel::~MainViewModel", [this](const Trace& trace) {
         const auto release = [&trace](Buffer& data, std::u16string_view line) {
             if (data) {
                 trace.Verbose(line);

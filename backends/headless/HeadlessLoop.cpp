@@ -38,10 +38,12 @@ void HeadlessLoop::Run() {
             m_timers.erase(m_timers.begin());
         }
         if (!m_queue.empty()) {
-            const auto work = std::move(m_queue.front());
+            auto work = std::move(m_queue.front());
             m_queue.pop_front();
             lock.unlock();
             work();
+            // Not under the lock: what it captured may post.
+            work = nullptr;
             lock.lock();
         } else if (!m_timers.empty()) {
             m_wake.wait_for(lock, SteadyUnits(m_timers.begin()->first - now));

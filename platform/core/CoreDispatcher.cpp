@@ -1,33 +1,77 @@
 #include "platform/core/CoreDispatcher.h"
 
+#include <optional>
+#include <utility>
+
 namespace platform {
+
+namespace {
+
+void EndCancelled(const task_completion_event<void>& ended) {
+    ended.set_exception(std::make_exception_ptr(task_canceled()));
+}
+
+}  // namespace
+
+CoreDispatcher::~CoreDispatcher() {
+    Close();
+}
 
 task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()> handler) {
     const task_completion_event<void> ended;
-    if (m_closed.load()) {
-        ended.set_exception(std::make_exception_ptr(task_canceled()));
-        return create_task(ended);
-    }
-    m_pending.fetch_add(1);
-    m_loop.Post([self = shared_from_this(), handler = std::move(handler), ended]() mutable {
-        std::exception_ptr failure;
-        try {
-            if (self->m_closed.load()) {
-                cancel_current_task();
-            }
-            handler();
-        } catch (...) {
-            failure = std::current_exception();
+    const bool taken = m_state.With([&](State& state) {
+        if (state.closed) {
+            return false;
         }
-        failure ? ended.set_exception(std::move(failure)) : ended.set();
-        // What the handler captured goes while the handler still counts as pending.
-        handler = nullptr;
-        self->m_pending.fetch_sub(1);
-        if (self->m_onHandlerEnded) {
-            self->m_onHandlerEnded();
-        }
+        m_pending.fetch_add(1);
+        state.queue.push_back({.handler = std::move(handler), .ended = ended});
+        // Under the lock, so that nothing is posted to a loop that goes after Close.
+        m_loop.Post([self = shared_from_this()] { self->RunNext(); });
+        return true;
     });
+    if (!taken) {
+        EndCancelled(ended);
+    }
     return create_task(ended);
+}
+
+void CoreDispatcher::RunNext() {
+    auto next = m_state.With([](State& state) -> std::optional<Posted> {
+        if (state.queue.empty()) {
+            return std::nullopt;
+        }
+        std::optional<Posted> front = std::move(state.queue.front());
+        state.queue.pop_front();
+        return front;
+    });
+    if (!next) {
+        return;
+    }
+    std::exception_ptr failure;
+    try {
+        next->handler();
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    // What the handler captured goes while the handler still counts as pending.
+    next->handler = nullptr;
+    failure ? next->ended.set_exception(std::move(failure)) : next->ended.set();
+    m_pending.fetch_sub(1);
+    if (m_onHandlerEnded) {
+        m_onHandlerEnded();
+    }
+}
+
+void CoreDispatcher::Close() {
+    auto refused = m_state.With([](State& state) {
+        state.closed = true;
+        return std::exchange(state.queue, {});
+    });
+    for (auto& posted : refused) {
+        posted.handler = nullptr;
+        EndCancelled(posted.ended);
+        m_pending.fetch_sub(1);
+    }
 }
 
 }  // namespace platform

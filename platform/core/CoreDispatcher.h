@@ -1,10 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <functional>
 #include <memory>
 
-#include "platform/core/UserInterfaceThread.h"
+#include "platform/core/Guarded.h"
 #include "platform/core/World.h"
 #include "platform/tasks/task.h"
 
@@ -16,13 +17,14 @@ enum class CoreDispatcherPriority { Idle = -2, Low = -1, Normal = 0, High = 1 };
 class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
   public:
     explicit CoreDispatcher(EventLoop& loop) : m_loop(loop) {}
+    ~CoreDispatcher();
+    CoreDispatcher(const CoreDispatcher&) = delete;
+    CoreDispatcher& operator=(const CoreDispatcher&) = delete;
 
-    /// Any thread.
-    bool HasThreadAccess() const { return IsUserInterfaceThread(); }
-
-    /// Any thread. Queues `handler` for the user-interface thread, also when called there; handlers run in
-    /// the order of their posting. The task ends with the handler, or fails with its exception. Once the
-    /// window is gone, the handler is refused: it is destroyed unrun, and the task ends cancelled.
+    /// Any thread. Queues `handler` for the user-interface thread, also when called there; handlers run, and
+    /// are destroyed, in the order of their posting. The task ends with the handler, or fails with its
+    /// exception. Once the window is gone, the handler is refused: it is destroyed unrun, on the calling
+    /// thread, and the task ends cancelled.
     task<void> RunAsync(CoreDispatcherPriority priority, std::function<void()> handler);
 
     /// Handlers that have been posted and have not ended yet. Any thread.
@@ -31,14 +33,27 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
     /// Calls `callback` on the user-interface thread after each handler.
     void OnHandlerEnded(std::function<void()> callback) { m_onHandlerEnded = std::move(callback); }
 
-    /// From now on every handler is refused, also those already queued. User-interface thread.
-    void Close() { m_closed.store(true); }
+    /// From now on every handler is refused. Those that are queued are destroyed here, and their tasks end
+    /// cancelled, whether or not the loop still runs. User-interface thread.
+    void Close();
 
   private:
+    struct Posted {
+        std::function<void()> handler;
+        task_completion_event<void> ended;
+    };
+    struct State {
+        std::deque<Posted> queue;
+        bool closed = false;
+    };
+
+    /// Posted to the loop once for each handler.
+    void RunNext();
+
     EventLoop& m_loop;
     std::function<void()> m_onHandlerEnded;
+    Guarded<State> m_state;
     std::atomic<std::size_t> m_pending = 0;
-    std::atomic<bool> m_closed = false;
 };
 
 }  // namespace platform

@@ -15,6 +15,13 @@ sigset_t Signals() {
     return signals;
 }
 
+/// True for a signal that whoever started the program told it to ignore (nohup, a job in the background of a
+/// script). sigwait hands out a blocked signal all the same.
+bool IsIgnored(int signal) {
+    struct sigaction action {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 }  // namespace
 
 void BlockEndSignals() {
@@ -28,7 +35,9 @@ EndSignals::EndSignals(std::function<void()> handler) {
         const sigset_t signals = Signals();
         int received = 0;
         while (sigwait(&signals, &received) == 0 && !m_stopping.load()) {
-            handler();
+            if (!IsIgnored(received)) {
+                handler();
+            }
         }
     });
 }
@@ -37,6 +46,9 @@ EndSignals::~EndSignals() {
     m_stopping.store(true);
     pthread_kill(m_thread.native_handle(), SIGHUP);
     m_thread.join();
+    // Nobody takes them any more: from here on they end a program that does not come to its end by itself.
+    const sigset_t signals = Signals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 }  // namespace platform

@@ -55,9 +55,9 @@ std::string LocaleNameFromEnvironment() {
 std::vector<std::u16string> LanguagesFromEnvironment() {
     std::vector<std::u16string> languages;
     const auto locale = LocaleNameFromEnvironment();
-    const std::string_view codeset = std::string_view(locale).substr(0, locale.find('.'));
+    const std::string_view withoutCodeset = std::string_view(locale).substr(0, locale.find('.'));
     // LANGUAGE counts only where messages are translated at all.
-    if (!IsPlain(codeset)) {
+    if (!IsPlain(withoutCodeset)) {
         std::istringstream list{std::string(Variable("LANGUAGE"))};
         for (std::string each; std::getline(list, each, ':');) {
             if (!each.empty()) {

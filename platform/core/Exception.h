@@ -21,7 +21,6 @@ inline constexpr HResult kFileNotFound = 0x80070002;
 inline constexpr HResult kAlreadyExists = 0x800700B7;
 inline constexpr HResult kDiskFull = 0x80070070;
 inline constexpr HResult kNoInterface = 0x80004002;
-inline constexpr HResult kBounds = 0x8000000B;
 inline constexpr HResult kIllegalMethodCall = 0x8000000E;
 inline constexpr HResult kClosed = 0x80000013;
 inline constexpr HResult kWrongThread = 0x8001010E;

@@ -20,7 +20,6 @@ std::optional<Uri> Uri::Parse(std::u16string_view text) {
         return std::nullopt;
     }
     Uri uri;
-    uri.m_text = text;
     for (const char16_t c : text.substr(0, colon)) {
         if (!IsSchemeCharacter(c)) {
             return std::nullopt;

@@ -20,10 +20,7 @@ class Uri {
     /// The query with its "?"; empty when there is none.
     const std::u16string& Query() const { return m_query; }
 
-    const std::u16string& AbsoluteUri() const { return m_text; }
-
   private:
-    std::u16string m_text;
     std::u16string m_scheme;
     std::u16string m_query;
 };

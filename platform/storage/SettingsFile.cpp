@@ -1,6 +1,7 @@
 #include "platform/storage/SettingsFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -124,7 +125,14 @@ PropertyValue ParseValue(std::string_view type, const char* text) {
     }
 }
 
-PropertyMap ParseSettings(const pugi::xml_document& document) {
+PropertyMap ParseSettings(const std::vector<std::byte>& bytes) {
+    pugi::xml_document document;
+    // Blanks at the ends of a text belong to it.
+    const auto outcome =
+        document.load_buffer(bytes.data(), bytes.size(), pugi::parse_default | pugi::parse_ws_pcdata_single);
+    if (!outcome) {
+        Damaged(outcome.description());
+    }
     const auto root = document.child("settings");
     if (!root) {
         Damaged("it has no settings element");
@@ -137,31 +145,38 @@ PropertyMap ParseSettings(const pugi::xml_document& document) {
     return values;
 }
 
+std::size_t SizeOf(const FileDescriptor& opened, const std::filesystem::path& file) {
+    struct stat status {};
+    if (fstat(opened.Get(), &status) != 0) {
+        throw ExceptionFromErrno("look up " + file.string(), errno);
+    }
+    return static_cast<std::size_t>(status.st_size);
+}
+
 }  // namespace
 
 PropertyMap LoadSettings(const std::filesystem::path& file) {
     std::string why;
-    pugi::xml_document document;
-    // Blanks at the ends of a text belong to it.
-    const auto outcome = document.load_file(file.c_str(), pugi::parse_default | pugi::parse_ws_pcdata_single);
-    if (outcome.status == pugi::status_file_not_found && !std::filesystem::exists(file)) {
-        return {};
-    }
-    if (outcome) {
-        try {
-            return ParseSettings(document);
-        } catch (const Exception& exception) {
-            why = exception.what();
+    try {
+        const auto opened = OpenFile(file, O_RDONLY);
+        return ParseSettings(ReadUpTo(opened, file, 0, SizeOf(opened, file)));
+    } catch (const Exception& exception) {
+        if (exception.Code() == result::kFileNotFound) {
+            return {};
         }
-    } else {
-        why = outcome.description();
+        why = exception.what();
     }
     auto aside = file;
     aside += ".damaged";
-    const bool renamed = std::rename(file.c_str(), aside.c_str()) == 0;
+    int error = RenameToFreeName(file, aside);
+    for (int number = 2; error == EEXIST; ++number) {
+        aside = file;
+        aside += ".damaged-" + std::to_string(number);
+        error = RenameToFreeName(file, aside);
+    }
     std::fprintf(stderr, "kelvane: the settings in %s cannot be read (%s); %s %s, the defaults apply\n",
                  file.c_str(), why.c_str(),
-                 renamed ? "they were set aside as" : "they could not be set aside as", aside.c_str());
+                 error == 0 ? "they were set aside as" : "they could not be set aside as", aside.c_str());
     return {};
 }
 

@@ -10,7 +10,8 @@
 namespace platform {
 
 /// Reads the settings; a missing file is an empty map. A file that cannot be read as settings is renamed to
-/// its name + ".damaged", which is said on the standard error stream, and the map is empty too.
+/// its name + ".damaged" (with a number when that is taken), which is said on the standard error stream, and
+/// the map is empty too.
 PropertyMap LoadSettings(const std::filesystem::path& file);
 
 /// Replaces the settings: written to a new file, synced, renamed over the old one. A failure is a platform

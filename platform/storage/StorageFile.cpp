@@ -1,5 +1,6 @@
 #include "platform/storage/StorageFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,25 +20,50 @@ namespace {
 /// FILETIME of the Unix epoch.
 constexpr std::int64_t kUnixEpoch = 116444736000000000;
 
-/// Copies to another file system, then removes the source.
+/// Here and below: 0 or errno.
+int Rename(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
+    if (replace) {
+        return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    }
+    return RenameToFreeName(from, to);
+}
+
+/// A failure leaves nothing under the name `to`.
+void CopyAndSync(const std::filesystem::path& from, const std::filesystem::path& to) {
+    constexpr std::size_t kChunk = 65536;
+    const auto source = OpenFile(from, O_RDONLY);
+    const auto copy = OpenFile(to, O_WRONLY | O_CREAT | O_TRUNC);
+    try {
+        std::size_t offset = 0;
+        for (auto chunk = ReadUpTo(source, from, 0, kChunk); !chunk.empty();
+             chunk = ReadUpTo(source, from, offset, kChunk)) {
+            WriteAt(copy, to, chunk, offset);
+            offset += chunk.size();
+        }
+        if (fsync(copy.Get()) != 0) {
+            throw ExceptionFromErrno("sync " + to.string(), errno);
+        }
+    } catch (...) {
+        unlink(to.c_str());
+        throw;
+    }
+}
+
+/// Copies to another file system, then removes the source. The copy has a name of its own until it is whole
+/// and on the disk.
 int CopyAndRemove(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
-    std::error_code error;
-    const auto options =
-        replace ? std::filesystem::copy_options::overwrite_existing : std::filesystem::copy_options::none;
-    std::filesystem::copy_file(from, to, options, error);
-    if (error) {
-        return error.value();
+    auto fresh = to;
+    fresh += ".new-" + std::to_string(getpid());
+    CopyAndSync(from, fresh);
+    if (const int error = Rename(fresh, to, replace); error != 0) {
+        unlink(fresh.c_str());
+        return error;
     }
     return unlink(from.c_str()) == 0 ? 0 : errno;
 }
 
 int Move(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
-    int error = 0;
-    if (replace) {
-        error = std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-    } else {
-        error = RenameToFreeName(from, to);
-    }
+    const int error = Rename(from, to, replace);
     return error == EXDEV ? CopyAndRemove(from, to, replace) : error;
 }
 
@@ -65,7 +91,7 @@ task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u1
                                   NameCollisionOption option) {
     return create_task([self = shared_from_this(), folder = std::move(folder),
                         name = std::move(desiredNewName), option] {
-        const std::filesystem::path base = ToUtf8(folder->Path());
+        const auto& base = folder->NativePath();
         const std::filesystem::path wanted = ToUtf8(name);
         const auto from = self->CurrentPath();
         auto to = base / wanted;

@@ -26,8 +26,9 @@ task<std::shared_ptr<StorageFolder>> StorageFolder::CreateFolderAsync(std::u16st
         EnsureFolder(parent);
         if (mkdir(folder.c_str(), 0700) != 0) {
             const int error = errno;
+            std::error_code unknown;
             const bool opened = error == EEXIST && option == CreationCollisionOption::OpenIfExists &&
-                                std::filesystem::is_directory(folder);
+                                std::filesystem::is_directory(folder, unknown);
             if (!opened) {
                 throw ExceptionFromErrno("create folder " + folder.string(), error);
             }

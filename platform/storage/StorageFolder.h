@@ -24,7 +24,11 @@ class StorageFolder {
     /// The folder is not looked at.
     explicit StorageFolder(std::filesystem::path path) : m_path(std::move(path)) {}
 
+    /// For people and for the trace: of a path that is not UTF-8 it shows what can be shown.
     std::u16string Path() const;
+
+    /// The path as the system has it, whatever its bytes are: what files are reached by.
+    const std::filesystem::path& NativePath() const { return m_path; }
 
     /// Creates the folder `desiredName` in this one, and this one if it is missing. FailIfExists and
     /// OpenIfExists are supported; the other options are refused.

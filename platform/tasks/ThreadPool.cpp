@@ -23,10 +23,6 @@ ThreadPool::~ThreadPool() {
     Stop();
 }
 
-bool ThreadPool::IsWorker() {
-    return t_pool != nullptr;
-}
-
 std::size_t ThreadPool::Outstanding() const {
     const std::lock_guard lock(m_mutex);
     return m_queue.size() + m_running;
@@ -40,7 +36,14 @@ void ThreadPool::OnIdle(std::function<void()> callback) {
 void ThreadPool::Submit(std::function<void()> work) {
     const std::lock_guard lock(m_mutex);
     m_queue.push_back(std::move(work));
-    StartWorkerIfNeeded();
+    try {
+        StartWorkerIfNeeded();
+    } catch (...) {
+        // Destroyed by the caller, outside the lock.
+        work = std::move(m_queue.back());
+        m_queue.pop_back();
+        throw;
+    }
     m_wake.notify_one();
 }
 
@@ -49,8 +52,17 @@ void ThreadPool::StartWorkerIfNeeded() {
         return;
     }
     m_finished.clear();
+    try {
+        m_threads.emplace_back([this] { Work(); });
+    } catch (const std::exception&) {
+        // The system has no thread to give. Those that live get round to the work, if there are any.
+        if (m_live == 0) {
+            throw;
+        }
+        return;
+    }
+    // The new one waits for the lock.
     ++m_live;
-    m_threads.emplace_back([this] { Work(); });
 }
 
 void ThreadPool::Work() {

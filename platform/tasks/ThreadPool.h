@@ -27,7 +27,8 @@ class ThreadPool {
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// Queues `work` for a worker.
+    /// Queues `work` for a worker. Throws, and does not take the work, when there is no worker and the system
+    /// starts none.
     void Submit(std::function<void()> work);
 
     /// Work that is queued or running, blocked work included.
@@ -39,9 +40,6 @@ class ThreadPool {
     /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and
     /// the work that it still queues, has ended and the workers are gone. Not on a worker.
     void Stop();
-
-    /// True on a thread of any pool.
-    static bool IsWorker();
 
   private:
     friend class BlockingRegion;

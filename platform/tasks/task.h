@@ -79,8 +79,6 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
 template <typename T>
 class task {
   public:
-    using result_type = T;
-
     /// A task without work; every use but assignment is refused.
     task() = default;
 
@@ -176,7 +174,8 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
             [held = std::move(call)]() mutable { held(); }();
             state->Complete({});
         } else {
-            state->Complete([held = std::move(call)]() mutable { return held(); }());
+            Stored<R> value = [held = std::move(call)]() mutable { return held(); }();
+            state->Complete(std::move(value));
         }
     } catch (...) {
         failure = std::current_exception();

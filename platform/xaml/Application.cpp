@@ -208,8 +208,10 @@ void ApplicationRun::Resume(int sleep) {
 }
 
 void ApplicationRun::Fail(const std::exception& failure) {
-    std::fprintf(stderr, "kelvane: %s\n", failure.what());
-    m_status.store(1);
+    // The first failure is the reason for those that follow from it.
+    if (m_status.exchange(1) == 0) {
+        std::fprintf(stderr, "kelvane: %s\n", failure.what());
+    }
     PostEnd();
 }
 
@@ -225,7 +227,14 @@ void ApplicationRun::CheckIdle() {
         return;
     }
     for (const auto& handler : std::exchange(m_whenIdle, {})) {
-        handler();
+        if (m_status.load() != 0) {
+            return;
+        }
+        try {
+            handler();
+        } catch (...) {
+            Fail(CurrentException());
+        }
     }
 }
 

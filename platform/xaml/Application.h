@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -50,10 +49,12 @@ class Application {
     static void Exit();
 
     /// Calls `handler` once on the user-interface thread, as soon as no task runs and no handler is posted:
-    /// what the start set in motion has ended.
+    /// what the start set in motion has ended. An exception of the handler ends the application; after a
+    /// failure no handler is called.
     static void WhenIdle(std::function<void()> handler);
 
-    /// Reports a failure that nothing handled and ends the application with exit status 1. Any thread.
+    /// Ends the application with exit status 1 for a failure that nothing handled, and reports the first such
+    /// failure. Any thread.
     static void Fail(const std::exception& failure);
 
     Event<Application&, SuspendingEventArgs&>& Suspending() { return m_suspending; }

@@ -15,6 +15,7 @@ void Button::Invoke() {
 }
 
 void TextBox::Text(std::u16string value) {
+    VerifyUserInterfaceThread();
     if (value != m_text) {
         m_selectionLength = 0;
     }

@@ -16,11 +16,17 @@ class Button : public ContentControl {
 
     /// The key that invokes the button from anywhere on its page (Escape for a cancel button); None for none.
     VirtualKey AcceleratorKey() const { return m_acceleratorKey; }
-    void AcceleratorKey(VirtualKey value) { m_acceleratorKey = value; }
+    void AcceleratorKey(VirtualKey value) {
+        VerifyUserInterfaceThread();
+        m_acceleratorKey = value;
+    }
 
     /// The page's default button: has the focus when the page appears.
     bool IsDefault() const { return m_isDefault; }
-    void IsDefault(bool value) { m_isDefault = value; }
+    void IsDefault(bool value) {
+        VerifyUserInterfaceThread();
+        m_isDefault = value;
+    }
 
   private:
     Event<UIElement&, const RoutedEventArgs&> m_click;

@@ -45,7 +45,10 @@ class FrameworkElement : public UIElement {
   public:
     /// x:Name of the markup; empty for none.
     const std::u16string& Name() const { return m_name; }
-    void Name(std::u16string value) { m_name = std::move(value); }
+    void Name(std::u16string value) {
+        VerifyUserInterfaceThread();
+        m_name = std::move(value);
+    }
 
     const ElementLayout& Layout() const { return m_layout; }
     void Layout(ElementLayout value) { Set(m_layout, value, ElementProperty::Layout); }

@@ -75,8 +75,14 @@ class Reader {
         }
         if (name.starts_with(kOwnTypePrefix)) {
             const auto type = std::u16string(kOwnNamespace) + FromUtf8(name.substr(kOwnTypePrefix.size()));
-            if (auto element = std::dynamic_pointer_cast<FrameworkElement>(ActivateType(type))) {
-                return element;
+            std::shared_ptr<UIElement> element;
+            try {
+                element = ActivateType(type);
+            } catch (const Exception& exception) {
+                m_source.Fail(node, exception.what());
+            }
+            if (auto framework = std::dynamic_pointer_cast<FrameworkElement>(std::move(element))) {
+                return framework;
             }
         }
         m_source.Fail(node, "unknown element <" + std::string(name) + ">");

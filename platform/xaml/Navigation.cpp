@@ -17,10 +17,12 @@ void Frame::Navigate(std::u16string_view pageType, std::u16string parameter,
     if (!page) {
         return;
     }
+    Prepare(*page, entry);
     if (m_current) {
         m_backStack.push_back(std::move(*m_current));
     }
-    Show(std::move(page), std::move(entry));
+    m_current = std::move(entry);
+    Content(std::move(page));
 }
 
 void Frame::GoBack() {
@@ -32,9 +34,10 @@ void Frame::GoBack() {
     if (!page) {
         return;
     }
-    auto entry = std::move(m_backStack.back());
+    Prepare(*page, m_backStack.back());
+    m_current = std::move(m_backStack.back());
     m_backStack.pop_back();
-    Show(std::move(page), std::move(entry));
+    Content(std::move(page));
 }
 
 std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
@@ -59,14 +62,12 @@ std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
     }
 }
 
-void Frame::Show(std::shared_ptr<Page> page, Entry entry) {
+void Frame::Prepare(Page& page, const Entry& entry) {
     // The page that is left may be the one whose handler navigates: it goes when that handler has ended.
     if (const auto window = CoreWindow::GetForCurrentThread(); window && Content()) {
         window->Dispatcher()->RunAsync(CoreDispatcherPriority::Normal, [left = Content()] {});
     }
-    page->OnNavigatedTo({.Parameter = entry.parameter});
-    m_current = std::move(entry);
-    Content(std::move(page));
+    page.OnNavigatedTo({.Parameter = entry.parameter});
 }
 
 }  // namespace platform

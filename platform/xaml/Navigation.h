@@ -25,7 +25,8 @@ class Page : public UserControl {
   protected:
     friend class Frame;
 
-    /// The page is about to be shown. An exception reaches the caller of the navigation.
+    /// The page is about to be shown; the frame's history does not have it yet. An exception reaches the
+    /// caller of the navigation, and the frame stays as it is.
     virtual void OnNavigatedTo(const NavigationEventArgs& args);
 };
 
@@ -53,7 +54,10 @@ class Frame : public ContentControl {
     };
 
     std::shared_ptr<Page> CreatePage(const Entry& entry);
-    void Show(std::shared_ptr<Page> page, Entry entry);
+
+    /// Tells the page that it is about to be shown. It may refuse with an exception, so frame and history
+    /// change afterwards only.
+    void Prepare(Page& page, const Entry& entry);
 
     Event<UIElement&, const NavigationFailedEventArgs&> m_navigationFailed;
     std::vector<Entry> m_backStack;

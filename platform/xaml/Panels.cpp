@@ -24,6 +24,7 @@ void Panel::Append(std::shared_ptr<UIElement> child) {
 }
 
 void Panel::RemoveAtEnd() {
+    VerifyUserInterfaceThread();
     if (m_children.empty()) {
         return;
     }

@@ -1,7 +1,9 @@
 #include "platform/xaml/TypeRegistry.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "platform/core/Exception.h"
 #include "platform/xaml/UIElement.h"
@@ -15,6 +17,20 @@ std::map<std::u16string, TypeFactory, std::less<>>& Types() {
     return types;
 }
 
+/// The types in the making, the innermost last.
+std::vector<std::u16string_view>& Making() {
+    static std::vector<std::u16string_view> making;
+    return making;
+}
+
+class MakingScope {
+  public:
+    explicit MakingScope(std::u16string_view type) { Making().push_back(type); }
+    ~MakingScope() { Making().pop_back(); }
+    MakingScope(const MakingScope&) = delete;
+    MakingScope& operator=(const MakingScope&) = delete;
+};
+
 }  // namespace
 
 void RegisterType(std::u16string_view fullName, TypeFactory factory) {
@@ -26,6 +42,10 @@ std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName) {
     if (found == Types().end()) {
         throw Exception(result::kFail, u"There is no type " + std::u16string(fullName));
     }
+    if (std::find(Making().begin(), Making().end(), found->first) != Making().end()) {
+        throw Exception(result::kMarkup, found->first + u" contains itself");
+    }
+    const MakingScope scope(found->first);
     return found->second();
 }
 

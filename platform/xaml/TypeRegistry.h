@@ -15,7 +15,8 @@ using TypeFactory = std::function<std::shared_ptr<UIElement>()>;
 /// A second registration of the same full name ("Kelvane.MainPage") replaces the first.
 void RegisterType(std::u16string_view fullName, TypeFactory factory);
 
-/// Creates an element of a registered type; throws a platform exception for a name that is not known.
+/// Creates an element of a registered type; throws a platform exception for a name that is not known, and for
+/// a type that is just being created: it would contain itself without end. User-interface thread.
 std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName);
 
 }  // namespace platform

@@ -77,7 +77,10 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     void RefreshBindings();
 
     /// For the markup reader: something to do at each RefreshBindings.
-    void AddBinding(std::function<void()> refresh) { m_bindings.push_back(std::move(refresh)); }
+    void AddBinding(std::function<void()> refresh) {
+        VerifyUserInterfaceThread();
+        m_bindings.push_back(std::move(refresh));
+    }
 
   protected:
     UIElement() { VerifyUserInterfaceThread(); }

@@ -28,16 +28,13 @@ class CoreWindow {
 /// CoreApplication::GetCurrentView().TitleBar().
 class CoreApplicationViewTitleBar {
   public:
-    void ExtendViewIntoTitleBar(bool value) { m_extend = value; }
-    bool ExtendViewIntoTitleBar() const { return m_extend; }
+    /// In every world the content extends there anyway.
+    void ExtendViewIntoTitleBar(bool) {}
 
     /// Device-independent pixels that the caption buttons cover at the physical left and right end; zero
     /// without a window.
     double SystemOverlayLeftInset() const;
     double SystemOverlayRightInset() const;
-
-  private:
-    bool m_extend = false;
 };
 
 class CoreApplicationView {

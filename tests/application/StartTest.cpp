@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "app/CommandLine.h"
+#include "app/TextOutput.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/Window.h"
@@ -141,7 +142,23 @@ TEST_F(StartTest, APageThatCannotBeLoadedEndsTheApplicationWithTheReason) {
     package.Write("MainPage.xaml", "<Page>\n<Nonsense/></Page>");
     EXPECT_EQ(Run(), 1);
     EXPECT_NE(m_errors.find("Failed to load Page Kelvane.MainPage: "), std::string::npos) << m_errors;
-    EXPECT_NE(m_errors.find("MainPage.xaml:2: unknown element <Nonsense>"), std::string::npos) << m_errors;
+    EXPECT_TRUE(m_errors.ends_with("MainPage.xaml:2: unknown element <Nonsense>\n")) << m_errors;
+}
+
+TEST_F(StartTest, TextOutputKeepsItsRowsWhenTheNextPageCannotBeLoaded) {
+    const PackageScope package;
+    package.Write("USBTypeCPage.xaml", "<Page>\n<Nonsense/></Page>");
+    auto fields = Letters(10);
+    fields[0] = u"a\nSerial number: x\u009B";
+    m_systemInformation = Record(fields);
+    m_usbTypeC = u"x, USB 4<.^.>";
+    StartService();
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Run({[] { WritePages(OutputFormat::Text, [](int) { FAIL() << "the failure is the end"; }); }}),
+              1);
+    const auto text = testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(text.starts_with("Product name: a Serial number: x \nProduct number: b\n")) << text;
+    EXPECT_NE(m_errors.find("USBTypeCPage.xaml:2: "), std::string::npos) << m_errors;
 }
 
 TEST_F(StartTest, ASuspensionCancelsInOrderAndASleepIsFollowedByALogOfItsOwn) {
@@ -182,6 +199,8 @@ TEST(CommandLine, SeparatesOptionsFromWords) {
     EXPECT_EQ(ParseCommandLine({"--text", "a", "--b"}).Words, (std::vector<std::string>{"a", "--b"}));
     EXPECT_EQ(ParseCommandLine({"--", "--text"}).Words, (std::vector<std::string>{"--text"}));
     EXPECT_EQ(ParseCommandLine({"--screenshot"}).Wanted, Action::Invalid);
+    EXPECT_EQ(ParseCommandLine({"--text", "--screenshot", "x.png"}).Wanted, Action::Invalid);
+    EXPECT_EQ(ParseCommandLine({"--help", "--text"}).Wanted, Action::Help);
     EXPECT_EQ(ParseCommandLine({"--txet"}).Problem, "unknown option '--txet'");
     EXPECT_EQ(ParseCommandLine({"--screenshot", "x.png", "hot"}).Screenshot, "x.png");
 }

@@ -33,12 +33,18 @@ TEST(Dispatcher, RefusesWorkOnceTheWindowIsGone) {
     headless::HeadlessLoop loop;
     const auto dispatcher = std::make_shared<CoreDispatcher>(loop);
     bool ran = false;
-    const auto queued = dispatcher->RunAsync(kNormal, [&] { ran = true; });
-    dispatcher->Close();
     loop.Post([&] { loop.Quit(); });
+    const auto held = std::make_shared<int>();
+    const auto queued = dispatcher->RunAsync(kNormal, [&ran, held] { ran = true; });
     loop.Run();
-    EXPECT_THROW(queued.get(), task_canceled);
-    EXPECT_THROW(dispatcher->RunAsync(kNormal, [&] { ran = true; }).get(), task_canceled);
+    const auto late = dispatcher->RunAsync(kNormal, [&ran, held] { ran = true; });
+    dispatcher->Close();
+    EXPECT_EQ(held.use_count(), 1) << "nothing of it is left to other threads";
+    EXPECT_EQ(dispatcher->Pending(), 0U);
+    for (const auto& refused : {queued, late, dispatcher->RunAsync(kNormal, [&] { ran = true; })}) {
+        ASSERT_TRUE(refused.is_done());
+        EXPECT_THROW(refused.get(), task_canceled);
+    }
     EXPECT_FALSE(ran);
 }
 

@@ -6,7 +6,9 @@
 #include "backends/headless/HeadlessWindow.h"
 #include "platform/core/Exception.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/Navigation.h"
 #include "platform/xaml/Panels.h"
+#include "platform/xaml/TypeRegistry.h"
 
 namespace platform {
 
@@ -42,9 +44,21 @@ class ElementTest : public testing::Test {
 TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
     const auto text = std::make_shared<TextBlock>();
     const auto panel = std::make_shared<StackPanel>();
-    const std::function<void()> touches[] = {
-        [&] { text->Text(u"x"); }, [&] { text->Visibility(Visibility::Collapsed); },
-        [&] { panel->Append(text); }, [&] { std::make_shared<TextBlock>(); }};
+    const auto full = std::make_shared<StackPanel>();
+    const auto button = AddButton(*full);
+    const auto box = std::make_shared<TextBox>();
+    box->Text(u"text");
+    box->SelectAll();
+    const std::function<void()> touches[] = {[&] { text->Text(u"x"); },
+                                             [&] { text->Visibility(Visibility::Collapsed); },
+                                             [&] { text->Name(u"x"); },
+                                             [&] { text->AddBinding([] {}); },
+                                             [&] { panel->Append(text); },
+                                             [&] { full->RemoveAtEnd(); },
+                                             [&] { box->Text(u"x"); },
+                                             [&] { button->IsDefault(true); },
+                                             [&] { button->AcceleratorKey(VirtualKey::Tab); },
+                                             [&] { std::make_shared<TextBlock>(); }};
     for (const auto& touch : touches) {
         std::optional<HResult> code;
         std::thread([&] {
@@ -58,6 +72,8 @@ TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
     }
     EXPECT_EQ(text->Text(), u"");
     EXPECT_EQ(panel->Size(), 0U);
+    EXPECT_EQ(full->Size(), 1U);
+    EXPECT_EQ(box->SelectedText(), u"text");
 }
 
 TEST_F(ElementTest, AnElementHasOneParentAndOutlivesIt) {
@@ -129,6 +145,35 @@ TEST_F(ElementTest, AButtonInACollapsedPanelCannotBePressed) {
     root->Visibility(Visibility::Collapsed);
     button->Invoke();
     EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(ElementTest, APageThatRefusesToBeShownLeavesFrameAndHistoryAsTheyAre) {
+    static bool refuses = false;
+    struct Picky final : Page {
+        void OnNavigatedTo(const NavigationEventArgs&) override {
+            if (refuses) {
+                throw Exception(result::kFail, u"no");
+            }
+        }
+    };
+    RegisterType(u"Picky", [] { return std::make_shared<Picky>(); });
+    const auto frame = std::make_shared<Frame>();
+    const auto shown = [&] {
+        refuses = false;
+        frame->Navigate(u"Picky");
+        refuses = true;
+        return frame->Content();
+    };
+    const auto first = shown();
+    EXPECT_THROW(frame->Navigate(u"Picky"), Exception);
+    EXPECT_EQ(frame->Content(), first);
+    EXPECT_FALSE(frame->CanGoBack());
+    const auto second = shown();
+    EXPECT_THROW(frame->GoBack(), Exception);
+    EXPECT_EQ(frame->Content(), second);
+    refuses = false;
+    frame->GoBack();
+    EXPECT_FALSE(frame->CanGoBack());
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Panels.h"
+#include "platform/xaml/TypeRegistry.h"
 #include "tests/support/PackageScope.h"
 
 namespace platform {
@@ -90,11 +91,22 @@ TEST_F(MarkupTest, NamesFileAndLineOfEveryMistake) {
         {"<UserControl><Grid><Grid x:Name='a'/><Grid x:Name='a'/></Grid></UserControl>",
          "Test.xaml:1: the name 'a' is used twice"},
         {"<UserControl><Grid/><Grid/></UserControl>", "Test.xaml:1: <UserControl> cannot hold this element"},
+        {"<UserControl>\n<local:Nope/></UserControl>", "Test.xaml:2: There is no type Kelvane.Nope"},
     };
     for (const auto& [markup, problem] : cases) {
         EXPECT_EQ(ProblemWith(markup), problem);
     }
     EXPECT_EQ(ProblemWith("<UserControl>\n<Grid></UserControl>").substr(0, 12), "Test.xaml:2:");
+}
+
+TEST_F(MarkupTest, RefusesATypeThatContainsItself) {
+    RegisterType(u"Kelvane.Test", [this] {
+        auto control = std::make_shared<UserControl>();
+        LoadComponent(*control, u"ms-appx:///Test.xaml", m_code);
+        return control;
+    });
+    const std::string problem = ProblemWith("<UserControl>\n<local:Test/></UserControl>");
+    EXPECT_TRUE(problem.ends_with("Test.xaml:2: Kelvane.Test contains itself")) << problem;
 }
 
 }  // namespace

@@ -60,6 +60,17 @@ TEST(Task, NestedWaitsNeverLockThePoolUp) {
     }
 }
 
+TEST(Task, WhatTheWorkCapturedGoesBeforeTheTaskEnds) {
+    auto held = std::make_shared<int>(7);
+    const std::weak_ptr<int> watched = held;
+    bool gone = false;
+    const auto state = std::make_shared<detail::TaskState<int>>();
+    state->WhenDone([&] { gone = watched.expired(); });
+    detail::RunInto<int>(state, [held = std::move(held)] { return *held; });
+    EXPECT_TRUE(gone);
+    EXPECT_EQ(state->Value(), 7);
+}
+
 TEST(Task, RefusesWaitingOnTheUserInterfaceThreadAndDefaultConstructedTasks) {
     const task_completion_event<int> event;
     const auto pending = create_task(event);
