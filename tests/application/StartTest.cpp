@@ -26,6 +26,8 @@ struct StartKind {
     const char* trace;
     std::vector<std::string> words;
     bool hasService;
+
+    friend void PrintTo(const StartKind& kind, std::ostream* out) { *out << kind.trace; }
 };
 
 class StartTraceTest : public StartTest, public testing::WithParamInterface<StartKind> {
