@@ -221,6 +221,11 @@ bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
         BeginOutage(lock, exception);
         return false;
     }
+    // No system call while the lock is held: callers meet it.
+    const bool isGone = m_live->IsGone();
+    if (!isLast) {
+        Report(path);
+    }
     lock.lock();
     m_lost -= lost;
     m_lostInOutage += lost;
@@ -228,17 +233,13 @@ bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
     m_free.push_back(image);
     m_stalled = false;
     m_failure = nullptr;
-    if (m_closing || RestoreLiveFile(lock)) {
+    if (m_closing || !isGone || RestoreLiveFile(lock)) {
         EndOutage(lock);
     }
     m_freed.notify_all();
     if (isLast) {
         m_last = path;
-        return true;
     }
-    lock.unlock();
-    Report(path);
-    lock.lock();
     return true;
 }
 
