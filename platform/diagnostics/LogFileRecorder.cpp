@@ -122,11 +122,16 @@ void LogFileRecorder::Work() {
             lock.lock();
             PrepareImages(lock);
         }
+        // What failed before the end was asked for is tried once more after it.
+        const bool isLastTry = m_closing;
         if (!m_full.empty() && StoreFullImage(lock)) {
             continue;
         }
-        if (m_closing) {
+        if (isLastTry) {
             break;
+        }
+        if (m_closing) {
+            continue;
         }
         if (m_outage) {
             m_work.wait_for(lock, kPatience);
