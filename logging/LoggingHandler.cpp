@@ -62,7 +62,6 @@ struct LoggingHandler::ContinuationData {
     std::shared_ptr<StorageFolder> folder;
     std::shared_ptr<StorageFile> file;
     std::u16string name;
-    std::exception_ptr failure;
 
     std::u16string Path() const { return folder->Path() + u"/" + name; }
 };
@@ -128,7 +127,6 @@ void LoggingHandler::RestoreLoggingState() {
         if (!path.empty()) {
             RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, path);
             SetLocalSetting(kFileBeforeSuspend, {});
-            m_unreported.With([&](auto& paths) { paths.erase(path); });
         }
     }
 }
@@ -148,63 +146,72 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
                                         platform::LogFileGeneratedEventArgs& args) {
     const auto data = std::make_shared<ContinuationData>();
     data->file = args.File();
+    ++m_generated;
     // Each step keeps the handler: the chain may outlive the session that started it.
-    Store(data, u"Log-Kelvane")
-        .then([self = shared_from_this(), data] { self->Report(*data); })
-        .then([data](const platform::task<void>& chain) {
-            try {
-                chain.get();
-            } catch (const std::exception&) {
-                platform::OutputDebugStringW(u"The log file " + data->file->Path() + u" is not reported: " +
-                                             platform::CurrentException().Message());
-            }
-        });
+    InTurn([self = shared_from_this(), data] {
+        const bool isLast = --self->m_generated == 0;
+        self->Store(*data, u"Log-Kelvane");
+        if (!self->m_suspending) {
+            self->RaiseStatusChanged(LoggingEventArgs::kGenerated, data->Path());
+        }
+        if (isLast) {
+            DeleteOldLogFiles(*data->folder, kLogFilesLimit, [](const std::u16string& path) {
+                return Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
+            });
+        }
+    }).then([data](const platform::task<void>& chain) {
+        try {
+            chain.get();
+        } catch (const std::exception&) {
+            platform::OutputDebugStringW(u"After the log file " + data->file->Path() + u": " +
+                                         platform::CurrentException().Message());
+        }
+    });
 }
 
-platform::task<void> LoggingHandler::Store(const std::shared_ptr<ContinuationData>& data,
-                                           std::u16string_view prefix) {
-    const auto stored = m_stored.With([&](platform::task<void>& last) {
-        last = last.then([self = shared_from_this(), data, prefix](const platform::task<void>&) {
+platform::task<void> LoggingHandler::InTurn(std::function<void()> work) {
+    const auto failure = std::make_shared<std::exception_ptr>();
+    const auto turn = m_turns.With([&](platform::task<void>& last) {
+        last = last.then([work = std::move(work), failure](const platform::task<void>&) {
             try {
-                data->folder = OpenLogFolder().get();
-                self->MoveIntoFolder(*data, prefix);
-                self->m_saidNotStored = false;
+                work();
             } catch (...) {
-                data->failure = std::current_exception();
-                // Another Kelvane that starts takes over what an ending one has not moved yet.
-                std::error_code unknown;
-                const bool isThere = std::filesystem::exists(platform::ToUtf8(data->file->Path()), unknown);
-                if ((isThere || unknown) && !self->m_saidNotStored.exchange(true)) {
-                    std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
-                                 platform::ToUtf8(data->file->Path()).c_str(),
-                                 platform::CurrentException().what());
-                }
+                *failure = std::current_exception();
             }
         });
         return last;
     });
-    return stored.then([data] {
-        if (data->failure) {
-            std::rethrow_exception(data->failure);
+    return turn.then([failure] {
+        if (*failure) {
+            std::rethrow_exception(*failure);
         }
     });
+}
+
+void LoggingHandler::Store(ContinuationData& data, std::u16string_view prefix) {
+    try {
+        data.folder = OpenLogFolder().get();
+        MoveIntoFolder(data, prefix);
+        m_saidNotStored = false;
+    } catch (...) {
+        // Another Kelvane that starts takes over what an ending one has not moved yet.
+        std::error_code unknown;
+        const bool isThere = std::filesystem::exists(platform::ToUtf8(data.file->Path()), unknown);
+        if ((isThere || unknown) && !std::exchange(m_saidNotStored, true)) {
+            std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
+                         platform::ToUtf8(data.file->Path()).c_str(), platform::CurrentException().what());
+        }
+        throw;
+    }
 }
 
 void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view prefix) {
     for (int attempt = 1;; ++attempt) {
         data.name = std::u16string(prefix) + TimeStamp() + u".etl";
-        const auto path = data.Path();
-        const bool free = m_unreported.With([&](auto& paths) { return paths.insert(path).second; });
         try {
-            if (!free) {
-                throw platform::Exception(platform::result::kAlreadyExists, path + u" is taken");
-            }
             data.file->MoveAsync(data.folder, data.name, NameCollisionOption::FailIfExists).get();
             return;
         } catch (const platform::Exception& exception) {
-            if (free) {
-                m_unreported.With([&](auto& paths) { paths.erase(path); });
-            }
             const bool again =
                 exception.Code() == platform::result::kAlreadyExists && attempt < kNameAttempts;
             if (!again || !platform::CurrentClock().SleepFor(std::chrono::milliseconds(1))) {
@@ -212,33 +219,6 @@ void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view 
             }
         }
     }
-}
-
-void LoggingHandler::Report(const ContinuationData& data) {
-    if (!m_suspending) {
-        RaiseStatusChanged(LoggingEventArgs::kGenerated, data.Path());
-    }
-    m_unreported.With([&](auto& paths) { paths.erase(data.Path()); });
-    DeleteOldFiles(*data.folder);
-}
-
-void LoggingHandler::DeleteOldFiles(StorageFolder& folder) {
-    if (m_deletionsWanted.fetch_add(1) != 0) {
-        // Whoever is at it does another round.
-        return;
-    }
-    int wanted = 1;
-    do {
-        wanted = m_deletionsWanted.load();
-        try {
-            DeleteOldLogFiles(folder, kLogFilesLimit, [this](const std::u16string& path) {
-                return m_unreported.With([&](const auto& paths) { return paths.contains(path); }) ||
-                       Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
-            });
-        } catch (const platform::Exception& exception) {
-            platform::OutputDebugStringW(u"Old log files are not deleted: " + exception.Message());
-        }
-    } while (!m_deletionsWanted.compare_exchange_strong(wanted, 0));
 }
 
 void LoggingHandler::OnAppSuspending(platform::Application&, platform::SuspendingEventArgs& args) {
@@ -266,7 +246,7 @@ platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFil
                 return platform::task_from_result(File());
             }
             data->file = saved;
-            return self->Store(data, u"Log-").then([data] {
+            return self->InTurn([self, data] { self->Store(*data, u"Log-"); }).then([data] {
                 return StorageFile::GetFileFromPathAsync(data->Path());
             });
         });

@@ -6,8 +6,8 @@
 // nothing to the trace itself.
 
 #include <atomic>
+#include <functional>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -66,16 +66,18 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // The session's thread.
     void OnLogFileGenerated(platform::FileLoggingSession& session, platform::LogFileGeneratedEventArgs& args);
 
-    /// Any thread. Moves the file into Kelvane_LogFiles under a name that begins with `prefix`, when all
-    /// files before it have been moved. A failure is said once on the standard error stream; the file stays
-    /// where it is, for the next start to hand out.
-    platform::task<void> Store(const std::shared_ptr<ContinuationData>& data, std::u16string_view prefix);
+    /// Any thread. Runs `work` on a worker when all that was given before it has ended: files are named by
+    /// the millisecond, and none is deleted before it has been reported. Fails as `work` does.
+    platform::task<void> InTurn(std::function<void()> work);
+
+    // Workers, in turn.
+    /// Moves the file into Kelvane_LogFiles under a name that begins with `prefix`. A failure is said once on
+    /// the standard error stream, and thrown; the file stays where it is, for the next start to hand out.
+    void Store(ContinuationData& data, std::u16string_view prefix);
+    void MoveIntoFolder(ContinuationData& data, std::u16string_view prefix);
 
     // Workers.
     void FinishSuspension(const platform::task<File>& saved);
-    void Report(const ContinuationData& data);
-    void MoveIntoFolder(ContinuationData& data, std::u16string_view prefix);
-    void DeleteOldFiles(platform::StorageFolder& folder);
 
     void RaiseStatusChanged(std::int32_t status, std::u16string message);
 
@@ -85,15 +87,16 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // With their own locking.
     platform::Event<LoggingHandler&, LoggingEventArgs&> m_statusChanged;
     std::atomic<bool> m_suspending = false;
-    std::atomic<bool> m_saidNotStored = false;
-    std::atomic<int> m_deletionsWanted = 0;
+    /// Generated files whose turn has not come.
+    std::atomic<int> m_generated = 0;
+
+    // Workers, in turn.
+    bool m_saidNotStored = false;
 
     // Guarded.
-    /// Ends when the last file so far has been moved, or could not be; it never fails.
-    platform::Guarded<platform::task<void>> m_stored{platform::task_from_result()};
     platform::Guarded<Session> m_session;
-    /// Full paths of files that are being stored and have not been reported.
-    platform::Guarded<std::set<std::u16string>> m_unreported;
+    /// Ends with the last turn so far; it never fails.
+    platform::Guarded<platform::task<void>> m_turns{platform::task_from_result()};
 };
 
 }  // namespace Kelvane
