@@ -118,18 +118,19 @@ std::vector<double> MeasurePlain(std::size_t runs, std::size_t requestSize, std:
     const TemporaryDirectory directory;
     const std::string path = directory.Path() + "/plain";
     const ListeningSocket listener(path);
-    const Descriptor socket = CreateSocket();
+    const platform::FileDescriptor socket = CreateSocket();
     Connect(socket.Get(), path, [] { return false; });
     pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
     poll(&wait, 1, -1);
-    const std::jthread echo([&, other = Descriptor(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))] {
-        std::vector<std::byte> request(requestSize);
-        const std::vector<std::byte> response(responseSize);
-        for (std::size_t i = 0; i < runs; ++i) {
-            ReceiveAll(other.Get(), request);
-            SendAll(other.Get(), response);
-        }
-    });
+    const std::jthread echo(
+        [&, other = platform::FileDescriptor(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))] {
+            std::vector<std::byte> request(requestSize);
+            const std::vector<std::byte> response(responseSize);
+            for (std::size_t i = 0; i < runs; ++i) {
+                ReceiveAll(other.Get(), request);
+                SendAll(other.Get(), response);
+            }
+        });
     const std::vector<std::byte> request(requestSize);
     std::vector<std::byte> response(responseSize);
     return Measure(runs, [&] {

@@ -139,7 +139,7 @@ Configuration ParseConfiguration(std::string_view text) {
 }
 
 Configuration LoadConfiguration(const std::string& path, uid_t owner) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const platform::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file) {
         if (errno == ENOENT || errno == ENOTDIR) {
             return {};

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -135,7 +136,8 @@ class Writer {
     void File(const std::string& path, std::string_view content) const {
         const std::string text = WithoutIdentifiers(path, content);
         const std::filesystem::path target = Place(path);
-        const Descriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+        const platform::FileDescriptor file(
+            open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
         if (!file || write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
             throw platform::ExceptionFromErrno("write " + target.string(), errno);
         }

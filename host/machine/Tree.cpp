@@ -5,6 +5,7 @@
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -90,23 +91,24 @@ Tree::Tree(const std::string& root, Witness witness)
 
 /// Below a recorded tree no link leads out of it. The machine itself needs no such care, and the sandbox of
 /// the service's unit, which serves nothing else, has no openat2 (RestrictSUIDSGID takes it away).
-Descriptor Tree::Open(const std::string& path, int flags) {
+platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
     if (m_isMachine) {
-        return Descriptor(open(path.c_str(), flags | O_CLOEXEC));
+        return platform::FileDescriptor(open(path.c_str(), flags | O_CLOEXEC));
     }
     open_how how{};
     how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
     how.resolve = RESOLVE_IN_ROOT;
-    return Descriptor(static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how)));
+    return platform::FileDescriptor(
+        static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how)));
 }
 
 std::optional<std::string> Tree::Read(const std::string& path) {
     // O_NONBLOCK: a pipe in a recorded tree must not hold the service up.
-    Descriptor file;
+    platform::FileDescriptor file;
     const auto* credential = std::ranges::find(kCredentials, path, &Credential::path);
     if (credential != kCredentials.end() && !m_credentials.empty()) {
         const std::string name = m_credentials + "/" + credential->name;
-        file = Descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        file = platform::FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     }
     if (!file) {
         file = Open(path, O_RDONLY | O_NONBLOCK);
@@ -138,7 +140,7 @@ std::nullopt_t Tree::Missing(const std::string& path, const char* reason) {
 
 std::vector<std::string> Tree::List(const std::string& path) {
     std::vector<std::string> names;
-    Descriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
+    platform::FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
     if (!folder) {
         if (!MeansAbsent(errno)) {
             Note(path + ": " + std::strerror(errno));
@@ -162,7 +164,7 @@ std::vector<std::string> Tree::List(const std::string& path) {
 }
 
 std::optional<std::string> Tree::LinkTarget(const std::string& path) {
-    const Descriptor link = Open(path, O_PATH | O_NOFOLLOW);
+    const platform::FileDescriptor link = Open(path, O_PATH | O_NOFOLLOW);
     if (!link) {
         return std::nullopt;
     }

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/machine/Descriptor.h"
+#include "platform/storage/FileDescriptor.h"
 
 namespace host {
 
@@ -53,10 +53,10 @@ class Tree {
 
   private:
     std::nullopt_t Missing(const std::string& path, const char* reason);
-    Descriptor Open(const std::string& path, int flags);
+    platform::FileDescriptor Open(const std::string& path, int flags);
 
     bool m_isMachine;
-    Descriptor m_root;
+    platform::FileDescriptor m_root;
     Witness m_witness;
     std::string m_credentials;  // folder of files that the service manager read for us; empty without
     std::string m_reason;

@@ -61,7 +61,7 @@ class Binding {
 
     // Guarded by m_mutex, which a call holds from beginning to end.
     std::mutex m_mutex;
-    Descriptor m_socket;
+    FileDescriptor m_socket;
     bool m_bound = false;
     bool m_broken = false;
     const TransferSyntax* m_syntax = nullptr;

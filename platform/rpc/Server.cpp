@@ -86,7 +86,7 @@ void ServerCall::InvokeCallback(std::int32_t code, std::u16string_view text, std
 
 /// A connection and its thread. Destroying it waits for the thread.
 struct Server::Session {
-    Session(ServerShared& shared, Descriptor socket, const Peer& peer, bool served, int doorbell)
+    Session(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served, int doorbell)
         : Connection(shared, std::move(socket), peer, served), Thread([this, &shared, doorbell] {
               Connection.Run();
               shared.Admission.Leave(Connection.Caller().Uid);
@@ -166,7 +166,7 @@ void Server::EndSessions() noexcept {
 
 /// False when the process has no descriptors or threads left for another client.
 bool Server::Accept(int listener) {
-    Descriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    FileDescriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.Get() < 0) {
         return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != ENOBUFS;
     }

@@ -128,12 +128,12 @@ class Server {
     void EndSessions() noexcept;
 
     const std::unique_ptr<ServerShared> m_shared;
-    Descriptor m_doorbell;
+    FileDescriptor m_doorbell;
     std::atomic<bool> m_stopping = false;
 
     // The thread in Run.
     std::list<ListeningSocket> m_listening;
-    std::list<Descriptor> m_adopted;
+    std::list<FileDescriptor> m_adopted;
     std::list<Session> m_sessions;
 };
 

@@ -21,7 +21,7 @@ bool Serves(const SyntaxId& ours, const SyntaxId& asked) {
 
 }  // namespace
 
-ServerConnection::ServerConnection(ServerShared& shared, Descriptor socket, const Peer& peer, bool served)
+ServerConnection::ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served)
     : m_shared(shared),
       m_socket(std::move(socket)),
       m_peer(peer),

@@ -29,7 +29,7 @@ struct ServerShared {
 class ServerConnection {
   public:
     /// A connection that is not `served` has its bind refused as one too many.
-    ServerConnection(ServerShared& shared, Descriptor socket, const Peer& peer, bool served);
+    ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served);
 
     /// Serves until either side ends. The descriptor stays open until this object goes.
     void Run() noexcept;
@@ -55,7 +55,7 @@ class ServerConnection {
     bool Send();
 
     ServerShared& m_shared;
-    const Descriptor m_socket;
+    const FileDescriptor m_socket;
     const Peer m_peer;
     const bool m_served;
     bool m_accepted = false;

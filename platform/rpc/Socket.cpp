@@ -80,12 +80,6 @@ void CreateDirectories(const std::filesystem::path& directory) {
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-    if (m_number >= 0) {
-        close(m_number);
-    }
-}
-
 std::string EndpointDirectory() {
     const char* directory = std::getenv("KELVANE_RPC_DIRECTORY");
     return directory != nullptr && *directory != '\0' ? directory : "/run/kelvane/rpc";
@@ -101,8 +95,8 @@ std::string EndpointPath(std::u16string_view endpoint) {
     return path;
 }
 
-Descriptor CreateSocket() {
-    Descriptor created(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+FileDescriptor CreateSocket() {
+    FileDescriptor created(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (created.Get() < 0) {
         throw RpcException(status::kOutOfResources);
     }
@@ -169,7 +163,7 @@ ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
     // old one is looked at and the new one put in its place. Not the directory, which everybody can open and
     // lock.
     const std::string lockPath = path + ".lock";
-    const Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const FileDescriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     Check(lock.Get() < 0 ? -1 : flock(lock.Get(), LOCK_EX), "lock", lockPath);
 
     const int error = ConnectOnce(CreateSocket().Get(), address);

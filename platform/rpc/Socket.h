@@ -10,9 +10,9 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "platform/rpc/Bytes.h"
+#include "platform/storage/FileDescriptor.h"
 
 namespace platform::rpc {
 
@@ -23,24 +23,6 @@ struct Peer {
     gid_t Gid = 0;
 };
 
-/// Owns a file descriptor. Closing never throws.
-class Descriptor {
-  public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : m_number(number) {}
-    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-    ~Descriptor();
-
-    int Get() const { return m_number; }
-
-  private:
-    int m_number = -1;
-};
-
 /// The directory of the endpoints: KELVANE_RPC_DIRECTORY, or /run/kelvane/rpc.
 std::string EndpointDirectory();
 
@@ -49,7 +31,7 @@ std::string EndpointDirectory();
 std::string EndpointPath(std::u16string_view endpoint);
 
 /// A stream socket, not yet connected; connecting it waits for 0.1 s at most. Throws RpcException.
-Descriptor CreateSocket();
+FileDescriptor CreateSocket();
 
 /// Connects, waiting for room in the listener's queue until `isCancelled`, and takes the time limit off.
 /// Throws RpcException.
@@ -83,7 +65,7 @@ class ListeningSocket {
 
   private:
     std::string m_path;
-    Descriptor m_socket;
+    FileDescriptor m_socket;
     dev_t m_device = 0;
     ino_t m_inode = 0;
 };

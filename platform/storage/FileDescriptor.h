@@ -27,6 +27,9 @@ class FileDescriptor {
     /// synced before.
     void Reset(int descriptor = -1) noexcept;
 
+    /// Hands the descriptor over to the caller.
+    int Release() noexcept { return std::exchange(m_descriptor, -1); }
+
   private:
     int m_descriptor = -1;
 };

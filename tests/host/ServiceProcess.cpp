@@ -17,8 +17,8 @@ namespace host {
 
 namespace {
 
-Descriptor BoundSocket(int type, const std::string& path) {
-    Descriptor bound(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
+platform::FileDescriptor BoundSocket(int type, const std::string& path) {
+    platform::FileDescriptor bound(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     if (bind(bound.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
@@ -51,7 +51,7 @@ ServiceProcess::ServiceProcess(Settings settings) {
     }
     environment.push_back("NOTIFY_SOCKET=" + m_folder + "/notify");
 
-    Descriptor listener;
+    platform::FileDescriptor listener;
     if (settings.FirstClient) {
         const std::string path = platform::rpc::test::EndpointScope::Socket();
         listener = BoundSocket(SOCK_STREAM, path);
@@ -61,7 +61,8 @@ ServiceProcess::ServiceProcess(Settings settings) {
     }
     m_process = fork();
     if (m_process == 0) {
-        const Descriptor log(open((m_folder + "/log").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600));
+        const platform::FileDescriptor log(
+            open((m_folder + "/log").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600));
         dup2(log.Get(), STDERR_FILENO);
         if (listener) {
             dup2(listener.Get(), 3);
@@ -89,7 +90,7 @@ void ServiceProcess::Signal(int signal) const {
 }
 
 int ServiceProcess::WaitForEnd() {
-    m_notifications = Descriptor();  // a full queue that nobody reads would hold the service up
+    m_notifications = platform::FileDescriptor();  // a full queue that nobody reads would hold the service up
     int status = 0;
     waitpid(m_process, &status, 0);
     m_process = -1;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/machine/Descriptor.h"
+#include "platform/storage/FileDescriptor.h"
 #include "tests/rpc/Support.h"
 
 namespace host {
@@ -46,7 +46,7 @@ class ServiceProcess {
 
   private:
     pid_t m_process = -1;
-    Descriptor m_notifications;
+    platform::FileDescriptor m_notifications;
     std::string m_folder;  // of the notification socket and the log
 };
 

@@ -137,7 +137,7 @@ ScriptedService::ScriptedService(std::vector<Bytes> replies) {
     m_thread = std::thread([this, replies = std::move(replies)] {
         pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
         poll(&wait, 1, -1);
-        RawClient client{Descriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
+        RawClient client{FileDescriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
         for (const Bytes& reply : replies) {
             Received.push_back(client.Receive());
             client.Send(reply);

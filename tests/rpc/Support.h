@@ -60,7 +60,7 @@ class RawClient {
   public:
     /// Connects to the service.
     RawClient();
-    explicit RawClient(Descriptor socket) : m_socket(std::move(socket)) {}
+    explicit RawClient(FileDescriptor socket) : m_socket(std::move(socket)) {}
     void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
     /// The next data unit, header included; empty at the end of the connection.
     Bytes Receive();
@@ -68,7 +68,7 @@ class RawClient {
     Bytes ReceiveLast();
 
   private:
-    Descriptor m_socket;
+    FileDescriptor m_socket;
     PduStream m_stream;
 };
 
