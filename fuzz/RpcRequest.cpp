@@ -29,8 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
         return 0;
     }
-    const Descriptor client(pair[0]);
-    ServerConnection connection(shared, Descriptor(pair[1]), {}, true);
+    const platform::FileDescriptor client(pair[0]);
+    ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {}, true);
     SendAll(client.Get(), input);
     shutdown(client.Get(), SHUT_WR);
     connection.Run();

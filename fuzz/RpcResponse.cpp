@@ -25,7 +25,7 @@ Bytes g_input;
     while (true) {
         pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
         poll(&wait, 1, -1);
-        const Descriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const platform::FileDescriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (ReceiveSome(client.Get(), ignored) > 0 && SendAll(client.Get(), g_input)) {
             shutdown(client.Get(), SHUT_WR);
         }
