@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "platform/tasks/ThreadPool.h"
 
@@ -13,23 +14,15 @@ namespace {
 
 constexpr std::chrono::milliseconds kCloseLimit{2000};
 
-/// Bounds a socket's waits as long as it lives; zero bounds nothing.
+/// Bounds a socket's waits as long as it lives.
 class WaitLimit {
   public:
-    WaitLimit(int socket, std::chrono::milliseconds limit) : m_socket(limit.count() > 0 ? socket : -1) {
-        Set(limit);
-    }
-    ~WaitLimit() { Set({}); }
+    WaitLimit(int socket, std::chrono::milliseconds limit) : m_socket(socket) { LimitWaits(m_socket, limit); }
+    ~WaitLimit() { LimitWaits(m_socket, {}); }
     WaitLimit(const WaitLimit&) = delete;
     WaitLimit& operator=(const WaitLimit&) = delete;
 
   private:
-    void Set(std::chrono::milliseconds limit) const {
-        if (m_socket >= 0) {
-            LimitWaits(m_socket, limit);
-        }
-    }
-
     const int m_socket;
 };
 
@@ -101,8 +94,10 @@ void Binding::Call(const InterfaceDescription& interface, const Procedure& proce
                 .Operation = static_cast<std::uint16_t>(procedure.Number)},
                m_maxTransmit);
     // Who closes has nothing to wait for: a service that is stuck must not keep the program from ending.
-    const bool closes = procedure.PassesContext(Direction::In) && procedure.PassesContext(Direction::Out);
-    const WaitLimit limit(m_socket.Get(), closes ? kCloseLimit : std::chrono::milliseconds::zero());
+    std::optional<WaitLimit> limit;
+    if (procedure.PassesContext(Direction::In) && procedure.PassesContext(Direction::Out)) {
+        limit.emplace(m_socket.Get(), kCloseLimit);
+    }
     Send(status::kCallFailedDidNotExecute);
     CallValues out;
     Unmarshal(*m_syntax, procedure, Direction::Out, Exchange(interface, in), out);
