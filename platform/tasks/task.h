@@ -68,9 +68,11 @@ struct TaskAccess {
     }
 };
 
-/// Runs `call` and ends `state` with its outcome; a task that it returns is followed to its end.
+/// Runs `call`, of which this is the last owner, and ends `state` with its outcome; a task that it returns is
+/// followed to its end.
 template <typename R, typename Call>
-void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call call);
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state,
+             std::shared_ptr<Call> call);
 
 }  // namespace detail
 
@@ -143,9 +145,7 @@ class task {
         auto shared = std::make_shared<Call>(std::move(call));
         m_state->WhenDone([next, shared = std::move(shared)]() mutable {
             ThreadPool::Default().Submit([next = std::move(next), shared = std::move(shared)]() mutable {
-                auto held = std::move(*shared);
-                shared.reset();
-                detail::RunInto<R>(next, std::move(held));
+                detail::RunInto<R>(next, std::move(shared));
             });
         });
         return task<U>(std::move(next));
@@ -157,12 +157,14 @@ class task {
 namespace detail {
 
 template <typename R, typename Call>
-void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state, Call call) {
+void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state,
+             std::shared_ptr<Call> call) {
     std::exception_ptr failure;
     // What the call captured goes before the task counts as ended.
     try {
         if constexpr (Unwrapped<R>::kIsTask) {
-            const auto source = TaskAccess::StateOf([held = std::move(call)]() mutable { return held(); }());
+            const auto source = TaskAccess::StateOf((*call)());
+            call.reset();
             source->WhenDone([state, source] {
                 if (auto innerFailure = source->Failure()) {
                     state->Fail(std::move(innerFailure));
@@ -171,10 +173,12 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
                 }
             });
         } else if constexpr (std::is_void_v<R>) {
-            [held = std::move(call)]() mutable { held(); }();
+            (*call)();
+            call.reset();
             state->Complete({});
         } else {
-            Stored<R> value = [held = std::move(call)]() mutable { return held(); }();
+            Stored<R> value = (*call)();
+            call.reset();
             state->Complete(std::move(value));
         }
     } catch (...) {
@@ -182,6 +186,7 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
     }
     // After the catch block has let go of the exception: from here on it belongs to the task alone.
     if (failure) {
+        call.reset();
         state->Fail(std::move(failure));
     }
 }
@@ -195,17 +200,15 @@ auto create_task(F body, cancellation_token token = cancellation_token::none()) 
     using R = std::invoke_result_t<F&>;
     using U = typename detail::Unwrapped<R>::Type;
     auto state = std::make_shared<detail::TaskState<U>>();
-    auto shared = std::make_shared<F>(std::move(body));
-    ThreadPool::Default().Submit([state, shared = std::move(shared), token]() mutable {
-        auto held = std::move(*shared);
-        shared.reset();
-        detail::RunInto<R>(state, [held = std::move(held), token]() mutable -> R {
-            if (token.is_canceled()) {
-                cancel_current_task();
-            }
-            return held();
-        });
-    });
+    auto call = [body = std::move(body), token]() mutable -> R {
+        if (token.is_canceled()) {
+            cancel_current_task();
+        }
+        return body();
+    };
+    auto shared = std::make_shared<decltype(call)>(std::move(call));
+    ThreadPool::Default().Submit(
+        [state, shared = std::move(shared)]() mutable { detail::RunInto<R>(state, std::move(shared)); });
     return task<U>(std::move(state));
 }
 

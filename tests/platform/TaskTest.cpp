@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
+#include <memory>
 #include <optional>
 
 #include "platform/core/Clock.h"
@@ -60,15 +62,42 @@ TEST(Task, NestedWaitsNeverLockThePoolUp) {
     }
 }
 
+/// Whether what the work of a task captured, as a constant, is gone when the task ends.
+template <typename Make>
+bool CaptureGoesFirst(Make make) {
+    const task_completion_event<void> start;
+    std::promise<bool> gone;
+    const auto work = [&] {
+        const auto held = std::make_shared<int>(7);
+        auto ending = make(create_task(start), held);
+        detail::TaskAccess::StateOf(ending)->WhenDone(
+            [&, watched = std::weak_ptr<int>(held)] { gone.set_value(watched.expired()); });
+        return ending;
+    }();
+    start.set();
+    const bool wasGone = gone.get_future().get();
+    work.then([](const auto& ended) { CodeOf([&] { ended.wait(); }); }).wait();
+    return wasGone;
+}
+
 TEST(Task, WhatTheWorkCapturedGoesBeforeTheTaskEnds) {
-    auto held = std::make_shared<int>(7);
-    const std::weak_ptr<int> watched = held;
-    bool gone = false;
-    const auto state = std::make_shared<detail::TaskState<int>>();
-    state->WhenDone([&] { gone = watched.expired(); });
-    detail::RunInto<int>(state, [held = std::move(held)] { return *held; });
-    EXPECT_TRUE(gone);
-    EXPECT_EQ(state->Value(), 7);
+    using Started = task<void>;
+    using Held = std::shared_ptr<int>;
+    EXPECT_TRUE(CaptureGoesFirst(
+        [](const Started& started, const Held& held) { return started.then([held] { return *held; }); }));
+    EXPECT_TRUE(CaptureGoesFirst([](const Started& started, const Held& held) {
+        return started.then([held] {
+            if (*held != 0) {
+                Throw();
+            }
+        });
+    }));
+    EXPECT_TRUE(CaptureGoesFirst([](const Started& started, const Held& held) {
+        return started.then([held] { return create_task([value = *held] { return value; }); });
+    }));
+    EXPECT_TRUE(CaptureGoesFirst([](const Started& started, const Held& held) {
+        return create_task([started, held] { started.wait(); });
+    }));
 }
 
 TEST(Task, RefusesWaitingOnTheUserInterfaceThreadAndDefaultConstructedTasks) {
