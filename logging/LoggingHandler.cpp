@@ -170,21 +170,9 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
 }
 
 platform::task<void> LoggingHandler::InTurn(std::function<void()> work) {
-    const auto failure = std::make_shared<std::exception_ptr>();
-    const auto turn = m_turns.With([&](platform::task<void>& last) {
-        last = last.then([work = std::move(work), failure](const platform::task<void>&) {
-            try {
-                work();
-            } catch (...) {
-                *failure = std::current_exception();
-            }
-        });
+    return m_turns.With([&](platform::task<void>& last) {
+        last = last.then([work = std::move(work)](const platform::task<void>&) { work(); });
         return last;
-    });
-    return turn.then([failure] {
-        if (*failure) {
-            std::rethrow_exception(*failure);
-        }
     });
 }
 

@@ -95,7 +95,7 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
 
     // Guarded.
     platform::Guarded<Session> m_session;
-    /// Ends with the last turn so far; it never fails.
+    /// The last turn so far.
     platform::Guarded<platform::task<void>> m_turns{platform::task_from_result()};
 };
 
