@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <ctime>
+#include <limits>
 #include <mutex>
 
 #include "platform/tasks/ThreadPool.h"
@@ -13,6 +14,9 @@ namespace {
 /// FILETIME of the Unix epoch.
 constexpr std::int64_t kUnixEpoch = 116444736000000000;
 constexpr std::int64_t kUnitsPerSecond = 10000000;
+/// How far apart readings may lie that count as one, and how often better ones are looked for.
+constexpr std::int64_t kAtOnce = 10;
+constexpr int kReadings = 10;
 
 std::int64_t Read(clockid_t clock) {
     timespec now{};
@@ -69,6 +73,21 @@ Clock& SystemClock() {
 
 Clock& CurrentClock() {
     return g_clock != nullptr ? *g_clock : SystemClock();
+}
+
+std::int64_t FileTimeOfSteadyZero(Clock& clock) {
+    auto least = std::numeric_limits<std::int64_t>::max();
+    std::int64_t result = 0;
+    for (int reading = 0; reading < kReadings && least > kAtOnce; ++reading) {
+        const auto before = clock.Steady();
+        const auto fileTime = clock.FileTime();
+        const auto apart = clock.Steady() - before;
+        if (apart < least) {
+            least = apart;
+            result = fileTime - before - apart / 2;
+        }
+    }
+    return result;
 }
 
 ClockScope::ClockScope(Clock& clock) {

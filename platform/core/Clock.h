@@ -45,6 +45,10 @@ Clock& SystemClock();
 /// The clock in use: the machine's, unless a ClockScope lives.
 Clock& CurrentClock();
 
+/// The FILETIME at which Steady of `clock` was zero, from readings of both clocks that belong together
+/// although the thread may lose its processor between two of them. Any thread.
+std::int64_t FileTimeOfSteadyZero(Clock& clock);
+
 /// Makes `clock` the one in use while the scope lives. Create and destroy it while no other thread uses the
 /// layer.
 class ClockScope {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/core/Clock.h"
@@ -25,6 +26,10 @@ constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
 /// caller as much as fifty messages. After so many looks in vain it sleeps until it is woken.
 constexpr std::chrono::microseconds kLookAgainAfter{200};
 constexpr int kLooks = 50;
+
+/// A file whose reading of the wall clock differs less than that (10 ms) from what the file before leads to
+/// expect goes on with the expected one, so that times do not go back between files for a reading's error.
+constexpr std::int64_t kWallClockIsSet = 100000;
 
 }  // namespace
 
@@ -62,11 +67,19 @@ void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Messa
         if (m_current == nullptr && !m_free.empty()) {
             m_current = m_free.front();
             m_free.pop_front();
-            auto& clock = CurrentClock();
-            m_current->Begin(message.thread, message.process, clock.FileTime(), clock.Steady());
+            const auto steady = CurrentClock().Steady();
+            m_current->Begin(message.thread, message.process, FileTimeOf(steady), steady);
         }
     }
     ++m_lost;
+}
+
+std::int64_t LogFileRecorder::FileTimeOf(std::int64_t steady) {
+    const auto zero = FileTimeOfSteadyZero(CurrentClock());
+    if (!m_steadyZero || std::abs(zero - *m_steadyZero) > kWallClockIsSet) {
+        m_steadyZero = zero;
+    }
+    return *m_steadyZero + steady;
 }
 
 bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {

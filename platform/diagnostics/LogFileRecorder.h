@@ -49,6 +49,10 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
   private:
     LogFileRecorder(std::filesystem::path folder, std::u16string sessionName, Generated generated);
 
+    // Any thread, TraceLock held.
+    /// The wall clock, as FILETIME, at a reading of the steady one.
+    std::int64_t FileTimeOf(std::int64_t steady);
+
     // Any thread, TraceLock held; it is let go while something is waited for or said.
     bool WaitForImage(std::unique_lock<TraceMutex>& lock);
     void BeginOutage(std::unique_lock<TraceMutex>& lock, const Exception& why);
@@ -79,6 +83,8 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     etl::EventTraceImage* m_current = nullptr;
     std::deque<etl::EventTraceImage*> m_free;
     std::deque<etl::EventTraceImage*> m_full;
+    /// The wall clock, as FILETIME, when the steady one was zero.
+    std::optional<std::int64_t> m_steadyZero;
     /// Dropped messages that no file counts yet.
     std::uint64_t m_lost = 0;
     /// Those of the present outage that a file counts.
