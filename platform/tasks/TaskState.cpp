@@ -55,6 +55,7 @@ void TaskStateBase::Wait() const {
     }
     lock.unlock();
     const BlockingRegion blocking;
+    blocking.VerifyProgress();
     lock.lock();
     m_ended.wait(lock, [this] { return m_done; });
 }

@@ -31,7 +31,7 @@ class TaskStateBase {
     /// Calls `continuation` when the task has ended, at once if it has.
     void WhenDone(std::function<void()> continuation);
 
-    /// Blocks until the task has ended; refuses to block the user-interface thread.
+    /// Blocks until the task has ended; refuses to block the user-interface thread, and the last worker.
     void Wait() const;
 
     /// The exception that ended the task, or null; from now on it counts as seen.

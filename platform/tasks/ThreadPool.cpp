@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <system_error>
 #include <utility>
 
 #include "platform/tasks/Unobserved.h"
@@ -10,7 +11,13 @@ namespace platform {
 
 namespace {
 thread_local ThreadPool* t_pool = nullptr;
+
+[[noreturn]] void ThrowNoThread() {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                            "no thread can be started");
 }
+
+}  // namespace
 
 ThreadPool& ThreadPool::Default() {
     static ThreadPool pool(std::max(2U, std::thread::hardware_concurrency()));
@@ -36,33 +43,29 @@ void ThreadPool::OnIdle(std::function<void()> callback) {
 void ThreadPool::Submit(std::function<void()> work) {
     const std::lock_guard lock(m_mutex);
     m_queue.push_back(std::move(work));
-    try {
-        StartWorkerIfNeeded();
-    } catch (...) {
+    if (!StartWorkerIfNeeded()) {
         // Destroyed by the caller, outside the lock.
         work = std::move(m_queue.back());
         m_queue.pop_back();
-        throw;
+        ThrowNoThread();
     }
     m_wake.notify_one();
 }
 
-void ThreadPool::StartWorkerIfNeeded() {
+bool ThreadPool::StartWorkerIfNeeded() {
     if (m_queue.size() <= m_waiting || m_live - m_blocked >= m_base) {
-        return;
+        return true;
     }
     m_finished.clear();
     try {
         m_threads.emplace_back([this] { Work(); });
     } catch (const std::exception&) {
-        // The system has no thread to give. Those that live get round to the work, if there are any.
-        if (m_live == 0) {
-            throw;
-        }
-        return;
+        // Those that live get round to the work, unless all are blocked, perhaps by waiting for it.
+        return m_live > m_blocked;
     }
     // The new one waits for the lock.
     ++m_live;
+    return true;
 }
 
 void ThreadPool::Work() {
@@ -145,7 +148,13 @@ BlockingRegion::BlockingRegion(std::function<void()> interrupt)
     }
     if (m_onWorker) {
         ++pool.m_blocked;
-        pool.StartWorkerIfNeeded();
+        m_isStuck = !pool.StartWorkerIfNeeded();
+    }
+}
+
+void BlockingRegion::VerifyProgress() const {
+    if (m_isStuck) {
+        ThrowNoThread();
     }
 }
 

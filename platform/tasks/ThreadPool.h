@@ -27,8 +27,8 @@ class ThreadPool {
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// Queues `work` for a worker. Throws, and does not take the work, when there is no worker and the system
-    /// starts none.
+    /// Queues `work` for a worker. Throws, and does not take the work, when no worker is unblocked and the
+    /// system starts none.
     void Submit(std::function<void()> work);
 
     /// Work that is queued or running, blocked work included.
@@ -44,7 +44,8 @@ class ThreadPool {
   private:
     friend class BlockingRegion;
 
-    void StartWorkerIfNeeded();
+    /// False when work waits, no worker is unblocked, and the system starts none.
+    bool StartWorkerIfNeeded();
     void Work();
 
     const std::size_t m_base;
@@ -74,10 +75,14 @@ class BlockingRegion {
     BlockingRegion(const BlockingRegion&) = delete;
     BlockingRegion& operator=(const BlockingRegion&) = delete;
 
+    /// Throws when work is waiting that no worker can do meanwhile: what it would end may never end.
+    void VerifyProgress() const;
+
   private:
     std::function<void()> m_interrupt;
     std::list<std::function<void()>*>::iterator m_position;
     bool m_onWorker;
+    bool m_isStuck = false;
 };
 
 }  // namespace platform

@@ -144,9 +144,14 @@ class task {
         // Shared, since a std::function must be copyable and a captured call need not be.
         auto shared = std::make_shared<Call>(std::move(call));
         m_state->WhenDone([next, shared = std::move(shared)]() mutable {
-            ThreadPool::Default().Submit([next = std::move(next), shared = std::move(shared)]() mutable {
-                detail::RunInto<R>(next, std::move(shared));
-            });
+            // Whoever ended this task is not to blame when there is no thread for the next.
+            try {
+                ThreadPool::Default().Submit([next, shared = std::move(shared)]() mutable {
+                    detail::RunInto<R>(next, std::move(shared));
+                });
+            } catch (...) {
+                next->Fail(std::current_exception());
+            }
         });
         return task<U>(std::move(next));
     }

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 #include "platform/core/Clock.h"
 #include "platform/core/UserInterfaceThread.h"
@@ -142,6 +145,30 @@ TEST(ThreadPool, StopInterruptsWhatBlocksAndRunsWhatIsQueued) {
     ThreadPool::Default().Stop();
     EXPECT_FALSE(slept) << "the sleep must say that it was cut short";
     EXPECT_TRUE(continued);
+}
+
+/// Waits on a worker for a second task when the system gives this user no further thread.
+[[noreturn]] void WaitOnTheOnlyWorker() {
+    create_task([] {}).wait();
+    constexpr rlimit kOneThread{1, 1};
+    constexpr uid_t kNobody = 65534;
+    // The limit does not bind root.
+    if (setrlimit(RLIMIT_NPROC, &kOneThread) != 0 || (geteuid() == 0 && setuid(kNobody) != 0)) {
+        _exit(2);
+    }
+    const bool refused = create_task([] {
+                             try {
+                                 create_task([] {}).wait();
+                             } catch (const std::system_error&) {
+                                 return true;
+                             }
+                             return false;
+                         }).get();
+    _exit(refused ? 0 : 1);
+}
+
+TEST(ThreadPool, RefusesToBlockTheOnlyWorkerThatThereCanBe) {
+    EXPECT_EXIT(WaitOnTheOnlyWorker(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
