@@ -12,8 +12,8 @@ constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
 constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kSettings = "org.freedesktop.portal.Settings";
 constexpr const char* kAppearance = "org.freedesktop.appearance";
-constexpr const char* kKey = "color-scheme";
 constexpr const char* kPreferDark = "gtk-application-prefer-dark-theme";
+constexpr const char* kTheme = "gtk-theme-name";
 
 void Load(GtkCssProvider* provider, std::string_view text) {
     gtk_css_provider_load_from_data(provider, text.data(), static_cast<gssize>(text.size()));
@@ -30,7 +30,7 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     const std::string_view forced =
         g_getenv("KELVANE_COLOR_SCHEME") != nullptr ? g_getenv("KELVANE_COLOR_SCHEME") : "";
     if (forced == "light" || forced == "dark") {
-        g_object_set(m_settings, kPreferDark, forced == "dark", nullptr);
+        Wish(forced == "dark");
     } else {
         g_bus_get(
             G_BUS_TYPE_SESSION, m_cancellable.get(),
@@ -42,9 +42,9 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
             },
             this);
     }
-    m_changed = Signal(
-        m_settings, "notify::gtk-application-prefer-dark-theme",
-        [](GObject*, GParamSpec*, gpointer self) { static_cast<ColorScheme*>(self)->Apply(); }, this);
+    const auto apply = [](GObject*, GParamSpec*, gpointer self) { static_cast<ColorScheme*>(self)->Apply(); };
+    m_preferenceChanged = Signal(m_settings, "notify::gtk-application-prefer-dark-theme", apply, this);
+    m_themeChanged = Signal(m_settings, "notify::gtk-theme-name", apply, this);
     Apply();
     Load(m_style.get(), kStyleSheet);
 }
@@ -67,48 +67,71 @@ void ColorScheme::FollowDesktop(GDBusConnection* bus) {
             if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ssv)"))) {
                 g_variant_get(parameters, "(&s&sv)", nullptr, &key, &value);
                 const GVariantPtr owned(value);
-                if (std::string_view(key) == kKey) {
-                    static_cast<ColorScheme*>(self)->DesktopPrefers(value);
-                }
+                static_cast<ColorScheme*>(self)->DesktopPrefers(key, value);
             }
         },
         this, nullptr);
+    const char* const namespaces[] = {kAppearance, nullptr};
     g_dbus_connection_call(
-        bus, kPortal, kPortalPath, kSettings, "Read", g_variant_new("(ss)", kAppearance, kKey),
-        G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE, -1, m_cancellable.get(),
+        bus, kPortal, kPortalPath, kSettings, "ReadAll", g_variant_new("(^as)", namespaces),
+        G_VARIANT_TYPE("(a{sa{sv}})"), G_DBUS_CALL_FLAGS_NONE, -1, m_cancellable.get(),
         [](GObject* source, GAsyncResult* result, gpointer self) {
             // No portal, no answer: the toolkit's own setting stays.
             const GVariantPtr reply(
                 g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
-            if (reply) {
-                const GVariantPtr value(g_variant_get_child_value(reply.get(), 0));
-                static_cast<ColorScheme*>(self)->DesktopPrefers(value.get());
+            if (!reply) {
+                return;
+            }
+            const GVariantPtr spaces(g_variant_get_child_value(reply.get(), 0));
+            const GVariantPtr values(
+                g_variant_lookup_value(spaces.get(), kAppearance, G_VARIANT_TYPE_VARDICT));
+            GVariantIter iterator;
+            const char* key = nullptr;
+            GVariant* value = nullptr;
+            g_variant_iter_init(&iterator, values.get());
+            while (values && g_variant_iter_loop(&iterator, "{&sv}", &key, &value) != FALSE) {
+                static_cast<ColorScheme*>(self)->DesktopPrefers(key, value);
             }
         },
         this);
 }
 
-void ColorScheme::DesktopPrefers(GVariant* value) {
-    // The answer may be a variant in a variant.
-    GVariantPtr inner(g_variant_ref(value));
-    while (g_variant_is_of_type(inner.get(), G_VARIANT_TYPE_VARIANT)) {
-        inner.reset(g_variant_get_variant(inner.get()));
+void ColorScheme::DesktopPrefers(std::string_view key, GVariant* value) {
+    if (!g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32)) {
+        return;
     }
-    if (g_variant_is_of_type(inner.get(), G_VARIANT_TYPE_UINT32)) {
+    const auto number = g_variant_get_uint32(value);
+    if (key == "color-scheme") {
         enum : guint32 { kNoPreference, kDark, kLight };
-        const auto scheme = g_variant_get_uint32(inner.get());
-        if (scheme == kNoPreference) {
-            gtk_settings_reset_property(m_settings, kPreferDark);
-        } else {
-            g_object_set(m_settings, kPreferDark, scheme == kDark, nullptr);
-        }
+        Wish(number == kNoPreference ? std::nullopt : std::optional(number == kDark));
+    } else if (key == "contrast") {
+        m_higherContrast = number == 1;
+        Apply();
     }
 }
 
+/// The toolkit's own menus follow its setting.
+void ColorScheme::Wish(std::optional<bool> dark) {
+    m_dark = dark;
+    if (dark) {
+        g_object_set(m_settings, kPreferDark, gboolean{*dark}, nullptr);
+    } else {
+        gtk_settings_reset_property(m_settings, kPreferDark);
+    }
+    Apply();
+}
+
 void ColorScheme::Apply() {
-    gboolean dark = FALSE;
-    g_object_get(m_settings, kPreferDark, &dark, nullptr);
-    Load(m_palette.get(), dark ? kDarkPalette : kLightPalette);
+    gboolean prefersDark = FALSE;
+    char* name = nullptr;
+    g_object_get(m_settings, kPreferDark, &prefersDark, kTheme, &name, nullptr);
+    const GCharPtr owned(name);
+    const std::string_view theme = name != nullptr ? name : "";
+    const bool dark =
+        m_dark.value_or(prefersDark != FALSE || theme.ends_with("-dark") || theme == "HighContrastInverse");
+    const bool contrast = m_higherContrast || theme.starts_with("HighContrast");
+    Load(m_palette.get(), contrast ? (dark ? kContrastDarkPalette : kContrastLightPalette)
+                                   : (dark ? kDarkPalette : kLightPalette));
 }
 
 }  // namespace desktop

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 #include "backends/desktop/GLibPtr.h"
 
 namespace desktop {
 
 /// Light or dark, as the user prefers it: `KELVANE_COLOR_SCHEME` ("light", "dark"), else the desktop's
-/// setting, followed while the program runs, else the toolkit's own. User-interface thread.
+/// setting, followed while the program runs, else the toolkit's own. Higher contrast when the desktop or the
+/// toolkit's theme asks for it. User-interface thread.
 class ColorScheme {
   public:
     ColorScheme();
@@ -15,16 +19,21 @@ class ColorScheme {
 
   private:
     void FollowDesktop(GDBusConnection* bus);
-    void DesktopPrefers(GVariant* value);
+    void DesktopPrefers(std::string_view key, GVariant* value);
+    void Wish(std::optional<bool> dark);
     void Apply();
 
     GtkSettings* m_settings;
+    /// Empty: as the toolkit has it.
+    std::optional<bool> m_dark;
+    bool m_higherContrast = false;
     GObjectPtr<GtkCssProvider> m_palette{gtk_css_provider_new()};
     GObjectPtr<GtkCssProvider> m_style{gtk_css_provider_new()};
     GObjectPtr<GCancellable> m_cancellable{g_cancellable_new()};
     GObjectPtr<GDBusConnection> m_bus;
     guint m_subscription = 0;
-    Signal m_changed;
+    Signal m_preferenceChanged;
+    Signal m_themeChanged;
 };
 
 }  // namespace desktop

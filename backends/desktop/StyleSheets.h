@@ -9,5 +9,7 @@ namespace desktop {
 extern const std::string_view kStyleSheet;
 extern const std::string_view kLightPalette;
 extern const std::string_view kDarkPalette;
+extern const std::string_view kContrastLightPalette;
+extern const std::string_view kContrastDarkPalette;
 
 }  // namespace desktop

@@ -30,7 +30,7 @@ class StateFolderScope {
 };
 
 /// Stands still; sleeping advances its local time.
-class HandClock final : public platform::Clock {
+class HandClock : public platform::Clock {
   public:
     std::int64_t FileTime() override { return fileTime; }
     std::int64_t Steady() override { return steady; }

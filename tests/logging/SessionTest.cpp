@@ -111,27 +111,18 @@ TEST_F(Session, WritesThePublishedBytes) {
 
 /// Goes on by a microsecond at each reading, and by 30 ms where `interruptions` has a one: there the thread
 /// loses its processor.
-class InterruptedClock final : public platform::Clock {
+class InterruptedClock final : public tests::HandClock {
   public:
     explicit InterruptedClock(std::uint64_t interruptions) : m_interruptions(interruptions) {}
 
-    std::int64_t FileTime() override { return Next() + wallClock; }
-    std::int64_t Steady() override { return Next(); }
-    platform::SystemTime LocalTime() override { return {}; }
-    std::int32_t TimeZoneBias() override { return 0; }
-    bool SleepFor(std::chrono::milliseconds) override { return true; }
-
-    std::atomic<std::int64_t> wallClock = 133000000000000000;
-
-  private:
-    std::int64_t Next() {
-        const bool interrupted = (m_interruptions >> (m_readings++ % 64) & 1) != 0;
-        return m_now += interrupted ? 300000 : 10;
+    std::int64_t FileTime() override { return Steady() + fileTime; }
+    std::int64_t Steady() override {
+        return steady += (m_interruptions >> (m_readings++ % 64) & 1) != 0 ? 300000 : 10;
     }
 
+  private:
     const std::uint64_t m_interruptions;
     std::atomic<unsigned> m_readings = 0;
-    std::atomic<std::int64_t> m_now = 0;
 };
 
 TEST_F(Session, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
@@ -145,7 +136,7 @@ TEST_F(Session, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
         const auto session = Start();
         // Three of them fill a file.
         for (int i = 0; i < 13; ++i) {
-            clock.wallClock -= i == 6 ? kHour : 0;
+            clock.fileTime -= i == 6 ? kHour : 0;
             m_channel->LogMessage(text, LoggingLevel::Information);
         }
         const auto last = Last(session);

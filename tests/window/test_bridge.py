@@ -236,39 +236,56 @@ class Starts(unittest.TestCase):
             self.assertEqual((stage.ended(), stage.errors, stage.lines), (2, ["no display"], []))
 
     @staticmethod
-    def is_dark(stage):
-        """How the window looks."""
+    def brightness(stage, which):
+        """Of the window as it looks, from 0 to 1: its mean, minima or maxima."""
         with tempfile.NamedTemporaryFile(suffix=".png") as picture:
             stage.say(f"picture {picture.name}")
             stage.heard("picture ")
-            mean = run("convert", picture.name, "-colorspace", "gray", "-format", "%[fx:mean]", "info:").stdout
-        return float(mean) < 0.5
+            return float(run("convert", picture.name, "-colorspace", "gray", "-format", f"%[fx:{which}]",
+                             "info:").stdout)
 
-    def test_the_colour_scheme_can_be_forced(self):
-        for scheme in ("light", "dark"):
-            with self.subTest(scheme), Program("kelvane-stage", KELVANE_COLOR_SCHEME=scheme) as stage:
-                stage.heard("launched")
-                self.assertEqual(self.is_dark(stage), scheme == "dark")
+    def is_dark(self, stage):
+        return self.brightness(stage, "mean") < 0.5
 
-    def test_the_colour_scheme_follows_the_desktop(self):
+    def test_the_colours_are_those_of_the_toolkits_theme_unless_forced(self):
+        for theme, forced, dark, contrast in (
+                ("Adwaita", "", False, False), ("Adwaita", "dark", True, False), ("Adwaita-dark", "", True, False),
+                ("Adwaita-dark", "light", False, False), ("HighContrast", "", False, True),
+                ("HighContrastInverse", "", True, True)):
+            with self.subTest(f"{theme} {forced}"), tempfile.TemporaryDirectory() as folder:
+                os.mkdir(f"{folder}/gtk-4.0")
+                with open(f"{folder}/gtk-4.0/settings.ini", "w", encoding="utf-8") as settings:
+                    settings.write(f"[Settings]\ngtk-theme-name={theme}\n")
+                with Program("kelvane-stage", XDG_CONFIG_HOME=folder, KELVANE_COLOR_SCHEME=forced) as stage:
+                    stage.heard("launched")
+                    self.assertEqual(self.is_dark(stage), dark)
+                    self.assertEqual(self.brightness(stage, "minima") == 0, contrast)
+
+    def test_the_colours_follow_the_desktop(self):
         scheme, path = "org.freedesktop.appearance", "/org/freedesktop/portal/desktop"
         name, interface = "org.freedesktop.portal.Desktop", "org.freedesktop.portal.Settings"
         declared = Gio.DBusNodeInfo.new_for_xml(
-            f"<node><interface name='{interface}'><method name='Read'><arg type='s' direction='in'/>"
-            "<arg type='s' direction='in'/><arg type='v' direction='out'/></method></interface></node>")
+            f"<node><interface name='{interface}'><method name='ReadAll'><arg type='as' direction='in'/>"
+            "<arg type='a{sa{sv}}' direction='out'/></method></interface></node>")
         bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        dark = GLib.Variant("v", GLib.Variant("u", 1))
-        bus.register_object(path, declared.interfaces[0],
-                            lambda *call: call[-1].return_value(GLib.Variant.new_tuple(dark)), None, None)
+        dark = GLib.Variant("(a{sa{sv}})", ({scheme: {"color-scheme": GLib.Variant("u", 1)}},))
+        bus.register_object(path, declared.interfaces[0], lambda *call: call[-1].return_value(dark), None, None)
         owned = Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
         self.addCleanup(Gio.bus_unown_name, owned)
         with Program("kelvane-stage") as stage:
             stage.heard("launched")
             until(lambda: self.is_dark(stage), "dark, as the desktop is at the start")
-            for number, expected in (0, False), (1, True), (2, False):
-                setting = GLib.Variant("(ssv)", (scheme, "color-scheme", GLib.Variant("u", number)))
+
+            def change(key, number):
+                setting = GLib.Variant("(ssv)", (scheme, key, GLib.Variant("u", number)))
                 bus.emit_signal(None, path, interface, "SettingChanged", setting)
+
+            for number, expected in (0, False), (1, True), (2, False):
+                change("color-scheme", number)
                 until(lambda: self.is_dark(stage) == expected, f"the look for {number}")
+            for number, expected in (1, True), (0, False):
+                change("contrast", number)
+                until(lambda: (self.brightness(stage, "minima") == 0) == expected, f"contrast {number}")
 
 
 class Speech(unittest.TestCase):
