@@ -85,11 +85,14 @@ void ColorScheme::FollowDesktop(GDBusConnection* bus) {
             const GVariantPtr spaces(g_variant_get_child_value(reply.get(), 0));
             const GVariantPtr values(
                 g_variant_lookup_value(spaces.get(), kAppearance, G_VARIANT_TYPE_VARDICT));
+            if (!values) {
+                return;
+            }
             GVariantIter iterator;
             const char* key = nullptr;
             GVariant* value = nullptr;
             g_variant_iter_init(&iterator, values.get());
-            while (values && g_variant_iter_loop(&iterator, "{&sv}", &key, &value) != FALSE) {
+            while (g_variant_iter_loop(&iterator, "{&sv}", &key, &value) != FALSE) {
                 static_cast<ColorScheme*>(self)->DesktopPrefers(key, value);
             }
         },

@@ -268,10 +268,22 @@ class Starts(unittest.TestCase):
             f"<node><interface name='{interface}'><method name='ReadAll'><arg type='as' direction='in'/>"
             "<arg type='a{sa{sv}}' direction='out'/></method></interface></node>")
         bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        dark = GLib.Variant("(a{sa{sv}})", ({scheme: {"color-scheme": GLib.Variant("u", 1)}},))
-        bus.register_object(path, declared.interfaces[0], lambda *call: call[-1].return_value(dark), None, None)
+        answer, asked = {}, []
+
+        def read_all(*call):
+            asked.append(call[-2])
+            call[-1].return_value(GLib.Variant("(a{sa{sv}})", (answer,)))
+
+        bus.register_object(path, declared.interfaces[0], read_all, None, None)
         owned = Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
         self.addCleanup(Gio.bus_unown_name, owned)
+        with Program("kelvane-stage") as stage:
+            stage.heard("launched")
+            until(lambda: asked, "the question")
+            self.assertFalse(self.is_dark(stage), "the desktop knows no such setting")
+            stage.say("exit")
+            self.assertEqual(stage.ended(), 0)
+        answer[scheme] = {"color-scheme": GLib.Variant("u", 1)}
         with Program("kelvane-stage") as stage:
             stage.heard("launched")
             until(lambda: self.is_dark(stage), "dark, as the desktop is at the start")
