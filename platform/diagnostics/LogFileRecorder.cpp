@@ -49,6 +49,8 @@ LogFileRecorder::LogFileRecorder(std::filesystem::path folder, std::u16string se
       m_files(std::move(folder), ToUtf8(m_sessionName)) {}
 
 void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Message& message) {
+    // A wait lets go of the lock, and so perhaps of everything else that keeps this object.
+    std::shared_ptr<LogFileRecorder> self;
     while (!m_closing) {
         if (m_current != nullptr) {
             if (m_current->Append(message, CurrentClock().Steady())) {
@@ -59,9 +61,12 @@ void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Messa
                 m_work.notify_one();
             }
         }
-        if (m_free.empty() && !WaitForImage(lock)) {
-            ++m_lost;
-            return;
+        if (m_free.empty()) {
+            self = shared_from_this();
+            if (!WaitForImage(lock)) {
+                ++m_lost;
+                return;
+            }
         }
         // Another caller may have been faster.
         if (m_current == nullptr && !m_free.empty()) {
@@ -86,8 +91,6 @@ bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {
     if (m_outage || m_stalled) {
         return false;
     }
-    // The lock is let go meanwhile, and with it everything that keeps this object.
-    const auto self = shared_from_this();
     const bool freed = m_freed.wait_for(lock, kPatience, [this] {
         return m_free.size() >= kFreeToGoOn || m_current != nullptr || m_outage || m_closing;
     });
