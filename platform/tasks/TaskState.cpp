@@ -16,6 +16,14 @@ void Rethrow(const std::exception_ptr& failure) {
     }
 }
 
+std::exception_ptr CopyOf(const std::exception_ptr& failure) {
+    try {
+        Rethrow(failure);
+    } catch (...) {
+        return std::current_exception();
+    }
+}
+
 TaskStateBase::~TaskStateBase() {
     if (!m_failure || m_failureSeen) {
         return;

@@ -15,6 +15,9 @@ namespace platform::detail {
 /// for one task.
 [[noreturn]] void Rethrow(const std::exception_ptr& failure);
 
+/// The failure for another task: a platform exception as a copy, since tasks end on threads of their own.
+std::exception_ptr CopyOf(const std::exception_ptr& failure);
+
 /// What stands in for the value of a task<void>.
 struct Nothing {};
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
+#include "platform/core/Exception.h"
 #include "platform/tasks/Unobserved.h"
 
 namespace platform {
@@ -13,8 +13,7 @@ namespace {
 thread_local ThreadPool* t_pool = nullptr;
 
 [[noreturn]] void ThrowNoThread() {
-    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
-                            "no thread can be started");
+    throw Exception(result::kOutOfMemory, u"The system gives this program no further thread.");
 }
 
 }  // namespace

@@ -171,8 +171,8 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
             const auto source = TaskAccess::StateOf((*call)());
             call.reset();
             source->WhenDone([state, source] {
-                if (auto innerFailure = source->Failure()) {
-                    state->Fail(std::move(innerFailure));
+                if (const auto innerFailure = source->Failure()) {
+                    state->Fail(CopyOf(innerFailure));
                 } else {
                     state->Complete(source->Value());
                 }
