@@ -146,19 +146,15 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
                                         platform::LogFileGeneratedEventArgs& args) {
     const auto data = std::make_shared<ContinuationData>();
     data->file = args.File();
-    ++m_generated;
     // Each step keeps the handler: the chain may outlive the session that started it.
     InTurn([self = shared_from_this(), data] {
-        const bool isLast = --self->m_generated == 0;
         self->Store(*data, u"Log-Kelvane");
         if (!self->m_suspending) {
             self->RaiseStatusChanged(LoggingEventArgs::kGenerated, data->Path());
         }
-        if (isLast) {
-            DeleteOldLogFiles(*data->folder, kLogFilesLimit, [](const std::u16string& path) {
-                return Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
-            });
-        }
+        DeleteOldLogFiles(*data->folder, kLogFilesLimit, [](const std::u16string& path) {
+            return Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
+        });
     }).then([data](const platform::task<void>& chain) {
         try {
             chain.get();

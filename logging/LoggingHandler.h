@@ -87,8 +87,6 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     // With their own locking.
     platform::Event<LoggingHandler&, LoggingEventArgs&> m_statusChanged;
     std::atomic<bool> m_suspending = false;
-    /// Generated files whose turn has not come.
-    std::atomic<int> m_generated = 0;
 
     // Workers, in turn.
     bool m_saidNotStored = false;
