@@ -39,8 +39,10 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }  // namespace
 
 ServiceProcess::ServiceProcess(Settings settings) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kelvane-host-XXXXXX").string();
-    m_folder = mkdtemp(pattern.data());
+    m_folder = "/tmp/kelvane-host-XXXXXX";
+    if (mkdtemp(m_folder.data()) == nullptr) {
+        throw std::runtime_error("mkdtemp " + m_folder);
+    }
     m_notifications = BoundSocket(SOCK_DGRAM, m_folder + "/notify");
 
     std::vector<std::string> arguments{KELVANE_SERVICE_PROGRAM};
@@ -117,7 +119,8 @@ int AsUser(uid_t user, const std::function<int()>& body) {
     const pid_t child = fork();
     if (child == 0) {
         const bool changed = setgroups(0, nullptr) == 0 && setgid(user) == 0 && setuid(user) == 0;
-        _exit(changed ? body() : 126);
+        // An exception may not reach the test's own objects, which are the parent's.
+        _exit([&]() noexcept { return changed ? body() : 126; }());
     }
     int status = 0;
     waitpid(child, &status, 0);

@@ -124,6 +124,7 @@ bool PretendSessionOf(uid_t user) {
         mount("tmpfs", "/run", "tmpfs", 0, "mode=755") != 0) {
         return false;
     }
+    umask(022);
     for (const char* folder : {"system", "seats", "users", "sessions"}) {
         std::filesystem::create_directories(std::string("/run/systemd/") + folder);
     }
@@ -189,11 +190,14 @@ TEST_F(Service, ContextsOfKilledClientsRunDown) {
     for (pid_t& child : clients) {
         child = fork();
         if (child == 0) {
-            Client client;
-            client.Open();
-            while (true) {
-                client.Read();
-            }
+            [&]() noexcept {
+                Client client;
+                client.Open();
+                while (true) {
+                    // Refused when there are too many in a second.
+                    StatusOf([&client] { client.Read(); });
+                }
+            }();
         }
     }
     while (service.NextNotification() != "STATUS=8 connections, 8 open contexts") {
@@ -221,20 +225,15 @@ TEST_F(Service, HostileClientsDelayNobody) {
     EXPECT_TRUE(client.Read());
 }
 
-TEST_F(Service, StartsAToolOfTheCallersOwnOnceASecond) {
+TEST_F(Service, StartsAToolOfTheCallersOwn) {
     const std::string pipe = Path("started");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     Write("source", "tool ran");
-    Write("service.conf", "system-information-tool = /bin/cp " + Path("source") + " \"" + pipe + "\"\n");
+    Write("service.conf", "system-information-tool = /bin/cp \"" + Path("source") + "\" \"" + pipe + "\"\n");
     ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
     Client client;
     client.Open();
-    const auto start = [&client] {
-        return StatusOf(
-            [&client] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartMSInfoApp, {client.Context}); });
-    };
-    EXPECT_EQ(start(), 0u);
-    EXPECT_EQ(start(), 170u);
+    NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartMSInfoApp, {client.Context});
     std::string text;
     std::getline(std::ifstream(pipe), text);
     EXPECT_EQ(text, "tool ran");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -63,8 +64,14 @@ class Fault : public testing::Test {
 TEST_F(Fault, AFullDiskLosesOnlyWhatHasNoRoomAndIsSaidOnce) {
     platform::EnsureFolder(m_state.Logs());
     // A small disk of its own, in a mount namespace of this process.
-    if ((unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) ||
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    const std::string users = "0 " + std::to_string(geteuid()) + " 1";
+    const std::string groups = "0 " + std::to_string(getegid()) + " 1";
+    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
+        std::ofstream("/proc/self/uid_map") << users;
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/gid_map") << groups;
+    }
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         GTEST_SKIP() << "this machine allows no mount namespace";
     }
     ASSERT_EQ(mount("small", m_state.Logs().c_str(), "tmpfs", 0, "size=2560k"), 0);

@@ -21,23 +21,6 @@ StateFolderScope::~StateFolderScope() {
     std::filesystem::remove_all(m_path);
 }
 
-platform::SystemTime HandClock::LocalTime() {
-    const auto milliseconds = 7045 + m_slept;
-    return {2026,
-            3,
-            4,
-            5,
-            9,
-            4,
-            static_cast<std::uint16_t>(milliseconds / 1000),
-            static_cast<std::uint16_t>(milliseconds % 1000)};
-}
-
-bool HandClock::SleepFor(std::chrono::milliseconds duration) {
-    m_slept += duration.count();
-    return true;
-}
-
 std::vector<std::byte> ReadBytes(const std::filesystem::path& path) {
     std::ifstream stream(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};

@@ -1,14 +1,13 @@
 #pragma once
 
-// What the logging tests share: a private state folder, a clock that is set by hand, and the log files of a
-// folder read back.
+// What the logging tests share: a private state folder, and the log files of a folder read back.
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "platform/core/Clock.h"
 #include "platform/diagnostics/EventTraceReader.h"
 
 namespace tests {
@@ -29,21 +28,21 @@ class StateFolderScope {
     std::filesystem::path m_path;
 };
 
-/// Stands still; sleeping advances its local time.
-class HandClock : public platform::Clock {
+/// Tells whether a log call took so long that it, or the calls behind it, may have dropped its message: that
+/// happens when the disk keeps a caller waiting for a second, and then proves nothing about the program. Any
+/// thread.
+class StallWatch {
   public:
-    std::int64_t FileTime() override { return fileTime; }
-    std::int64_t Steady() override { return steady; }
-    platform::SystemTime LocalTime() override;
-    std::int32_t TimeZoneBias() override { return -60; }
-    bool SleepFor(std::chrono::milliseconds duration) override;
-
-    std::atomic<std::int64_t> fileTime = 133000000000000000;
-    std::atomic<std::int64_t> steady = 5000000000;
+    template <typename Call>
+    void Time(Call call) {
+        const auto before = std::chrono::steady_clock::now();
+        call();
+        m_stalled = m_stalled || std::chrono::steady_clock::now() - before > std::chrono::milliseconds(900);
+    }
+    bool HasStalled() const { return m_stalled; }
 
   private:
-    /// Behind 5 March 2026, 09:04:07.045.
-    std::atomic<std::int64_t> m_slept = 0;
+    std::atomic<bool> m_stalled = false;
 };
 
 std::vector<std::byte> ReadBytes(const std::filesystem::path& path);

@@ -5,6 +5,7 @@
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/xaml/Application.h"
 #include "tests/logging/LogFolder.h"
+#include "tests/support/TestClock.h"
 
 namespace {
 
@@ -79,7 +80,7 @@ TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {
 
 TEST(Trace, ShowsMessagesLiveWhenAsked) {
     setenv("KELVANE_TRACE", "1", 1);
-    tests::HandClock clock;
+    TestClock clock;
     const platform::ClockScope scope(clock);
     testing::internal::CaptureStderr();
     platform::LoggingChannel(u"c").LogMessage(u"caf\u00E9 \xD800", platform::LoggingLevel::Warning);

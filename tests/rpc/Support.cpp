@@ -64,7 +64,8 @@ void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>
     }
 }
 
-EndpointScope::EndpointScope() : m_directory(std::filesystem::temp_directory_path() / "kelvane-rpc-XXXXXX") {
+// Not below TMPDIR: a socket's path has room for 107 characters, and other users must get there.
+EndpointScope::EndpointScope() : m_directory("/tmp/kelvane-rpc-XXXXXX") {
     if (mkdtemp(m_directory.data()) == nullptr) {
         std::abort();
     }

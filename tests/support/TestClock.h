@@ -5,7 +5,7 @@
 #include "platform/core/Clock.h"
 
 /// A clock that stands still until it is told to go on; sleeping moves it on at once.
-class TestClock final : public platform::Clock {
+class TestClock : public platform::Clock {
   public:
     std::int64_t FileTime() override { return kStart + m_units.load(); }
     std::int64_t Steady() override { return m_units.load(); }
@@ -16,7 +16,7 @@ class TestClock final : public platform::Clock {
         now.Second = static_cast<std::uint16_t>(now.Second + milliseconds / 1000);
         return now;
     }
-    std::int32_t TimeZoneBias() override { return 0; }
+    std::int32_t TimeZoneBias() override { return Bias; }
     bool SleepFor(std::chrono::milliseconds duration) override {
         Advance(duration);
         return true;
@@ -33,6 +33,8 @@ class TestClock final : public platform::Clock {
                                .Minute = 4,
                                .Second = 7,
                                .Milliseconds = 45};
+
+    std::int32_t Bias = 0;
 
   private:
     static constexpr std::int64_t kStart = 134170000000000000;
