@@ -29,19 +29,19 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     }
     const std::string_view forced =
         g_getenv("KELVANE_COLOR_SCHEME") != nullptr ? g_getenv("KELVANE_COLOR_SCHEME") : "";
-    if (forced == "light" || forced == "dark") {
+    m_isForced = forced == "light" || forced == "dark";
+    if (m_isForced) {
         Wish(forced == "dark");
-    } else {
-        g_bus_get(
-            G_BUS_TYPE_SESSION, m_cancellable.get(),
-            [](GObject*, GAsyncResult* result, gpointer self) {
-                const GObjectPtr<GDBusConnection> bus(g_bus_get_finish(result, nullptr));
-                if (bus) {
-                    static_cast<ColorScheme*>(self)->FollowDesktop(bus.get());
-                }
-            },
-            this);
     }
+    g_bus_get(
+        G_BUS_TYPE_SESSION, m_cancellable.get(),
+        [](GObject*, GAsyncResult* result, gpointer self) {
+            const GObjectPtr<GDBusConnection> bus(g_bus_get_finish(result, nullptr));
+            if (bus) {
+                static_cast<ColorScheme*>(self)->FollowDesktop(bus.get());
+            }
+        },
+        this);
     const auto apply = [](GObject*, GParamSpec*, gpointer self) { static_cast<ColorScheme*>(self)->Apply(); };
     m_preferenceChanged = Signal(m_settings, "notify::gtk-application-prefer-dark-theme", apply, this);
     m_themeChanged = Signal(m_settings, "notify::gtk-theme-name", apply, this);
@@ -104,7 +104,7 @@ void ColorScheme::DesktopPrefers(std::string_view key, GVariant* value) {
         return;
     }
     const auto number = g_variant_get_uint32(value);
-    if (key == "color-scheme") {
+    if (key == "color-scheme" && !m_isForced) {
         enum : guint32 { kNoPreference, kDark, kLight };
         Wish(number == kNoPreference ? std::nullopt : std::optional(number == kDark));
     } else if (key == "contrast") {

@@ -24,6 +24,7 @@ class ColorScheme {
     void Apply();
 
     GtkSettings* m_settings;
+    bool m_isForced = false;
     /// Empty: as the toolkit has it.
     std::optional<bool> m_dark;
     bool m_higherContrast = false;

@@ -298,6 +298,11 @@ class Starts(unittest.TestCase):
             for number, expected in (1, True), (0, False):
                 change("contrast", number)
                 until(lambda: (self.brightness(stage, "minima") == 0) == expected, f"contrast {number}")
+        answer[scheme]["contrast"] = GLib.Variant("u", 1)
+        with Program("kelvane-stage", KELVANE_COLOR_SCHEME="light") as stage:
+            stage.heard("launched")
+            until(lambda: self.brightness(stage, "minima") == 0, "higher contrast, also where light is forced")
+            self.assertFalse(self.is_dark(stage))
 
 
 class Speech(unittest.TestCase):
