@@ -1,6 +1,7 @@
 #include "service/HotkeyRpc.h"
 
 #include <array>
+#include <bit>
 #include <cstdlib>
 #include <exception>
 
@@ -131,8 +132,7 @@ void CmdCallback(std::int32_t code, const char16_t* text, std::int64_t address) 
         return;
     }
     try {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface carries the address as a number.
-        reinterpret_cast<CallbackFunction>(static_cast<std::intptr_t>(address))(code, text);
+        std::bit_cast<CallbackFunction>(address)(code, text);
     } catch (const std::exception&) {
         platform::OutputDebugStringW(u"CmdCallback failed with exception:");
     }
