@@ -39,6 +39,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }  // namespace
 
 ServiceProcess::ServiceProcess(Settings settings) {
+    // Not below TMPDIR, as the endpoint's directory.
     m_folder = "/tmp/kelvane-host-XXXXXX";
     if (mkdtemp(m_folder.data()) == nullptr) {
         throw std::runtime_error("mkdtemp " + m_folder);

@@ -190,6 +190,7 @@ TEST_F(Service, ContextsOfKilledClientsRunDown) {
     for (pid_t& child : clients) {
         child = fork();
         if (child == 0) {
+            // Nothing but the signal may end it, and no exception reach the parent's objects.
             [&]() noexcept {
                 Client client;
                 client.Open();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -11,8 +12,13 @@
 
 namespace tests {
 
-StateFolderScope::StateFolderScope() {
-    std::string pattern = std::filesystem::temp_directory_path() / "kelvane-log-XXXXXX";
+std::filesystem::path Memory() {
+    const std::filesystem::path memory = "/dev/shm";
+    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
+}
+
+StateFolderScope::StateFolderScope(const std::filesystem::path& parent) {
+    std::string pattern = parent / "kelvane-log-XXXXXX";
     m_path = mkdtemp(pattern.data());
     setenv("XDG_STATE_HOME", m_path.c_str(), 1);
 }

@@ -2,8 +2,6 @@
 
 // What the logging tests share: a private state folder, and the log files of a folder read back.
 
-#include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -12,10 +10,14 @@
 
 namespace tests {
 
+/// A folder in memory where there is one: a disk that stands still for a second lets the program drop
+/// messages.
+std::filesystem::path Memory();
+
 /// An empty folder that XDG_STATE_HOME names, deleted at the end.
 class StateFolderScope {
   public:
-    StateFolderScope();
+    explicit StateFolderScope(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
     ~StateFolderScope();
     StateFolderScope(const StateFolderScope&) = delete;
     StateFolderScope& operator=(const StateFolderScope&) = delete;
@@ -26,23 +28,6 @@ class StateFolderScope {
 
   private:
     std::filesystem::path m_path;
-};
-
-/// Tells whether a log call took so long that it, or the calls behind it, may have dropped its message: that
-/// happens when the disk keeps a caller waiting for a second, and then proves nothing about the program. Any
-/// thread.
-class StallWatch {
-  public:
-    template <typename Call>
-    void Time(Call call) {
-        const auto before = std::chrono::steady_clock::now();
-        call();
-        m_stalled = m_stalled || std::chrono::steady_clock::now() - before > std::chrono::milliseconds(900);
-    }
-    bool HasStalled() const { return m_stalled; }
-
-  private:
-    std::atomic<bool> m_stalled = false;
 };
 
 std::vector<std::byte> ReadBytes(const std::filesystem::path& path);
