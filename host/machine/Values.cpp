@@ -100,7 +100,7 @@ std::u16string Clean(std::string_view bytes) {
 }
 
 bool IsPlaceholder(std::u16string_view text) {
-    // "00000000", "........", "XXXX" and the like: one filling character, however often.
+    // "00000000", "........" and the like: one filling character, however often.
     constexpr std::u16string_view kFilling = u"0xXfF.-_*#?";
     if (text.empty() || (kFilling.find(text[0]) != std::u16string_view::npos &&
                          text.find_first_not_of(text[0]) == std::u16string_view::npos)) {

@@ -14,7 +14,7 @@ namespace {
 /// FILETIME of the Unix epoch.
 constexpr std::int64_t kUnixEpoch = 116444736000000000;
 constexpr std::int64_t kUnitsPerSecond = 10000000;
-/// How far apart readings may lie that count as one, and how often better ones are looked for.
+/// How far apart readings may lie that count as one (1 us), and how often better ones are looked for.
 constexpr std::int64_t kAtOnce = 10;
 constexpr int kReadings = 10;
 

@@ -34,7 +34,8 @@ class TaskStateBase {
     /// Calls `continuation` when the task has ended, at once if it has.
     void WhenDone(std::function<void()> continuation);
 
-    /// Blocks until the task has ended; refuses to block the user-interface thread, and the last worker.
+    /// Blocks until the task has ended; refuses to block the user-interface thread, and the
+    /// last unblocked worker when work waits and no other can be started.
     void Wait() const;
 
     /// The exception that ended the task, or null; from now on it counts as seen.
