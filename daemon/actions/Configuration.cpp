@@ -1,0 +1,170 @@
+#include "daemon/actions/Configuration.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "daemon/machine/Values.h"
+
+namespace daemon_service {
+
+namespace {
+
+struct NamedTool {
+    Tool Which;
+    std::string_view Name;
+};
+constexpr std::array kTools{NamedTool{Tool::SystemInformation, "system-information"},
+                            NamedTool{Tool::UsbTypeC, "usb-type-c"}};
+
+/// Words between blanks; double quotes keep blanks in a word. There is no further syntax and never a shell.
+Command SplitCommand(std::string_view text) {
+    Command words;
+    std::string word;
+    bool quoted = false;
+    bool started = false;
+    for (const char c : text) {
+        if (c == '"') {
+            quoted = !quoted;
+            started = true;
+        } else if (!quoted && (c == ' ' || c == '\t')) {
+            if (started) {
+                words.push_back(std::exchange(word, {}));
+                started = false;
+            }
+        } else {
+            word += c;
+            started = true;
+        }
+    }
+    if (quoted) {
+        throw ConfigurationError("a double quote is not closed");
+    }
+    if (started) {
+        words.push_back(std::move(word));
+    }
+    if (words.empty() || !words[0].starts_with('/')) {
+        throw ConfigurationError("a tool is named by its absolute path, for example /usr/bin/hardinfo2");
+    }
+    return words;
+}
+
+FirmwareRequest ParseFirmware(std::string_view value) {
+    if (value == "firmware-setup") {
+        return {};
+    }
+    if (value == "off") {
+        return {.By = FirmwareRequest::Method::Off, .Entry = {}};
+    }
+    constexpr std::string_view kEntry = "boot-entry ";
+    if (value.starts_with(kEntry) && !Trimmed(value.substr(kEntry.size())).empty()) {
+        return {.By = FirmwareRequest::Method::BootEntry,
+                .Entry = std::string(Trimmed(value.substr(kEntry.size())))};
+    }
+    throw ConfigurationError("firmware-request is firmware-setup, \"boot-entry NAME\" or off");
+}
+
+void ParseLine(std::string_view line, Configuration& configuration) {
+    const auto equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        throw ConfigurationError("expected \"key = value\"");
+    }
+    const std::string_view key = Trimmed(line.substr(0, equals));
+    const std::string_view value = Trimmed(line.substr(equals + 1));
+    if (key == "system-information-tool") {
+        configuration.SystemInformationTool = SplitCommand(value);
+    } else if (key == "usb-type-c-tool") {
+        configuration.UsbTypeCTool = SplitCommand(value);
+    } else if (key == "firmware-request") {
+        configuration.Firmware = ParseFirmware(value);
+    } else {
+        throw ConfigurationError("unknown key \"" + std::string(key) +
+                                 "\"; known are system-information-tool, usb-type-c-tool, firmware-request");
+    }
+}
+
+}  // namespace
+
+std::string_view ToolName(Tool tool) {
+    return kTools[static_cast<std::size_t>(tool)].Name;
+}
+
+std::optional<Tool> ToolByName(std::string_view name) {
+    for (const NamedTool& tool : kTools) {
+        if (tool.Name == name) {
+            return tool.Which;
+        }
+    }
+    return std::nullopt;
+}
+
+const std::vector<Command>& Configuration::WellKnownTools(Tool tool) {
+    static const std::vector<Command> kSystemInformation{
+        {"/usr/bin/hardinfo2"},
+        {"/usr/bin/hardinfo"},
+        {"/usr/bin/kinfocenter"},
+        {"/usr/bin/gnome-control-center", "info-overview"},
+    };
+    static const std::vector<Command> kUsbTypeC{
+        {"/usr/bin/usbview"},
+        {"/usr/bin/kinfocenter", "kcm_usb"},
+        {"/usr/bin/hardinfo2"},
+        {"/usr/bin/hardinfo"},
+    };
+    return tool == Tool::SystemInformation ? kSystemInformation : kUsbTypeC;
+}
+
+Configuration ParseConfiguration(std::string_view text) {
+    Configuration configuration;
+    for (int number = 1; !text.empty(); ++number) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const std::string_view line = Trimmed(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (line.empty() || line[0] == '#') {
+            continue;
+        }
+        try {
+            ParseLine(line, configuration);
+        } catch (const ConfigurationError& error) {
+            throw ConfigurationError("line " + std::to_string(number) + ": " + error.what());
+        }
+    }
+    return configuration;
+}
+
+Configuration LoadConfiguration(const std::string& path, uid_t owner) {
+    const platform::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return {};
+        }
+        throw ConfigurationError(path + ": " + std::strerror(errno));
+    }
+    struct stat status {};
+    if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw ConfigurationError(path + ": not a regular file");
+    }
+    if ((status.st_uid != 0 && status.st_uid != owner) || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        throw ConfigurationError(path +
+                                 ": others than root can change it; make root its owner and take the write "
+                                 "permission of group and others away (chmod go-w)");
+    }
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count = 0; (count = read(file.Get(), buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(count));
+    }
+    try {
+        return ParseConfiguration(text);
+    } catch (const ConfigurationError& error) {
+        throw ConfigurationError(path + ", " + error.what());
+    }
+}
+
+}  // namespace daemon_service

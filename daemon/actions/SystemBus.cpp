@@ -1,0 +1,200 @@
+#include "daemon/actions/SystemBus.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "daemon/actions/ActionError.h"
+
+namespace daemon_service {
+
+namespace {
+
+using Status = ActionError::Status;
+
+struct BusError {
+    BusError() = default;
+    BusError(const BusError&) = delete;
+    BusError& operator=(const BusError&) = delete;
+    ~BusError() { sd_bus_error_free(&Value); }
+
+    sd_bus_error Value{};
+};
+
+struct MessageCloser {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Message = std::unique_ptr<sd_bus_message, MessageCloser>;
+
+struct ErrorName {
+    const char* Name;
+    Status Code;
+};
+constexpr ErrorName kErrorNames[] = {
+    {SD_BUS_ERROR_ACCESS_DENIED, Status::AccessDenied},
+    {SD_BUS_ERROR_AUTH_FAILED, Status::AccessDenied},
+    {SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED, Status::AccessDenied},
+    {SD_BUS_ERROR_SERVICE_UNKNOWN, Status::NotRunning},
+    {SD_BUS_ERROR_NAME_HAS_NO_OWNER, Status::NotRunning},
+    {SD_BUS_ERROR_NOT_SUPPORTED, Status::NotSupported},
+    {SD_BUS_ERROR_UNKNOWN_METHOD, Status::NotSupported},
+    {SD_BUS_ERROR_UNKNOWN_PROPERTY, Status::NotSupported},
+    {SD_BUS_ERROR_UNKNOWN_OBJECT, Status::NotRunning},
+    {SD_BUS_ERROR_NO_REPLY, Status::TimedOut},
+    {SD_BUS_ERROR_TIMEOUT, Status::TimedOut},
+    {"org.freedesktop.systemd1.NoSuchUnit", Status::NotFound},
+};
+
+Status StatusOfErrno(int error) {
+    switch (error) {
+        case ENOSPC:
+            return Status::DiskFull;
+        case EACCES:
+        case EPERM:
+            return Status::AccessDenied;
+        case EOPNOTSUPP:
+            return Status::NotSupported;
+        case ETIMEDOUT:
+            return Status::TimedOut;
+        case ENOENT:
+        case ECONNREFUSED:
+            return Status::NotRunning;
+        default:
+            return Status::Failed;
+    }
+}
+
+/// The failure of a call to `method`; the other side's own words come last.
+ActionError Failure(const char* method, const BusError& error, int result) {
+    Status code = StatusOfErrno(-result);
+    for (const ErrorName& known : kErrorNames) {
+        if (sd_bus_error_has_name(&error.Value, known.Name) > 0) {
+            code = known.Code;
+        }
+    }
+    const char* words = error.Value.message != nullptr ? error.Value.message : std::strerror(-result);
+    return {code, std::string(method) + " failed: " + words};
+}
+
+ActionError Unreachable(int result) {
+    return {Status::NotRunning, std::string("the system bus cannot be reached: ") + std::strerror(-result)};
+}
+
+/// Until the bus has let this connection in. A call would wait for that too, but for 90 seconds, whatever the
+/// limit of calls.
+void WaitUntilReady(sd_bus* bus, std::chrono::microseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (sd_bus_is_ready(bus) == 0) {
+        int result = sd_bus_process(bus, nullptr);
+        if (result == 0) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
+            if (left.count() <= 0) {
+                throw ActionError(Status::TimedOut, "the system bus does not answer");
+            }
+            result = sd_bus_wait(bus, static_cast<std::uint64_t>(left.count()));
+        }
+        if (result < 0 && result != -EINTR) {
+            throw Unreachable(result);
+        }
+    }
+}
+
+}  // namespace
+
+SystemBus::SystemBus(std::chrono::microseconds limit) {
+    sd_bus* bus = nullptr;
+    const int result = sd_bus_open_system(&bus);
+    if (result < 0) {
+        throw Unreachable(result);
+    }
+    m_bus.reset(bus);
+    WaitUntilReady(bus, limit);
+    sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(limit.count()));
+}
+
+bool SystemBus::ReadBoolean(const BusObject& object, const char* property) {
+    BusError error;
+    int value = 0;
+    const int result = sd_bus_get_property_trivial(m_bus.get(), object.Service, object.Path, object.Interface,
+                                                   property, &error.Value, 'b', &value);
+    if (result < 0) {
+        throw Failure(property, error, result);
+    }
+    return value != 0;
+}
+
+std::string SystemBus::ReadText(const BusObject& object, const char* property) {
+    BusError error;
+    char* value = nullptr;
+    const int result = sd_bus_get_property_string(m_bus.get(), object.Service, object.Path, object.Interface,
+                                                  property, &error.Value, &value);
+    const std::unique_ptr<char, decltype(&std::free)> owner(value, std::free);
+    if (result < 0) {
+        throw Failure(property, error, result);
+    }
+    return value;
+}
+
+std::vector<std::string> SystemBus::ReadTexts(const BusObject& object, const char* property) {
+    BusError error;
+    char** values = nullptr;
+    const int result = sd_bus_get_property_strv(m_bus.get(), object.Service, object.Path, object.Interface,
+                                                property, &error.Value, &values);
+    if (result < 0) {
+        throw Failure(property, error, result);
+    }
+    std::vector<std::string> texts;
+    for (char** value = values; value != nullptr && *value != nullptr; ++value) {
+        texts.emplace_back(*value);
+        std::free(*value);
+    }
+    std::free(values);
+    return texts;
+}
+
+std::string SystemBus::Ask(const BusObject& object, const char* method) {
+    BusError error;
+    sd_bus_message* raw = nullptr;
+    int result = sd_bus_call_method(m_bus.get(), object.Service, object.Path, object.Interface, method,
+                                    &error.Value, &raw, "");
+    const Message reply(raw);
+    const char* text = nullptr;
+    if (result >= 0) {
+        result = sd_bus_message_read(raw, "s", &text);
+    }
+    if (result < 0) {
+        throw Failure(method, error, result);
+    }
+    return text;
+}
+
+void SystemBus::Call(const BusObject& object, const char* method, bool argument) {
+    BusError error;
+    const int result = sd_bus_call_method(m_bus.get(), object.Service, object.Path, object.Interface, method,
+                                          &error.Value, nullptr, "b", argument ? 1 : 0);
+    if (result < 0) {
+        throw Failure(method, error, result);
+    }
+}
+
+void SystemBus::Call(const BusObject& object, const char* method, const std::string& argument) {
+    BusError error;
+    const int result = sd_bus_call_method(m_bus.get(), object.Service, object.Path, object.Interface, method,
+                                          &error.Value, nullptr, "s", argument.c_str());
+    if (result < 0) {
+        throw Failure(method, error, result);
+    }
+}
+
+void SystemBus::Call(const BusObject& object, const char* method, const std::string& first,
+                     const std::string& second) {
+    BusError error;
+    const int result = sd_bus_call_method(m_bus.get(), object.Service, object.Path, object.Interface, method,
+                                          &error.Value, nullptr, "ss", first.c_str(), second.c_str());
+    if (result < 0) {
+        throw Failure(method, error, result);
+    }
+}
+
+}  // namespace daemon_service

@@ -1,0 +1,21 @@
+#pragma once
+
+// Whether a credential guards the firmware's settings or the start. Only whether one is set is ever read;
+// nothing here touches the credentials themselves.
+
+#include <optional>
+#include <span>
+
+#include "daemon/machine/Smbios.h"
+#include "daemon/machine/Tree.h"
+
+namespace daemon_service {
+
+/// The numbers of the record's field.
+enum class BiosCredential { None = 0, Password = 1, OtherKind = 16 };
+
+/// From the kernel's firmware-attributes class, else from the firmware's table of type 24; nothing if neither
+/// tells. What is not known for certain is never told as None.
+std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const SmbiosStructure> tables);
+
+}  // namespace daemon_service

@@ -1,0 +1,49 @@
+#pragma once
+
+// The firmware's own tables (DMTF DSP0134, "System Management BIOS Reference Specification"). Offsets are
+// those of the specification, counted from the structure's start. Nothing in a table is trusted: a length or
+// a string number that leads outside ends the table or reads as "not there".
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "daemon/machine/Tree.h"
+
+namespace daemon_service {
+
+/// One structure; its views point into the table that it was parsed from.
+struct SmbiosStructure {
+    std::uint8_t Type;
+    std::uint16_t Handle;
+    std::string_view Formatted;             ///< header included
+    std::vector<std::string_view> Strings;  ///< string number 1 first
+
+    std::optional<std::uint8_t> Byte(std::size_t offset) const;
+    std::optional<std::uint16_t> Word(std::size_t offset) const;
+    std::optional<std::uint32_t> Double(std::size_t offset) const;
+
+    /// The string whose number stands at `offset`; empty if there is none.
+    std::string_view Text(std::size_t offset) const;
+};
+
+namespace smbios {
+inline constexpr std::uint8_t kProcessor = 4;
+inline constexpr std::uint8_t kPortConnector = 8;
+inline constexpr std::uint8_t kMemoryArray = 16;
+inline constexpr std::uint8_t kMemoryDevice = 17;
+inline constexpr std::uint8_t kHardwareSecurity = 24;
+inline constexpr std::uint8_t kEndOfTable = 127;
+}  // namespace smbios
+
+/// The structures of a table, in order, up to the end-of-table structure or the first one that does not fit.
+std::vector<SmbiosStructure> ParseSmbios(std::string_view table);
+
+/// The table's bytes from /sys/firmware/dmi/tables/DMI or, where that cannot be read, put together from
+/// /sys/firmware/dmi/entries for the types named above. Empty if neither can be had.
+std::string ReadSmbios(Tree& tree);
+
+}  // namespace daemon_service

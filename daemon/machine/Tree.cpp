@@ -1,0 +1,189 @@
+#include "daemon/machine/Tree.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "platform/core/Exception.h"
+
+namespace daemon_service {
+
+namespace {
+
+struct Credential {
+    const char* path;
+    const char* name;
+};
+
+/// Files that only root may read. The service's unit has the service manager read them and hands them over
+/// under these names, so that the service itself needs no right to them.
+constexpr std::array kCredentials{
+    Credential{"/sys/class/dmi/id/product_serial", "product_serial"},
+    Credential{"/sys/class/dmi/id/board_serial", "board_serial"},
+    Credential{"/sys/class/dmi/id/chassis_serial", "chassis_serial"},
+    Credential{"/sys/firmware/dmi/tables/DMI", "smbios_table"},
+};
+
+/// Reads to the end; sets errno and returns nothing on failure.
+std::optional<std::string> ReadAll(int descriptor) {
+    std::string content;
+    for (;;) {
+        char buffer[16384];
+        const ssize_t count = read(descriptor, buffer, sizeof buffer);
+        if (count == 0) {
+            return content;
+        }
+        if (count < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return std::nullopt;
+        }
+        content.append(buffer, static_cast<std::size_t>(count));
+        if (content.size() > Tree::kMaxFileBytes) {
+            errno = EFBIG;
+            return std::nullopt;
+        }
+    }
+}
+
+bool IsRegular(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool MeansAbsent(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ENODEV;
+}
+
+}  // namespace
+
+std::string PathOf(std::initializer_list<std::string_view> parts) {
+    std::string path;
+    for (const std::string_view part : parts) {
+        path.append(path.empty() ? "" : "/").append(part);
+    }
+    return path;
+}
+
+Tree::Tree(const std::string& root, Witness witness)
+    : m_isMachine(root == "/"),
+      m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
+      m_witness(std::move(witness)) {
+    if (!m_root) {
+        throw platform::ExceptionFromErrno("open " + root, errno);
+    }
+    if (const char* folder = std::getenv("CREDENTIALS_DIRECTORY"); folder != nullptr && m_isMachine) {
+        m_credentials = folder;
+    }
+}
+
+/// Below a recorded tree no link leads out of it. The machine itself needs no such care, and the sandbox of
+/// the service's unit, which serves nothing else, has no openat2 (RestrictSUIDSGID takes it away).
+platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
+    if (m_isMachine) {
+        return platform::FileDescriptor(open(path.c_str(), flags | O_CLOEXEC));
+    }
+    open_how how{};
+    how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
+    how.resolve = RESOLVE_IN_ROOT;
+    return platform::FileDescriptor(
+        static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how)));
+}
+
+std::optional<std::string> Tree::Read(const std::string& path) {
+    // O_NONBLOCK: a pipe in a recorded tree must not hold the service up.
+    platform::FileDescriptor file;
+    const auto* credential = std::ranges::find(kCredentials, path, &Credential::path);
+    if (credential != kCredentials.end() && !m_credentials.empty()) {
+        const std::string name = m_credentials + "/" + credential->name;
+        file = platform::FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    }
+    if (!file) {
+        file = Open(path, O_RDONLY | O_NONBLOCK);
+    }
+    if (!file) {
+        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
+    }
+    if (!IsRegular(file.Get())) {
+        return Missing(path, "not a regular file");
+    }
+    std::optional<std::string> content = ReadAll(file.Get());
+    if (!content) {
+        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
+    }
+    if (m_witness.File) {
+        m_witness.File(path, *content);
+    }
+    return content;
+}
+
+/// `reason` is null for a file that is absent, the only case that is nobody's fault.
+std::nullopt_t Tree::Missing(const std::string& path, const char* reason) {
+    m_reason = reason == nullptr ? "absent" : reason;
+    if (reason != nullptr) {
+        Note(path + ": " + m_reason);
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> Tree::List(const std::string& path) {
+    std::vector<std::string> names;
+    platform::FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
+    if (!folder) {
+        if (!MeansAbsent(errno)) {
+            Note(path + ": " + std::strerror(errno));
+        }
+        return names;
+    }
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(folder.Get()), closedir);
+    if (stream == nullptr) {
+        return names;
+    }
+    folder.Release();
+    while (const dirent* entry = readdir(stream.get())) {
+        if (entry->d_name[0] != '.') {
+            names.emplace_back(entry->d_name);
+        }
+    }
+    std::ranges::sort(names, [](const std::string& a, const std::string& b) {
+        return strverscmp(a.c_str(), b.c_str()) < 0;
+    });
+    return names;
+}
+
+std::optional<std::string> Tree::LinkTarget(const std::string& path) {
+    const platform::FileDescriptor link = Open(path, O_PATH | O_NOFOLLOW);
+    if (!link) {
+        return std::nullopt;
+    }
+    char target[4096];
+    const ssize_t length = readlinkat(link.Get(), "", target, sizeof target);
+    if (length < 0) {
+        return std::nullopt;
+    }
+    std::string text(target, static_cast<std::size_t>(length));
+    if (m_witness.Link) {
+        m_witness.Link(path, text);
+    }
+    return text;
+}
+
+void Tree::Note(std::string note) {
+    if (std::ranges::find(m_notes, note) == m_notes.end()) {
+        m_notes.push_back(std::move(note));
+    }
+}
+
+}  // namespace daemon_service

@@ -1,0 +1,51 @@
+#pragma once
+
+// What stands behind the interface's thirteen procedures.
+
+#include <chrono>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "daemon/actions/ToolStarter.h"
+#include "daemon/service/Records.h"
+#include "platform/core/Guarded.h"
+#include "platform/rpc/Server.h"
+
+namespace daemon_service {
+
+/// Any thread: the server runs each call on its connection's thread.
+class Procedures {
+  public:
+    /// `options` say what the records are of and where the configuration lies. `byManager`: see ToolStarter;
+    /// the configuration must be root's then, for whoever starts the tool does not trust the service's user.
+    Procedures(const Options& options, bool byManager);
+
+    /// In the interface's order. The functions refer to this object.
+    std::vector<platform::rpc::ServerProcedure> Table();
+
+    /// How long the oldest read or action has been running; zero when none runs. One that never ends means
+    /// that the service is stuck.
+    std::chrono::steady_clock::duration OldestCall() const;
+
+    /// As it is now; throws ActionError.
+    Configuration CurrentConfiguration() const;
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void StartTool(Tool tool, const platform::rpc::Peer& caller);
+    std::u16string SetUefiFlag(const platform::rpc::Peer& caller);
+
+    // Constant after construction.
+    const std::string m_configuration;
+    const uid_t m_configurationOwner;
+
+    // With their own locking.
+    Records m_records;
+    ToolStarter m_tools;
+
+    platform::Guarded<std::multiset<Clock::time_point>> m_running;
+};
+
+}  // namespace daemon_service

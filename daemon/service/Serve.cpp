@@ -1,0 +1,158 @@
+#include "daemon/service/Serve.h"
+
+#include <signal.h>
+#include <systemd/sd-daemon.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <thread>
+#include <utility>
+
+#include "daemon/actions/ActionError.h"
+#include "daemon/machine/Tree.h"
+#include "daemon/service/Callers.h"
+#include "daemon/service/Log.h"
+#include "daemon/service/Procedures.h"
+#include "platform/core/Exception.h"
+#include "platform/rpc/Server.h"
+#include "service/HotkeyRpc.h"
+
+namespace daemon_service {
+
+namespace {
+
+using namespace std::chrono_literals;
+using platform::rpc::Peer;
+using platform::rpc::Server;
+
+constexpr std::chrono::seconds kUsualIdleExit = 120s;
+constexpr std::chrono::seconds kStuck =
+    60s;  // the longest honest call waits a few seconds for the system bus
+
+bool MayConnect(const Peer& peer) {
+    const bool may = MayCallNow(peer.Uid);
+    if (!may) {
+        Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
+                                   std::to_string(peer.Pid) + ") has no active local session");
+    }
+    return may;
+}
+
+/// Bounds for one user; generous for any number of windows, small against a flood.
+platform::rpc::ServerOptions Limits() {
+    platform::rpc::ServerOptions limits;
+    limits.Accept = MayConnect;
+    limits.MaxRequestBytes = std::size_t{1} << 16;
+    limits.MaxConnectionsPerUser = 128;
+    limits.MaxContextsPerConnection = 4;
+    limits.MaxCallsPerSecond = 1000;
+    limits.IdleClose = 30s;
+    return limits;
+}
+
+/// Blocks the signals that end the service for this thread and all that it creates, so that one place takes
+/// them.
+sigset_t BlockEndingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGCHLD, SIG_IGN);  // tools that were started are nobody's to wait for
+    return signals;
+}
+
+/// True for a signal that ends the service, false when `limit` has passed.
+bool WaitForEnd(const sigset_t& signals, std::chrono::milliseconds limit) {
+    const timespec time{.tv_sec = limit.count() / 1000, .tv_nsec = limit.count() % 1000 * 1'000'000};
+    return sigtimedwait(&signals, nullptr, &time) > 0;
+}
+
+/// Watches over the running server on the main thread: feeds the watchdog as long as no call is stuck, and
+/// ends when told to or when idle.
+void Supervise(const Server& server, const Procedures& procedures, const sigset_t& signals,
+               std::chrono::seconds idleExit) {
+    std::uint64_t watchdogMicroseconds = 0;
+    const bool watchdog = sd_watchdog_enabled(0, &watchdogMicroseconds) > 0;
+    std::chrono::milliseconds step = 60s;
+    if (watchdog) {
+        step = std::min(step, std::chrono::milliseconds(watchdogMicroseconds / 2000));
+    }
+    if (idleExit > 0s) {
+        step = std::min<std::chrono::milliseconds>(step, idleExit / 4.0 < 1s ? 250ms : 5s);
+    }
+    auto busy = std::chrono::steady_clock::now();
+    std::string told;
+    while (!WaitForEnd(signals, step)) {
+        const auto now = std::chrono::steady_clock::now();
+        const std::string status = "STATUS=" + std::to_string(server.Connections()) + " connections, " +
+                                   std::to_string(server.OpenContexts()) + " open contexts";
+        if (std::exchange(told, status) != status) {
+            sd_notify(0, status.c_str());
+        }
+        if (watchdog && procedures.OldestCall() < kStuck) {
+            sd_notify(0, "WATCHDOG=1");
+        }
+        if (server.Connections() != 0) {
+            busy = now;
+        } else if (idleExit > 0s && now - busy >= idleExit) {
+            Log(Priority::Information, "idle; ending until the next client comes");
+            return;
+        }
+    }
+    Log(Priority::Information, "asked to end");
+}
+
+}  // namespace
+
+int Serve(const Options& options) {
+    const sigset_t signals = BlockEndingSignals();
+    if (options.Directory) {
+        setenv("KELVANE_RPC_DIRECTORY", options.Directory->c_str(), 1);
+    }
+    const Tree tree(options.Sysroot);  // says at once when it cannot be opened
+
+    const int sockets = sd_listen_fds(1);
+    Procedures procedures(options, sockets > 0);
+    try {
+        procedures.CurrentConfiguration();
+    } catch (const ActionError& error) {
+        Log(Priority::Error, std::string(error.what()) + "; actions are refused until this is corrected");
+    }
+    Server server(Kelvane::kHotkeyRpc, procedures.Table(), Limits());
+    if (sockets > 0) {
+        for (int i = 0; i < sockets; ++i) {
+            server.Adopt(SD_LISTEN_FDS_START + i);
+        }
+    } else {
+        server.Listen(Kelvane::kEndpoint);
+    }
+
+    std::exception_ptr failure;
+    std::jthread serving([&] {
+        try {
+            server.Run();
+        } catch (...) {
+            failure = std::current_exception();
+            kill(getpid(), SIGTERM);
+        }
+    });
+    sd_notify(0, "READY=1");
+    Log(Priority::Information, sockets > 0 ? "serving the service manager's socket"
+                                           : "serving at " + platform::rpc::EndpointPath(Kelvane::kEndpoint));
+    const auto idleExit = options.IdleExit.value_or(sockets > 0 ? kUsualIdleExit : 0s);
+    Supervise(server, procedures, signals, idleExit);
+    sd_notify(0, "STOPPING=1");
+    server.Stop();
+    serving.join();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return EXIT_SUCCESS;
+}
+
+}  // namespace daemon_service

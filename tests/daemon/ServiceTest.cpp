@@ -1,0 +1,251 @@
+// kelvane-service as its clients and the service manager see it: a real process, a real socket.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "daemon/service/Callers.h"
+#include "platform/core/Text.h"
+#include "tests/daemon/RecordedMachine.h"
+#include "tests/daemon/ServiceProcess.h"
+
+namespace daemon_service {
+namespace {
+
+using platform::rpc::NdrClientCall3;
+using platform::rpc::test::Client;
+using platform::rpc::test::EndpointScope;
+using platform::rpc::test::RawClient;
+using platform::rpc::test::StatusOf;
+using testing::HasSubstr;
+namespace procedure = Kelvane::procedure;
+
+constexpr auto kSession = "/run/systemd/sessions/1";
+
+class Service : public testing::Test {
+  protected:
+    std::string Path(const char* name) const { return m_scope.Directory() + "/" + name; }
+    void Write(const char* name, const std::string& text) const { std::ofstream(Path(name)) << text; }
+    void Remove(const char* name) const { std::filesystem::remove(Path(name)); }
+
+    EndpointScope m_scope;
+};
+
+TEST_F(Service, ServesTheFileThatStandsInAsItIsNow) {
+    ServiceProcess service(
+        {.Arguments = {"--system-information", Path("record"), "--usb-type-c", Path("record")}});
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Read(), std::nullopt);
+    for (const std::size_t length : {0, 1, 998, 999, 20000}) {
+        Write("record", std::string(length, 'r'));
+        EXPECT_EQ(client.Read(), std::u16string(length, u'r') + u'\0');
+        EXPECT_EQ(client.Read(procedure::ReadUSBTypeCInfo), std::u16string(length, u'r') + u'\0');
+    }
+    Write("record", "\xC3\xA4<.^.>\xF0\x9F\x92\xBB\n");
+    EXPECT_EQ(client.Read(), std::u16string(u"ä<.^.>\U0001F4BB") + u'\0');
+}
+
+TEST_F(Service, ServesARecordedMachine) {
+    RecordedMachine machine;
+    BuildLaptop(machine);
+    ServiceProcess service({.Arguments = {"--sysroot", machine.Root()}});
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Read(), platform::FromUtf8(machine.SystemInformation()) + u'\0');
+    EXPECT_EQ(client.Read(procedure::ReadUSBTypeCInfo), platform::FromUtf8(machine.UsbTypeC()) + u'\0');
+}
+
+TEST_F(Service, SecondInstanceIsRefusedAndTheFirstGoesOn) {
+    ServiceProcess first;
+    ServiceProcess second({.ExpectReady = false});
+    EXPECT_EQ(second.WaitForEnd(), 1);
+    EXPECT_THAT(second.Log(), HasSubstr("already listens"));
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+    first.Signal(SIGTERM);
+    EXPECT_EQ(first.WaitForEnd(), 0);
+    EXPECT_FALSE(std::filesystem::exists(EndpointScope::Socket()));
+}
+
+TEST_F(Service, TakesOverTheSocketOfAKilledInstance) {
+    {
+        ServiceProcess killed;
+        killed.Signal(SIGKILL);
+        killed.WaitForEnd();
+    }
+    ASSERT_TRUE(std::filesystem::exists(EndpointScope::Socket()));
+    ServiceProcess next;
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(Service, TextsOfTheUnnamedProceduresComeBack) {
+    ServiceProcess service;
+    Client client;
+    client.Open();
+    EXPECT_EQ(client.Exchange(u"echo"), std::u16string(u"echo") + u'\0');
+    EXPECT_EQ(client.Exchange(std::nullopt), std::nullopt);
+    static std::u16string called;
+    EXPECT_EQ(client.Command(7, u"text", [](std::int32_t, const char16_t* text) { called = text; }),
+              std::u16string(u"text") + u'\0');
+    EXPECT_EQ(called, u"text");
+    EXPECT_EQ(client.Read(procedure::ReadTextProc7), std::nullopt);
+}
+
+TEST_F(Service, OtherUsersWithoutASessionAreRefusedWithALine) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root to become another user";
+    }
+    std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
+    ServiceProcess service;
+    const int status = AsUser(65534, [] {
+        Client client;
+        return static_cast<int>(StatusOf([&client] { client.Open(); }));
+    });
+    EXPECT_EQ(status, 5);
+    EXPECT_THAT(service.Log(), HasSubstr("access denied: user 65534"));
+}
+
+/// Hides this machine's sessions from this process and its children, behind one active session of `user` with
+/// files that are the user's. False where that takes more rights than there are.
+bool PretendSessionOf(uid_t user) {
+    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", "/run", "tmpfs", 0, "mode=755") != 0) {
+        return false;
+    }
+    umask(022);
+    for (const char* folder : {"system", "seats", "users", "sessions"}) {
+        std::filesystem::create_directories(std::string("/run/systemd/") + folder);
+    }
+    std::ofstream("/run/systemd/users/" + std::to_string(user)) << "ACTIVE_SESSIONS=1\n";
+    std::ofstream(kSession) << "STATE=active\nREMOTE=0\n";
+    return chown(kSession, user, user) == 0;
+}
+
+TEST_F(Service, AUserWhoSwitchedAwayActsNoMore) {
+    constexpr uid_t kUser = 65534;
+    if (!PretendSessionOf(kUser)) {
+        GTEST_SKIP() << "needs root and a mount namespace";
+    }
+    std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
+    Write("service.conf", "usb-type-c-tool = /nonexistent\n");
+    ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
+    const int status = AsUser(kUser, [] {
+        Client client;
+        client.Open();
+        const auto act = [&client](auto procedure) {
+            return StatusOf([&] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure, {client.Context}); });
+        };
+        const bool mayAtFirst = act(procedure::StartUSBC) != 5;
+        std::ofstream(kSession) << "STATE=online\nREMOTE=0\n";
+        return mayAtFirst && act(procedure::StartUSBC) == 5 && client.Read() ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0) << service.Log();
+}
+
+TEST(Callers, OnlyRootTheServiceAndWhoeverSitsAtTheMachine) {
+    const Sessions none{};
+    const Sessions away{.ManagerRuns = true, .ActiveAndLocal = false};
+    const Sessions here{.ManagerRuns = true, .ActiveAndLocal = true};
+    EXPECT_TRUE(MayCall(0, 990, away));
+    EXPECT_TRUE(MayCall(990, 990, none));
+    EXPECT_TRUE(MayCall(1000, 990, here));
+    EXPECT_FALSE(MayCall(1000, 990, away));
+    EXPECT_FALSE(MayCall(1000, 0, none));
+}
+
+TEST_F(Service, UnderTheServiceManager) {
+    // The first client is there before the service, which is idle only after it has gone.
+    std::optional<RawClient> first;
+    ServiceProcess service({.Arguments = {"--idle-exit", "1"},
+                            .Environment = {"WATCHDOG_USEC=200000"},
+                            .FirstClient = [&first] { first.emplace(); }});
+    {
+        Client client;
+        client.Open();
+        EXPECT_TRUE(client.Read());
+        first.reset();
+        while (service.NextNotification() != "WATCHDOG=1") {
+        }
+    }
+    EXPECT_EQ(service.WaitForEnd(), 0);
+    EXPECT_THAT(service.Log(), HasSubstr("idle"));
+    EXPECT_TRUE(std::filesystem::exists(EndpointScope::Socket())) << "the socket is the service manager's";
+}
+
+TEST_F(Service, ContextsOfKilledClientsRunDown) {
+    ServiceProcess service({.Environment = {"WATCHDOG_USEC=100000"}});
+    std::vector<pid_t> clients(8);
+    for (pid_t& child : clients) {
+        child = fork();
+        if (child == 0) {
+            // Nothing but the signal may end it, and no exception reach the parent's objects.
+            [&]() noexcept {
+                Client client;
+                client.Open();
+                while (true) {
+                    // Refused when there are too many in a second.
+                    StatusOf([&client] { client.Read(); });
+                }
+            }();
+        }
+    }
+    while (service.NextNotification() != "STATUS=8 connections, 8 open contexts") {
+    }
+    for (const pid_t child : clients) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    while (service.NextNotification() != "STATUS=0 connections, 0 open contexts") {
+    }
+}
+
+// One client silent, one in the middle of a message, one sending rubbish: the next is answered all the same,
+// and what a vanished client leaves behind goes with it.
+TEST_F(Service, HostileClientsDelayNobody) {
+    ServiceProcess service;
+    RawClient silent;
+    RawClient halfway;
+    halfway.Send(platform::rpc::test::FromHex("05000b031000000074000000"));
+    RawClient rubbish;
+    rubbish.Send(platform::rpc::test::FromHex("ffffffffffffffffffffffffffffffffffffffffffffffff"));
+    EXPECT_TRUE(rubbish.Receive().empty());
+    Client client;
+    client.Open();
+    EXPECT_TRUE(client.Read());
+}
+
+TEST_F(Service, StartsAToolOfTheCallersOwn) {
+    const std::string pipe = Path("started");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    Write("source", "tool ran");
+    Write("service.conf", "system-information-tool = /bin/cp \"" + Path("source") + "\" \"" + pipe + "\"\n");
+    ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
+    Client client;
+    client.Open();
+    NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartMSInfoApp, {client.Context});
+    std::string text;
+    std::getline(std::ifstream(pipe), text);
+    EXPECT_EQ(text, "tool ran");
+
+    // A configuration that others can write could start anything: nothing is started.
+    std::filesystem::permissions(Path("service.conf"), std::filesystem::perms::all);
+    EXPECT_EQ(
+        StatusOf([&client] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure::StartUSBC, {client.Context}); }),
+        1610u);
+    EXPECT_THAT(service.Log(), HasSubstr("others than root can change it"));
+}
+
+}  // namespace
+}  // namespace daemon_service
