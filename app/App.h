@@ -4,7 +4,7 @@
 // the main page. All members run on the user-interface thread.
 
 #include "platform/tasks/Cancellation.h"
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 #include "platform/xaml/Navigation.h"
 
 namespace Kelvane {

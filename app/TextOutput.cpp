@@ -8,7 +8,7 @@
 #include "app/StandardOutput.h"
 #include "platform/core/Text.h"
 #include "platform/resources/ResourceLoader.h"
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Navigation.h"
 #include "platform/xaml/Window.h"

@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "logging/LogRetention.h"
-#include "platform/core/Clock.h"
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/core/UserInterfaceThread.h"
 #include "platform/storage/ApplicationData.h"
+#include "platform/tasks/Clock.h"
 
 namespace Kelvane {
 

@@ -18,7 +18,7 @@
 #include "platform/diagnostics/LoggingChannel.h"
 #include "platform/storage/StorageFolder.h"
 #include "platform/tasks/task.h"
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 
 namespace Kelvane {
 

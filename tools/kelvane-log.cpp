@@ -13,9 +13,9 @@
 #include <string>
 #include <thread>
 
-#include "platform/core/Clock.h"
 #include "platform/core/Exception.h"
 #include "platform/storage/Places.h"
+#include "platform/tasks/Clock.h"
 #include "tools/LogSources.h"
 #include "tools/LogText.h"
 

@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "backends/desktop/GLibPtr.h"
-#include "platform/core/World.h"
+#include "platform/xaml/Types.h"
 
 namespace desktop {
 

@@ -7,7 +7,7 @@
 #include "backends/desktop/CaptionButtons.h"
 #include "backends/desktop/Peer.h"
 #include "backends/desktop/ResizeBorder.h"
-#include "platform/core/World.h"
+#include "platform/xaml/Peers.h"
 
 namespace desktop {
 

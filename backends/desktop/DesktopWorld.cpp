@@ -5,8 +5,8 @@
 #include "backends/desktop/Picture.h"
 #include "backends/desktop/Session.h"
 #include "backends/desktop/Speech.h"
-#include "platform/core/Environment.h"
 #include "platform/core/Text.h"
+#include "platform/resources/UserEnvironment.h"
 
 namespace desktop {
 

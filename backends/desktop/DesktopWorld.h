@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/core/World.h"
+#include "platform/world/World.h"
 
 namespace desktop {
 

@@ -5,8 +5,8 @@
 #include <map>
 
 #include "backends/desktop/GLibPtr.h"
+#include "platform/core/EventLoop.h"
 #include "platform/core/Guarded.h"
-#include "platform/core/World.h"
 
 namespace desktop {
 

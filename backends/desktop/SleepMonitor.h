@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "backends/desktop/GLibPtr.h"
-#include "platform/core/World.h"
+#include "platform/world/World.h"
 
 namespace desktop {
 

@@ -1,6 +1,6 @@
 #include "backends/headless/HeadlessLoop.h"
 
-#include "platform/core/Clock.h"
+#include "platform/tasks/Clock.h"
 
 namespace headless {
 

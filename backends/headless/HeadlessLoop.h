@@ -5,7 +5,7 @@
 #include <map>
 #include <mutex>
 
-#include "platform/core/World.h"
+#include "platform/core/EventLoop.h"
 
 namespace headless {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/core/World.h"
+#include "platform/xaml/Peers.h"
 #include "platform/xaml/UIElement.h"
 
 namespace headless {

@@ -1,6 +1,6 @@
 #include "backends/headless/HeadlessWorld.h"
 
-#include "platform/core/Environment.h"
+#include "platform/resources/UserEnvironment.h"
 
 namespace headless {
 

@@ -3,6 +3,7 @@
 #include "backends/headless/HeadlessLoop.h"
 #include "backends/headless/HeadlessSpeech.h"
 #include "backends/headless/HeadlessWindow.h"
+#include "platform/world/World.h"
 
 namespace headless {
 

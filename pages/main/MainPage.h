@@ -12,9 +12,9 @@
 
 #include "chrome/CustomTitleBar.h"
 #include "logging/Trace.h"
-#include "platform/core/CoreDispatcher.h"
 #include "platform/core/Guarded.h"
 #include "platform/media/Speech.h"
+#include "platform/tasks/CoreDispatcher.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Navigation.h"

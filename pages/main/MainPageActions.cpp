@@ -5,8 +5,8 @@
 #include "logging/Trace.h"
 #include "pages/main/MainPage.h"
 #include "pages/main/SystemInfoRecord.h"
-#include "platform/core/Clock.h"
 #include "platform/media/Clipboard.h"
+#include "platform/tasks/Clock.h"
 #include "platform/xaml/Window.h"
 
 namespace Kelvane {

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/core/Clock.h"
 #include "platform/core/Text.h"
+#include "platform/tasks/Clock.h"
 
 namespace platform {
 

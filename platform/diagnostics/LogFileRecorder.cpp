@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/core/Clock.h"
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/storage/Places.h"
+#include "platform/tasks/Clock.h"
 #include "platform/tasks/ThreadPool.h"
 
 namespace platform {

@@ -1,11 +1,21 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
+#include "platform/core/Provided.h"
 #include "platform/core/UserInterfaceThread.h"
-#include "platform/core/World.h"
 
 namespace platform {
+
+/// What the clipboard needs of a backend. User-interface thread.
+class ClipboardOwner {
+  public:
+    virtual ~ClipboardOwner() = default;
+
+    /// Throws a platform exception when there is no clipboard.
+    virtual void SetClipboardText(std::u16string_view text) = 0;
+};
 
 /// What is handed to the clipboard.
 class DataPackage {
@@ -23,7 +33,7 @@ class Clipboard {
     /// Throws a platform exception when there is no clipboard.
     static void SetContent(const DataPackage& content) {
         VerifyUserInterfaceThread();
-        CurrentWorld().SetClipboardText(content.Text());
+        Provided<ClipboardOwner>::Current().SetClipboardText(content.Text());
     }
 };
 

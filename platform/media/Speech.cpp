@@ -1,18 +1,18 @@
 #include "platform/media/Speech.h"
 
 #include "platform/core/Exception.h"
-#include "platform/core/World.h"
+#include "platform/core/Provided.h"
 
 namespace platform {
 
 std::vector<VoiceInformation> SpeechSynthesizer::AllVoices() {
-    return CurrentWorld().Speech().Voices();
+    return Provided<SpeechEngine>::Current().Voices();
 }
 
 task<std::shared_ptr<const SpeechSynthesisStream>> SpeechSynthesizer::SynthesizeTextToStreamAsync(
     std::u16string text) const {
     return create_task([voice = m_voice, text = std::move(text)] {
-        auto& engine = CurrentWorld().Speech();
+        auto& engine = Provided<SpeechEngine>::Current();
         const auto voices = voice ? std::vector<VoiceInformation>{*voice} : engine.Voices();
         if (voices.empty()) {
             throw Exception(result::kFileNotFound, u"No voice is installed");
@@ -34,16 +34,17 @@ void MediaPlayer::Play() {
     if (!m_source) {
         throw Exception(result::kIllegalMethodCall, u"The player has no source");
     }
-    m_playback = CurrentWorld().Speech().Play(m_source->Stream(), [this](std::exception_ptr failure) {
-        try {
-            if (failure) {
-                std::rethrow_exception(failure);
+    m_playback =
+        Provided<SpeechEngine>::Current().Play(m_source->Stream(), [this](std::exception_ptr failure) {
+            try {
+                if (failure) {
+                    std::rethrow_exception(failure);
+                }
+                m_ended.Raise();
+            } catch (...) {
+                m_failed.Raise(CurrentException());
             }
-            m_ended.Raise();
-        } catch (...) {
-            m_failed.Raise(CurrentException());
-        }
-    });
+        });
 }
 
 }  // namespace platform

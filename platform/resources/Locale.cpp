@@ -5,8 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "platform/core/Provided.h"
 #include "platform/core/Text.h"
-#include "platform/core/World.h"
+#include "platform/resources/UserEnvironment.h"
 
 namespace platform {
 
@@ -22,7 +23,7 @@ int Fail(std::uint32_t error) {
 /// A POSIX locale name (language[_territory][.codeset][@modifier]) without its last two parts; the locale
 /// without a country of its own speaks American English.
 std::string UserLocale() {
-    std::string name = CurrentWorld().LocaleName();
+    std::string name = Provided<UserEnvironment>::Current().LocaleName();
     name.resize(std::min(name.find_first_of(".@"), name.size()));
     return name.empty() || name == "C" || name == "POSIX" ? "en_US" : name;
 }

@@ -6,7 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/core/World.h"
+#include "platform/core/Provided.h"
+#include "platform/resources/UserEnvironment.h"
 
 namespace platform {
 
@@ -26,7 +27,7 @@ class PackageId {
     const PackageVersion& Version() const { return m_version; }
 
     /// The machine's processor architecture.
-    ProcessorArchitecture Architecture() const { return CurrentWorld().Architecture(); }
+    ProcessorArchitecture Architecture() const { return Provided<UserEnvironment>::Current().Architecture(); }
 
   private:
     PackageVersion m_version;

@@ -5,9 +5,10 @@
 #include <pugixml.hpp>
 #include <vector>
 
+#include "platform/core/Provided.h"
 #include "platform/core/Text.h"
-#include "platform/core/World.h"
 #include "platform/resources/PackageFiles.h"
+#include "platform/resources/UserEnvironment.h"
 #include "platform/resources/XmlSource.h"
 
 namespace platform {
@@ -43,7 +44,7 @@ std::shared_ptr<ResourceLoader> ResourceLoader::GetForCurrentView() {
         auto made = std::make_shared<ResourceLoader>();
         const auto folders = PackageLanguages();
         std::vector<std::string> order;
-        for (const auto& language : CurrentWorld().Languages()) {
+        for (const auto& language : Provided<UserEnvironment>::Current().Languages()) {
             order.push_back(FolderFor(ToUtf8(language), folders));
         }
         order.emplace_back(kDefaultLanguage);
@@ -70,7 +71,7 @@ std::u16string ResourceLoader::GetString(std::u16string_view key) const {
 
 ResourceContext ResourceContext::GetForCurrentView() {
     ResourceContext context;
-    const auto language = CurrentWorld().Languages().front();
+    const auto language = Provided<UserEnvironment>::Current().Languages().front();
     const bool rightToLeft = std::find(kRightToLeft.begin(), kRightToLeft.end(),
                                        BaseLanguage<char16_t>(language)) != kRightToLeft.end();
     context.m_values[u"Language"] = language;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/core/Clock.h"
+#include "platform/tasks/Clock.h"
 
 namespace platform::rpc {
 

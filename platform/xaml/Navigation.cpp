@@ -1,7 +1,8 @@
 #include "platform/xaml/Navigation.h"
+#include "platform/core/Lifetime.h"
+#include "platform/core/Provided.h"
 
 #include "platform/core/Exception.h"
-#include "platform/xaml/Application.h"
 #include "platform/xaml/TypeRegistry.h"
 #include "platform/xaml/Window.h"
 
@@ -55,7 +56,8 @@ std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
             m_navigationFailed.Raise(
                 *this, {.SourcePageType = entry.pageType, .Exception = std::current_exception()});
         } catch (const Exception& unhandled) {
-            Application::Fail(Exception(unhandled.Code(), unhandled.Message() + u": " + failure.Message()));
+            Provided<Lifetime>::Current().Fail(
+                Exception(unhandled.Code(), unhandled.Message() + u": " + failure.Message()));
             throw;
         }
         return nullptr;

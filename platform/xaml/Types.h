@@ -43,6 +43,27 @@ struct Thickness {
     bool operator==(const Thickness&) const = default;
 };
 
+/// Device-independent pixels.
+struct Size {
+    double Width = 0;
+    double Height = 0;
+};
+
+struct Rect {
+    double X = 0;
+    double Y = 0;
+    double Width = 0;
+    double Height = 0;
+};
+
+/// Widths that the caption buttons cover at the physical left and right end of the title bar, in
+/// device-independent pixels.
+struct OverlayInsets {
+    double Left = 0;
+    double Right = 0;
+    bool operator==(const OverlayInsets&) const = default;
+};
+
 /// A grid row's height or column's width: of its content, or a share of what is left.
 enum class GridLength { Auto, Star };
 

@@ -7,7 +7,7 @@
 
 #include "platform/core/Event.h"
 #include "platform/core/UserInterfaceThread.h"
-#include "platform/core/World.h"
+#include "platform/xaml/Peers.h"
 #include "platform/xaml/Types.h"
 
 namespace platform {

@@ -1,7 +1,8 @@
 #include "platform/xaml/Window.h"
+#include "platform/core/Lifetime.h"
+#include "platform/core/Provided.h"
 
 #include "platform/core/Exception.h"
-#include "platform/xaml/Application.h"
 
 namespace platform {
 
@@ -74,7 +75,8 @@ Window* Window::Current() {
     return IsUserInterfaceThread() ? g_window : nullptr;
 }
 
-Window::Window(World& world, std::shared_ptr<CoreDispatcher> dispatcher) : m_peer(world.CreateWindow(*this)) {
+Window::Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher)
+    : m_peer(windows.CreateWindow(*this)) {
     if (m_peer) {
         m_coreWindow = std::make_shared<platform::CoreWindow>(std::move(dispatcher));
     }
@@ -137,7 +139,7 @@ void Window::SetTitleBar(const std::shared_ptr<UIElement>& element) {
 }
 
 void Window::CloseRequested() {
-    Application::Exit();
+    Provided<Lifetime>::Current().Exit();
 }
 
 void Window::OverlayInsetsChanged() {

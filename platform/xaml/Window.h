@@ -3,7 +3,7 @@
 // The program's one window and the views of it, by the platform's names. Everything is used on the
 // user-interface thread.
 
-#include "platform/core/CoreDispatcher.h"
+#include "platform/tasks/CoreDispatcher.h"
 #include "platform/xaml/FrameworkElement.h"
 
 namespace platform {
@@ -71,7 +71,7 @@ class Window final : private WindowClient {
     /// The program's window; null on any other thread than the user-interface thread.
     static Window* Current();
 
-    Window(World& world, std::shared_ptr<CoreDispatcher> dispatcher);
+    Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher);
     ~Window() override;
 
     const std::shared_ptr<UIElement>& Content() const { return m_content; }

@@ -6,11 +6,11 @@
 #include <map>
 #include <thread>
 
-#include "platform/core/Clock.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Guarded.h"
 #include "platform/core/Text.h"
 #include "platform/storage/Places.h"
+#include "platform/tasks/Clock.h"
 #include "tests/logging/EtlRules.h"
 #include "tests/logging/LogFolder.h"
 #include "tests/support/TestClock.h"

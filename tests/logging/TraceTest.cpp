@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "backends/headless/HeadlessWorld.h"
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 #include "tests/logging/LogFolder.h"
 #include "tests/support/TestClock.h"
 

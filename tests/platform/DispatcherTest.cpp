@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "backends/headless/HeadlessLoop.h"
-#include "platform/core/CoreDispatcher.h"
+#include "platform/tasks/CoreDispatcher.h"
 #include "tests/support/TestClock.h"
 
 namespace platform {

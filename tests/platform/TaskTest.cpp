@@ -7,8 +7,8 @@
 #include <memory>
 #include <optional>
 
-#include "platform/core/Clock.h"
 #include "platform/core/UserInterfaceThread.h"
+#include "platform/tasks/Clock.h"
 #include "platform/tasks/task.h"
 
 namespace platform {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "platform/core/Environment.h"
 #include "platform/core/Text.h"
 #include "platform/core/Uri.h"
+#include "platform/resources/UserEnvironment.h"
 
 namespace platform {
 

@@ -7,8 +7,8 @@
 
 #include <future>
 
-#include "platform/core/Clock.h"
 #include "platform/core/Exception.h"
+#include "platform/tasks/Clock.h"
 #include "platform/tasks/ThreadPool.h"
 #include "tests/rpc/Support.h"
 

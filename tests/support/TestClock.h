@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "platform/core/Clock.h"
+#include "platform/tasks/Clock.h"
 
 /// A clock that stands still until it is told to go on; sleeping moves it on at once.
 class TestClock : public platform::Clock {

@@ -12,7 +12,7 @@
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/media/SpeechEngine.h"
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/MarkupAttributes.h"

@@ -1,4 +1,4 @@
-#include "platform/core/Environment.h"
+#include "platform/resources/UserEnvironment.h"
 
 #include <sys/utsname.h>
 

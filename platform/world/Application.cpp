@@ -1,4 +1,4 @@
-#include "platform/xaml/Application.h"
+#include "platform/world/Application.h"
 
 #include <atomic>
 #include <cstdio>
@@ -8,6 +8,7 @@
 #include "platform/core/EndSignals.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Guarded.h"
+#include "platform/core/Lifetime.h"
 #include "platform/core/Text.h"
 #include "platform/resources/Package.h"
 #include "platform/tasks/task.h"
@@ -25,7 +26,7 @@ constexpr auto kSuspensionLimit = 5s;
 }  // namespace
 
 /// One run of the application in its world, from Start to the end.
-class ApplicationRun final : private WorldClient {
+class ApplicationRun final : private WorldClient, private Lifetime {
   public:
     explicit ApplicationRun(World& world);
     ~ApplicationRun() override;
@@ -35,10 +36,10 @@ class ApplicationRun final : private WorldClient {
     int Run(const std::function<std::shared_ptr<Application>()>& create);
 
     /// Any thread.
-    void PostEnd() {
+    void Exit() override {
         m_world.Loop().Post([this] { EndRequested(); });
     }
-    void Fail(const std::exception& failure);
+    void Fail(const std::exception& failure) override;
     void WhenIdle(std::function<void()> handler);
 
   private:
@@ -55,6 +56,7 @@ class ApplicationRun final : private WorldClient {
     World& m_world;
     UserInterfaceThreadMark m_thread;
     WorldScope m_scope;
+    Provided<Lifetime> m_lifetime{*this};
     std::shared_ptr<CoreDispatcher> m_dispatcher;
     std::shared_ptr<Application> m_application;
     std::optional<Window> m_window;
@@ -111,7 +113,7 @@ ApplicationRun::~ApplicationRun() {
 }
 
 int ApplicationRun::Run(const std::function<std::shared_ptr<Application>()>& create) {
-    const EndSignals signals([this] { PostEnd(); });
+    const EndSignals signals([this] { Exit(); });
     m_application = create();
     CurrentRun().With([this](RunInProgress& current) { current.application = m_application; });
     const int status = m_world.Run(*this);
@@ -212,7 +214,7 @@ void ApplicationRun::Fail(const std::exception& failure) {
     if (m_status.exchange(1) == 0) {
         std::fprintf(stderr, "kelvane: %s\n", failure.what());
     }
-    PostEnd();
+    Exit();
 }
 
 void ApplicationRun::WhenIdle(std::function<void()> handler) {
@@ -248,7 +250,7 @@ std::shared_ptr<Application> Application::Current() {
 }
 
 void Application::Exit() {
-    WithCurrentRun([](ApplicationRun& run) { run.PostEnd(); });
+    WithCurrentRun([](ApplicationRun& run) { run.Exit(); });
 }
 
 void Application::WhenIdle(std::function<void()> handler) {

@@ -8,7 +8,7 @@
 #include "platform/core/Event.h"
 #include "platform/core/Suspension.h"
 #include "platform/core/Uri.h"
-#include "platform/core/World.h"
+#include "platform/world/World.h"
 
 namespace platform {
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <memory>
 
+#include "platform/core/EventLoop.h"
 #include "platform/core/Guarded.h"
-#include "platform/core/World.h"
 #include "platform/tasks/task.h"
 
 namespace platform {

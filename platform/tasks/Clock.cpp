@@ -1,4 +1,4 @@
-#include "platform/core/Clock.h"
+#include "platform/tasks/Clock.h"
 
 #include <condition_variable>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "platform/core/CoreDispatcher.h"
+#include "platform/tasks/CoreDispatcher.h"
 
 #include <optional>
 #include <utility>
