@@ -11,10 +11,13 @@
 #include <utility>
 
 #include "daemon/machine/Values.h"
+#include "platform/core/Exception.h"
 
 namespace daemon_service {
 
 namespace {
+
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 16;
 
 struct NamedTool {
     Tool Which;
@@ -155,13 +158,15 @@ Configuration LoadConfiguration(const std::string& path, uid_t owner) {
                                  ": others than root can change it; make root its owner and take the write "
                                  "permission of group and others away (chmod go-w)");
     }
-    std::string text;
-    char buffer[4096];
-    for (ssize_t count = 0; (count = read(file.Get(), buffer, sizeof buffer)) > 0;) {
-        text.append(buffer, static_cast<std::size_t>(count));
-    }
     try {
-        return ParseConfiguration(text);
+        // Half a file must not be followed as if it were the whole.
+        const auto bytes = platform::ReadUpTo(file, path, 0, kMaxFileBytes + 1);
+        if (bytes.size() > kMaxFileBytes) {
+            throw ConfigurationError("longer than 64 KiB");
+        }
+        return ParseConfiguration({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    } catch (const platform::Exception& error) {
+        throw ConfigurationError(error.what());
     } catch (const ConfigurationError& error) {
         throw ConfigurationError(path + ", " + error.what());
     }

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <span>
 #include <utility>
 
 #include "daemon/machine/Smbios.h"
@@ -138,9 +139,10 @@ class Writer {
         const std::filesystem::path target = Place(path);
         const platform::FileDescriptor file(
             open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-        if (!file || write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-            throw platform::ExceptionFromErrno("write " + target.string(), errno);
+        if (!file) {
+            throw platform::ExceptionFromErrno("create " + target.string(), errno);
         }
+        platform::WriteAt(file, target, std::as_bytes(std::span(text)), 0);
     }
 
     void Link(const std::string& path, const std::string& target) const {

@@ -35,6 +35,11 @@ constexpr std::array kCredentials{
     Credential{"/sys/firmware/dmi/tables/DMI", "smbios_table"},
 };
 
+/// How often opening a file is tried while it fails by chance. openat2(2) says EAGAIN when any file of the
+/// machine was renamed while it followed a ".."; with four threads that do nothing but rename, one opening in
+/// a hundred fails, and none was seen to fail four times in a row.
+constexpr int kOpenTries = 100;
+
 /// Reads to the end; sets errno and returns nothing on failure.
 std::optional<std::string> ReadAll(int descriptor) {
     std::string content;
@@ -89,17 +94,25 @@ Tree::Tree(const std::string& root, Witness witness)
     }
 }
 
+platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
+    for (int tries = 1;; ++tries) {
+        const int descriptor = OpenOnce(path, flags);
+        if (descriptor >= 0 || (errno != EAGAIN && errno != EINTR) || tries == kOpenTries) {
+            return platform::FileDescriptor(descriptor);
+        }
+    }
+}
+
 /// Below a recorded tree no link leads out of it. The machine itself needs no such care, and the sandbox of
 /// the service's unit, which serves nothing else, has no openat2 (RestrictSUIDSGID takes it away).
-platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
+int Tree::OpenOnce(const std::string& path, int flags) const {
     if (m_isMachine) {
-        return platform::FileDescriptor(open(path.c_str(), flags | O_CLOEXEC));
+        return open(path.c_str(), flags | O_CLOEXEC);
     }
     open_how how{};
     how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
     how.resolve = RESOLVE_IN_ROOT;
-    return platform::FileDescriptor(
-        static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how)));
+    return static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how));
 }
 
 std::optional<std::string> Tree::Read(const std::string& path) {
@@ -114,14 +127,16 @@ std::optional<std::string> Tree::Read(const std::string& path) {
         file = Open(path, O_RDONLY | O_NONBLOCK);
     }
     if (!file) {
-        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
+        return Missing(path, errno);
     }
     if (!IsRegular(file.Get())) {
-        return Missing(path, "not a regular file");
+        m_reason = "not a regular file";
+        Note(path + ": " + m_reason);
+        return std::nullopt;
     }
     std::optional<std::string> content = ReadAll(file.Get());
     if (!content) {
-        return Missing(path, MeansAbsent(errno) ? nullptr : std::strerror(errno));
+        return Missing(path, errno);
     }
     if (m_witness.File) {
         m_witness.File(path, *content);
@@ -129,10 +144,11 @@ std::optional<std::string> Tree::Read(const std::string& path) {
     return content;
 }
 
-/// `reason` is null for a file that is absent, the only case that is nobody's fault.
-std::nullopt_t Tree::Missing(const std::string& path, const char* reason) {
-    m_reason = reason == nullptr ? "absent" : reason;
-    if (reason != nullptr) {
+/// A file that is absent is the only case that is nobody's fault and gets no note.
+std::nullopt_t Tree::Missing(const std::string& path, int error) {
+    const bool absent = MeansAbsent(error);
+    m_reason = absent ? "absent" : std::strerror(error);
+    if (!absent) {
         Note(path + ": " + m_reason);
     }
     return std::nullopt;
@@ -141,21 +157,22 @@ std::nullopt_t Tree::Missing(const std::string& path, const char* reason) {
 std::vector<std::string> Tree::List(const std::string& path) {
     std::vector<std::string> names;
     platform::FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
-    if (!folder) {
-        if (!MeansAbsent(errno)) {
-            Note(path + ": " + std::strerror(errno));
-        }
-        return names;
-    }
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(folder.Get()), closedir);
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(folder ? fdopendir(folder.Get()) : nullptr, closedir);
     if (stream == nullptr) {
+        Missing(path, errno);
         return names;
     }
     folder.Release();
+    // readdir reports the end and a failure alike, and sets errno for a failure only.
+    errno = 0;
     while (const dirent* entry = readdir(stream.get())) {
         if (entry->d_name[0] != '.') {
             names.emplace_back(entry->d_name);
         }
+        errno = 0;
+    }
+    if (errno != 0) {
+        Missing(path, errno);
     }
     std::ranges::sort(names, [](const std::string& a, const std::string& b) {
         return strverscmp(a.c_str(), b.c_str()) < 0;
@@ -165,13 +182,10 @@ std::vector<std::string> Tree::List(const std::string& path) {
 
 std::optional<std::string> Tree::LinkTarget(const std::string& path) {
     const platform::FileDescriptor link = Open(path, O_PATH | O_NOFOLLOW);
-    if (!link) {
-        return std::nullopt;
-    }
     char target[4096];
-    const ssize_t length = readlinkat(link.Get(), "", target, sizeof target);
+    const ssize_t length = link ? readlinkat(link.Get(), "", target, sizeof target) : -1;
     if (length < 0) {
-        return std::nullopt;
+        return Missing(path, errno);
     }
     std::string text(target, static_cast<std::size_t>(length));
     if (m_witness.Link) {

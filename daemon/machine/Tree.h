@@ -38,13 +38,15 @@ class Tree {
     /// Every reason but absence becomes a note.
     std::optional<std::string> Read(const std::string& path);
 
-    /// Why the last Read gave nothing: "absent", or what the system said.
+    /// Why the last call that gave nothing did so: "absent", or the system's error.
     const std::string& Reason() const { return m_reason; }
 
-    /// The names in a directory, sorted ("port2" before "port10"); none if it is absent.
+    /// The names in a directory, sorted ("port2" before "port10"); none if it is absent. Every other reason
+    /// for a missing name becomes a note.
     std::vector<std::string> List(const std::string& path);
 
-    /// Where the symbolic link at `path` points, as written in it.
+    /// Where the symbolic link at `path` points, as written in it; nothing if there is no link. Every other
+    /// reason becomes a note.
     std::optional<std::string> LinkTarget(const std::string& path);
 
     /// Why something could not be read or told; goes to the service's own log. The same note counts once.
@@ -52,8 +54,9 @@ class Tree {
     const std::vector<std::string>& Notes() const { return m_notes; }
 
   private:
-    std::nullopt_t Missing(const std::string& path, const char* reason);
+    std::nullopt_t Missing(const std::string& path, int error);
     platform::FileDescriptor Open(const std::string& path, int flags);
+    int OpenOnce(const std::string& path, int flags) const;
 
     bool m_isMachine;
     platform::FileDescriptor m_root;

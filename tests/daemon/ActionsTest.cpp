@@ -165,16 +165,19 @@ TEST(Configuration, IsReadAsWrittenOrRefusedWithItsLine) {
     }
 }
 
-TEST(Configuration, IsFollowedOnlyIfOthersCannotChangeIt) {
+TEST(Configuration, IsFollowedWholeAndOnlyIfOthersCannotChangeIt) {
     const platform::rpc::test::EndpointScope scope;
     const std::string path = scope.Directory() + "/service.conf";
-    std::ofstream(path) << "firmware-request = off\n";
+    std::ofstream(path) << std::string(60'000, '#') << "\nfirmware-request = off\n";
     const uid_t owner = geteuid() != 0 ? geteuid() : 65534;
     ASSERT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)), 0);
     EXPECT_EQ(LoadConfiguration(path, owner).Firmware.By, FirmwareRequest::Method::Off);
     EXPECT_THROW(LoadConfiguration(path, 0), ConfigurationError);
     ASSERT_EQ(chmod(path.c_str(), 0664), 0);
     EXPECT_THROW(LoadConfiguration(path, owner), ConfigurationError);
+    ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+    std::ofstream(path, std::ios::app) << std::string(10'000, '\n');
+    EXPECT_THROW(LoadConfiguration(path, owner), ConfigurationError) << "too long";
 }
 
 TEST(Configuration, WithoutOneTheFirstInstalledToolIsTaken) {

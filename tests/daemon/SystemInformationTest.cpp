@@ -1,5 +1,6 @@
 // The system-information record of whole machines, and of the single faults that firmware is known for.
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
@@ -8,6 +9,8 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <cerrno>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
 
@@ -16,6 +19,37 @@
 #include "daemon/machine/Values.h"
 #include "platform/core/Text.h"
 #include "tests/daemon/RecordedMachine.h"
+
+namespace {
+
+/// What openat2 answers: `Error` for the first `Each` tries of every opening.
+struct Failures {
+    int Error = 0;
+    int Each = 0;
+    int Tries = 0;
+} g_failures;
+
+}  // namespace
+
+/// Stands before the library's function of this name, through which openat2 is called.
+extern "C" long syscall(long number, ...) noexcept {
+    va_list list;
+    va_start(list, number);
+    long arguments[6];
+    for (long& argument : arguments) {
+        argument = va_arg(list, long);
+    }
+    va_end(list);
+    if (number == SYS_openat2 && g_failures.Tries++ < g_failures.Each) {
+        errno = g_failures.Error;
+        return -1;
+    }
+    if (number == SYS_openat2) {
+        g_failures.Tries = 0;
+    }
+    static const auto real = reinterpret_cast<decltype(&syscall)>(dlsym(RTLD_NEXT, "syscall"));
+    return real(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
+}
 
 namespace daemon_service {
 namespace {
@@ -151,6 +185,25 @@ TEST(Tree, LinksStayBelowTheRootAndOddFilesAreRefused) {
     EXPECT_THAT(machine.SystemInformation(), testing::Not(HasSubstr("root")));
     EXPECT_THAT(machine.Notes(), Contains(HasSubstr("/proc/meminfo: not a regular file")));
     EXPECT_THROW(Tree("/nonexistent/tree"), std::exception);
+}
+
+TEST(Tree, AnOpeningThatFailsByChanceIsTriedAgainAndOneThatAlwaysDoesIsReported) {
+    RecordedMachine machine;
+    BuildLaptop(machine);
+    const std::string record = machine.SystemInformation() + machine.UsbTypeC();
+    for (const int error : {EAGAIN, EINTR}) {
+        g_failures = {.Error = error, .Each = 3};
+        EXPECT_EQ(machine.SystemInformation() + machine.UsbTypeC(), record) << error;
+    }
+    g_failures = {.Error = EAGAIN, .Each = 1'000'000};
+    Tree tree(machine.Root());
+    EXPECT_FALSE(tree.Read("/proc/cpuinfo"));
+    EXPECT_TRUE(tree.List("/sys/class/typec").empty());
+    EXPECT_FALSE(tree.LinkTarget("/etc/os-release"));
+    g_failures = {};
+    EXPECT_THAT(tree.Notes(), testing::ElementsAre("/proc/cpuinfo: Resource temporarily unavailable",
+                                                   "/sys/class/typec: Resource temporarily unavailable",
+                                                   "/etc/os-release: Resource temporarily unavailable"));
 }
 
 /// Takes openat2 away from this process, as the sandbox of the service's unit does.
