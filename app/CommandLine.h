@@ -3,11 +3,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/core/ProgramOptions.h"
+
 namespace Kelvane {
 
 /// What the command line asks for.
 struct CommandLine {
-    enum class Action { Window, Text, Json, Help, Version, Invalid };
+    enum class Action { Window, Text, Json };
 
     Action Wanted = Action::Window;
     /// Where to save a picture of the window; empty for none.
@@ -16,15 +18,10 @@ struct CommandLine {
     bool Background = false;
     /// The launch arguments, or one URI.
     std::vector<std::string> Words;
-    /// Why the command line is invalid.
-    std::string Problem;
 };
 
-/// `arguments` without the program's name. Options come before the words; "--" ends them. Nothing is read
-/// after --help or --version.
-CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+extern const platform::Program kProgram;
 
-/// What --help prints.
-extern const char* const kUsage;
+CommandLine ReadCommandLine(const platform::ProgramArguments& arguments);
 
 }  // namespace Kelvane

@@ -5,7 +5,8 @@
 #include <iterator>
 #include <string>
 
-#include "app/StandardOutput.h"
+#include "app/CommandLine.h"
+#include "platform/core/StandardOutput.h"
 #include "platform/core/Text.h"
 #include "platform/resources/ResourceLoader.h"
 #include "platform/world/Application.h"
@@ -97,15 +98,16 @@ std::string JsonObject(const std::vector<VisibleRow>& rows) {
 bool Write(OutputFormat format, const std::vector<VisibleRow>& main,
            const std::vector<VisibleRow>& usbTypeC) {
     if (format == OutputFormat::Json) {
-        return WriteStandardOutput("{\"systemInformation\": " + JsonObject(main) +
-                                   ", \"usbTypeC\": " + JsonObject(usbTypeC) + "}\n");
+        return platform::WriteStandardOutput(kProgram.Name, "{\"systemInformation\": " + JsonObject(main) +
+                                                                ", \"usbTypeC\": " + JsonObject(usbTypeC) +
+                                                                "}\n");
     }
     std::string text = TextLines(main);
     if (HasValues(usbTypeC)) {
         const auto heading = platform::ResourceLoader::GetForCurrentView()->GetString(u"UsbTypeCTitle/Text");
         text += "\n" + platform::ToValidUtf8(heading) + "\n" + TextLines(usbTypeC);
     }
-    return WriteStandardOutput(text);
+    return platform::WriteStandardOutput(kProgram.Name, text);
 }
 
 /// Why no row has a value, and the way out.

@@ -3,29 +3,19 @@
 
 #include "app/App.h"
 #include "app/CommandLine.h"
-#include "app/StandardOutput.h"
 #include "app/TextOutput.h"
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/headless/HeadlessWorld.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
-#include "platform/core/Exception.h"
-#include "platform/resources/Package.h"
+#include "platform/resources/PackageFiles.h"
 
 namespace {
 
 using Kelvane::CommandLine;
 
-// Exit statuses beside 0 (success) and 1 (no data, or a failure).
-constexpr int kWrongUsage = 2;
+/// Exit status beside those of every program.
 constexpr int kNoDisplay = 3;
-
-std::string VersionLine() {
-    const auto& version = platform::Package::Current().Id().Version();
-    const auto text = [](unsigned part) { return std::to_string(part); };
-    return "kelvane " + text(version.Major) + "." + text(version.Minor) + "." + text(version.Build) + "." +
-           text(version.Revision) + "\n";
-}
 
 /// Runs the whole application without a screen and prints what it shows.
 int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
@@ -74,22 +64,16 @@ int RunWindow(const CommandLine& line) {
 }
 
 int Run(const CommandLine& line) {
+    platform::VerifyPackageDirectory();
     switch (line.Wanted) {
-        case CommandLine::Action::Help:
-            return Kelvane::WriteStandardOutput(Kelvane::kUsage) ? 0 : 1;
-        case CommandLine::Action::Version:
-            return Kelvane::WriteStandardOutput(VersionLine()) ? 0 : 1;
-        case CommandLine::Action::Invalid:
-            std::fprintf(stderr, "kelvane: %s; see 'kelvane --help'\n", line.Problem.c_str());
-            return kWrongUsage;
         case CommandLine::Action::Text:
             return RunText(line, Kelvane::OutputFormat::Text);
         case CommandLine::Action::Json:
             return RunText(line, Kelvane::OutputFormat::Json);
         case CommandLine::Action::Window:
-            return RunWindow(line);
+            break;
     }
-    return kWrongUsage;
+    return RunWindow(line);
 }
 
 }  // namespace
@@ -100,10 +84,7 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     platform::SetPackageFiles(Kelvane::PackageContent());
     Kelvane::RegisterPages();
-    try {
-        return Run(Kelvane::ParseCommandLine({argv + 1, argv + argc}));
-    } catch (...) {
-        std::fprintf(stderr, "kelvane: %s\n", platform::CurrentException().what());
-        return 1;
-    }
+    return platform::RunProgram(Kelvane::kProgram, argc, argv, [](const auto& arguments) {
+        return Run(Kelvane::ReadCommandLine(arguments));
+    });
 }

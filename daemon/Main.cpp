@@ -15,35 +15,24 @@
 
 namespace {
 
-int StartTool(const daemon_service::Options& options) {
-    const auto tool = daemon_service::ToolByName(options.Argument);
-    if (!tool) {
-        daemon_service::Log(
-            daemon_service::Priority::Error,
-            "unknown tool \"" + options.Argument + "\"; known are system-information and usb-type-c");
-        return daemon_service::kUsageStatus;
-    }
-    daemon_service::BecomeTool(*tool, daemon_service::LoadConfiguration(options.Configuration, geteuid()));
-}
-
 int Record(const daemon_service::Options& options) {
-    for (const std::string& note : daemon_service::Record(options.Sysroot, options.Argument)) {
+    for (const std::string& note : daemon_service::Record(options.Sysroot, options.Recording)) {
         daemon_service::Log(daemon_service::Priority::Information, note);
     }
     daemon_service::Log(daemon_service::Priority::Information,
-                        "recorded to " + options.Argument + "; look it through before you send it");
+                        "recorded to " + options.Recording + "; look it through before you send it");
     return EXIT_SUCCESS;
 }
 
 int Run(const daemon_service::Options& options) {
     switch (options.Mode) {
         case daemon_service::Options::Task::Print:
-            daemon_service::PrintRecords(options.Sysroot);
-            return EXIT_SUCCESS;
+            return daemon_service::PrintRecords(options.Sysroot) ? EXIT_SUCCESS : EXIT_FAILURE;
         case daemon_service::Options::Task::Record:
             return Record(options);
         case daemon_service::Options::Task::StartTool:
-            return StartTool(options);
+            daemon_service::BecomeTool(options.StartedTool,
+                                       daemon_service::LoadConfiguration(options.Configuration, geteuid()));
         case daemon_service::Options::Task::Serve:
             break;
     }
@@ -52,15 +41,14 @@ int Run(const daemon_service::Options& options) {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    const auto [options, exitStatus] = daemon_service::ParseOptions(count, arguments);
-    if (!options) {
-        return exitStatus;
-    }
-    try {
-        return Run(*options);
-    } catch (const std::exception& exception) {
-        daemon_service::Log(daemon_service::Priority::Error, exception.what());
-        return EXIT_FAILURE;
-    }
+int main(int argc, char** argv) {
+    return platform::RunProgram(daemon_service::kProgram, argc, argv, [](const auto& arguments) {
+        const auto options = daemon_service::ReadOptions(arguments);
+        try {
+            return Run(options);
+        } catch (const std::exception& exception) {
+            daemon_service::Log(daemon_service::Priority::Error, exception.what());
+            return EXIT_FAILURE;
+        }
+    });
 }

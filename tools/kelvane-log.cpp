@@ -1,7 +1,5 @@
 // kelvane-log: prints the messages of Kelvane's log files.
 
-#include <getopt.h>
-
 #include <cerrno>
 #include <chrono>
 #include <clocale>
@@ -9,13 +7,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
-#include "platform/core/Exception.h"
+#include "platform/core/ProgramOptions.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
+#include "tools/LogOptions.h"
 #include "tools/LogSources.h"
 #include "tools/LogText.h"
 
@@ -24,33 +24,6 @@ namespace {
 /// How many stored files are read when none are named.
 constexpr std::size_t kNewest = 10;
 constexpr std::chrono::milliseconds kPollInterval{200};
-
-struct Options {
-    bool follow = false;
-    bool utc = false;
-    bool json = false;
-    platform::LoggingLevel level = platform::LoggingLevel::Verbose;
-    std::string since;
-    std::vector<logtool::Place> places;
-};
-
-constexpr const char* kHelp =
-    "Usage: kelvane-log [OPTION ...] [FILE|FOLDER ...]\n"
-    "Prints the messages of Kelvane's log files: time, level, process:thread, message.\n"
-    "Without FILE or FOLDER: the newest stored files and the running program's.\n"
-    "\n"
-    "  -f, --follow     go on printing new messages as they come, until interrupted\n"
-    "  -l, --level L    only messages of this level and above: Verbose, Information,\n"
-    "                   Warning, Error, Critical\n"
-    "  -s, --since T    only messages since T: \"2026-03-05\", \"2026-03-05 09:04\", \"09:04:07\"\n"
-    "                   (today), a time as it is printed, or so long ago: 30s, 10m, 2h, 7d\n"
-    "  -u, --utc        times in UTC, also T; else local time\n"
-    "  -j, --json       one JSON object a line\n"
-    "  -h, --help       print this and end\n"
-    "\n"
-    "Exit status: 0 when all was read, 1 when a file is damaged, foreign or missing (what\n"
-    "can be read of it is printed) or the output cannot be written, 2 for wrong\n"
-    "options.\n";
 
 /// Ends the program when the standard output did not take what was printed; `taken` is what its last call
 /// told.
@@ -69,74 +42,17 @@ void Flush() {
     Require(std::fflush(stdout) == 0);
 }
 
-/// The exit status when the program ends at once.
-std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
-    static constexpr option kLong[] = {{"follow", no_argument, nullptr, 'f'},
-                                       {"level", required_argument, nullptr, 'l'},
-                                       {"since", required_argument, nullptr, 's'},
-                                       {"utc", no_argument, nullptr, 'u'},
-                                       {"json", no_argument, nullptr, 'j'},
-                                       {"help", no_argument, nullptr, 'h'},
-                                       {nullptr, 0, nullptr, 0}};
-    for (int letter = 0; (letter = getopt_long(argc, argv, "fl:s:ujh", kLong, nullptr)) != -1;) {
-        switch (letter) {
-            case 'f':
-                options.follow = true;
-                break;
-            case 'l':
-                if (const auto level = logtool::ParseLevel(optarg)) {
-                    options.level = *level;
-                    break;
-                }
-                std::fprintf(
-                    stderr,
-                    "kelvane-log: \"%s\" is no level; use Verbose, Information, Warning, Error or Critical\n",
-                    optarg);
-                return 2;
-            case 's':
-                options.since = optarg;
-                break;
-            case 'u':
-                options.utc = true;
-                break;
-            case 'j':
-                options.json = true;
-                break;
-            case 'h':
-                std::fputs(kHelp, stdout);
-                Flush();
-                return 0;
-            default:
-                std::fputs("Try: kelvane-log --help\n", stderr);
-                return 2;
-        }
+int Run(const logtool::LogOptions& options) {
+    std::vector<logtool::Place> places;
+    for (const auto& place : options.Places) {
+        places.push_back({.path = place});
     }
-    for (int i = optind; i < argc; ++i) {
-        options.places.push_back({.path = argv[i]});
-    }
-    return {};
-}
-
-int Run(Options options) {
-    std::int64_t since = INT64_MIN;
-    if (!options.since.empty()) {
-        const auto parsed =
-            logtool::ParseSince(options.since, options.utc, platform::CurrentClock().FileTime());
-        if (!parsed) {
-            std::fprintf(
-                stderr, "kelvane-log: \"%s\" is no time; use \"2026-03-05 09:04\", \"09:04:07\" or \"10m\"\n",
-                options.since.c_str());
-            return 2;
-        }
-        since = *parsed;
-    }
-    const bool byDefault = options.places.empty();
+    const bool byDefault = places.empty();
     const auto stored = platform::LocalStateFolder() / "Kelvane_LogFiles";
     if (byDefault) {
         // In the order in which a message moves, so that none slips through.
-        options.places = {
-            {.path = platform::LogsFolder(), .mayBeMissing = true},
-            {.path = stored, .newest = options.since.empty() ? kNewest : 0, .mayBeMissing = true}};
+        places = {{.path = platform::LogsFolder(), .mayBeMissing = true},
+                  {.path = stored, .newest = options.Since ? 0 : kNewest, .mayBeMissing = true}};
     }
     int status = 0;
     const auto say = [](const std::filesystem::path& path, const std::string& what) {
@@ -144,13 +60,13 @@ int Run(Options options) {
         std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), what.c_str());
     };
     logtool::LogSources sources(
-        options.places,
+        std::move(places),
         [&](const platform::etl::TraceEvent& event) {
-            if (event.level < options.level || event.fileTime < since) {
+            if (event.level < options.Level || (options.Since && event.fileTime < *options.Since)) {
                 return;
             }
             const auto line =
-                (options.json ? logtool::JsonLine : logtool::TextLine)(event, options.utc) + '\n';
+                (options.Json ? logtool::JsonLine : logtool::TextLine)(event, options.Utc) + '\n';
             Require(std::fwrite(line.data(), 1, line.size(), stdout) == line.size());
         },
         [&](const std::filesystem::path& path, const std::string& problem) {
@@ -164,7 +80,7 @@ int Run(Options options) {
         status = 1;
     }
     Flush();
-    while (options.follow) {
+    while (options.Follow) {
         std::this_thread::sleep_for(kPollInterval);
         sources.Poll();
         Flush();
@@ -177,14 +93,7 @@ int Run(Options options) {
 int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     tzset();
-    Options options;
-    if (const auto status = ParseOptions(argc, argv, options)) {
-        return *status;
-    }
-    try {
-        return Run(std::move(options));
-    } catch (const std::exception& exception) {
-        std::fprintf(stderr, "kelvane-log: %s\n", exception.what());
-        return 1;
-    }
+    return platform::RunProgram(logtool::kProgram, argc, argv, [](const auto& arguments) {
+        return Run(logtool::ReadOptions(arguments, platform::CurrentClock().FileTime()));
+    });
 }

@@ -1,8 +1,10 @@
 #include "backends/desktop/ColorScheme.h"
 
+#include <string>
 #include <string_view>
 
 #include "backends/desktop/StyleSheets.h"
+#include "platform/core/ProgramOptions.h"
 
 namespace desktop {
 
@@ -15,11 +17,28 @@ constexpr const char* kAppearance = "org.freedesktop.appearance";
 constexpr const char* kPreferDark = "gtk-application-prefer-dark-theme";
 constexpr const char* kTheme = "gtk-theme-name";
 
+constexpr std::string_view kLight = "light";
+constexpr std::string_view kDark = "dark";
+
+/// The word of the environment; empty for none.
+std::string_view ForcedScheme() {
+    const auto* const word = g_getenv("KELVANE_COLOR_SCHEME");
+    return word != nullptr ? word : "";
+}
+
 void Load(GtkCssProvider* provider, std::string_view text) {
     gtk_css_provider_load_from_data(provider, text.data(), static_cast<gssize>(text.size()));
 }
 
 }  // namespace
+
+void VerifyColorScheme() {
+    const auto forced = ForcedScheme();
+    if (!forced.empty() && forced != kLight && forced != kDark) {
+        throw platform::WrongUsage("KELVANE_COLOR_SCHEME is '" + std::string(forced) +
+                                   "'; set it to light or dark, or unset it to follow the desktop");
+    }
+}
 
 ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     auto* const display = gdk_display_get_default();
@@ -27,11 +46,10 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
         gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider),
                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     }
-    const std::string_view forced =
-        g_getenv("KELVANE_COLOR_SCHEME") != nullptr ? g_getenv("KELVANE_COLOR_SCHEME") : "";
-    m_isForced = forced == "light" || forced == "dark";
+    const auto forced = ForcedScheme();
+    m_isForced = !forced.empty();
     if (m_isForced) {
-        Wish(forced == "dark");
+        Wish(forced == kDark);
     }
     g_bus_get(
         G_BUS_TYPE_SESSION, m_cancellable.get(),
@@ -105,8 +123,8 @@ void ColorScheme::DesktopPrefers(std::string_view key, GVariant* value) {
     }
     const auto number = g_variant_get_uint32(value);
     if (key == "color-scheme" && !m_isForced) {
-        enum : guint32 { kNoPreference, kDark, kLight };
-        Wish(number == kNoPreference ? std::nullopt : std::optional(number == kDark));
+        enum : guint32 { kNoPreference, kPrefersDark, kPrefersLight };
+        Wish(number == kNoPreference ? std::nullopt : std::optional(number == kPrefersDark));
     } else if (key == "contrast") {
         m_higherContrast = number == 1;
         Apply();

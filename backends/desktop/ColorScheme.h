@@ -7,6 +7,9 @@
 
 namespace desktop {
 
+/// Throws WrongUsage when KELVANE_COLOR_SCHEME is set to a word without meaning. Any thread.
+void VerifyColorScheme();
+
 /// Light or dark, as the user prefers it: `KELVANE_COLOR_SCHEME` ("light", "dark"), else the desktop's
 /// setting, followed while the program runs, else the toolkit's own. Higher contrast when the desktop or the
 /// toolkit's theme asks for it. User-interface thread.

@@ -4,6 +4,7 @@
 
 #include <clocale>
 
+#include "backends/desktop/ColorScheme.h"
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/desktop/GLibPtr.h"
 
@@ -56,6 +57,7 @@ void AddIconFolder() {
 }  // namespace
 
 bool DisplayAvailable() {
+    VerifyColorScheme();
     // Texts by the user's locale; numbers keep their plain form, which markup is read by.
     std::setlocale(LC_ALL, "");
     std::setlocale(LC_NUMERIC, "C");

@@ -4,6 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "daemon/actions/Configuration.h"
+#include "platform/core/ProgramOptions.h"
+
 namespace daemon_service {
 
 /// What the command line asks for.
@@ -11,7 +14,8 @@ struct Options {
     enum class Task { Serve, Print, Record, StartTool };
 
     Task Mode = Task::Serve;
-    std::string Argument;                  ///< folder of --record, tool of --start-tool
+    std::string Recording;                 ///< folder of --record
+    Tool StartedTool{};                    ///< of --start-tool
     std::optional<std::string> Directory;  ///< of the socket
     std::optional<std::string> SystemInformationFile;
     std::optional<std::string> UsbTypeCFile;
@@ -20,15 +24,9 @@ struct Options {
     std::string Configuration = "/etc/kelvane/service.conf";
 };
 
-/// Exit statuses besides 0 and 1 (failed).
-inline constexpr int kUsageStatus = 64;
+extern const platform::Program kProgram;
 
-/// The options, or the exit status where the program ends here: --help and --version, printed to standard
-/// output, or a command line that cannot be followed, explained on standard error.
-struct ParsedOptions {
-    std::optional<Options> Value;
-    int ExitStatus = 0;
-};
-ParsedOptions ParseOptions(int count, char** arguments);
+/// Throws WrongUsage.
+Options ReadOptions(const platform::ProgramArguments& arguments);
 
 }  // namespace daemon_service

@@ -1,6 +1,6 @@
 #include "daemon/service/Records.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <utility>
@@ -8,11 +8,14 @@
 #include "daemon/machine/SystemInformation.h"
 #include "daemon/machine/UsbTypeC.h"
 #include "daemon/service/Log.h"
+#include "platform/core/StandardOutput.h"
 #include "platform/core/Text.h"
 
 namespace daemon_service {
 
 namespace {
+
+constexpr std::size_t kLabelWidth = 20;
 
 /// The file's text without the line end that editors put there.
 std::optional<std::u16string> FileText(const std::string& path) {
@@ -28,14 +31,17 @@ std::optional<std::u16string> FileText(const std::string& path) {
     return platform::FromUtf8(text);
 }
 
-void Print(const char* heading, const std::vector<Field>& fields) {
-    std::printf("%s\n", heading);
+/// A line for each field, and the record as it is served.
+std::string Printed(const std::string& heading, const std::vector<Field>& fields) {
+    std::string text = heading + "\n";
     for (const Field& field : fields) {
-        std::printf("  %-20s %s\n", platform::ToUtf8(field.Label).c_str(),
-                    platform::ToValidUtf8(field.Text).c_str());
+        auto label = platform::ToUtf8(field.Label);
+        label.resize(std::max(label.size(), kLabelWidth), ' ');
+        text += "  " + label + " " + platform::ToValidUtf8(field.Text) + "\n";
     }
     const std::u16string record = Joined(fields);
-    std::printf("  record (%zu characters)\n  %s\n", record.size(), platform::ToValidUtf8(record).c_str());
+    return text + "  record (" + std::to_string(record.size()) + " characters)\n  " +
+           platform::ToValidUtf8(record) + "\n";
 }
 
 }  // namespace
@@ -72,13 +78,15 @@ void Records::LogNews(platform::Guarded<Notes>& known, const Notes& notes) {
     }
 }
 
-void PrintRecords(const std::string& sysroot) {
+bool PrintRecords(const std::string& sysroot) {
     Tree tree(sysroot);
-    Print("System information", ReadSystemInformation(tree));
-    Print("USB Type-C", ReadUsbTypeC(tree));
+    const auto text = Printed("System information", ReadSystemInformation(tree)) +
+                      Printed("USB Type-C", ReadUsbTypeC(tree));
+    const bool written = platform::WriteStandardOutput(kProgram.Name, text);
     for (const std::string& note : tree.Notes()) {
         Log(Priority::Information, note);
     }
+    return written;
 }
 
 }  // namespace daemon_service

@@ -33,7 +33,8 @@ class Records {
     platform::Guarded<Notes> m_usbTypeCNotes;
 };
 
-/// Both records and why values are missing, for people, on standard output and standard error.
-void PrintRecords(const std::string& sysroot);
+/// Both records and why values are missing, for people, on standard output and standard error. False when the
+/// output cannot be written, which has been reported.
+bool PrintRecords(const std::string& sysroot);
 
 }  // namespace daemon_service

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "platform/core/Exception.h"
+#include "platform/core/ProgramOptions.h"
 #include "platform/core/Text.h"
 
 namespace platform {
@@ -29,6 +30,14 @@ std::filesystem::path ReplacementFolder() {
 
 void SetPackageFiles(std::span<const PackageFile> files) {
     g_files = files;
+}
+
+void VerifyPackageDirectory() {
+    const auto folder = ReplacementFolder();
+    if (std::error_code none; !folder.empty() && !std::filesystem::is_directory(folder, none)) {
+        throw WrongUsage("KELVANE_PACKAGE_DIRECTORY names '" + folder.string() +
+                         "', which is not a folder; name one that is there, or unset the variable");
+    }
 }
 
 LoadedFile ReadPackageFile(std::string_view path) {

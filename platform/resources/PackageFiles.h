@@ -17,6 +17,9 @@ struct PackageFile {
 /// Makes `files`, which must outlive every use, the package. Call it before anything reads the package.
 void SetPackageFiles(std::span<const PackageFile> files);
 
+/// Throws WrongUsage when KELVANE_PACKAGE_DIRECTORY names no folder.
+void VerifyPackageDirectory();
+
 /// A package file as it was found.
 struct LoadedFile {
     std::string Content;

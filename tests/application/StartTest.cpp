@@ -4,7 +4,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "app/CommandLine.h"
 #include "app/TextOutput.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/xaml/Panels.h"
@@ -193,18 +192,6 @@ TEST_F(StartTest, AMachineThatWakesWhileTheLogIsBeingSavedLogsAgainUnlessItEnds)
     EXPECT_EQ(tests::Names(StoredLogs()).size(), 2U);
     EXPECT_EQ(platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled"),
               platform::PropertyValue(true));
-}
-
-TEST(CommandLine, SeparatesOptionsFromWords) {
-    using Action = CommandLine::Action;
-    EXPECT_EQ(ParseCommandLine({}).Wanted, Action::Window);
-    EXPECT_EQ(ParseCommandLine({"--text", "a", "--b"}).Words, (std::vector<std::string>{"a", "--b"}));
-    EXPECT_EQ(ParseCommandLine({"--", "--text"}).Words, (std::vector<std::string>{"--text"}));
-    EXPECT_EQ(ParseCommandLine({"--screenshot"}).Wanted, Action::Invalid);
-    EXPECT_EQ(ParseCommandLine({"--text", "--screenshot", "x.png"}).Wanted, Action::Invalid);
-    EXPECT_EQ(ParseCommandLine({"--help", "--text"}).Wanted, Action::Help);
-    EXPECT_EQ(ParseCommandLine({"--txet"}).Problem, "unknown option '--txet'");
-    EXPECT_EQ(ParseCommandLine({"--screenshot", "x.png", "hot"}).Screenshot, "x.png");
 }
 
 }  // namespace
