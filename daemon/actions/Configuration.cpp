@@ -1,6 +1,7 @@
 #include "daemon/actions/Configuration.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -73,6 +74,28 @@ FirmwareRequest ParseFirmware(std::string_view value) {
     throw ConfigurationError("firmware-request is firmware-setup, \"boot-entry NAME\" or off");
 }
 
+bool ParseSwitch(std::string_view key, std::string_view value) {
+    if (value != "yes" && value != "no") {
+        throw ConfigurationError(std::string(key) + " is yes or no");
+    }
+    return value == "yes";
+}
+
+gid_t ParseGroup(const std::string& name) {
+    std::vector<char> room(1024);
+    group entry{};
+    group* found = nullptr;
+    int error = 0;
+    while ((error = getgrnam_r(name.c_str(), &entry, room.data(), room.size(), &found)) == ERANGE) {
+        room.resize(2 * room.size());
+    }
+    if (found == nullptr) {
+        throw ConfigurationError(error == 0 ? "there is no group \"" + name + "\""
+                                            : "group \"" + name + "\": " + std::strerror(error));
+    }
+    return found->gr_gid;
+}
+
 void ParseLine(std::string_view line, Configuration& configuration) {
     const auto equals = line.find('=');
     if (equals == std::string_view::npos) {
@@ -86,9 +109,14 @@ void ParseLine(std::string_view line, Configuration& configuration) {
         configuration.UsbTypeCTool = SplitCommand(value);
     } else if (key == "firmware-request") {
         configuration.Firmware = ParseFirmware(value);
+    } else if (key == "answer-remote-desktops") {
+        configuration.Callers.RemoteDesktops = ParseSwitch(key, value);
+    } else if (key == "answer-group") {
+        configuration.Callers.Group = ParseGroup(std::string(value));
     } else {
         throw ConfigurationError("unknown key \"" + std::string(key) +
-                                 "\"; known are system-information-tool, usb-type-c-tool, firmware-request");
+                                 "\"; known are answer-group, answer-remote-desktops, firmware-request, "
+                                 "system-information-tool, usb-type-c-tool");
     }
 }
 
@@ -139,6 +167,17 @@ Configuration ParseConfiguration(std::string_view text) {
         }
     }
     return configuration;
+}
+
+FileVersion VersionOf(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
+    return {.Inode = status.st_ino,
+            .Size = status.st_size,
+            .Seconds = status.st_ctim.tv_sec,
+            .Nanoseconds = status.st_ctim.tv_nsec};
 }
 
 Configuration LoadConfiguration(const std::string& path, uid_t owner) {

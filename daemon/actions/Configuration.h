@@ -1,10 +1,11 @@
 #pragma once
 
-// What the machine's administrator decided about the actions: /etc/kelvane/service.conf, lines of "key =
-// value".
+// What the machine's administrator decided about callers and actions: /etc/kelvane/service.conf, lines of
+// "key = value".
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -28,10 +29,17 @@ struct FirmwareRequest {
     std::string Entry;  ///< the boot loader's name of the entry
 };
 
+/// Who is answered besides root, the service's own user and whoever sits at the machine.
+struct Access {
+    bool RemoteDesktops = false;
+    std::optional<gid_t> Group;  ///< members, with or without a session
+};
+
 struct Configuration {
     std::optional<Command> SystemInformationTool;
     std::optional<Command> UsbTypeCTool;
     FirmwareRequest Firmware;
+    Access Callers;
 
     /// The configured command, else the first of the well-known tools for which `isInstalled(path)`; nothing
     /// if there is neither.
@@ -57,8 +65,18 @@ class ConfigurationError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Throws ConfigurationError.
+/// Asks the system for the number of a group that is named. Throws ConfigurationError.
 Configuration ParseConfiguration(std::string_view text);
+
+/// Differs when the file was changed or replaced; the default stands for a file that is not there.
+struct FileVersion {
+    std::uint64_t Inode = 0;
+    std::int64_t Size = -1;
+    std::int64_t Seconds = 0;
+    std::int64_t Nanoseconds = 0;
+    bool operator==(const FileVersion&) const = default;
+};
+FileVersion VersionOf(const std::string& path);
 
 /// The file's configuration; the defaults if there is no file. Throws ConfigurationError for a file that
 /// cannot be followed or that others than root and `owner` may write.

@@ -1,25 +1,53 @@
 #pragma once
 
-// Who is answered. The caller's user comes from the kernel, by the socket, and from nowhere else.
+// Who is answered. The caller's user and groups come from the kernel, by the socket, and from nowhere else.
 
 #include <sys/types.h>
 
+#include <string>
+
+#include "daemon/actions/Configuration.h"
+#include "platform/core/Guarded.h"
+#include "platform/rpc/Socket.h"
+
 namespace daemon_service {
 
-/// What the session manager knows of a user.
-struct Sessions {
-    bool ManagerRuns = false;
-    bool ActiveAndLocal = false;  ///< the user sits at this machine and is not switched away
+/// What the session manager knows of a user. Only active sessions of class "user" count: a login screen, a
+/// lock screen or a background job is nobody at the machine.
+struct Presence {
+    bool OnSeat = false;           ///< has the seat's screen and keyboard now
+    bool OnRemoteDesktop = false;  ///< has a graphical session elsewhere
 };
 
-/// Root and the service's own user always; other users while they have an active local session. Without a
-/// session manager nobody can tell who sits at the machine, and nobody else is answered.
-bool MayCall(uid_t caller, uid_t service, const Sessions& sessions);
+/// Root and the service's own user always; a user on a seat; others as the administrator opened it.
+bool MayCall(const platform::rpc::Peer& caller, uid_t service, const Presence& presence,
+             const Access& opened);
 
-/// As the session manager has it now. Any thread; reads two small files and asks no process.
-Sessions ReadSessions(uid_t user);
+/// As the session manager has it now; nobody is present where none runs. Remote desktops are looked for only
+/// if `withRemote`. Any thread; reads a few small files of /run/systemd and asks no process.
+Presence ReadPresence(uid_t user, bool withRemote);
 
-/// MayCall for this process as the service, and as the session manager has it now. Any thread.
-bool MayCallNow(uid_t caller);
+/// MayCall for this process as the service, as sessions and configuration are now. Any thread.
+class Callers {
+  public:
+    /// `configuration` and `owner` as for LoadConfiguration.
+    Callers(std::string configuration, uid_t owner);
+
+    /// Waits for nothing but files. While the configuration cannot be followed it opens nothing further.
+    bool MayCall(const platform::rpc::Peer& caller);
+
+  private:
+    /// The configuration's part on callers, read again when the file has changed.
+    struct Opened {
+        FileVersion Version;
+        Access Rules;
+    };
+
+    Access CurrentRules();
+
+    const std::string m_configuration;
+    const uid_t m_owner;
+    platform::Guarded<Opened> m_opened;
+};
 
 }  // namespace daemon_service

@@ -6,7 +6,6 @@
 
 #include "daemon/actions/ActionError.h"
 #include "daemon/actions/FirmwareFlag.h"
-#include "daemon/service/Callers.h"
 #include "daemon/service/Log.h"
 #include "platform/core/Text.h"
 
@@ -44,27 +43,12 @@ std::string Caller(const Peer& caller) {
     return "user " + std::to_string(caller.Uid) + " (process " + std::to_string(caller.Pid) + ")";
 }
 
-/// Does an action and answers for its failure: in the log, and by its status to the caller. A connection may
-/// be older than its user's turn at the machine, so an action asks again who sits there.
-template <typename Action>
-auto Act(const std::string& what, const Peer& caller, Action action) {
-    try {
-        Log(Priority::Notice, Caller(caller) + " asks: " + what);
-        if (!MayCallNow(caller.Uid)) {
-            throw ActionError(ActionError::Status::AccessDenied, "no active local session any more");
-        }
-        return action();
-    } catch (const ActionError& error) {
-        Log(Priority::Warning, what + " for " + Caller(caller) + ": " + error.what());
-        throw RpcException(static_cast<platform::rpc::Status>(error.Code()));
-    }
-}
-
 }  // namespace
 
 Procedures::Procedures(const Options& options, bool byManager)
     : m_configuration(options.Configuration),
       m_configurationOwner(byManager ? 0 : geteuid()),
+      m_callers(m_configuration, m_configurationOwner),
       m_records(options),
       m_tools(byManager) {}
 
@@ -118,6 +102,20 @@ std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
         },
         /* SetUEFIFlag */ watched([this](ServerCall& call) { call.SetText(0, SetUefiFlag(call.Caller())); }),
     };
+}
+
+template <typename Action>
+auto Procedures::Act(const std::string& what, const Peer& caller, Action action) {
+    try {
+        Log(Priority::Notice, Caller(caller) + " asks: " + what);
+        if (!MayCall(caller)) {
+            throw ActionError(ActionError::Status::AccessDenied, "no active session on a seat any more");
+        }
+        return action();
+    } catch (const ActionError& error) {
+        Log(Priority::Warning, what + " for " + Caller(caller) + ": " + error.what());
+        throw RpcException(static_cast<platform::rpc::Status>(error.Code()));
+    }
 }
 
 std::chrono::steady_clock::duration Procedures::OldestCall() const {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "daemon/actions/ToolStarter.h"
+#include "daemon/service/Callers.h"
 #include "daemon/service/Records.h"
 #include "platform/core/Guarded.h"
 #include "platform/rpc/Server.h"
@@ -21,6 +22,9 @@ class Procedures {
     /// the configuration must be root's then, for whoever starts the tool does not trust the service's user.
     Procedures(const Options& options, bool byManager);
 
+    /// Who is answered. Any thread.
+    bool MayCall(const platform::rpc::Peer& caller) { return m_callers.MayCall(caller); }
+
     /// In the interface's order. The functions refer to this object.
     std::vector<platform::rpc::ServerProcedure> Table();
 
@@ -28,13 +32,16 @@ class Procedures {
     /// that the service is stuck.
     std::chrono::steady_clock::duration OldestCall() const;
 
-    /// As it is now; throws ActionError.
-    Configuration CurrentConfiguration() const;
-
   private:
     using Clock = std::chrono::steady_clock;
 
+    /// As it is now; throws ActionError.
+    Configuration CurrentConfiguration() const;
     void StartTool(Tool tool, const platform::rpc::Peer& caller);
+    /// Does an action and answers for its failure: in the log, and by its status to the caller. A connection
+    /// may be older than its user's turn at the machine, so an action asks again who sits there.
+    template <typename Action>
+    auto Act(const std::string& what, const platform::rpc::Peer& caller, Action action);
     std::u16string SetUefiFlag(const platform::rpc::Peer& caller);
 
     // Constant after construction.
@@ -42,6 +49,7 @@ class Procedures {
     const uid_t m_configurationOwner;
 
     // With their own locking.
+    Callers m_callers;
     Records m_records;
     ToolStarter m_tools;
 

@@ -11,7 +11,6 @@
 #include <thread>
 #include <utility>
 
-#include "daemon/actions/ActionError.h"
 #include "daemon/machine/Tree.h"
 #include "daemon/service/Callers.h"
 #include "daemon/service/Log.h"
@@ -32,19 +31,19 @@ constexpr std::chrono::seconds kUsualIdleExit = 120s;
 constexpr std::chrono::seconds kStuck =
     60s;  // the longest honest call waits a few seconds for the system bus
 
-bool MayConnect(const Peer& peer) {
-    const bool may = MayCallNow(peer.Uid);
+bool MayConnect(Procedures& procedures, const Peer& peer) {
+    const bool may = procedures.MayCall(peer);
     if (!may) {
         Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
-                                   std::to_string(peer.Pid) + ") has no active local session");
+                                   std::to_string(peer.Pid) + ") has no active session on a seat");
     }
     return may;
 }
 
 /// Bounds for one user; generous for any number of windows, small against a flood.
-platform::rpc::ServerOptions Limits() {
+platform::rpc::ServerOptions Limits(Procedures& procedures) {
     platform::rpc::ServerOptions limits;
-    limits.Accept = MayConnect;
+    limits.Accept = [&procedures](const Peer& peer) { return MayConnect(procedures, peer); };
     limits.MaxRequestBytes = std::size_t{1} << 16;
     limits.MaxConnectionsPerUser = 128;
     limits.MaxContextsPerConnection = 4;
@@ -118,12 +117,7 @@ int Serve(const Options& options) {
 
     const int sockets = sd_listen_fds(1);
     Procedures procedures(options, sockets > 0);
-    try {
-        procedures.CurrentConfiguration();
-    } catch (const ActionError& error) {
-        Log(Priority::Error, std::string(error.what()) + "; actions are refused until this is corrected");
-    }
-    Server server(Kelvane::kHotkeyRpc, procedures.Table(), Limits());
+    Server server(Kelvane::kHotkeyRpc, procedures.Table(), Limits(procedures));
     if (sockets > 0) {
         for (int i = 0; i < sockets; ++i) {
             server.Adopt(SD_LISTEN_FDS_START + i);

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -60,6 +61,16 @@ void Check(int result, std::string_view operation, const std::string& path) {
         const int error = errno;
         throw ExceptionFromErrno(std::string(operation) + " " + path, error);
     }
+}
+
+/// Of the process at the other end (SO_PEERGROUPS). One with more of them than fit counts as having none.
+std::vector<gid_t> SupplementaryGroups(int socket) {
+    std::array<gid_t, 1024> groups{};
+    socklen_t size = sizeof groups;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) != 0) {
+        return {};
+    }
+    return {groups.data(), groups.data() + size / sizeof(gid_t)};
 }
 
 /// Every directory that is made can be entered by all users, whatever the process's mask.
@@ -152,7 +163,10 @@ Peer PeerOf(int socket) {
     if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
         throw RpcException(status::kAccessDenied);
     }
-    return {.Pid = credentials.pid, .Uid = credentials.uid, .Gid = credentials.gid};
+    return {.Pid = credentials.pid,
+            .Uid = credentials.uid,
+            .Gid = credentials.gid,
+            .Groups = SupplementaryGroups(socket)};
 }
 
 ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {

@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/rpc/Bytes.h"
 #include "platform/storage/FileDescriptor.h"
@@ -21,6 +22,7 @@ struct Peer {
     pid_t Pid = 0;
     uid_t Uid = 0;
     gid_t Gid = 0;
+    std::vector<gid_t> Groups{};  ///< supplementary ones; none where there are more than 1024
 };
 
 /// The directory of the endpoints: KELVANE_RPC_DIRECTORY, or /run/kelvane/rpc.

@@ -116,10 +116,11 @@ std::string ServiceProcess::Log() const {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-int AsUser(uid_t user, const std::function<int()>& body) {
+int AsUser(uid_t user, const std::function<int()>& body, const std::vector<gid_t>& groups) {
     const pid_t child = fork();
     if (child == 0) {
-        const bool changed = setgroups(0, nullptr) == 0 && setgid(user) == 0 && setuid(user) == 0;
+        const bool changed =
+            setgroups(groups.size(), groups.data()) == 0 && setgid(user) == 0 && setuid(user) == 0;
         // An exception may not reach the test's own objects, which are the parent's.
         _exit([&]() noexcept { return changed ? body() : 126; }());
     }

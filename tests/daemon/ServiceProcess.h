@@ -50,7 +50,8 @@ class ServiceProcess {
     std::string m_folder;  // of the notification socket and the log
 };
 
-/// Runs `body` in a child process as another user; the exit status is what it returns.
-int AsUser(uid_t user, const std::function<int()>& body);
+/// Runs `body` in a child process as another user who is in no groups but these; the exit status is what it
+/// returns.
+int AsUser(uid_t user, const std::function<int()>& body, const std::vector<gid_t>& groups = {});
 
 }  // namespace daemon_service

@@ -1,6 +1,7 @@
 // kelvane-service as its clients and the service manager see it: a real process, a real socket.
 
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -12,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "daemon/service/Callers.h"
 #include "platform/core/Text.h"
 #include "tests/daemon/RecordedMachine.h"
 #include "tests/daemon/ServiceProcess.h"
@@ -21,14 +21,13 @@ namespace daemon_service {
 namespace {
 
 using platform::rpc::NdrClientCall3;
+using platform::rpc::Status;
 using platform::rpc::test::Client;
 using platform::rpc::test::EndpointScope;
 using platform::rpc::test::RawClient;
 using platform::rpc::test::StatusOf;
 using testing::HasSubstr;
 namespace procedure = Kelvane::procedure;
-
-constexpr auto kSession = "/run/systemd/sessions/1";
 
 class Service : public testing::Test {
   protected:
@@ -117,9 +116,11 @@ TEST_F(Service, OtherUsersWithoutASessionAreRefusedWithALine) {
     EXPECT_THAT(service.Log(), HasSubstr("access denied: user 65534"));
 }
 
-/// Hides this machine's sessions from this process and its children, behind one active session of `user` with
-/// files that are the user's. False where that takes more rights than there are.
-bool PretendSessionOf(uid_t user) {
+constexpr uid_t kUser = 65534;
+
+/// Hides this machine's sessions from this process and its children, behind one of kUser's. False where that
+/// takes more rights than there are.
+bool PretendSessions() {
     if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("tmpfs", "/run", "tmpfs", 0, "mode=755") != 0) {
         return false;
@@ -128,15 +129,29 @@ bool PretendSessionOf(uid_t user) {
     for (const char* folder : {"system", "seats", "users", "sessions"}) {
         std::filesystem::create_directories(std::string("/run/systemd/") + folder);
     }
-    std::ofstream("/run/systemd/users/" + std::to_string(user)) << "ACTIVE_SESSIONS=1\n";
-    std::ofstream(kSession) << "STATE=active\nREMOTE=0\n";
-    return chown(kSession, user, user) == 0;
+    return true;
 }
 
+/// The files that the session manager keeps of kUser's one session, in its own words. `seat` may be empty.
+void WriteSession(const std::string& seat, const std::string& properties, uid_t seatOwner = kUser) {
+    std::filesystem::remove_all("/run/systemd/seats");
+    std::filesystem::create_directories("/run/systemd/seats");
+    std::ofstream("/run/systemd/users/" + std::to_string(kUser)) << "ACTIVE_SESSIONS=1\n";
+    std::ofstream("/run/systemd/sessions/1") << "UID=" << kUser << '\n' << properties;
+    if (!seat.empty()) {
+        std::ofstream("/run/systemd/seats/" + seat) << "ACTIVE=1\nACTIVE_UID=" << seatOwner << '\n';
+    }
+}
+
+constexpr auto kAtTheMachine = "ACTIVE=1\nSTATE=active\nREMOTE=0\nTYPE=wayland\nCLASS=user\n";
+
 TEST_F(Service, AUserWhoSwitchedAwayActsNoMore) {
-    constexpr uid_t kUser = 65534;
-    if (!PretendSessionOf(kUser)) {
+    if (!PretendSessions()) {
         GTEST_SKIP() << "needs root and a mount namespace";
+    }
+    WriteSession("seat0", kAtTheMachine);
+    for (const char* folder : {"/run/systemd/seats", "/run/systemd/sessions/1"}) {
+        ASSERT_EQ(chown(folder, kUser, kUser), 0);
     }
     std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
     Write("service.conf", "usb-type-c-tool = /nonexistent\n");
@@ -148,21 +163,61 @@ TEST_F(Service, AUserWhoSwitchedAwayActsNoMore) {
             return StatusOf([&] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure, {client.Context}); });
         };
         const bool mayAtFirst = act(procedure::StartUSBC) != 5;
-        std::ofstream(kSession) << "STATE=online\nREMOTE=0\n";
+        std::filesystem::remove("/run/systemd/seats/seat0");
         return mayAtFirst && act(procedure::StartUSBC) == 5 && client.Read() ? 0 : 1;
     });
     EXPECT_EQ(status, 0) << service.Log();
 }
 
-TEST(Callers, OnlyRootTheServiceAndWhoeverSitsAtTheMachine) {
-    const Sessions none{};
-    const Sessions away{.ManagerRuns = true, .ActiveAndLocal = false};
-    const Sessions here{.ManagerRuns = true, .ActiveAndLocal = true};
-    EXPECT_TRUE(MayCall(0, 990, away));
-    EXPECT_TRUE(MayCall(990, 990, none));
-    EXPECT_TRUE(MayCall(1000, 990, here));
-    EXPECT_FALSE(MayCall(1000, 990, away));
-    EXPECT_FALSE(MayCall(1000, 0, none));
+struct CallerCase {
+    const char* fault;
+    const char* seat;
+    const char* properties;
+    const char* configuration;
+    Status wanted;
+    uid_t seatOwner = kUser;
+};
+
+TEST_F(Service, AnswersWhoeverSitsAtTheMachineAndWhomTheAdministratorNames) {
+    if (!PretendSessions()) {
+        GTEST_SKIP() << "needs root and a mount namespace";
+    }
+    constexpr auto kBackground = "ACTIVE=1\nSTATE=active\nREMOTE=0\nTYPE=unspecified\nCLASS=background\n";
+    constexpr auto kRemoteDesktop = "ACTIVE=1\nSTATE=active\nREMOTE=1\nTYPE=x11\nCLASS=user\n";
+    const CallerCase cases[] = {
+        {"a person on a seat", "seat0", kAtTheMachine, "", 0},
+        {"on a second seat", "seat-2", kAtTheMachine, "", 0},
+        {"somebody else's seat", "seat0", kAtTheMachine, "", 5, kUser - 1},
+        {"a job without a seat", "", kBackground, "", 5},
+        {"a job on a seat", "seat0", kBackground, "", 5},
+        {"a login screen", "seat0", "ACTIVE=1\nSTATE=active\nREMOTE=0\nTYPE=wayland\nCLASS=greeter\n", "", 5},
+        {"a session that has the seat no more", "seat0",
+         "ACTIVE=0\nSTATE=online\nREMOTE=0\nTYPE=wayland\nCLASS=user\n", "", 5},
+        {"a remote desktop", "", kRemoteDesktop, "", 5},
+        {"a remote desktop, opened", "", kRemoteDesktop, "answer-remote-desktops = yes", 0},
+        {"a remote terminal", "", "ACTIVE=1\nSTATE=active\nREMOTE=1\nTYPE=tty\nCLASS=user\n",
+         "answer-remote-desktops = yes", 5},
+        {"a job, with remote desktops opened", "", kBackground, "answer-remote-desktops = yes", 5},
+        {"a member of another group", "", kBackground, "answer-group = root", 5},
+        {"a member of the group", "", kBackground, "answer-group = daemon", 0},
+        {"a line that cannot be followed", "", kBackground,
+         "answer-group = daemon\nanswer-remote-desktops = on", 5},
+        {"the same, on a seat", "seat0", kAtTheMachine, "answer-remote-desktops = on", 0},
+    };
+    std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
+    ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
+    for (const CallerCase& row : cases) {
+        WriteSession(row.seat, row.properties, row.seatOwner);
+        Write("service.conf", row.configuration);
+        const int status = AsUser(kUser,
+                                  [] {
+                                      Client client;
+                                      return static_cast<int>(StatusOf([&client] { client.Open(); }));
+                                  },
+                                  {getgrnam("daemon")->gr_gid});
+        EXPECT_EQ(status, static_cast<int>(row.wanted)) << row.fault;
+    }
+    EXPECT_THAT(service.Log(), HasSubstr("line 2: answer-remote-desktops is yes or no"));
 }
 
 TEST_F(Service, UnderTheServiceManager) {
