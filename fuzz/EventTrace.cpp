@@ -1,11 +1,13 @@
 // Anything taken for a log file: the reader and what completes a crashed run's file must end in good order,
-// and what was completed must be whole, whatever is in its records.
+// and what was completed must be whole, whatever is in its records. The input is a file with small buffers.
+// It is read as it is and with a header that passes the checks.
 
 #include <algorithm>
-#include <cstdlib>
+#include <array>
 #include <cstring>
 #include <vector>
 
+#include "fuzz/Target.h"
 #include "platform/core/Exception.h"
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
@@ -18,9 +20,7 @@ namespace etl = platform::etl;
 void Read(std::span<const std::byte> file) {
     try {
         etl::ReadEventTrace(file, [&](const etl::TraceEvent& event) {
-            if (event.position + event.text.size() > file.size()) {
-                std::abort();
-            }
+            fuzz::Require(event.position + event.text.size() <= file.size());
         });
     } catch (const platform::Exception&) {
         // Refused.
@@ -59,23 +59,89 @@ bool IsWhole(std::span<const std::byte> file) {
 
 }  // namespace
 
+namespace {
+
+/// The size of the input's buffers.
+constexpr std::uint32_t kPiece = 0x400;
+
+template <typename T>
+T& At(std::span<std::byte> file, std::size_t at) {
+    return *reinterpret_cast<T*>(file.data() + at);
+}
+
+/// Makes the header pass the checks that only tell an event-trace file from others.
+void MendHeader(std::span<std::byte> file) {
+    auto& header = At<etl::FileHeader>(file, 0);
+    header.Buffer.BufferType = etl::kBufferTypeHeader;
+    header.Buffer.BufferSize = header.LogFile.BufferSize = kPiece;
+    header.Record.HookId = 0;
+    header.Record.HeaderType = etl::kHeaderTypeSystem64;
+    header.LogFile.PerfFreq = std::max<std::int64_t>(header.LogFile.PerfFreq, 1);
+}
+
+/// Copies the beginnings of buffers from a file with buffers of one size to one with another.
+void CopyPieces(std::span<const std::byte> from, std::uint32_t fromSize, std::span<std::byte> to,
+                std::uint32_t toSize) {
+    const auto count = std::min<std::size_t>(etl::kBuffersPerFile, (from.size() + fromSize - 1) / fromSize);
+    for (std::size_t index = 0; index < count; ++index) {
+        const auto piece = from.subspan(index * fromSize);
+        std::memcpy(to.data() + index * toSize, piece.data(), std::min<std::size_t>(piece.size(), kPiece));
+        auto& size = At<etl::BufferHeader>(to, index * toSize).BufferSize;
+        size = size == fromSize ? toSize : size;
+    }
+    At<etl::FileHeader>(to, 0).LogFile.BufferSize = toSize;
+}
+
+alignas(8) std::array<std::byte, etl::kFileSize> g_file;
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::span input(reinterpret_cast<const std::byte*>(data), size);
+    const auto bytes = std::as_bytes(std::span(data, size));
+    std::vector<std::byte> input(bytes.begin(), bytes.end());
+    Read(input);
+    if (size < sizeof(etl::FileHeader)) {
+        return 0;
+    }
+    MendHeader(input);
     Read(input);
 
-    // The same as the beginnings of the buffers of a whole file, so that short inputs reach the records too.
-    constexpr std::size_t kPiece = 0x400;
-    alignas(8) static std::byte file[etl::kFileSize];
-    std::memset(file, 0, sizeof file);
-    for (std::size_t buffer = 0; buffer < etl::kBuffersPerFile && buffer * kPiece < size; ++buffer) {
-        const auto piece = input.subspan(buffer * kPiece, std::min(kPiece, size - buffer * kPiece));
-        std::memcpy(file + buffer * etl::kBufferSize, piece.data(), piece.size());
-    }
-    Read(file);
-    const auto length = etl::EventTraceImage::CompleteLeftover(file);
-    if (length > sizeof file || (length != 0 && !IsWhole(std::span(file).first(length)))) {
-        std::abort();
-    }
-    Read(std::span(file).first(length));
+    g_file.fill({});
+    CopyPieces(input, kPiece, g_file, etl::kBufferSize);
+    Read(g_file);
+    const auto length = etl::EventTraceImage::CompleteLeftover(g_file);
+    fuzz::Require(length <= g_file.size());
+    fuzz::Require(length == 0 || IsWhole(std::span(g_file).first(length)));
+    Read(std::span(g_file).first(length));
     return 0;
+}
+
+std::vector<std::string> fuzz::Seeds() {
+    constexpr std::size_t kInputSize = std::size_t{kPiece} * etl::kBuffersPerFile;
+    std::vector<std::string> seeds;
+    for (const bool completed : {false, true}) {
+        etl::EventTraceImage image(g_file.data());
+        image.Prepare(u"session", u"file.etl", -60);
+        image.Begin(1, 2, 133'000'000'000'000'000, 1000);
+        for (const int level : {0, 1, 2, 3, 4}) {
+            image.Append({.channel = u"channel", .text = u"text", .level = level, .thread = 1, .process = 2},
+                         2000 + level);
+        }
+        if (completed) {
+            image.Complete(133'000'000'000'001'000, 3);
+        }
+        std::vector<std::byte> file(kInputSize);
+        CopyPieces(g_file, etl::kBufferSize, file, kPiece);
+        seeds.push_back(Seed(file));
+        // A file of three buffers of events, the first one also compressed.
+        for (std::size_t index = 2; index < etl::kBuffersPerFile; ++index) {
+            std::copy_n(file.data() + kPiece, kPiece, file.data() + index * kPiece);
+        }
+        At<etl::FileHeader>(file, 0).LogFile.BuffersWritten = etl::kBuffersPerFile;
+        seeds.push_back(Seed(file));
+        At<etl::BufferHeader>(file, kPiece).BufferFlag |= etl::kBufferFlagCompressed;
+        At<etl::FileHeader>(file, 0).LogFile.ClockType = etl::kClockTypeSystemTime;
+        seeds.push_back(Seed(file));
+    }
+    return seeds;
 }

@@ -1,38 +1,138 @@
-// A service against whatever a client sends on a connection. An odd first byte puts a good bind before the
-// rest.
+// A service against whatever a client sends on a connection. The first byte picks a bind of NDR or NDR64 or
+// none, and whether the client is one too many or one that may not call; the client's bytes follow.
 
+#include <sys/random.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
+#include "fuzz/Target.h"
 #include "platform/rpc/ServerConnection.h"
 #include "service/HotkeyRpc.h"
+#include "tests/rpc/Support.h"
+#include "tests/rpc/WireData.h"
 
 using namespace platform::rpc;
+namespace procedure = Kelvane::procedure;
+
+namespace {
+
+constexpr std::size_t kMaxInput = 4096;  // it and the answers go into the socket as a whole
+constexpr std::size_t kMaxRequest = 2048;
+
+/// Bits of the first byte, besides the two for the bind.
+constexpr std::uint8_t kMayNotCall = 4;
+constexpr std::uint8_t kOneTooMany = 8;
+
+/// The handle in the recorded messages.
+const Bytes g_firstContext = test::FromHex("443322116655887799aabbccddeeff00");
+std::uint8_t g_contexts = 0;
+
+Bytes Bind(const SyntaxId& syntax) {
+    Bytes bind;
+    AppendBind(bind, PduType::Bind, 1,
+               {.MaxReceive = kSmallestFragmentSize, .Elements = {{0, Kelvane::kHotkeyRpc.Id, {syntax}}}});
+    return bind;
+}
+
+std::vector<ServerProcedure> Procedures() {
+    std::vector<ServerProcedure> all(procedure::Count, [](ServerCall& call) { call.SetText(0, u"A<.^.>B"); });
+    all[procedure::OpenContext] = [](ServerCall& call) { call.SetContext(std::make_shared<int>()); };
+    all[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
+    all[procedure::ExchangeTextProc8] = [](ServerCall& call) { call.SetText(1, call.Text(0)); };
+    all[procedure::CommandWithCallbackProc11] = [](ServerCall& call) {
+        call.InvokeCallback(call.Long(0), call.Text(1).value_or(u"none").c_str(), call.Hyper(3));
+        call.SetText(2, u"done");
+    };
+    return all;
+}
+
+}  // namespace
+
+/// Makes context handles that the input can name.
+extern "C" ssize_t getrandom(void* buffer, std::size_t size, unsigned) {
+    Bytes bytes = g_firstContext;
+    bytes.resize(size);
+    bytes[0] = static_cast<std::byte>(std::to_integer<int>(bytes[0]) + g_contexts++);
+    std::memcpy(buffer, bytes.data(), size);
+    return static_cast<ssize_t>(size);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static bool accepted;
     static ServerShared shared{
         Kelvane::kHotkeyRpc,
-        std::vector<ServerProcedure>(Kelvane::procedure::Count,
-                                     [](ServerCall& call) {
-                                         call.SetContext(std::make_shared<int>());
-                                         call.SetText(1, call.Text(0));
-                                     }),
-        {.MaxRequestBytes = 4096},
-    };
-    Bytes input;
-    if (size > 0 && data[0] % 2 == 1) {
-        const auto& syntax = data[0] % 4 == 1 ? kNdr : kNdr64;
-        AppendBind(input, PduType::Bind, 1, {.Elements = {{0, Kelvane::kHotkeyRpc.Id, {syntax}}}});
-    }
-    Append(input, std::as_bytes(std::span(data, size)).subspan(size > 0 ? 1 : 0));
+        Procedures(),
+        {.Accept = [](const Peer&) { return accepted; }, .MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
     int pair[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
+    if (size == 0 || size > kMaxInput || socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
         return 0;
     }
+    g_contexts = 0;
+    accepted = (data[0] & kMayNotCall) == 0;
     const platform::FileDescriptor client(pair[0]);
-    ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {}, true);
-    SendAll(client.Get(), input);
-    shutdown(client.Get(), SHUT_WR);
-    connection.Run();
+    {
+        ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {},
+                                    (data[0] & kOneTooMany) == 0);
+        if (data[0] % 4 != 0) {
+            SendAll(client.Get(), Bind(data[0] % 4 == 1 ? kNdr : kNdr64));
+        }
+        SendAll(client.Get(), std::as_bytes(std::span(data, size)).subspan(1));
+        shutdown(client.Get(), SHUT_WR);
+        connection.Run();
+    }
+    fuzz::Require(shared.Associations.OpenContexts() == 0);
+    PduStream answers;
+    for (ssize_t got = 1; got > 0;) {
+        got = ReceiveSome(client.Get(), answers.Room());
+        answers.Received(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        while (answers.Next()) {
+        }
+    }
+    fuzz::Require(answers.IsEmpty());
     return 0;
+}
+
+std::vector<std::string> fuzz::Seeds() {
+    std::vector<std::string> seeds;
+    for (const auto& row : test::Rows("serve")) {
+        seeds.push_back('\0' + Seed(test::FromHex(row[2])));
+    }
+    const Bytes open = test::MessageOf({.CallId = 2, .Operation = procedure::OpenContext}, {});
+    const auto add = [&](char first, const std::vector<Bytes>& messages) {
+        seeds.push_back(first + Seed(open));
+        for (const Bytes& message : messages) {
+            seeds.back() += Seed(message);
+        }
+    };
+    for (const auto& row : test::Rows("stub")) {
+        for (const char syntax : {1, 2}) {
+            const Bytes stub = test::FromHex(row[3 + syntax]);
+            if (row[1] == "callback" || row[2] == "out") {
+                continue;
+            }
+            const CallHeader call{.CallId = 3, .Operation = static_cast<std::uint16_t>(std::stoul(row[1]))};
+            const Bytes answer = test::MessageOf({.Type = PduType::Response, .CallId = 3}, {});
+            Bytes fault;
+            AppendFault(fault, {.CallId = 3}, fault::kUnspecified, 0);
+            const Bytes close = test::MessageOf({.CallId = 4, .Operation = procedure::CloseContext},
+                                                ByteView(stub).first(sizeof(ContextHandle)));
+            add(syntax, {test::MessageOf(call, stub), answer, close});
+            add(syntax, {test::MessageOf(call, stub), fault, close});
+            add(static_cast<char>(syntax | kMayNotCall), {close});
+            add(static_cast<char>(syntax | kOneTooMany), {close});
+        }
+    }
+    // A text that comes and returns in several fragments, and one that is too long.
+    for (const std::size_t characters : {kMaxRequest / 3, kMaxRequest * 2 / 3}) {
+        CallValues values;
+        const Bytes text(characters * sizeof(char16_t), std::byte{'x'});
+        values.Context.Uuid = Cursor(g_firstContext, 0).Take<Uuid>();
+        values.Parameters[0] = {.Number = static_cast<std::int64_t>(characters), .Text = text};
+        Bytes request;
+        BeginCall(request);
+        Marshal(kTransferSyntaxes[0], Kelvane::kHotkeyRpc.Procedures[procedure::ExchangeTextProc8],
+                Direction::In, values, request);
+        FinishCall(request, {.CallId = 3, .Operation = procedure::ExchangeTextProc8}, kSmallestFragmentSize);
+        add(1, {request});
+    }
+    return seeds;
 }

@@ -5,35 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
+#include <sstream>
 
 #include "platform/core/Text.h"
 #include "platform/rpc/Ndr.h"
 #include "tests/rpc/Support.h"
+#include "tests/rpc/WireData.h"
 
 namespace platform::rpc::test {
 
 namespace {
-
-/// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
-std::vector<std::vector<std::string>> Rows(std::string_view kind) {
-    std::ifstream file(KELVANE_WIRE_DATA);
-    std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(file, line);) {
-        std::vector<std::string> fields(1);
-        for (const char letter : line) {
-            letter == '|' ? void(fields.emplace_back()) : fields.back().push_back(letter);
-        }
-        for (std::string& field : fields) {
-            field.erase(field.find_last_not_of(' ') + 1);
-            field.erase(0, field.find_first_not_of(' '));
-        }
-        if (fields[0] == kind) {
-            rows.push_back(std::move(fields));
-        }
-    }
-    return rows;
-}
 
 const Procedure& ProcedureOf(const std::string& name) {
     return name == "callback" ? Kelvane::kHotkeyRpc.Callbacks[0]
@@ -256,11 +237,7 @@ struct RawSession : RawClient {
         return bind;
     }
     static Bytes Request(std::uint16_t procedure, ByteView stub) {
-        Bytes request;
-        BeginCall(request);
-        Append(request, stub);
-        FinishCall(request, {.CallId = 2, .Operation = procedure}, kFragmentSize);
-        return request;
+        return MessageOf({.CallId = 2, .Operation = procedure}, stub);
     }
     explicit RawSession(std::uint32_t group = 0) {
         Send(Bind(group));

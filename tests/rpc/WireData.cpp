@@ -1,0 +1,34 @@
+#include "tests/rpc/WireData.h"
+
+#include <fstream>
+
+namespace platform::rpc::test {
+
+std::vector<std::vector<std::string>> Rows(std::string_view kind) {
+    std::ifstream file(KELVANE_WIRE_DATA);
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::vector<std::string> fields(1);
+        for (const char letter : line) {
+            letter == '|' ? void(fields.emplace_back()) : fields.back().push_back(letter);
+        }
+        for (std::string& field : fields) {
+            field.erase(field.find_last_not_of(' ') + 1);
+            field.erase(0, field.find_first_not_of(' '));
+        }
+        if (fields[0] == kind) {
+            rows.push_back(std::move(fields));
+        }
+    }
+    return rows;
+}
+
+Bytes MessageOf(const CallHeader& header, ByteView stub) {
+    Bytes message;
+    BeginCall(message);
+    Append(message, stub);
+    FinishCall(message, header, kFragmentSize);
+    return message;
+}
+
+}  // namespace platform::rpc::test
