@@ -14,7 +14,7 @@
 #include "daemon/machine/UsbTypeC.h"
 #include "daemon/machine/Values.h"
 #include "fuzz/Target.h"
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 namespace {
 

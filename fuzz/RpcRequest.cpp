@@ -7,8 +7,8 @@
 #include "fuzz/Target.h"
 #include "platform/rpc/ServerConnection.h"
 #include "service/HotkeyRpc.h"
-#include "tests/rpc/Support.h"
-#include "tests/rpc/WireData.h"
+#include "tests/support/RpcSupport.h"
+#include "tests/support/WireData.h"
 
 using namespace platform::rpc;
 namespace procedure = Kelvane::procedure;

@@ -9,8 +9,8 @@
 #include "fuzz/Target.h"
 #include "platform/rpc/Ndr.h"
 #include "service/RpcClient.h"
-#include "tests/rpc/Support.h"
-#include "tests/rpc/WireData.h"
+#include "tests/support/RpcSupport.h"
+#include "tests/support/WireData.h"
 
 using namespace platform::rpc;
 

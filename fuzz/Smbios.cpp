@@ -6,7 +6,7 @@
 #include "daemon/machine/Recorder.h"
 #include "daemon/machine/Values.h"
 #include "fuzz/Target.h"
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view table(reinterpret_cast<const char*>(data), size);

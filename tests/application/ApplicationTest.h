@@ -15,8 +15,8 @@
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/core/Text.h"
 #include "platform/xaml/Controls.h"
-#include "tests/logging/LogFolder.h"
-#include "tests/rpc/Support.h"
+#include "tests/support/LogFolder.h"
+#include "tests/support/RpcSupport.h"
 #include "tests/support/TestClock.h"
 
 namespace Kelvane {

@@ -14,7 +14,7 @@
 #include "daemon/actions/ToolStarter.h"
 #include "platform/rpc/Socket.h"
 #include "tests/daemon/StandInBus.h"
-#include "tests/rpc/Support.h"
+#include "tests/support/RpcSupport.h"
 
 namespace daemon_service {
 namespace {

@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "daemon/machine/Recorder.h"
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 namespace daemon_service {
 namespace {

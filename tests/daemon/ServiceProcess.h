@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/storage/FileDescriptor.h"
-#include "tests/rpc/Support.h"
+#include "tests/support/RpcSupport.h"
 
 namespace daemon_service {
 

@@ -14,8 +14,8 @@
 #include <fstream>
 
 #include "platform/core/Text.h"
-#include "tests/daemon/RecordedMachine.h"
 #include "tests/daemon/ServiceProcess.h"
+#include "tests/support/RecordedMachine.h"
 
 namespace daemon_service {
 namespace {

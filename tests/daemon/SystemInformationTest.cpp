@@ -18,7 +18,7 @@
 #include "daemon/machine/SystemInformation.h"
 #include "daemon/machine/Values.h"
 #include "platform/core/Text.h"
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 namespace {
 

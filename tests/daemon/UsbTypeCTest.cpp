@@ -7,7 +7,7 @@
 
 #include "daemon/machine/UsbTypeC.h"
 #include "platform/core/Text.h"
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 namespace daemon_service {
 namespace {

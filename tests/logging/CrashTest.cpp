@@ -15,7 +15,7 @@
 
 #include "platform/core/Text.h"
 #include "platform/diagnostics/FileLoggingSession.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 #include "tools/LogSources.h"
 
 namespace {

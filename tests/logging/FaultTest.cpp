@@ -13,7 +13,7 @@
 #include "platform/core/Text.h"
 #include "platform/diagnostics/FileLoggingSession.h"
 #include "platform/storage/Places.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 
 namespace {
 

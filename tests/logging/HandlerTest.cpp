@@ -10,7 +10,7 @@
 #include "platform/core/Text.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/storage/Places.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/FileLoggingSession.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 #include "tools/LogSources.h"
 #include "tools/LogText.h"
 

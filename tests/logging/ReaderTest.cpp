@@ -12,7 +12,7 @@
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/FileLoggingSession.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 
 namespace {
 

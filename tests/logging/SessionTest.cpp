@@ -11,8 +11,8 @@
 #include "platform/core/Text.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
-#include "tests/logging/EtlRules.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/EtlRules.h"
+#include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "platform/storage/ApplicationData.h"
 #include "platform/storage/Places.h"
 #include "platform/storage/SettingsFile.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/world/Application.h"
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include "platform/core/Text.h"
 #include "service/RpcClient.h"
-#include "tests/rpc/Support.h"
+#include "tests/support/RpcSupport.h"
 
 namespace platform::rpc::test {
 

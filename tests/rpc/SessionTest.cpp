@@ -10,7 +10,7 @@
 #include "platform/core/Exception.h"
 #include "platform/tasks/Clock.h"
 #include "platform/tasks/ThreadPool.h"
-#include "tests/rpc/Support.h"
+#include "tests/support/RpcSupport.h"
 
 namespace platform::rpc::test {
 

@@ -9,8 +9,8 @@
 
 #include "platform/core/Text.h"
 #include "platform/rpc/Ndr.h"
-#include "tests/rpc/Support.h"
-#include "tests/rpc/WireData.h"
+#include "tests/support/RpcSupport.h"
+#include "tests/support/WireData.h"
 
 namespace platform::rpc::test {
 

@@ -1,4 +1,4 @@
-#include "tests/logging/EtlRules.h"
+#include "tests/support/EtlRules.h"
 
 #include <cstdint>
 #include <cstring>

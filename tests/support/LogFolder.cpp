@@ -1,4 +1,4 @@
-#include "tests/logging/LogFolder.h"
+#include "tests/support/LogFolder.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/logging/EtlRules.h"
+#include "tests/support/EtlRules.h"
 
 namespace tests {
 

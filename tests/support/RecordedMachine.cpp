@@ -1,4 +1,4 @@
-#include "tests/daemon/RecordedMachine.h"
+#include "tests/support/RecordedMachine.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "tests/rpc/Support.h"
+#include "tests/support/RpcSupport.h"
 
 #include <poll.h>
 #include <sys/socket.h>

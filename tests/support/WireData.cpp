@@ -1,4 +1,4 @@
-#include "tests/rpc/WireData.h"
+#include "tests/support/WireData.h"
 
 #include <fstream>
 
