@@ -1,54 +1,67 @@
 #include "logging/LogRetention.h"
 
 #include <algorithm>
-#include <memory>
-#include <vector>
+#include <system_error>
+#include <tuple>
 
 #include "platform/core/DebugOutput.h"
-#include "platform/core/Exception.h"
-#include "platform/storage/StorageFile.h"
+#include "platform/core/Text.h"
+#include "platform/diagnostics/EventTraceReader.h"
+#include "platform/tasks/Clock.h"
 
 namespace Kelvane {
 
 namespace {
 
 struct StoredFile {
-    std::shared_ptr<platform::StorageFile> file;
-    platform::BasicProperties properties;
+    bool isKept = false;
+    /// FILETIME of the file's start; 0 when it is unknown or wrong.
+    std::int64_t start = 0;
+    std::filesystem::path path;
+    std::uint64_t size = 0;
 };
 
-bool IsLogFileName(const std::u16string& name) {
-    return name.starts_with(u"Log-") && name.ends_with(u".etl");
+void AddFiles(const LogFilePlace& place, const std::vector<std::u16string>& kept,
+              std::vector<StoredFile>& files) {
+    const auto now = platform::CurrentClock().FileTime();
+    std::error_code failure;
+    for (std::filesystem::directory_iterator entry(place.folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const auto& path = entry->path();
+        if (!path.filename().string().starts_with(place.prefix) || path.extension() != ".etl") {
+            continue;
+        }
+        std::error_code gone;
+        const auto size = entry->file_size(gone);
+        if (gone) {
+            continue;
+        }
+        const auto start = platform::etl::ReadStartTime(path);
+        files.push_back({.isKept = std::ranges::find(kept, platform::FromUtf8(path.string())) != kept.end(),
+                         .start = start > now ? 0 : start,
+                         .path = path,
+                         .size = size});
+    }
 }
 
 }  // namespace
 
-void DeleteOldLogFiles(platform::StorageFolder& folder, std::uint64_t limit,
-                       const std::function<bool(const std::u16string& path)>& isKept) {
+void DeleteOldLogFiles(const std::vector<LogFilePlace>& places, std::uint64_t limit,
+                       const std::vector<std::u16string>& kept) {
     std::vector<StoredFile> files;
-    for (const auto& file : folder.GetFilesAsync().get()) {
-        if (!IsLogFileName(file->Name())) {
-            continue;
-        }
-        try {
-            files.push_back({file, file->GetBasicPropertiesAsync().get()});
-        } catch (const platform::Exception& exception) {
-            platform::OutputDebugStringW(u"A log file is passed over: " + exception.Message());
-        }
+    for (const auto& place : places) {
+        AddFiles(place, kept, files);
     }
-    std::ranges::sort(files, std::ranges::greater(), [](const StoredFile& stored) {
-        return std::pair(stored.properties.DateModified, stored.file->Name());
+    std::ranges::sort(files, std::ranges::greater(), [](const StoredFile& file) {
+        return std::tie(file.isKept, file.start, file.path.native());
     });
     std::uint64_t size = 0;
-    for (const auto& [file, properties] : files) {
-        size += properties.Size;
-        if (size <= limit || isKept(file->Path())) {
-            continue;
-        }
-        try {
-            file->DeleteAsync().get();
-        } catch (const platform::Exception& exception) {
-            platform::OutputDebugStringW(u"An old log file cannot be deleted: " + exception.Message());
+    for (const auto& file : files) {
+        size += file.size;
+        std::error_code failure;
+        if (size > limit && !file.isKept && !std::filesystem::remove(file.path, failure) && failure) {
+            platform::OutputDebugStringW(u"An old log file cannot be deleted: " +
+                                         platform::FromUtf8(file.path.string() + ": " + failure.message()));
         }
     }
 }

@@ -3,20 +3,27 @@
 // How long stored log files stay.
 
 #include <cstdint>
-#include <functional>
+#include <filesystem>
 #include <string>
-
-#include "platform/storage/StorageFolder.h"
+#include <vector>
 
 namespace Kelvane {
 
-/// What the newest log files may take up together.
+/// The most bytes that stored log files may take up together.
 inline constexpr std::uint64_t kLogFilesLimit = std::uint64_t{64} << 20;
 
-/// Deletes the oldest log files in `folder` until what is left is at most `limit` bytes; the files for whose
-/// full paths `isKept` says so, asked just before, and files with other names, stay. Worker; what cannot be
-/// deleted is passed over.
-void DeleteOldLogFiles(platform::StorageFolder& folder, std::uint64_t limit,
-                       const std::function<bool(const std::u16string& path)>& isKept);
+/// The log files of one folder: those whose names begin with `prefix` and end with ".etl".
+struct LogFilePlace {
+    std::filesystem::path folder;
+    std::string prefix;
+};
+
+/// Deletes the oldest log files of all `places` together until at most `limit` bytes are left. Age is the
+/// start time in a file's header, not a date of the file system. A start in the future, or none, counts as
+/// oldest: the clock was wrong when the file was begun. Files whose full paths are in `kept` count as newest
+/// and are never deleted. Any thread, one call at a time; a missing folder is an empty one, and files that
+/// cannot be deleted are passed over.
+void DeleteOldLogFiles(const std::vector<LogFilePlace>& places, std::uint64_t limit,
+                       const std::vector<std::u16string>& kept);
 
 }  // namespace Kelvane

@@ -11,6 +11,7 @@
 #include "platform/core/Text.h"
 #include "platform/core/UserInterfaceThread.h"
 #include "platform/storage/ApplicationData.h"
+#include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
 
 namespace Kelvane {
@@ -25,7 +26,11 @@ namespace {
 
 constexpr std::u16string_view kLoggingEnabled = u"Kelvane_LoggingEnabled";
 constexpr std::u16string_view kFileBeforeSuspend = u"Kelvane_LogFileGeneratedBeforeSuspend";
+constexpr std::u16string_view kSessionName = u"Kelvane_Session";
 constexpr std::u16string_view kFolderName = u"Kelvane_LogFiles";
+/// The names of stored files begin with these; the first begins with the second.
+constexpr std::u16string_view kGeneratedPrefix = u"Log-Kelvane";
+constexpr std::u16string_view kFinalPrefix = u"Log-";
 /// How often a name that is taken is tried again with the next millisecond's time stamp.
 constexpr int kNameAttempts = 50;
 
@@ -129,12 +134,13 @@ void LoggingHandler::RestoreLoggingState() {
             SetLocalSetting(kFileBeforeSuspend, {});
         }
     }
+    InTurn([self = shared_from_this()] { self->KeepNewestFiles(); });
 }
 
 void LoggingHandler::StartLoggingSession() {
     const auto session = m_session.With([this](Session& current) {
         if (!current) {
-            current = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
+            current = std::make_shared<platform::FileLoggingSession>(std::u16string(kSessionName));
             current->LogFileGenerated().Add(shared_from_this(), &LoggingHandler::OnLogFileGenerated);
         }
         return current;
@@ -148,13 +154,11 @@ void LoggingHandler::OnLogFileGenerated(platform::FileLoggingSession&,
     data->file = args.File();
     // Each step keeps the handler: the chain may outlive the session that started it.
     InTurn([self = shared_from_this(), data] {
-        self->Store(*data, u"Log-Kelvane");
+        self->Store(*data, kGeneratedPrefix);
         if (!self->m_suspending) {
             self->RaiseStatusChanged(LoggingEventArgs::kGenerated, data->Path());
         }
-        DeleteOldLogFiles(*data->folder, kLogFilesLimit, [](const std::u16string& path) {
-            return Settings().Lookup(kFileBeforeSuspend) == platform::PropertyValue(path);
-        });
+        self->KeepNewestFiles(data->Path());
     }).then([data](const platform::task<void>& chain) {
         try {
             chain.get();
@@ -205,6 +209,18 @@ void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view 
     }
 }
 
+void LoggingHandler::KeepNewestFiles(const std::u16string& stored) {
+    const auto saved = Settings().Lookup(kFileBeforeSuspend);
+    const auto* const unreported = saved ? std::get_if<std::u16string>(&*saved) : nullptr;
+    std::vector<LogFilePlace> places = {
+        {platform::LocalStateFolder() / kFolderName, platform::ToUtf8(kFinalPrefix)}};
+    if (m_saidNotStored) {
+        places.push_back({platform::LogsFolder(), platform::ToUtf8(kSessionName) + "-"});
+    }
+    DeleteOldLogFiles(places, kLogFilesLimit,
+                      {stored, unreported != nullptr ? *unreported : std::u16string()});
+}
+
 void LoggingHandler::OnAppSuspending(platform::Application&, platform::SuspendingEventArgs& args) {
     const auto deferral = args.SuspendingOperation().GetDeferral();
     if (!m_session.With([](const Session& session) { return session != nullptr; })) {
@@ -217,7 +233,9 @@ void LoggingHandler::OnAppSuspending(platform::Application&, platform::Suspendin
     CloseSessionSaveFinalLogFile().then(
         [self = shared_from_this(), deferral](const platform::task<File>& saved) {
             self->FinishSuspension(saved);
-            deferral->Complete();
+            self->InTurn([self] { self->KeepNewestFiles(); }).then([deferral](const platform::task<void>&) {
+                deferral->Complete();
+            });
         });
 }
 
@@ -230,7 +248,7 @@ platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFil
                 return platform::task_from_result(File());
             }
             data->file = saved;
-            return self->InTurn([self, data] { self->Store(*data, u"Log-"); }).then([data] {
+            return self->InTurn([self, data] { self->Store(*data, kFinalPrefix); }).then([data] {
                 return StorageFile::GetFileFromPathAsync(data->Path());
             });
         });

@@ -75,6 +75,9 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     /// the standard error stream, and thrown; the file stays where it is, for the next start to hand out.
     void Store(ContinuationData& data, std::u16string_view prefix);
     void MoveIntoFolder(ContinuationData& data, std::u16string_view prefix);
+    /// Deletes old log files beyond the limit, among them those that could not be moved. `stored`, the path
+    /// of the file just stored, and the file that is still to be reported stay.
+    void KeepNewestFiles(const std::u16string& stored = {});
 
     // Workers.
     void FinishSuspension(const platform::task<File>& saved);

@@ -1,5 +1,7 @@
 #include "platform/diagnostics/EventTraceReader.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -7,6 +9,7 @@
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/diagnostics/EventTraceFormat.h"
+#include "platform/storage/FileDescriptor.h"
 
 namespace platform::etl {
 
@@ -220,6 +223,16 @@ class Reader {
 
 void CheckEventTrace(std::span<const std::byte> bytes) {
     Reader(bytes, {}).ReadHeader();
+}
+
+std::int64_t ReadStartTime(const std::filesystem::path& file) {
+    try {
+        const auto bytes = ReadUpTo(OpenFile(file, O_RDONLY), file, 0, sizeof(FileHeader));
+        CheckEventTrace(bytes);
+        return Load<FileHeader>(bytes).LogFile.StartTime;
+    } catch (const Exception&) {
+        return 0;
+    }
 }
 
 TraceSummary ReadEventTrace(std::span<const std::byte> file,

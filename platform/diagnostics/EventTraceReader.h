@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <span>
 #include <string>
@@ -50,6 +51,9 @@ struct TraceSummary {
 /// Throws a platform exception when `bytes` do not begin like an event-trace file that can be read. The first
 /// sizeof(FileHeader) of them suffice.
 void CheckEventTrace(std::span<const std::byte> bytes);
+
+/// The start time in the header of `file`, as FILETIME; 0 when it is no event-trace file or cannot be read.
+std::int64_t ReadStartTime(const std::filesystem::path& file);
 
 /// Calls `onEvent` with each message in the order of the file, past damage where a later buffer is sound.
 /// Throws as CheckEventTrace does.

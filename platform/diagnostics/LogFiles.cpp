@@ -10,6 +10,7 @@
 #include "platform/core/Exception.h"
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
+#include "platform/diagnostics/EventTraceReader.h"
 #include "platform/diagnostics/LiveFile.h"
 #include "platform/storage/FileDescriptor.h"
 
@@ -40,14 +41,6 @@ std::int64_t StartOf(std::span<const std::byte> file) {
     return file.size() < sizeof(etl::FileHeader)
                ? 0
                : reinterpret_cast<const etl::FileHeader*>(file.data())->LogFile.StartTime;
-}
-
-std::int64_t StartOf(const std::filesystem::path& path) {
-    try {
-        return StartOf(ReadHeader(path));
-    } catch (const Exception&) {
-        return 0;
-    }
 }
 
 /// "<stem>-1.live" for "<stem>-1-7.etl".
@@ -167,7 +160,7 @@ LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
             }
         });
     }
-    std::ranges::sort(leftovers.files, {}, [](const auto& path) { return StartOf(path); });
+    std::ranges::sort(leftovers.files, {}, etl::ReadStartTime);
     return leftovers;
 }
 

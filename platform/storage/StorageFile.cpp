@@ -17,9 +17,6 @@ namespace platform {
 
 namespace {
 
-/// FILETIME of the Unix epoch.
-constexpr std::int64_t kUnixEpoch = 116444736000000000;
-
 /// Here and below: 0 or errno.
 int Rename(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
     if (replace) {
@@ -104,27 +101,6 @@ task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u1
             throw ExceptionFromErrno("move " + from.string() + " to " + to.string(), error);
         }
         self->m_path.With([&](auto& path) { path = to; });
-    });
-}
-
-task<void> StorageFile::DeleteAsync() {
-    return create_task([self = shared_from_this()] {
-        const auto path = self->CurrentPath();
-        if (unlink(path.c_str()) != 0) {
-            throw ExceptionFromErrno("delete " + path.string(), errno);
-        }
-    });
-}
-
-task<BasicProperties> StorageFile::GetBasicPropertiesAsync() {
-    return create_task([self = shared_from_this()] {
-        const auto path = self->CurrentPath();
-        struct stat status {};
-        if (stat(path.c_str(), &status) != 0) {
-            throw ExceptionFromErrno("look up " + path.string(), errno);
-        }
-        return BasicProperties{static_cast<std::uint64_t>(status.st_size),
-                               kUnixEpoch + status.st_mtim.tv_sec * 10000000 + status.st_mtim.tv_nsec / 100};
     });
 }
 

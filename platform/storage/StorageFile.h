@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -15,12 +14,6 @@ class StorageFolder;
 /// What MoveAsync does when the name is taken.
 enum class NameCollisionOption { GenerateUniqueName = 0, ReplaceExisting = 1, FailIfExists = 2 };
 
-struct BasicProperties {
-    std::uint64_t Size = 0;
-    /// FILETIME: 100 ns units since 1601-01-01 UTC.
-    std::int64_t DateModified = 0;
-};
-
 /// One file. Any thread; failures are platform exceptions of the tasks.
 class StorageFile : public std::enable_shared_from_this<StorageFile> {
   public:
@@ -34,9 +27,6 @@ class StorageFile : public std::enable_shared_from_this<StorageFile> {
     /// Moves the file into `folder` under the name `desiredNewName`, also to another file system.
     task<void> MoveAsync(std::shared_ptr<StorageFolder> folder, std::u16string desiredNewName,
                          NameCollisionOption option);
-
-    task<void> DeleteAsync();
-    task<BasicProperties> GetBasicPropertiesAsync();
 
     /// Fails with "file not found" when there is no such file.
     static task<std::shared_ptr<StorageFile>> GetFileFromPathAsync(std::u16string path);

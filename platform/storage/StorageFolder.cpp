@@ -37,22 +37,4 @@ task<std::shared_ptr<StorageFolder>> StorageFolder::CreateFolderAsync(std::u16st
     });
 }
 
-task<std::vector<std::shared_ptr<StorageFile>>> StorageFolder::GetFilesAsync() {
-    return create_task([path = m_path] {
-        std::vector<std::shared_ptr<StorageFile>> files;
-        std::error_code error;
-        for (std::filesystem::directory_iterator entry(path, error), end; !error && entry != end;
-             entry.increment(error)) {
-            std::error_code gone;
-            if (entry->is_regular_file(gone)) {
-                files.push_back(std::make_shared<StorageFile>(entry->path()));
-            }
-        }
-        if (error) {
-            throw ExceptionFromErrno("list " + path.string(), error.value());
-        }
-        return files;
-    });
-}
-
 }  // namespace platform

@@ -3,9 +3,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "platform/storage/StorageFile.h"
 #include "platform/tasks/task.h"
 
 namespace platform {
@@ -34,9 +32,6 @@ class StorageFolder {
     /// OpenIfExists are supported; the other options are refused.
     task<std::shared_ptr<StorageFolder>> CreateFolderAsync(std::u16string desiredName,
                                                            CreationCollisionOption option);
-
-    /// The files in this folder, folders left out, in no particular order.
-    task<std::vector<std::shared_ptr<StorageFile>>> GetFilesAsync();
 
   private:
     const std::filesystem::path m_path;

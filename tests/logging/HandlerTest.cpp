@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 
 #include "logging/LogRetention.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
+#include "platform/diagnostics/EventTraceImage.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/storage/Places.h"
 #include "tests/support/LogFolder.h"
@@ -15,6 +17,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using platform::PropertyValue;
 
 class TestApplication final : public platform::Application {
@@ -62,6 +65,21 @@ class Handler : public testing::Test {
         for (int i = 0; i < files * 3 + 1; ++i) {
             m_handler->LogError(std::u16string(30000, u'f'));
         }
+    }
+
+    /// A sound log file, begun that long from now. Eight of these fill the limit; they take no space.
+    void MakeLogFile(const std::filesystem::path& path, std::chrono::minutes fromNow) {
+        std::vector<std::byte> memory(platform::etl::kFileSize);
+        platform::etl::EventTraceImage image(memory.data());
+        image.Prepare(u"Kelvane_Session", u"Kelvane_Session.etl", 0);
+        image.Begin(1, 1, m_clock.FileTime() + fromNow / 1min * 60 * platform::etl::kTicksPerSecond, 0);
+        image.Append({.channel = u"c", .text = u"t"}, 0);
+        platform::EnsureFolder(path.parent_path());
+        std::ofstream(path).write(reinterpret_cast<const char*>(memory.data()),
+                                  sizeof(platform::etl::FileHeader));
+        std::filesystem::resize_file(path, Kelvane::kLogFilesLimit / 8);
+        // Dates of the file system count for nothing.
+        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - fromNow);
     }
 
     static constexpr std::u16string_view kEnabled = u"Kelvane_LoggingEnabled";
@@ -168,21 +186,61 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgain) {
     EXPECT_EQ(texts, (std::vector<std::u16string>{u"again", u"kept", u"kept"}));
 }
 
-TEST_F(Handler, KeepsTheNewestFilesAndWhatIsNotReported) {
-    platform::EnsureFolder(m_state.Stored());
-    const auto now = std::filesystem::file_time_type::clock::now();
-    int age = 0;
-    for (const char* name : {"Log-260305-1.etl", "Log-Kelvane260304-2.etl", "Log-260303-3.etl",
-                             "Log-260302-4.etl", "mine.etl"}) {
-        std::ofstream(m_state.Stored() / name) << std::string(100, 'x');
-        std::filesystem::last_write_time(m_state.Stored() / name, now - std::chrono::hours(++age));
+TEST_F(Handler, KeepsTheNewest64MegabytesAfterEveryStartAndEnd) {
+    m_clock.Advance(30min);
+    for (int age = 1; age <= 9; ++age) {
+        MakeLogFile(m_state.Stored() / ("Log-" + std::to_string(age) + ".etl"), -age * 1h);
     }
-    platform::StorageFolder folder(m_state.Stored());
-    Kelvane::DeleteOldLogFiles(
-        folder, 250, [](const std::u16string& path) { return path.ends_with(u"Log-260302-4.etl"); });
-    EXPECT_EQ(tests::Names(m_state.Stored()),
-              (std::vector<std::string>{"Log-260302-4.etl", "Log-260305-1.etl", "Log-Kelvane260304-2.etl",
-                                        "mine.etl"}));
+    MakeLogFile(m_state.Stored() / "Log-Kelvane-of-a-clock-ahead.etl", 24h);
+    MakeLogFile(m_state.Stored() / "mine.etl", -99h);
+    std::ofstream(m_state.Stored() / "Log-damaged.etl") << "no header";
+    Start();
+    platform::ThreadPool::Default().Stop();
+    std::vector<std::string> kept = {"Log-1.etl", "Log-2.etl", "Log-3.etl", "Log-4.etl", "Log-5.etl",
+                                     "Log-6.etl", "Log-7.etl", "Log-8.etl", "mine.etl"};
+    EXPECT_EQ(tests::Names(m_state.Stored()), kept);
+
+    m_handler->LogError(u"begun before the clock was set back");
+    m_clock.Advance(-30min);
+    Suspend();
+    kept[7] = "Log-260305-090407045.etl";
+    std::ranges::sort(kept);
+    EXPECT_EQ(tests::Names(m_state.Stored()), kept);
+}
+
+TEST_F(Handler, KeepsAFileJustStoredWhateverItsClockSaid) {
+    for (int age = 1; age <= 9; ++age) {
+        MakeLogFile(m_state.Stored() / ("Log-" + std::to_string(age) + ".etl"), -age * 1h);
+    }
+    m_clock.Advance(30min);
+    Start();
+    // Raised for the second file when all is done for the first.
+    const platform::task_completion_event<bool> isThere;
+    m_handler->StatusChanged().Add([&](Kelvane::LoggingHandler&, Kelvane::LoggingEventArgs&) {
+        m_clock.Advance(1ms);
+        if (const auto reports = Reports(); reports.size() == 2) {
+            isThere.set(std::filesystem::exists(platform::ToUtf8(reports[0].second)));
+        }
+    });
+    m_handler->LogError(u"begun before the clock was set back");
+    m_clock.Advance(-30min);
+    Fill(2);
+    EXPECT_TRUE(create_task(isThere).get());
+    Suspend();
+}
+
+TEST_F(Handler, HoldsTheLimitAlsoForFilesThatCannotBeMoved) {
+    platform::EnsureFolder(m_state.Stored().parent_path());
+    std::ofstream(m_state.Stored()) << "a file where the folder should be";
+    for (int age = 1; age <= 9; ++age) {
+        MakeLogFile(m_state.Logs() / ("Kelvane_Session-5-" + std::to_string(age) + ".etl"), -age * 1h);
+    }
+    testing::internal::CaptureStderr();
+    Start();
+    m_handler->LogError(u"kept");
+    Suspend();
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(tests::Names(m_state.Logs()).size(), 8U);
 }
 
 }  // namespace

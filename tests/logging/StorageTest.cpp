@@ -8,6 +8,7 @@
 #include "platform/storage/ApplicationData.h"
 #include "platform/storage/Places.h"
 #include "platform/storage/SettingsFile.h"
+#include "platform/storage/StorageFile.h"
 #include "tests/support/LogFolder.h"
 
 namespace {
@@ -110,14 +111,12 @@ TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
     EXPECT_EQ(second->Name(), u"file (2).etl");
     second->MoveAsync(folder, u"file.etl", NameCollisionOption::ReplaceExisting).get();
     EXPECT_EQ(tests::ReadBytes(platform::LocalStateFolder() / "Target" / "file.etl").size(), 3U);
-    EXPECT_EQ(folder->GetFilesAsync().get().size(), 1U);
+    EXPECT_EQ(tests::Names(folder->NativePath()), (std::vector<std::string>{"file.etl"}));
 
     EXPECT_THROW(platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/none").get(),
                  platform::Exception);
-    const auto found = platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/file.etl").get();
-    EXPECT_EQ(found->GetBasicPropertiesAsync().get().Size, 3U);
-    found->DeleteAsync().get();
-    EXPECT_TRUE(folder->GetFilesAsync().get().empty());
+    EXPECT_EQ(platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/file.etl").get()->Name(),
+              u"file.etl");
     EXPECT_THROW(platform::ApplicationData::Current()
                      .LocalFolder()
                      ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::FailIfExists)
