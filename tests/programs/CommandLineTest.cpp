@@ -154,8 +154,9 @@ TEST(CommandLine, ReadsTheOptionsOfTheLogTool) {
     EXPECT_EQ(options.Level, platform::LoggingLevel::Warning) << "the last one counts";
     EXPECT_EQ(options.Since, 134170000000000000 - 100'000'000);
     EXPECT_THAT(options.Places, ElementsAre("a", "b"));
-    EXPECT_TRUE(read({"-uj"}).Utc);
-    EXPECT_TRUE(read({"-uj"}).Json);
+    EXPECT_TRUE(read({"-u"}).Utc);
+    EXPECT_TRUE(read({"-j"}).Json);
+    EXPECT_FALSE(read({"-j"}).Utc);
     EXPECT_FALSE(read({}).Since);
 }
 
