@@ -2,26 +2,36 @@
 
 namespace Kelvane {
 
-void Split(std::u16string_view text, std::u16string_view delimiter, std::vector<std::u16string>& parts) {
+namespace {
+
+std::vector<std::u16string> Pieces(std::u16string_view text, std::u16string_view delimiter) {
+    std::vector<std::u16string> pieces;
     while (!delimiter.empty()) {
         const auto found = text.find(delimiter);
         if (found == std::u16string_view::npos) {
             break;
         }
-        parts.emplace_back(text.substr(0, found));
+        pieces.emplace_back(text.substr(0, found));
         text.remove_prefix(found + delimiter.size());
     }
-    parts.emplace_back(text);
+    pieces.emplace_back(text);
+    return pieces;
 }
 
-void SplitTraced(const Trace& trace, std::u16string_view text, std::u16string_view delimiter,
-                 std::vector<std::u16string>& parts) {
-    trace.Verbose(u"Full String : ", text);
-    trace.Verbose(u"Delimiter : ", delimiter);
-    Split(text, delimiter, parts);
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        trace.Verbose(u"SplitString [", i, u"] = ", parts[i]);
-    }
+}  // namespace
+
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter, MethodName name,
+                                  TraceLines& lines) {
+    return TracedInto(lines, name, [&](const LineTrace& trace) {
+        using enum platform::LoggingLevel;
+        trace.Add(Verbose, u"Full String : ", text);
+        trace.Add(Verbose, u"Delimiter : ", delimiter);
+        auto pieces = Pieces(text, delimiter);
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            trace.Add(Verbose, u"SplitString [", i, u"] = ", pieces[i]);
+        }
+        return pieces;
+    });
 }
 
 }  // namespace Kelvane

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "logging/Trace.h"
+#include "logging/TraceLines.h"
 
 namespace Kelvane {
 
@@ -17,12 +17,9 @@ inline bool HasValue(std::u16string_view field) {
     return !field.empty() && field != u"null";
 }
 
-/// Appends the pieces of `text` between the delimiters, empty ones included: always one more than there are
-/// delimiters. An empty delimiter is found nowhere.
-void Split(std::u16string_view text, std::u16string_view delimiter, std::vector<std::u16string>& parts);
-
-/// The same, and writes input and pieces to the trace.
-void SplitTraced(const Trace& trace, std::u16string_view text, std::u16string_view delimiter,
-                 std::vector<std::u16string>& parts);
+/// The pieces of `text` between the delimiters, empty ones included: always one more than there are
+/// delimiters. An empty delimiter is found nowhere. Adds the lines of the method `name`: input and pieces.
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter, MethodName name,
+                                  TraceLines& lines);
 
 }  // namespace Kelvane

@@ -8,10 +8,9 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "chrome/CustomTitleBar.h"
-#include "logging/Trace.h"
+#include "pages/main/SystemInfoRecord.h"
 #include "platform/core/Guarded.h"
 #include "platform/media/Speech.h"
 #include "platform/tasks/CoreDispatcher.h"
@@ -29,15 +28,8 @@ class MainPage final : public platform::Page {
     void AddCustomTitleBar();
     void RemoveCustomTitleBar();
 
-    /// Appends the pieces of `fullString` to `parts`, and traces them.
-    void ParseSystemInfo(std::u16string_view fullString, std::u16string_view delimiter,
-                         std::vector<std::u16string>& parts);
-
     /// Fills the rows from a system-information record; a record with too few fields changes nothing.
     void UpdateUI(const std::u16string& record);
-
-    /// The display text of a BIOS password status; empty when the field is no number.
-    std::u16string GetBiosPasswordStatus(const std::u16string& field);
 
   protected:
     void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
@@ -54,7 +46,8 @@ class MainPage final : public platform::Page {
         std::shared_ptr<platform::TextBlock> value;
         std::shared_ptr<platform::Button> copy;
     };
-    static constexpr std::size_t kRows = 10;
+    static constexpr std::size_t kBiosPasswordRow = kSystemInfoRows;
+    static constexpr std::size_t kRows = kSystemInfoRows + 1;
 
     void InitializeComponent();
 
@@ -78,9 +71,7 @@ class MainPage final : public platform::Page {
     void StartHotkeyChain();
     void UpdateUIWithSysDataAvailable();
     void UpdateUsbTypeButton();
-    void FillRow(std::size_t row, const std::u16string& field);
-    void FillMemoryRow(const Trace& trace, const std::u16string& field);
-    void FillBiosRow(const std::vector<std::u16string>& fields);
+    void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
     void NavigateRoot(std::u16string_view pageType);
 

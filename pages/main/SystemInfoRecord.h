@@ -1,38 +1,51 @@
 #pragma once
 
-// What the main page makes of its records: functions of texts, without a page.
+// What the main page makes of its records: from a text to a value, and the lines that the trace gets. No
+// page, no window, no effects.
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "logging/TraceLines.h"
+#include "pages/DisplayTexts.h"
+
 namespace Kelvane {
 
-inline constexpr std::u16string_view kOldFieldSeparator = u",";
-
-/// Places of the fields that are treated in a way of their own.
+/// The rows that each form of the record has, and the places of those that are treated in a way of their own.
+inline constexpr std::size_t kSystemInfoRows = 9;
 inline constexpr std::size_t kMemoryField = 3;
 inline constexpr std::size_t kSerialNumberField = 7;
-inline constexpr std::size_t kBiosPasswordField = 9;
 
-/// Fields of the short form, without, and of the long form, with the BIOS password status. The old separator
-/// allows more.
-inline constexpr std::size_t kShortFormFields = 10;
-inline constexpr std::size_t kLongFormFields = 11;
+/// What a system-information record has to show.
+struct SystemInfo {
+    enum class BiosRow { Unchanged, Hidden, Shown };
 
-/// `field` with its first "usable" replaced; nothing when it holds none.
-std::optional<std::u16string> ReplaceUsable(std::u16string_view field, std::u16string_view localised);
+    /// Display texts; nothing for a field without a value, whose row keeps what it shows.
+    std::array<std::optional<std::u16string>, kSystemInfoRows> Rows;
+    BiosRow Bios = BiosRow::Unchanged;
+    /// The display text of the BIOS password status, empty for a status that is no number; nothing where the
+    /// field has no value.
+    std::optional<std::u16string> BiosPassword;
 
-/// A field as a signed 32-bit integer: blanks skipped, sign, 0x for hexadecimal, 0 for octal; what follows
-/// the number is ignored. Throws std::invalid_argument without a digit, std::out_of_range outside 32 bits.
-std::int32_t ParseStatusCode(std::u16string_view field);
+    bool operator==(const SystemInfo&) const = default;
+};
 
-/// The resource key of the text that tells which BIOS credential a status code stands for.
-std::u16string_view BiosCredentialKey(std::int32_t code);
+/// Nothing for a record with too few fields.
+struct SystemInfoReading {
+    std::optional<SystemInfo> Value;
+    TraceLines Lines;
+};
+SystemInfoReading InterpretSystemInfo(std::u16string_view record, const DisplayTexts& texts);
 
-/// Whether the first field of the USB Type-C record names, between commas, one of the generations that have a
-/// page of their own.
-bool OffersUsbTypeCPage(std::u16string_view firstField);
+/// Whether a USB Type-C record offers the page of its own: its first field names, between commas, one of the
+/// generations that have one.
+struct UsbTypeCOffer {
+    bool HasPage = false;
+    TraceLines Lines;
+};
+UsbTypeCOffer InterpretUsbTypeCOffer(std::u16string_view record);
 
 }  // namespace Kelvane

@@ -4,10 +4,7 @@
 #include "logging/Trace.h"
 #include "pages/CachedRecord.h"
 #include "pages/KeyRule.h"
-#include "pages/Split.h"
 #include "pages/WorkThenShow.h"
-#include "pages/usbc/USBTypeCRecord.h"
-#include "platform/resources/ResourceLoader.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Window.h"
 
@@ -23,10 +20,6 @@ constexpr std::u16string_view kValueNames[] = {u"UsbTypeCValue1", u"UsbTypeCValu
 constexpr std::u16string_view kLabelNames[] = {u"UsbTypeCLabel1",   u"UsbTypeCLabel2",   u"UsbTypeCLabel3",
                                                u"UsbTypeCLabel4",   u"UsbTypeCLabel5",   u"UsbTypeCLabel6",
                                                u"UsbTypeCDataHead", u"UsbTypeCPowerHead"};
-
-std::u16string DisplayText(std::u16string_view key) {
-    return platform::ResourceLoader::GetForCurrentView()->GetString(key);
-}
 
 }  // namespace
 
@@ -50,7 +43,7 @@ void USBTypeCPage::InitializeComponent() {
                            {u"Back_Click", on(&USBTypeCPage::Back_Click)}},
          .KeyHandlers = {{u"KeyboardKeyDownEvent", on(&USBTypeCPage::KeyboardKeyDownEvent)},
                          {u"KeyboardKeyUpEvent", on(&USBTypeCPage::KeyboardKeyUpEvent)}}});
-    for (std::size_t i = 0; i < kValues; ++i) {
+    for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
         m_values[i] = elements.Find<platform::TextBox>(kValueNames[i]);
     }
     for (std::size_t i = 0; i < kLabels; ++i) {
@@ -123,37 +116,15 @@ void USBTypeCPage::UpdateUIWithTypeCDataAvailable() {
     });
 }
 
-void USBTypeCPage::ParseUSBTypeCInfo(std::u16string_view text, std::u16string_view delimiter,
-                                     std::vector<std::u16string>& pieces) {
-    Traced(u"Kelvane::USBTypeCPage::ParseUSBTypeCInfo",
-           [&](const Trace& trace) { SplitTraced(trace, text, delimiter, pieces); });
-}
-
-std::u16string USBTypeCPage::CheckSupportStatus(const std::u16string& fieldText) {
-    return TracedUncaught(u"Kelvane::USBTypeCPage::CheckSupportStatus", [&](const Trace& trace) {
-        if (!platform::CoreWindow::GetForCurrentThread()) {
-            trace.Error(u"GetForCurrentThread() = NULL");
-            return std::u16string();
-        }
-        return SupportText(fieldText, DisplayText);
-    });
-}
-
 void USBTypeCPage::UpdateUI(const std::u16string& record) {
-    Traced(u"Kelvane::USBTypeCPage::UpdateUI", [&](const Trace& trace) {
-        const UsbTypeCInterpreter interpreter{
-            .Split = [this](auto text, auto delimiter,
-                            auto& pieces) { ParseUSBTypeCInfo(text, delimiter, pieces); },
-            .Lookup = DisplayText,
-            .Support = [this](const std::u16string& field) { return CheckSupportStatus(field); },
-            .Show = [this](std::size_t field,
-                           std::u16string value) { m_values[field]->Text(std::move(value)); }};
-        const auto fields = SplitUsbTypeCRecord(trace, record, interpreter);
-        if (!platform::CoreWindow::GetForCurrentThread()) {
-            trace.Error(u"GetForCurrentThread() = NULL");
-            return;
+    Traced(u"Kelvane::USBTypeCPage::UpdateUI", [&] {
+        const auto reading = InterpretUsbTypeC(record, PackageTexts());
+        for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
+            if (const auto& value = reading.Values[i]) {
+                m_values[i]->Text(*value);
+            }
         }
-        InterpretUsbTypeCFields(trace, fields, interpreter);
+        WriteLines(reading.Lines);
     });
 }
 

@@ -8,9 +8,9 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "chrome/CustomTitleBar.h"
+#include "pages/usbc/USBTypeCRecord.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Navigation.h"
 
@@ -24,13 +24,6 @@ class USBTypeCPage final : public platform::Page {
     void AddCustomTitleBar();
     void RemoveCustomTitleBar();
 
-    /// Appends the pieces of `text` to `pieces`, and traces them.
-    void ParseUSBTypeCInfo(std::u16string_view text, std::u16string_view delimiter,
-                           std::vector<std::u16string>& pieces);
-
-    /// The display text of a support field; empty without a window.
-    std::u16string CheckSupportStatus(const std::u16string& fieldText);
-
     /// Shows a USB Type-C record, box by box.
     void UpdateUI(const std::u16string& record);
 
@@ -38,7 +31,6 @@ class USBTypeCPage final : public platform::Page {
     void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
 
   private:
-    static constexpr std::size_t kValues = 6;
     static constexpr std::size_t kLabels = 8;
 
     void InitializeComponent();
@@ -54,7 +46,7 @@ class USBTypeCPage final : public platform::Page {
     void LaunchUsbPageLabelsVisible(bool visible);
 
     std::shared_ptr<CustomTitleBar> m_titleBar;
-    std::array<std::shared_ptr<platform::TextBox>, kValues> m_values;
+    std::array<std::shared_ptr<platform::TextBox>, kUsbTypeCFields> m_values;
     std::array<std::shared_ptr<platform::TextBlock>, kLabels> m_labels;
 };
 

@@ -6,6 +6,8 @@ namespace Kelvane {
 
 namespace {
 
+using enum platform::LoggingLevel;
+
 /// Generations that have a display text of their own.
 struct Generation {
     std::u16string_view value;
@@ -14,90 +16,86 @@ struct Generation {
 constexpr Generation kGenerations[] = {{u"USB 3.1 Gen 2", u"USB31Gen2/Text"},
                                        {u"USB 3.1 Gen 1", u"USB31Gen1/Text"}};
 
-std::u16string GenerationText(const Trace& trace, const std::u16string& generation,
-                              const ResourceLookup& lookup) {
+std::vector<std::u16string> ParseUSBTypeCInfo(std::u16string_view text, std::u16string_view delimiter,
+                                              TraceLines& lines) {
+    return Split(text, delimiter, u"Kelvane::USBTypeCPage::ParseUSBTypeCInfo", lines);
+}
+
+std::u16string GenerationText(const std::u16string& generation, const DisplayTexts& texts,
+                              const LineTrace& trace) {
     for (const auto& known : kGenerations) {
         if (generation == known.value) {
-            auto text = lookup(known.key);
-            trace.Verbose(u" usbResourceValue : ", text);
+            auto text = texts.Lookup(known.key);
+            trace.Add(Verbose, u" usbResourceValue : ", text);
             return text;
         }
     }
     return generation;
 }
 
-std::u16string DeviceLine(const Trace& trace, const std::u16string& field,
-                          const UsbTypeCInterpreter& interpreter) {
-    std::vector<std::u16string> subfields;
-    interpreter.Split(field, kSubfieldSeparator, subfields);
-    trace.Information(u"Split String Count = ", subfields.size());
+std::u16string DeviceLine(const std::u16string& field, const DisplayTexts& texts, const LineTrace& trace,
+                          TraceLines& lines) {
+    const auto subfields = ParseUSBTypeCInfo(field, kSubfieldSeparator, lines);
+    trace.Add(Information, u"Split String Count = ", subfields.size());
     if (subfields.size() < 2) {
-        trace.Warning(
-            u"Required Number of required USB Device Components are not present when parsed with new "
-            u"separator ','");
+        trace.Add(Warning,
+                  u"Required Number of required USB Device Components are not present when parsed with new "
+                  u"separator ','");
         return field;
     }
     const auto& value = subfields[0];
     const auto& generation = subfields[1];
-    trace.Verbose(u" usbDeviceValue : ", value);
-    trace.Verbose(u" USBDeviceGeneration : ", generation, u" Length : ", generation.size());
+    trace.Add(Verbose, u" usbDeviceValue : ", value);
+    trace.Add(Verbose, u" USBDeviceGeneration : ", generation, u" Length : ", generation.size());
     std::u16string line;
     if (!value.empty()) {
-        trace.Verbose(u"The USB device is USB 2.0 ");
+        trace.Add(Verbose, u"The USB device is USB 2.0 ");
         line = value + u", ";
     } else {
-        trace.Verbose(u"The USB device doesnt have USB 2.0 ");
+        trace.Add(Verbose, u"The USB device doesnt have USB 2.0 ");
     }
-    return line + GenerationText(trace, generation, interpreter.Lookup);
+    return line + GenerationText(generation, texts, trace);
+}
+
+/// The display text of a support field: supported is the word "Supported" alone.
+std::u16string CheckSupportStatus(std::u16string_view field, const DisplayTexts& texts, TraceLines& lines) {
+    return TracedInto(lines, u"Kelvane::USBTypeCPage::CheckSupportStatus", [&](const LineTrace&) {
+        return texts.Lookup(field == u"Supported" ? u"Supported/Text" : u"NotSupported/Text");
+    });
 }
 
 }  // namespace
 
-std::vector<std::u16string> SplitUsbTypeCRecord(const Trace& trace, std::u16string_view record,
-                                                const UsbTypeCInterpreter& interpreter) {
-    trace.Verbose(u"Complete USB Type C Info : ", record);
-    std::vector<std::u16string> fields;
-    interpreter.Split(record, kFieldSeparator, fields);
-    trace.Information(u"Split String Count = ", fields.size());
+UsbTypeCReading InterpretUsbTypeC(std::u16string_view record, const DisplayTexts& texts) {
+    UsbTypeCReading reading;
+    auto& lines = reading.Lines;
+    const LineTrace trace(u"Kelvane::USBTypeCPage::UpdateUI", lines);
+    trace.Add(Verbose, u"Complete USB Type C Info : ", record);
+    const auto fields = ParseUSBTypeCInfo(record, kFieldSeparator, lines);
+    trace.Add(Information, u"Split String Count = ", fields.size());
     if (fields.size() != kUsbTypeCFields) {
-        trace.Warning(
-            u"Required Number of required USB-C Components are not present when parsed with new "
-            u"separator(<.^.>)");
+        trace.Add(Warning,
+                  u"Required Number of required USB-C Components are not present when parsed with new "
+                  u"separator(<.^.>)");
     }
-    return fields;
-}
-
-void InterpretUsbTypeCFields(const Trace& trace, const std::vector<std::u16string>& fields,
-                             const UsbTypeCInterpreter& interpreter) {
+    if (!texts.HasWindow) {
+        trace.Add(Error, u"GetForCurrentThread() = NULL");
+        return reading;
+    }
     constexpr std::size_t kDevice = 0;
     constexpr std::size_t kMaximumPower = kUsbTypeCFields - 1;
     for (std::size_t i = 0; i < fields.size() && i < kUsbTypeCFields; ++i) {
+        auto& value = reading.Values[i];
         if (i == kDevice) {
-            interpreter.Show(i, DeviceLine(trace, fields[i], interpreter));
+            value = DeviceLine(fields[i], texts, trace, lines);
         } else if (i < kMaximumPower) {
-            interpreter.Show(i, interpreter.Support(fields[i]));
+            value = CheckSupportStatus(fields[i], texts, lines);
         } else if (HasValue(fields[i])) {
-            trace.Verbose(u" Max Power : ", fields[i]);
-            interpreter.Show(i, fields[i]);
+            trace.Add(Verbose, u" Max Power : ", fields[i]);
+            value = fields[i];
         }
     }
-}
-
-std::u16string SupportText(std::u16string_view field, const ResourceLookup& lookup) {
-    return lookup(field == u"Supported" ? u"Supported/Text" : u"NotSupported/Text");
-}
-
-UsbTypeCDisplayValues InterpretUsbTypeCRecord(const Trace& trace, std::u16string_view record,
-                                              const ResourceLookup& lookup) {
-    UsbTypeCDisplayValues values;
-    const UsbTypeCInterpreter interpreter{
-        .Split = [&](auto text, auto delimiter,
-                     auto& pieces) { SplitTraced(trace, text, delimiter, pieces); },
-        .Lookup = lookup,
-        .Support = [&](const std::u16string& field) { return SupportText(field, lookup); },
-        .Show = [&](std::size_t field, std::u16string value) { values[field] = std::move(value); }};
-    InterpretUsbTypeCFields(trace, SplitUsbTypeCRecord(trace, record, interpreter), interpreter);
-    return values;
+    return reading;
 }
 
 }  // namespace Kelvane

@@ -1,6 +1,6 @@
 #include "pages/main/MainPage.h"
 
-#include "pages/main/SystemInfoRecord.h"
+#include "platform/tasks/task.h"
 #include "platform/xaml/Window.h"
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
@@ -22,56 +22,65 @@ class MainPageTest : public ApplicationTest {
     std::u16string Glyph() { return Find<platform::FontIcon>(u"ExpandIcon")->Glyph(); }
 };
 
-struct RecordCase {
-    const char* name;
-    std::u16string record;
-    bool accepted;
-    std::u16string first;
-    std::u16string memory;
-    bool bios;
-};
-
-void PrintTo(const RecordCase& each, std::ostream* out) {
-    *out << each.name;
-}
-
-std::vector<RecordCase> RecordCases() {
-    auto longForm = Letters(11);
-    longForm[3] = u"16 GB (15.6 GB usable)";
-    longForm[9] = u"0x10";
-    const auto full = std::u16string(998 - Record(Letters(10)).size(), u'x') + Record(Letters(10));
-    return {
-        {"TenFields", Record(Letters(10)), true, u"a", u"d", false},
-        {"ElevenFields", Record(longForm), true, u"a", u"16 GB (15.6 GB usable)", true},
-        {"TrailingSeparator", Record(Letters(10)) + u"<.^.>", true, u"a", u"d", true},
-        {"OldSeparator", u"a,b,c,d,e,f,g,h,i,j", true, u"a", u"d", false},
-        {"TwelveOldFields", u"a,b,c,d,e,f,g,h,i,j,k,l", true, u"a", u"d", true},
-        {"NineFields", Record(Letters(9)), false, u"", u"", true},
-        {"Empty", u"", false, u"", u"", true},
-        {"Longest", full, true, full.substr(0, full.find(u'<')), u"d", false},
-        {"TooLong", u"x" + full, false, u"", u"", true},
-    };
-}
-
-class RecordFormTest : public MainPageTest, public testing::WithParamInterface<RecordCase> {};
-
-TEST_P(RecordFormTest, FillsTheRowsOrNone) {
-    const auto& each = GetParam();
-    m_systemInformation = each.record;
+TEST_F(MainPageTest, FillsTheRowsOfARecord) {
+    m_systemInformation =
+        Record({u"a", u"b", u"c", u"16 GB (15.6 GB usable)", u"e", u"f", u"g", u"h", u"i", u"0x10", u"k"});
     StartService();
     Run({[&] {
-        EXPECT_TRUE(IsVisible(u"SysInfoLabel0"));
-        EXPECT_EQ(Text(u"SysInfoValue0"), each.first);
-        EXPECT_EQ(Text(u"SysInfoValue3"), each.memory);
-        EXPECT_EQ(IsVisible(u"BiosPasswordLabel"), each.bios);
-        EXPECT_EQ(IsVisible(u"CopyBiosPasswordValue"), each.bios);
-        EXPECT_EQ(IsVisible(u"Advanced"), each.accepted);
-        EXPECT_EQ(IsVisible(u"RunSysDiagsbutton"), each.accepted);
+        const std::u16string_view names[] = {u"SysInfoValue0", u"SysInfoValue1", u"SysInfoValue2",
+                                             u"SysInfoValue3", u"SysInfoValue4", u"SysInfoValue5",
+                                             u"SysInfoValue6", u"SerialNumber",  u"SysInfoValue8"};
+        const std::u16string_view texts[] = {u"a", u"b", u"c", u"16 GB (15.6 GB usable)", u"e", u"f",
+                                             u"g", u"h", u"i"};
+        for (std::size_t i = 0; i < std::size(names); ++i) {
+            EXPECT_EQ(Text(names[i]), texts[i]);
+        }
+        EXPECT_EQ(Text(u"BiosPasswordValue"), u"Veldra credential set");
+        EXPECT_TRUE(IsVisible(u"CopyBiosPasswordValue"));
+        EXPECT_TRUE(IsVisible(u"Advanced"));
+        EXPECT_TRUE(IsVisible(u"RunSysDiagsbutton"));
+        Page()->UpdateUI(Record(Letters(10)));
+        EXPECT_FALSE(IsVisible(u"BiosPasswordLabel"));
+        EXPECT_FALSE(IsVisible(u"BiosPasswordValue"));
+        EXPECT_FALSE(IsVisible(u"CopyBiosPasswordValue"));
+        Page()->UpdateUI(u"a,b,c,d,e,f,g,h,i,j,k,l");
+        EXPECT_FALSE(IsVisible(u"BiosPasswordLabel"));
+        Page()->UpdateUI(Record(Letters(11)));
+        EXPECT_TRUE(IsVisible(u"BiosPasswordLabel"));
+        EXPECT_TRUE(IsVisible(u"BiosPasswordValue"));
     }});
 }
 
-INSTANTIATE_TEST_SUITE_P(Records, RecordFormTest, testing::ValuesIn(RecordCases()),
-                         [](const auto& info) { return info.param.name; });
+TEST_F(MainPageTest, ShowsLabelsAloneForARecordThatCannotBeUsed) {
+    m_systemInformation = Record(Letters(9));
+    StartService();
+    Run({[&] {
+        EXPECT_TRUE(IsVisible(u"SysInfoLabel0"));
+        EXPECT_TRUE(IsVisible(u"BiosPasswordLabel"));
+        EXPECT_EQ(Text(u"SysInfoValue0"), u"");
+        EXPECT_FALSE(IsVisible(u"Advanced"));
+        EXPECT_FALSE(IsVisible(u"RunSysDiagsbutton"));
+        Page()->UpdateUI(Record(Letters(10)));
+        EXPECT_EQ(Text(u"SysInfoValue0"), u"a");
+    }});
+}
+
+TEST_F(MainPageTest, ShowsTheLongestRecordAndNoneThatIsLonger) {
+    const auto letters = Record(Letters(10));
+    const std::u16string first(998 - letters.size(), u'x');
+    m_systemInformation = first + letters;
+    StartService();
+    Run({[&] {
+             EXPECT_EQ(Text(u"SysInfoValue0"), first + u"a");
+             m_systemInformation = u"x" + *m_systemInformation;
+             platform::create_task([] { MainViewModel::GetInstance()->ReadSysInfoDetailsAsync(); });
+         },
+         [&] {
+             char16_t record[1000]{u'?'};
+             MainViewModel::GetInstance()->GetSysInfo(record, 999);
+             EXPECT_EQ(std::u16string(record), u"");
+         }});
+}
 
 TEST_F(MainPageTest, KeepsAValueWhenASecondFillHasNone) {
     StartService();
@@ -84,44 +93,6 @@ TEST_F(MainPageTest, KeepsAValueWhenASecondFillHasNone) {
         EXPECT_EQ(Text(u"SerialNumber"), u"h");
         EXPECT_EQ(Find<platform::TextBlock>(u"SysInfoValue8")->TextWrapping(), platform::TextWrapping::Wrap);
     }});
-}
-
-TEST_F(MainPageTest, NamesTheBiosCredentialOfEachStatus) {
-    const std::pair<std::u16string, std::u16string> cases[] = {{u"0", u"Not set"},
-                                                               {u"1", u"Password set"},
-                                                               {u"15", u"Password set"},
-                                                               {u"16", u"Veldra credential set"},
-                                                               {u"0x10", u"Veldra credential set"},
-                                                               {u"255", u"Veldra credential set"},
-                                                               {u"256", u"Not set"},
-                                                               {u"-1", u"Not set"},
-                                                               {u"010", u"Password set"},
-                                                               {u" 12abc", u"Password set"},
-                                                               {u"letters", u""},
-                                                               {u"99999999999", u""}};
-    StartService();
-    Run({[&] {
-        for (const auto& [field, text] : cases) {
-            EXPECT_EQ(Page()->GetBiosPasswordStatus(field), text);
-        }
-    }});
-    EXPECT_TRUE(HasTraced("Kelvane::MainPage::GetBiosPasswordStatusBad input: std::invalid_argument thrown"));
-    EXPECT_TRUE(
-        HasTraced("Kelvane::MainPage::GetBiosPasswordStatusInteger overflow: std::out_of_range thrown"));
-}
-
-TEST_F(MainPageTest, TranslatesTheFirstUsableOnly) {
-    EXPECT_EQ(ReplaceUsable(u"16 GB (15 usable, usable)", u"nutzbar"), u"16 GB (15 nutzbar, usable)");
-    EXPECT_EQ(ReplaceUsable(u"16 GB (15 Usable)", u"nutzbar"), std::nullopt);
-}
-
-TEST_F(MainPageTest, OffersTheUsbTypeCPageForTheNamedGenerationsOnly) {
-    EXPECT_TRUE(OffersUsbTypeCPage(u"USB 2.0, USB 3.2 Gen 2"));
-    EXPECT_TRUE(OffersUsbTypeCPage(u"USB 2.0(~!~)USB 3.1 Gen 2(~!~), USB 3.2 Gen 2"));
-    EXPECT_TRUE(OffersUsbTypeCPage(u"x,, USB 4,"));
-    EXPECT_FALSE(OffersUsbTypeCPage(u"USB 4")) << "without the leading blank";
-    EXPECT_FALSE(OffersUsbTypeCPage(u"x, USB 3.2 Gen 20"));
-    EXPECT_FALSE(OffersUsbTypeCPage(u""));
 }
 
 TEST_F(MainPageTest, ShowsLabelsWithoutValuesWhenTheServiceIsAbsent) {

@@ -1,7 +1,5 @@
 #include <future>
 
-#include "pages/Split.h"
-#include "pages/usbc/USBTypeCRecord.h"
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
 
@@ -20,42 +18,6 @@ class PagesTest : public ApplicationTest {
             u"2<.^.>Supported<.^.>no<.^.>Supported<.^.>supported<.^.>60.0 W";
     }
 };
-
-TEST_F(PagesTest, SplitKeepsEmptyPiecesAndEndsForAnEmptyDelimiter) {
-    const auto split = [](std::u16string_view text, std::u16string_view delimiter) {
-        std::vector<std::u16string> parts;
-        Split(text, delimiter, parts);
-        return parts;
-    };
-    using Parts = std::vector<std::u16string>;
-    EXPECT_EQ(split(u"x<.^.><.^.>y", kFieldSeparator), (Parts{u"x", u"", u"y"}));
-    EXPECT_EQ(split(u",x,", u","), (Parts{u"", u"x", u""}));
-    EXPECT_EQ(split(u"", u","), (Parts{u""}));
-    EXPECT_EQ(split(u"abc", u""), (Parts{u"abc"}));
-}
-
-TEST_F(PagesTest, InterpretsUsbTypeCRecordsWithoutAWindow) {
-    const ResourceLookup echo = [](std::u16string_view key) { return u"[" + std::u16string(key) + u"]"; };
-    const std::u16string yes = u"[Supported/Text]";
-    const std::u16string no = u"[NotSupported/Text]";
-    const std::pair<std::u16string, UsbTypeCDisplayValues> cases[] = {
-        {u"USB 2.0(~!~)USB 3.1 Gen 2<.^.>Supported<.^.>x<.^.>Supported<.^.>supported<.^.>100 W",
-         {u"USB 2.0, [USB31Gen2/Text]", yes, no, yes, no, u"100 W"}},
-        {u"(~!~)USB 4<.^.> Supported<.^.><.^.>Supported",
-         {u"USB 4", no, no, yes, std::nullopt, std::nullopt}},
-        {u"USB 2.0(~!~)", {u"USB 2.0, "}},
-        {u"v(~!~) USB 3.1 Gen 1", {u"v,  USB 3.1 Gen 1"}},
-        {u"v(~!~)USB 3.1 Gen 1(~!~)more", {u"v, [USB31Gen1/Text]"}},
-        {u"USB 2.0, USB 4", {u"USB 2.0, USB 4"}},
-        {u"a<.^.>b<.^.>c<.^.>d<.^.>e<.^.>null<.^.>g", {u"a", no, no, no, no, std::nullopt}},
-        {u"a<.^.>b<.^.>c<.^.>d<.^.>e<.^.>NULL", {u"a", no, no, no, no, u"NULL"}},
-        {u"", {u""}}};
-    Run({[&] {
-        for (const auto& [record, values] : cases) {
-            EXPECT_EQ(InterpretUsbTypeCRecord(Trace(u"Kelvane::Test"), record, echo), values);
-        }
-    }});
-}
 
 TEST_F(PagesTest, GoesToTheUsbTypeCPageAndBackWithoutReadingAgain) {
     StartService();
@@ -80,6 +42,7 @@ TEST_F(PagesTest, GoesToTheUsbTypeCPageAndBackWithoutReadingAgain) {
          }});
     EXPECT_EQ(Calls(procedure::ReadUSBTypeCInfo), 1);
     EXPECT_EQ(Calls(procedure::ReadSysInfo), 1);
+    EXPECT_TRUE(HasTraced("Kelvane::USBTypeCPage::UpdateUI Max Power : 60.0 W"));
     EXPECT_TRUE(
         HasTraced("Kelvane::USBTypeCPage::OnNavigatedToAlready Updated USBTypeCInfoDetails - success"));
     EXPECT_TRUE(
