@@ -7,9 +7,9 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 #include "platform/core/Guarded.h"
+#include "platform/tasks/BlockingMutex.h"
 #include "service/RpcClient.h"
 
 namespace Kelvane {
@@ -78,8 +78,8 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     static const Tool kSysInfoTool;
     static const Tool kUsbTypeCTool;
 
-    /// The client in use, or null. It stays whole for as long as the caller holds it, also when it is
-    /// replaced meanwhile.
+    /// The client in use, or null; waits while a connection is being made. It stays whole for as long as the
+    /// caller holds it, also when it is replaced meanwhile.
     std::shared_ptr<RpcClient> Client() const;
 
     void Launch(const Tool& tool);
@@ -91,8 +91,9 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     Record m_usbTypeCInfo;
     std::atomic<bool> m_bRpcInitialised = false;
 
-    /// Held while a connection is being made, so that two chains make one.
-    mutable std::mutex m_connecting;
+    /// Held while a connection is being made, so that two chains make one; that takes as long as the service
+    /// does.
+    mutable platform::BlockingMutex m_connecting;
     std::shared_ptr<RpcClient> m_pRpcClient;
 };
 

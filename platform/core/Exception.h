@@ -12,6 +12,7 @@ using HResult = std::uint32_t;
 
 /// Result codes that the layer raises. The numbers are the published ones.
 namespace result {
+inline constexpr HResult kAborted = 0x80004004;
 inline constexpr HResult kFail = 0x80004005;
 inline constexpr HResult kPointer = 0x80004003;
 inline constexpr HResult kInvalidArgument = 0x80070057;

@@ -11,6 +11,8 @@ namespace platform {
 
 namespace {
 thread_local ThreadPool* t_pool = nullptr;
+/// The blocking regions that the thread is in.
+thread_local std::size_t t_regions = 0;
 
 [[noreturn]] void ThrowNoThread() {
     throw Exception(result::kOutOfMemory, u"The system gives this program no further thread.");
@@ -145,10 +147,11 @@ BlockingRegion::BlockingRegion(std::function<void()> interrupt)
     if (pool.m_stopping && m_interrupt) {
         m_interrupt();
     }
-    if (m_onWorker) {
+    if (m_onWorker && t_regions == 0) {
         ++pool.m_blocked;
-        m_isStuck = !pool.StartWorkerIfNeeded();
     }
+    ++t_regions;
+    m_isStuck = m_onWorker && !pool.StartWorkerIfNeeded();
 }
 
 void BlockingRegion::VerifyProgress() const {
@@ -161,7 +164,8 @@ BlockingRegion::~BlockingRegion() {
     auto& pool = ThreadPool::Default();
     const std::lock_guard lock(pool.m_mutex);
     pool.m_interrupts.erase(m_position);
-    if (m_onWorker) {
+    --t_regions;
+    if (m_onWorker && t_regions == 0) {
         --pool.m_blocked;
         pool.m_wake.notify_all();
     }

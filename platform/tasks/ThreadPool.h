@@ -67,7 +67,8 @@ class ThreadPool {
 
 /// While it lives, the calling thread may block. On a worker of the default pool another worker may take its
 /// place; on any other thread only `interrupt` counts. `interrupt` is called (on the stopping thread, at most
-/// once) when the pool is stopped and must make the blocking call return; it must not throw or block.
+/// once) when the pool is stopped and must make the blocking call return; it must not throw or block. Regions
+/// may nest: a thread counts as blocked once.
 class BlockingRegion {
   public:
     explicit BlockingRegion(std::function<void()> interrupt = {});

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <future>
+#include <iostream>
 #include <sstream>
+#include <thread>
 
 #include "package/PackageContent.h"
 #include "platform/xaml/Navigation.h"
@@ -13,6 +16,24 @@ namespace Kelvane {
 namespace {
 
 using platform::rpc::ServerCall;
+
+/// How long a run may take before it counts as one that never ends.
+constexpr std::chrono::minutes kLimit{2};
+
+/// Ends the test with a message when the application has not ended in time.
+class Watchdog {
+  public:
+    ~Watchdog() { m_ended.set_value(); }
+
+  private:
+    std::promise<void> m_ended;
+    std::jthread m_thread{[ended = m_ended.get_future()] {
+        if (ended.wait_for(kLimit) == std::future_status::timeout) {
+            std::cout << "the application does not end" << std::endl;
+            std::abort();
+        }
+    }};
+};
 
 /// "HH:MM:SS.mmm LEVEL " comes before each message of the trace.
 constexpr std::size_t kTimeLength = 13;
@@ -53,6 +74,7 @@ int ApplicationTest::Run(std::vector<Step> steps) {
         platform::Application::WhenIdle(take);
     };
     testing::internal::CaptureStderr();
+    const Watchdog watchdog;
     const int status = platform::Application::Start(*m_world, [&] {
         platform::Application::WhenIdle(take);
         return App::Create();

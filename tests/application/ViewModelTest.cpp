@@ -92,6 +92,25 @@ TEST_F(ViewModelTest, ManyChainsAtOnceNeitherRaceNorReplaceAClientInUse) {
     EXPECT_EQ(m_errors, "");
 }
 
+TEST_F(ViewModelTest, ServiceThatDoesNotAnswerLeavesAWorkerForTheEnd) {
+    // Connections are taken and nothing is answered, as a stopped service does.
+    std::optional<platform::rpc::ListeningSocket> stuck;
+    std::atomic<int> ended = 0;
+    EXPECT_EQ(Run({[&] {
+                  stuck.emplace(platform::rpc::test::EndpointScope::Socket());
+                  for (int i = 0; i < 8; ++i) {
+                      platform::create_task([&ended] {
+                          EXPECT_NE(MainViewModel::GetInstance()->InitialiseRpcConnection(), 0);
+                          ++ended;
+                      });
+                  }
+                  m_world->Window().RequestClose();
+              }}),
+              0);
+    EXPECT_EQ(ended, 8);
+    EXPECT_EQ(tests::Names(StoredLogs()).size(), 1U);
+}
+
 }  // namespace
 
 }  // namespace Kelvane

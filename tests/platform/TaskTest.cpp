@@ -2,12 +2,15 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include "platform/core/UserInterfaceThread.h"
+#include "platform/tasks/BlockingMutex.h"
 #include "platform/tasks/Clock.h"
 #include "platform/tasks/task.h"
 
@@ -132,6 +135,47 @@ TEST(ThreadPool, StopInterruptsWhatBlocksAndRunsWhatIsQueued) {
     ThreadPool::Default().Stop();
     EXPECT_FALSE(slept) << "the sleep must say that it was cut short";
     EXPECT_TRUE(continued);
+}
+
+constexpr std::chrono::seconds kLimit{10};
+
+/// More than the pool has workers when none blocks.
+const unsigned kMoreThanWorkers = 2 * std::max(2U, std::thread::hardware_concurrency());
+
+TEST(ThreadPool, WaitingForALockTakesNoWorkerFromOtherWorkAndEndsWithThePool) {
+    BlockingMutex mutex;
+    mutex.lock();
+    std::atomic<unsigned> interrupted = 0;
+    for (unsigned i = 0; i < kMoreThanWorkers; ++i) {
+        create_task([&] {
+            const auto code = CodeOf([&] { const std::lock_guard lock(mutex); });
+            interrupted += code == result::kAborted ? 1 : 0;
+        });
+    }
+    std::promise<void> ran;
+    create_task([&] { ran.set_value(); });
+    EXPECT_EQ(ran.get_future().wait_for(kLimit), std::future_status::ready);
+    const auto stopped = std::async(std::launch::async, [] { ThreadPool::Default().Stop(); });
+    EXPECT_EQ(stopped.wait_for(kLimit), std::future_status::ready);
+    EXPECT_EQ(interrupted, kMoreThanWorkers);
+    mutex.unlock();
+}
+
+TEST(ThreadPool, AWorkerInTwoRegionsCountsAsBlockedOnce) {
+    std::promise<void> go;
+    const auto gone = go.get_future().share();
+    std::vector<task<void>> blocked;
+    for (unsigned i = 0; i < kMoreThanWorkers; ++i) {
+        blocked.push_back(create_task([gone] {
+            const BlockingRegion outer;
+            const BlockingRegion inner;
+            EXPECT_EQ(gone.wait_for(kLimit), std::future_status::ready);
+        }));
+    }
+    create_task([&] { go.set_value(); });
+    for (const auto& each : blocked) {
+        each.wait();
+    }
 }
 
 /// Waits on a worker for a second task when the system gives this user no further thread.
