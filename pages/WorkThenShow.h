@@ -2,9 +2,8 @@
 
 #include <utility>
 
-#include "logging/Trace.h"
+#include "pages/WindowOfThread.h"
 #include "platform/tasks/task.h"
-#include "platform/xaml/Window.h"
 
 namespace Kelvane {
 
@@ -13,9 +12,8 @@ namespace Kelvane {
 /// worker when the window has gone meanwhile and the handler is refused.
 template <typename Work, typename Show>
 void WorkThenShow(const Trace& trace, Work work, Show show) {
-    auto window = platform::CoreWindow::GetForCurrentThread();
+    auto window = WindowOfThread(trace);
     if (!window) {
-        trace.Error(u"GetForCurrentThread() = NULL");
         return;
     }
     platform::create_task(std::move(work))

@@ -4,6 +4,7 @@
 #include "logging/Trace.h"
 #include "pages/KeyRule.h"
 #include "pages/WorkThenShow.h"
+#include "pages/main/SystemInfoRecord.h"
 #include "platform/resources/Package.h"
 #include "platform/xaml/Window.h"
 #include "viewmodel/MainViewModel.h"
@@ -94,7 +95,9 @@ void MainPage::InitializeComponent() {
     for (std::size_t i = 0; i < kRows; ++i) {
         m_rows[i] = {.label = elements.Find<platform::TextBlock>(kRowNames[i].label),
                      .value = elements.Find<platform::TextBlock>(kRowNames[i].value),
-                     .copy = elements.Find<platform::Button>(kRowNames[i].copy)};
+                     .copy = i == kSerialNumberField
+                                 ? elements.FindIfPresent<platform::Button>(kRowNames[i].copy)
+                                 : elements.Find<platform::Button>(kRowNames[i].copy)};
     }
     m_advanced = elements.Find<platform::Button>(u"Advanced");
     m_usbType = elements.Find<platform::Button>(u"USBType");

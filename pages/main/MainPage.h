@@ -44,6 +44,7 @@ class MainPage final : public platform::Page {
     struct Row {
         std::shared_ptr<platform::TextBlock> label;
         std::shared_ptr<platform::TextBlock> value;
+        /// Null where the markup leaves the serial number's out.
         std::shared_ptr<platform::Button> copy;
     };
     static constexpr std::size_t kBiosPasswordRow = kSystemInfoRows;

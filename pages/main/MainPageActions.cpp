@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include "logging/Trace.h"
+#include "pages/WindowOfThread.h"
 #include "pages/main/MainPage.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "platform/media/Clipboard.h"
 #include "platform/tasks/Clock.h"
-#include "platform/xaml/Window.h"
 
 namespace Kelvane {
 
@@ -33,8 +32,8 @@ void ShowFeedbackIcon(platform::Button& button) {
 }
 
 /// A worker waits the feedback time; the resting icon comes back on the user-interface thread.
-void RestoreIconLater(std::shared_ptr<platform::Button> button) {
-    const auto window = platform::CoreWindow::GetForCurrentThread();
+void RestoreIconLater(const Trace& trace, std::shared_ptr<platform::Button> button) {
+    const auto window = WindowOfThread(trace);
     if (!window) {
         return;
     }
@@ -57,19 +56,19 @@ void MainPage::CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs&)
     const auto row =
         std::find_if(m_rows.begin(), m_rows.end() - 1, [&](const Row& each) { return each.copy == button; });
     CopyToClipboard(row->value->Text());
-    RestoreIconLater(button);
+    RestoreIconLater(Trace(u"Kelvane::MainPage::CopySysInfoValue_Click"), button);
 }
 
 void MainPage::CopySerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     const auto& row = m_rows[kSerialNumberField];
     CopyToClipboard(row.value->Text());
+    const Trace trace(u"Kelvane::MainPage::CopySerialNumber_Click");
     if (!row.copy) {
-        Trace(u"Kelvane::MainPage::CopySerialNumber_Click")
-            .Error(u"Error: CopySerialNumber button is not defined or not accessible.\n");
+        trace.Error(u"Error: CopySerialNumber button is not defined or not accessible.\n");
         return;
     }
     ShowFeedbackIcon(*row.copy);
-    RestoreIconLater(row.copy);
+    RestoreIconLater(trace, row.copy);
 }
 
 void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
@@ -89,7 +88,7 @@ void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     } else {
         trace.Error(u"No female voice available.\n");
     }
-    const auto window = platform::CoreWindow::GetForCurrentThread();
+    const auto window = WindowOfThread(trace);
     if (!window) {
         return;
     }

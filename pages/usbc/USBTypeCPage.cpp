@@ -146,8 +146,9 @@ void USBTypeCPage::KeyboardKeyUpEvent(platform::UIElement& sender, platform::Key
 
 void USBTypeCPage::SelectionOnTab(platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
     Traced(u"Kelvane::USBTypeCPage::SelectionOnTab", [&] {
+        auto& box = platform::As<platform::TextBox>(sender);
         if (SwallowAllButTab(args)) {
-            dynamic_cast<platform::TextBox&>(sender).SelectAll();
+            box.SelectAll();
         }
     });
 }

@@ -262,21 +262,24 @@ class Reader {
 
 std::shared_ptr<UIElement> NamedElements::FindElement(std::u16string_view name) const {
     const auto found = m_elements.find(name);
-    if (found == m_elements.end()) {
-        throw Exception(result::kMarkup,
-                        FromUtf8(m_file) + u": there is no element named '" + std::u16string(name) + u"'");
-    }
-    return found->second;
+    return found != m_elements.end() ? found->second : nullptr;
 }
 
-void NamedElements::FailKind(std::u16string_view name) const {
-    throw Exception(result::kMarkup, FromUtf8(m_file) + u": the element '" + std::u16string(name) +
-                                         u"' is of another kind than needed");
+void NamedElements::Fail(std::u16string_view name, std::u16string_view problem) const {
+    const Exception failure(result::kMarkup, FromUtf8(m_file) + u": the element '" + std::u16string(name) +
+                                                 u"' " + std::u16string(problem));
+    FailActivation(std::make_exception_ptr(failure));
+    throw failure;
 }
 
 NamedElements LoadComponent(ContentControl& root, std::u16string_view uri, const ComponentCode& code) {
     VerifyUserInterfaceThread();
-    return Reader(root, ReadPackageUri(uri), code).Read();
+    try {
+        return Reader(root, ReadPackageUri(uri), code).Read();
+    } catch (...) {
+        FailActivation(std::current_exception());
+        throw;
+    }
 }
 
 }  // namespace platform

@@ -43,26 +43,41 @@ class NamedElements {
                   std::map<std::u16string, std::shared_ptr<UIElement>, std::less<>> elements)
         : m_file(std::move(file)), m_elements(std::move(elements)) {}
 
-    /// The element with this x:Name; throws when there is none, or when it is of another kind.
+    /// The element with this x:Name; fails as LoadComponent does when there is none, or when it is of another
+    /// kind.
     template <typename Element>
     std::shared_ptr<Element> Find(std::u16string_view name) const {
-        auto element = std::dynamic_pointer_cast<Element>(FindElement(name));
+        auto element = FindIfPresent<Element>(name);
         if (!element) {
-            FailKind(name);
+            Fail(name, u"is missing");
+        }
+        return element;
+    }
+
+    /// The same for an element that the markup may leave out: null when there is none.
+    template <typename Element>
+    std::shared_ptr<Element> FindIfPresent(std::u16string_view name) const {
+        const auto found = FindElement(name);
+        auto element = std::dynamic_pointer_cast<Element>(found);
+        if (found && !element) {
+            Fail(name, u"is of another kind than needed");
         }
         return element;
     }
 
   private:
+    /// Null when there is none.
     std::shared_ptr<UIElement> FindElement(std::u16string_view name) const;
-    [[noreturn]] void FailKind(std::u16string_view name) const;
+    [[noreturn]] void Fail(std::u16string_view name, std::u16string_view problem) const;
 
     std::string m_file;
     std::map<std::u16string, std::shared_ptr<UIElement>, std::less<>> m_elements;
 };
 
 /// Fills `root` with what the markup at `uri` ("ms-appx:///MainPage.xaml") describes. The markup's root
-/// element stands for `root` itself. User-interface thread.
+/// element stands for `root` itself. A failure also fails the page that is being created (ActivateType),
+/// whether or not its code catches the exception: a page is never shown with a part missing. User-interface
+/// thread.
 NamedElements LoadComponent(ContentControl& root, std::u16string_view uri, const ComponentCode& code);
 
 }  // namespace platform

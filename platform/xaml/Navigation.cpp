@@ -1,8 +1,8 @@
 #include "platform/xaml/Navigation.h"
-#include "platform/core/Lifetime.h"
-#include "platform/core/Provided.h"
 
 #include "platform/core/Exception.h"
+#include "platform/core/Lifetime.h"
+#include "platform/core/Provided.h"
 #include "platform/xaml/TypeRegistry.h"
 #include "platform/xaml/Window.h"
 
@@ -48,19 +48,21 @@ std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
             throw Exception(result::kNoInterface, entry.pageType + u" is not a page.");
         }
         return page;
-    } catch (const Exception& failure) {
-        if (!m_navigationFailed.HasHandlers()) {
-            throw;
-        }
+    } catch (...) {
+        const auto failure = CurrentException();
         try {
+            if (!m_navigationFailed.HasHandlers()) {
+                throw Exception(failure.Code(), u"Failed to load Page " + entry.pageType);
+            }
             m_navigationFailed.Raise(
                 *this, {.SourcePageType = entry.pageType, .Exception = std::current_exception()});
-        } catch (const Exception& unhandled) {
+            return nullptr;
+        } catch (...) {
+            const auto unhandled = CurrentException();
             Provided<Lifetime>::Current().Fail(
                 Exception(unhandled.Code(), unhandled.Message() + u": " + failure.Message()));
             throw;
         }
-        return nullptr;
     }
 }
 

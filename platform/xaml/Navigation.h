@@ -34,15 +34,15 @@ class Page : public UserControl {
 class Frame : public ContentControl {
   public:
     /// Creates the page with the type registry and shows it. When it cannot be created, NavigationFailed is
-    /// raised; without a handler the failure is thrown to the caller. An exception of a handler ends the
-    /// application, and is thrown on.
+    /// raised. Without a handler, or when a handler throws, the application fails (Lifetime::Fail) and the
+    /// exception is thrown on; the frame stays as it is.
     void Navigate(std::u16string_view pageType, std::u16string parameter = {},
                   SuppressNavigationTransitionInfo transition = {});
 
     bool CanGoBack() const { return !m_backStack.empty(); }
 
-    /// Creates the earlier page anew and hands it the parameter that it was first given; refused when there
-    /// is none.
+    /// Creates the earlier page again, with the parameter that it was first given; refused when there is
+    /// none. Fails as Navigate does.
     void GoBack();
 
     Event<UIElement&, const NavigationFailedEventArgs&>& NavigationFailed() { return m_navigationFailed; }

@@ -17,18 +17,26 @@ std::map<std::u16string, TypeFactory, std::less<>>& Types() {
     return types;
 }
 
-/// The types in the making, the innermost last.
-std::vector<std::u16string_view>& Making() {
-    static std::vector<std::u16string_view> making;
-    return making;
+/// An ActivateType in progress.
+struct Activation {
+    std::u16string_view type;
+    std::exception_ptr failure;
+};
+
+/// The innermost last.
+std::vector<Activation>& Activations() {
+    static std::vector<Activation> activations;
+    return activations;
 }
 
-class MakingScope {
+class ActivationScope {
   public:
-    explicit MakingScope(std::u16string_view type) { Making().push_back(type); }
-    ~MakingScope() { Making().pop_back(); }
-    MakingScope(const MakingScope&) = delete;
-    MakingScope& operator=(const MakingScope&) = delete;
+    explicit ActivationScope(std::u16string_view type) {
+        Activations().push_back({.type = type, .failure = nullptr});
+    }
+    ~ActivationScope() { Activations().pop_back(); }
+    ActivationScope(const ActivationScope&) = delete;
+    ActivationScope& operator=(const ActivationScope&) = delete;
 };
 
 }  // namespace
@@ -42,11 +50,22 @@ std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName) {
     if (found == Types().end()) {
         throw Exception(result::kFail, u"There is no type " + std::u16string(fullName));
     }
-    if (std::find(Making().begin(), Making().end(), found->first) != Making().end()) {
+    if (std::any_of(Activations().begin(), Activations().end(),
+                    [&](const Activation& activation) { return activation.type == found->first; })) {
         throw Exception(result::kMarkup, found->first + u" contains itself");
     }
-    const MakingScope scope(found->first);
-    return found->second();
+    const ActivationScope scope(found->first);
+    auto made = found->second();
+    if (const auto& failure = Activations().back().failure) {
+        std::rethrow_exception(failure);
+    }
+    return made;
+}
+
+void FailActivation(std::exception_ptr failure) {
+    if (!Activations().empty() && !Activations().back().failure) {
+        Activations().back().failure = std::move(failure);
+    }
 }
 
 }  // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -15,8 +16,13 @@ using TypeFactory = std::function<std::shared_ptr<UIElement>()>;
 /// A second registration of the same full name ("Kelvane.MainPage") replaces the first.
 void RegisterType(std::u16string_view fullName, TypeFactory factory);
 
-/// Creates an element of a registered type; throws a platform exception for a name that is not known, and for
-/// a type that is just being created: it would contain itself without end. User-interface thread.
+/// Creates an element of a registered type; throws a platform exception for a name that is not known, for a
+/// type that is just being created (it would contain itself without end), and when markup could not be loaded
+/// meanwhile, even if the type's constructor caught that exception. User-interface thread.
 std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName);
+
+/// For the markup reader: makes the ActivateType in progress, if there is one, fail with `failure`. The first
+/// failure counts. User-interface thread.
+void FailActivation(std::exception_ptr failure);
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #include "platform/xaml/UIElement.h"
 
-#include "platform/core/Exception.h"
+#include "platform/xaml/Window.h"
 
 namespace platform {
 
@@ -10,7 +10,11 @@ FlowDirection UIElement::FlowDirection() const {
     if (m_flowDirection) {
         return *m_flowDirection;
     }
-    return m_parent != nullptr ? m_parent->FlowDirection() : platform::FlowDirection::LeftToRight;
+    if (m_parent != nullptr) {
+        return m_parent->FlowDirection();
+    }
+    const auto* const window = Window::Current();
+    return window != nullptr ? window->FlowDirection() : platform::FlowDirection::LeftToRight;
 }
 
 void UIElement::FlowDirection(platform::FlowDirection value) {

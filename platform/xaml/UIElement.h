@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/core/Event.h"
+#include "platform/core/Exception.h"
 #include "platform/core/UserInterfaceThread.h"
 #include "platform/xaml/Peers.h"
 #include "platform/xaml/Types.h"
@@ -35,7 +36,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     platform::Visibility Visibility() const { return m_visibility; }
     void Visibility(platform::Visibility value) { Set(m_visibility, value, ElementProperty::Visibility); }
 
-    /// The element's own direction, or else its parent's; left to right at the root.
+    /// The element's own direction, or else its parent's; at a root the window's.
     platform::FlowDirection FlowDirection() const;
     void FlowDirection(platform::FlowDirection value);
 
@@ -123,5 +124,15 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
 
     void FlowDirectionChanged();
 };
+
+/// `element` as an element of the kind that is asked for; one of another kind is refused with the platform's
+/// no-such-interface error (0x80004002).
+template <typename Element>
+Element& As(UIElement& element) {
+    if (auto* const cast = dynamic_cast<Element*>(&element)) {
+        return *cast;
+    }
+    throw Exception(result::kNoInterface, u"No such interface supported");
+}
 
 }  // namespace platform

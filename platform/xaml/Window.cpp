@@ -1,8 +1,9 @@
 #include "platform/xaml/Window.h"
-#include "platform/core/Lifetime.h"
-#include "platform/core/Provided.h"
 
 #include "platform/core/Exception.h"
+#include "platform/core/Lifetime.h"
+#include "platform/core/Provided.h"
+#include "platform/resources/ResourceLoader.h"
 
 namespace platform {
 
@@ -22,6 +23,12 @@ OverlayInsets CurrentInsets() {
     const auto* window = Window::Current();
     return window != nullptr && window->Peer() != nullptr ? window->Peer()->SystemOverlayInsets()
                                                           : OverlayInsets{};
+}
+
+FlowDirection DirectionOfLanguage() {
+    const auto context = ResourceContext::GetForCurrentView();
+    return context.QualifierValues().at(u"LayoutDirection") == u"RTL" ? FlowDirection::RightToLeft
+                                                                      : FlowDirection::LeftToRight;
 }
 
 }  // namespace
@@ -76,7 +83,7 @@ Window* Window::Current() {
 }
 
 Window::Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher)
-    : m_peer(windows.CreateWindow(*this)) {
+    : m_flowDirection(DirectionOfLanguage()), m_peer(windows.CreateWindow(*this)) {
     if (m_peer) {
         m_coreWindow = std::make_shared<platform::CoreWindow>(std::move(dispatcher));
     }

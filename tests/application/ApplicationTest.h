@@ -15,6 +15,7 @@
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/core/Text.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/Window.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/RpcSupport.h"
 #include "tests/support/TestClock.h"
@@ -39,7 +40,7 @@ class ApplicationTest : public testing::Test {
     /// The element of this name in the window.
     template <typename Element>
     std::shared_ptr<Element> Find(std::u16string_view name) {
-        return std::dynamic_pointer_cast<Element>(FindElement(*m_world->Window().Content(), name));
+        return std::dynamic_pointer_cast<Element>(FindElement(*platform::Window::Current()->Content(), name));
     }
     std::u16string Text(std::u16string_view name);
     bool IsVisible(std::u16string_view name);

@@ -4,6 +4,7 @@
 #include "platform/xaml/Window.h"
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
+#include "tests/support/PackageScope.h"
 #include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
@@ -185,6 +186,19 @@ TEST_F(MainPageTest, CopiesAValueAndShowsTheCheckForAMoment) {
              EXPECT_FALSE(isResting(u"CopySerialNumber"));
          },
          [&] { EXPECT_TRUE(isResting(u"CopySerialNumber")); }});
+}
+
+TEST_F(MainPageTest, CopiesTheSerialNumberWithoutTheElementThatShowsTheCheck) {
+    const PackageScope package;
+    package.Replace("MainPage.xaml", "x:Name=\"CopySerialNumber\"", "x:Name=\"Other\"");
+    StartService();
+    Run({[&] {
+        Press(u"Other");
+        EXPECT_EQ(m_world->ClipboardText(), u"h");
+    }});
+    EXPECT_TRUE(
+        HasTraced("Kelvane::MainPage::CopySerialNumber_ClickError: CopySerialNumber button is not defined or "
+                  "not accessible."));
 }
 
 TEST_F(MainPageTest, ReadsTheSerialNumberWithTheFirstFemaleVoice) {

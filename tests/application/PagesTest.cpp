@@ -2,6 +2,7 @@
 
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
+#include "tests/support/PackageScope.h"
 
 namespace Kelvane {
 
@@ -78,6 +79,21 @@ TEST_F(PagesTest, TabSelectsTheWholeTextOfAUsbTypeCValue) {
              EXPECT_TRUE(box->RaiseKey(VirtualKey::A, true));
              EXPECT_TRUE(box->IsReadOnly());
          }});
+}
+
+TEST_F(PagesTest, AKeyHandlerOnAnElementOfAnotherKindIsAnErrorLineAndNothingWorse) {
+    const PackageScope package;
+    package.Replace("USBTypeCPage.xaml", "Click=\"Back_Click\"",
+                    "Click=\"Back_Click\" KeyDown=\"KeyboardKeyDownEvent\"");
+    StartService();
+    EXPECT_EQ(Run({[&] { Press(u"USBType"); },
+                   [&] {
+                       Find<platform::Button>(u"BackButton")->Focus();
+                       m_world->Window().PressKey(VirtualKey::Enter);
+                       EXPECT_EQ(CurrentPage(), u"MainPage") << "the key keeps its meaning";
+                   }}),
+              0);
+    EXPECT_TRUE(HasTraced("Kelvane::USBTypeCPage::SelectionOnTabException = No such interface supported"));
 }
 
 TEST_F(PagesTest, APageThatIsLeftBeforeItsReadEndsIsFilledAllTheSame) {

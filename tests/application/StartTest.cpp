@@ -108,16 +108,20 @@ TEST_F(StartTest, FlowsRightToLeftForALanguageThatAsksForIt) {
     m_options.Languages = {u"he-IL"};
     m_options.LocaleName = "zh_MO.UTF-8";
     StartService();
-    Run({[&] {
+    const auto looks = [&] {
         const auto text = Find<platform::TextBlock>(u"SysInfoValue0");
         EXPECT_EQ(text->FlowDirection(), platform::FlowDirection::RightToLeft);
         const auto strip =
             dynamic_cast<platform::Panel*>(Find<platform::UIElement>(u"TitleBarDragArea")->Parent());
+        m_world->Window().SetOverlayInsets({.Left = 0, .Right = 114});
         EXPECT_EQ(strip->Padding(), (platform::Thickness{.Left = 114, .Top = 0, .Right = 0, .Bottom = 0}));
         m_world->Window().SetOverlayInsets({.Left = 74, .Right = 34});
         EXPECT_EQ(strip->Padding(), (platform::Thickness{.Left = 34, .Top = 0, .Right = 74, .Bottom = 0}));
         EXPECT_EQ(strip->Layout().Height, 30);
-    }});
+        // The next start's frame has no direction of its own.
+        m_world->Client().Started({"kelvane:?x=1"}, false);
+    };
+    Run({looks, looks});
     EXPECT_TRUE(HasTraced("Kelvane::App::GetAppLocaleLanguage is Chinese Traditional"));
 }
 
@@ -132,19 +136,92 @@ TEST_F(StartTest, ReportsALocaleNameThatIsTooLong) {
 TEST_F(StartTest, AWorldWithoutAWindowIsTracedAndReadsNothing) {
     m_options.HasWindow = false;
     StartService();
-    Run();
-    EXPECT_TRUE(HasTraced("Kelvane::MainPage::MainPageGetForCurrentThread() = NULL"));
-    EXPECT_TRUE(HasTraced("Kelvane::MainPage::UpdateSysInfoDetailsGetForCurrentThread() = NULL"));
-    EXPECT_TRUE(HasTraced("Kelvane::App::OnLaunchedGetForCurrentThread() = NULL"));
+    Run({[&] {
+        // The buttons come with the labels, which nothing has shown.
+        Find<platform::TextBlock>(u"SysInfoLabel0")->Visibility(platform::Visibility::Visible);
+        Find<platform::TextBlock>(u"SerialNumberLabel")->Visibility(platform::Visibility::Visible);
+        Press(u"CopySysInfoValue0");
+        Press(u"CopySerialNumber");
+        Press(u"ReadSerialNumber");
+    }});
+    for (const auto* const method :
+         {"App::OnLaunched", "MainPage::MainPage", "MainPage::UpdateSysInfoDetails",
+          "MainPage::CopySysInfoValue_Click", "MainPage::CopySerialNumber_Click",
+          "MainPage::ReadSerialNumber_Click"}) {
+        EXPECT_TRUE(HasTraced(std::string("Kelvane::") + method + "GetForCurrentThread() = NULL")) << method;
+    }
+    EXPECT_EQ(Calls(procedure::ReadSysInfo), 0);
 }
 
-TEST_F(StartTest, APageThatCannotBeLoadedEndsTheApplicationWithTheReason) {
+/// A markup file that cannot be used, and the way to it: the start, then buttons, then a later start; the
+/// file is damaged before the last step.
+struct DamagedMarkup {
+    const char* name;
+    std::string file;
+    std::string page;
+    std::vector<std::string> words = {};
+    std::vector<std::u16string> buttons = {};
+    std::vector<std::string> laterWords = {};
+    std::string markup = "<UserControl>\n<Nonsense/></UserControl>";
+    std::string problem = ":2: unknown element <Nonsense>\n";
+
+    friend void PrintTo(const DamagedMarkup& damaged, std::ostream* out) { *out << damaged.name; }
+};
+
+class DamagedMarkupTest : public StartTest, public testing::WithParamInterface<DamagedMarkup> {};
+
+TEST_P(DamagedMarkupTest, EndsTheApplicationWithTheReasonOnEveryWayToThePage) {
+    const auto& damaged = GetParam();
+    m_options.Words = damaged.words;
+    m_usbTypeC = u"x, USB 4<.^.>";
+    StartService();
     const PackageScope package;
-    package.Write("MainPage.xaml", "<Page>\n<Nonsense/></Page>");
-    EXPECT_EQ(Run(), 1);
-    EXPECT_NE(m_errors.find("Failed to load Page Kelvane.MainPage: "), std::string::npos) << m_errors;
-    EXPECT_TRUE(m_errors.ends_with("MainPage.xaml:2: unknown element <Nonsense>\n")) << m_errors;
+    std::vector<Step> steps;
+    for (const auto& button : damaged.buttons) {
+        steps.emplace_back([&] { Press(button); });
+    }
+    if (!damaged.laterWords.empty()) {
+        steps.emplace_back([&] { m_world->Client().Started(damaged.laterWords, false); });
+    }
+    const auto damage = [&] { package.Write(damaged.file, damaged.markup); };
+    if (steps.empty()) {
+        damage();
+    } else {
+        steps.back() = [damage, last = std::move(steps.back())] {
+            damage();
+            last();
+        };
+    }
+    EXPECT_EQ(Run(steps), 1);
+    EXPECT_TRUE(m_errors.starts_with("kelvane: Failed to load Page Kelvane." + damaged.page + ": /"))
+        << m_errors;
+    EXPECT_TRUE(m_errors.ends_with(damaged.file + damaged.problem)) << m_errors;
+    EXPECT_EQ(std::count(m_errors.begin(), m_errors.end(), '\n'), 1) << m_errors;
+    EXPECT_EQ(tests::Names(StoredLogs()).size(), 1U) << "the log is saved";
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, DamagedMarkupTest,
+    testing::Values(DamagedMarkup{"Menu", "MainPage.xaml", "MainPage"},
+                    DamagedMarkup{"Uri", "MainPage.xaml", "MainPage", {"kelvane:?x=1"}},
+                    DamagedMarkup{"Button", "USBTypeCPage.xaml", "USBTypeCPage", {}, {u"USBType"}},
+                    DamagedMarkup{"ButtonAfterUri",
+                                  "RunSystemDiagnostics.xaml",
+                                  "RunSystemDiagnostics",
+                                  {"kelvane:?x=1"},
+                                  {u"RunSysDiagsbutton"}},
+                    DamagedMarkup{"Back", "MainPage.xaml", "MainPage", {}, {u"USBType", u"BackButton"}},
+                    DamagedMarkup{"LaterUri", "MainPage.xaml", "MainPage", {}, {}, {"kelvane:?x=1"}},
+                    DamagedMarkup{"TitleBar", "CustomTitleBar.xaml", "MainPage", {"kelvane:?x=1"}},
+                    DamagedMarkup{"TitleBarOnly",
+                                  "CustomTitleBar.xaml",
+                                  "USBTypeCPage",
+                                  {},
+                                  {u"USBType"},
+                                  {},
+                                  "<UserControl><Grid x:Name='TitleBarLayoutRoot'/></UserControl>",
+                                  ": the element 'TitleBarDragArea' is missing\n"}),
+    [](const auto& damaged) { return std::string(damaged.param.name); });
 
 TEST_F(StartTest, TextOutputKeepsItsRowsWhenTheNextPageCannotBeLoaded) {
     const PackageScope package;

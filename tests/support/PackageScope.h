@@ -5,6 +5,8 @@
 #include <fstream>
 #include <string>
 
+#include "platform/resources/PackageFiles.h"
+
 /// A folder of files that replace the program's own package files while it lives.
 class PackageScope {
   public:
@@ -24,6 +26,13 @@ class PackageScope {
         const auto file = m_folder / path;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file) << content;
+    }
+
+    /// Writes the package's own file with the first `from` in it replaced by `to`.
+    void Replace(const std::string& path, const std::string& from, const std::string& to) const {
+        auto content = platform::ReadPackageFile(path).Content;
+        content.replace(content.find(from), from.size(), to);
+        Write(path, content);
     }
 
   private:

@@ -133,12 +133,16 @@ class Pages(unittest.TestCase):
         self.sees(program, USB)
 
     def test_right_to_left_is_the_mirror(self):
-        program = self.start(LANGUAGE="he_IL", LC_ALL="he_IL.UTF-8")
-        self.sees(program, ALWAYS)
-        label, copy = (self.area(program, *of) for of in (("label", "Product name"),
-                                                          ("push button", "Copy product name")))
-        close = self.area(program, "push button", "Close")
-        self.assertEqual((label[0] + label[2], copy[0], close[0]), (624, 12, 0))
+        for words in ((), ("kelvane:?key=1",)):
+            with self.subTest(words):
+                program = self.start(*words, LANGUAGE="he_IL", LC_ALL="he_IL.UTF-8")
+                self.sees(program, ALWAYS)
+                label, copy = (self.area(program, *of) for of in (("label", "Product name"),
+                                                                  ("push button", "Copy product name")))
+                close = self.area(program, "push button", "Close")
+                self.assertEqual((label[0] + label[2], copy[0], close[0]), (624, 12, 0))
+                press(program, "Close")
+                self.assertEqual(program.ended(), 0)
 
     def test_a_second_start_comes_to_the_front(self):
         program = self.start()
