@@ -6,7 +6,12 @@ CaptionButtons::CaptionButtons(GtkOverlay* overlay, std::function<void()> change
     : m_overlay(overlay),
       m_changed(std::move(changed)),
       m_controls{gtk_window_controls_new(GTK_PACK_START), gtk_window_controls_new(GTK_PACK_END)},
-      m_place(overlay, "get-child-position", Place, this) {
+      m_place(
+          overlay, "get-child-position",
+          [](GtkOverlay*, GtkWidget* widget, GdkRectangle* place, gpointer self) -> gboolean {
+              return static_cast<CaptionButtons*>(self)->Place(widget, *place);
+          },
+          this) {
     for (auto* const controls : m_controls) {
         gtk_widget_add_css_class(controls, "kelvane");
         gtk_overlay_add_overlay(overlay, controls);
@@ -52,29 +57,22 @@ void CaptionButtons::SetDirection(GtkTextDirection direction) {
 }
 
 /// Runs at every layout of the window, so that no cause of a change can be missed.
-gboolean CaptionButtons::Place(GtkOverlay* overlay, GtkWidget* widget, GdkRectangle* place, gpointer data) {
-    auto* const self = static_cast<CaptionButtons*>(data);
-    if (widget != self->m_controls[GTK_PACK_START] && widget != self->m_controls[GTK_PACK_END]) {
-        return FALSE;
+bool CaptionButtons::Place(GtkWidget* widget, GdkRectangle& place) {
+    if (widget != m_controls[GTK_PACK_START] && widget != m_controls[GTK_PACK_END]) {
+        return false;
     }
-    const auto end = widget == self->m_controls[GTK_PACK_START] ? GTK_PACK_START : GTK_PACK_END;
-    const bool atLeft = (end == GTK_PACK_START) != self->IsRightToLeft();
-    const int width = self->WidthOf(end);
-    *place = {atLeft ? 0 : gtk_widget_get_width(GTK_WIDGET(overlay)) - width, 0, width, kHeight};
-    if (self->Measure() != self->m_reported && !self->m_report) {
-        // Not from inside a layout: whoever hears of it lays out anew.
-        self->m_report = SourceId(g_idle_add_full(
-            G_PRIORITY_HIGH,
-            [](gpointer source) -> gboolean {
-                auto* const buttons = static_cast<CaptionButtons*>(source);
-                buttons->m_report.Release();
-                buttons->m_reported = buttons->Measure();
-                buttons->m_changed();
-                return G_SOURCE_REMOVE;
-            },
-            self, nullptr));
+    const auto end = widget == m_controls[GTK_PACK_START] ? GTK_PACK_START : GTK_PACK_END;
+    const bool atLeft = (end == GTK_PACK_START) != IsRightToLeft();
+    const int width = WidthOf(end);
+    place = {atLeft ? 0 : gtk_widget_get_width(GTK_WIDGET(m_overlay)) - width, 0, width, kHeight};
+    if (Measure() != m_reported && !m_report.IsPending()) {
+        // Not from inside a layout: the receiver changes the layout again.
+        m_report.Schedule(G_PRIORITY_HIGH, [this] {
+            m_reported = Measure();
+            m_changed();
+        });
     }
-    return TRUE;
+    return true;
 }
 
 }  // namespace desktop

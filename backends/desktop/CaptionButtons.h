@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "backends/desktop/DeferredCall.h"
 #include "backends/desktop/GLibPtr.h"
 #include "platform/xaml/Types.h"
 
@@ -22,7 +23,8 @@ class CaptionButtons {
     void SetDirection(GtkTextDirection direction);
 
   private:
-    static gboolean Place(GtkOverlay* overlay, GtkWidget* widget, GdkRectangle* place, gpointer self);
+    /// False for another widget than the buttons.
+    bool Place(GtkWidget* widget, GdkRectangle& place);
     platform::OverlayInsets Measure() const;
     int WidthOf(GtkPackType end) const;
     bool IsRightToLeft() const;
@@ -33,7 +35,7 @@ class CaptionButtons {
     GtkWidget* m_controls[2];
     /// What the layer knows.
     platform::OverlayInsets m_reported;
-    SourceId m_report;
+    DeferredCall m_report;
     Signal m_place;
 };
 

@@ -51,7 +51,7 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     if (m_isForced) {
         Wish(forced == kDark);
     }
-    g_bus_get(
+    GetBus(
         G_BUS_TYPE_SESSION, m_cancellable.get(),
         [](GObject*, GAsyncResult* result, gpointer self) {
             const GObjectPtr<GDBusConnection> bus(g_bus_get_finish(result, nullptr));
@@ -76,8 +76,8 @@ ColorScheme::~ColorScheme() {
 
 void ColorScheme::FollowDesktop(GDBusConnection* bus) {
     m_bus = Share(bus);
-    m_subscription = g_dbus_connection_signal_subscribe(
-        bus, kPortal, kSettings, "SettingChanged", kPortalPath, kAppearance, G_DBUS_SIGNAL_FLAGS_NONE,
+    m_subscription = SubscribeToBus(
+        bus, {kPortal, kPortalPath, kSettings, "SettingChanged"}, kAppearance,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* parameters,
            gpointer self) {
             const char* key = nullptr;
@@ -88,15 +88,15 @@ void ColorScheme::FollowDesktop(GDBusConnection* bus) {
                 static_cast<ColorScheme*>(self)->DesktopPrefers(key, value);
             }
         },
-        this, nullptr);
+        this);
     const char* const namespaces[] = {kAppearance, nullptr};
-    g_dbus_connection_call(
-        bus, kPortal, kPortalPath, kSettings, "ReadAll", g_variant_new("(^as)", namespaces),
-        G_VARIANT_TYPE("(a{sa{sv}})"), G_DBUS_CALL_FLAGS_NONE, -1, m_cancellable.get(),
+    CallBus(
+        bus, {kPortal, kPortalPath, kSettings, "ReadAll"}, g_variant_new("(^as)", namespaces), "(a{sa{sv}})",
+        G_DBUS_CALL_FLAGS_NONE, m_cancellable.get(),
         [](GObject* source, GAsyncResult* result, gpointer self) {
             // No portal, no answer: the toolkit's own setting stays.
-            const GVariantPtr reply(
-                g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
+            const GVariantPtr reply(g_dbus_connection_call_with_unix_fd_list_finish(
+                G_DBUS_CONNECTION(source), nullptr, result, nullptr));
             if (!reply) {
                 return;
             }

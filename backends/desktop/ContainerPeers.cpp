@@ -116,16 +116,19 @@ class ScrollViewerPeer final : public ContentPeer {
         gtk_scrolled_window_set_min_content_height(scrolled, 0);
         gtk_scrolled_window_set_child(scrolled, box);
         auto* const adjustment = gtk_scrolled_window_get_vadjustment(scrolled);
-        m_changed = Signal(adjustment, "changed", AdjustmentChanged, this);
-        AdjustmentChanged(adjustment, this);
+        m_changed = Signal(
+            adjustment, "changed",
+            [](GtkAdjustment*, gpointer self) { static_cast<ScrollViewerPeer*>(self)->UpdateFocusable(); },
+            this);
+        UpdateFocusable();
     }
 
   private:
     /// Takes the focus itself, for the arrow keys, only where there is something to scroll.
-    static void AdjustmentChanged(GtkAdjustment* adjustment, gpointer self) {
+    void UpdateFocusable() {
+        auto* const adjustment = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(Widget()));
         gtk_widget_set_focusable(
-            static_cast<ScrollViewerPeer*>(self)->Widget(),
-            gtk_adjustment_get_upper(adjustment) > gtk_adjustment_get_page_size(adjustment));
+            Widget(), gtk_adjustment_get_upper(adjustment) > gtk_adjustment_get_page_size(adjustment));
     }
 
     Signal m_changed;

@@ -12,6 +12,9 @@ namespace desktop {
 
 namespace {
 
+/// Between two requests for a size.
+constexpr guint kRetryMilliseconds = 100;
+
 /// The first button, in reading order, that is on the screen and that `matches`.
 template <typename Matches>
 platform::Button* FindButton(platform::UIElement& element, Matches matches) {
@@ -186,26 +189,25 @@ void DesktopWindow::ApplySize() {
     // A window manager that maps or restores the window meanwhile may answer with the size that it knew
     // before.
     constexpr int kRetries = 20;
-    constexpr guint kRetryMilliseconds = 100;
     m_retriesLeft = kRetries;
-    if (m_wish && !m_sizeRetry) {
-        m_sizeRetry = SourceId(g_timeout_add(
-            kRetryMilliseconds,
-            [](gpointer self) -> gboolean { return static_cast<DesktopWindow*>(self)->RetrySize(); }, this));
+    if (m_wish && !m_sizeRetry.IsPending()) {
+        m_sizeRetry.Schedule(
+            G_PRIORITY_DEFAULT, [this] { RetrySize(); }, kRetryMilliseconds);
     }
 }
 
-bool DesktopWindow::RetrySize() {
-    if (m_wish && !gtk_window_is_maximized(m_window.get())) {
-        if (--m_retriesLeft > 0) {
-            gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
-            return G_SOURCE_CONTINUE;
-        }
-        // A tiling window manager has other plans.
+void DesktopWindow::RetrySize() {
+    if (!m_wish || gtk_window_is_maximized(m_window.get())) {
+        return;
+    }
+    if (--m_retriesLeft > 0) {
+        gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
+        m_sizeRetry.Schedule(
+            G_PRIORITY_DEFAULT, [this] { RetrySize(); }, kRetryMilliseconds);
+    } else {
+        // Give up: tiling window managers ignore size requests.
         m_wish.reset();
     }
-    m_sizeRetry.Release();
-    return G_SOURCE_REMOVE;
 }
 
 void DesktopWindow::LaidOut() {
@@ -267,15 +269,8 @@ void DesktopWindow::UpdateDirection() {
 }
 
 void DesktopWindow::ContentChanged() {
-    if (!m_focusUpdate) {
-        m_focusUpdate = SourceId(g_idle_add_full(
-            G_PRIORITY_DEFAULT,
-            [](gpointer self) -> gboolean {
-                static_cast<DesktopWindow*>(self)->m_focusUpdate.Release();
-                static_cast<DesktopWindow*>(self)->UpdateFocus();
-                return G_SOURCE_REMOVE;
-            },
-            this, nullptr));
+    if (!m_focusUpdate.IsPending()) {
+        m_focusUpdate.Schedule(G_PRIORITY_DEFAULT, [this] { UpdateFocus(); });
     }
 }
 

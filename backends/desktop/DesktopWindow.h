@@ -54,7 +54,7 @@ class DesktopWindow final : public platform::WindowPeer {
     void UpdateFocus();
     void UpdateDirection();
     void ApplySize();
-    bool RetrySize();
+    void RetrySize();
     void LaidOut();
     PixelSize CurrentSize() const;
     bool KeyChanged(guint keyValue, guint keyCode, GdkModifierType modifiers, bool down);
@@ -76,9 +76,9 @@ class DesktopWindow final : public platform::WindowPeer {
     /// What Resize asked for and the window has not got yet.
     std::optional<PixelSize> m_wish;
     /// Asks again for the size while it has not come.
-    SourceId m_sizeRetry;
+    DeferredCall m_sizeRetry;
     int m_retriesLeft = 0;
-    SourceId m_focusUpdate;
+    DeferredCall m_focusUpdate;
     /// The keys that are down, by hardware code, and those of them that went down on a page that has gone.
     std::set<guint> m_heldKeys;
     std::set<guint> m_staleKeys;

@@ -23,21 +23,20 @@ CellLayout LayoutOf(GtkWidget* widget) {
     return layout != nullptr ? (*layout)() : CellLayout{};
 }
 
-void Measure(GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum, int* natural,
-             int* minimumBaseline, int* naturalBaseline) {
+constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum,
+                            int* natural, int* minimumBaseline, int* naturalBaseline) {
+    *minimum = *natural = 0;
+    *minimumBaseline = *naturalBaseline = -1;
     const auto extent = LayoutOf(widget).Measure(orientation, forSize);
     *minimum = extent.minimum;
     *natural = extent.natural;
-    *minimumBaseline = *naturalBaseline = -1;
-}
+};
 
-void Allocate(GtkWidget* widget, int width, int height, int /*baseline*/) {
+constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*baseline*/) {
     LayoutOf(widget).Allocate(width, height, gtk_widget_get_direction(widget));
-}
+};
 
-GtkSizeRequestMode RequestMode(GtkWidget*) {
-    return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH;
-}
+constexpr auto RequestMode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
 
 /// What to pass the focus to: a scrolled window without a use for it would swallow it.
 GtkWidget* FocusTarget(GtkWidget* child) {
@@ -47,7 +46,7 @@ GtkWidget* FocusTarget(GtkWidget* child) {
 }
 
 /// The toolkit's own order goes by position, which puts a button before a higher text beside it.
-gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
+constexpr auto Focus = [](GtkWidget* widget, GtkDirectionType direction) -> gboolean {
     if (direction != GTK_DIR_TAB_FORWARD && direction != GTK_DIR_TAB_BACKWARD) {
         return GTK_WIDGET_CLASS(element_widget_parent_class)->focus(widget, direction);
     }
@@ -65,23 +64,23 @@ gboolean Focus(GtkWidget* widget, GtkDirectionType direction) {
         }
     }
     return FALSE;
-}
+};
 
-void Dispose(GObject* object) {
+constexpr auto Dispose = [](GObject* object) {
     SetLayout(GTK_WIDGET(object), nullptr);
     SetChildren(GTK_WIDGET(object), {});
     G_OBJECT_CLASS(element_widget_parent_class)->dispose(object);
-}
+};
 
 void element_widget_init(ElementWidget*) {}
 
 void element_widget_class_init(ElementWidgetClass* type) {
-    G_OBJECT_CLASS(type)->dispose = Dispose;
+    G_OBJECT_CLASS(type)->dispose = Callback(Dispose);
     auto* const widget = GTK_WIDGET_CLASS(type);
-    widget->measure = Measure;
-    widget->size_allocate = Allocate;
-    widget->get_request_mode = RequestMode;
-    widget->focus = Focus;
+    widget->measure = Callback(Measure);
+    widget->size_allocate = Callback(Allocate);
+    widget->get_request_mode = Callback(RequestMode);
+    widget->focus = Callback(Focus);
     gtk_widget_class_set_css_name(widget, "element");
     gtk_widget_class_set_accessible_role(widget, GTK_ACCESSIBLE_ROLE_GROUP);
 }

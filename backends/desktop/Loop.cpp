@@ -1,5 +1,7 @@
 #include "backends/desktop/Loop.h"
 
+#include "platform/core/EnterLayer.h"
+
 namespace desktop {
 
 Loop::~Loop() {
@@ -8,13 +10,13 @@ Loop::~Loop() {
 
 void Loop::WakeUp(State& state) {
     if (!std::exchange(state.wakeUpPending, true)) {
-        g_idle_add_full(
+        AddIdle(
             G_PRIORITY_DEFAULT,
             [](gpointer self) -> gboolean {
                 static_cast<Loop*>(self)->RunQueue();
                 return G_SOURCE_REMOVE;
             },
-            this, nullptr);
+            this);
     }
 }
 
@@ -33,7 +35,7 @@ void Loop::PostAfter(std::chrono::milliseconds delay, std::function<void()> work
             return;
         }
         const auto key = ++state.lastTimer;
-        const auto source = g_timeout_add_full(
+        const auto source = AddTimeout(
             G_PRIORITY_DEFAULT, static_cast<guint>(delay.count()),
             [](gpointer data) -> gboolean {
                 const auto* const timer = static_cast<Timer*>(data);
@@ -63,7 +65,7 @@ void Loop::RunQueue() {
     while (!batch.empty() && !m_quit.load()) {
         const auto work = std::move(batch.front());
         batch.pop_front();
-        work();
+        platform::EnterLayer(work);
     }
     if (m_quit.load() && m_onQuit) {
         std::exchange(m_onQuit, nullptr)();

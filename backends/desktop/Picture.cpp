@@ -14,7 +14,7 @@ class PendingPicture {
         // No half-way colours.
         g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
         auto* const widget = GTK_WIDGET(m_window.Widget());
-        gtk_widget_add_tick_callback(
+        AddTickCallback(
             widget,
             [](GtkWidget*, GdkFrameClock*, gpointer self) -> gboolean {
                 return static_cast<PendingPicture*>(self)->Frame();

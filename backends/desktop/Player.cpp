@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "backends/desktop/Callback.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 
@@ -81,21 +82,19 @@ class Sound {
     /// The loop's thread does the rest, so that a failure is never told before this returns.
     void Start(pa_mainloop_api* api) {
         m_api = api;
-        m_start = api->defer_new(
-            api,
-            [](pa_mainloop_api*, pa_defer_event* start, void* self) {
-                static_cast<Sound*>(self)->m_api->defer_enable(start, 0);
-                static_cast<Sound*>(self)->Connect();
-            },
-            this);
+        const auto connect = [](pa_mainloop_api*, pa_defer_event* start, void* self) {
+            static_cast<Sound*>(self)->m_api->defer_enable(start, 0);
+            static_cast<Sound*>(self)->Connect();
+        };
+        m_start = api->defer_new(api, Callback(connect), this);
     }
 
   private:
     void Connect() {
         m_context.reset(pa_context_new(m_api, "Kelvane"));
         pa_context_set_state_callback(
-            m_context.get(), [](pa_context*, void* self) { static_cast<Sound*>(self)->ContextChanged(); },
-            this);
+            m_context.get(),
+            Callback([](pa_context*, void* self) { static_cast<Sound*>(self)->ContextChanged(); }), this);
         // A failure changes the state as well, and may have destroyed this sound.
         pa_context_connect(m_context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr);
     }
@@ -121,17 +120,16 @@ class Sound {
             Fail();
             return;
         }
-        pa_stream_set_state_callback(
-            m_stream.get(),
-            [](pa_stream* stream, void* self) {
-                if (pa_stream_get_state(stream) == PA_STREAM_FAILED) {
-                    static_cast<Sound*>(self)->Fail();
-                }
-            },
-            this);
-        pa_stream_set_write_callback(
-            m_stream.get(),
-            [](pa_stream*, std::size_t room, void* self) { static_cast<Sound*>(self)->Write(room); }, this);
+        const auto changed = [](pa_stream* stream, void* self) {
+            if (pa_stream_get_state(stream) == PA_STREAM_FAILED) {
+                static_cast<Sound*>(self)->Fail();
+            }
+        };
+        const auto write = [](pa_stream*, std::size_t room, void* self) {
+            static_cast<Sound*>(self)->Write(room);
+        };
+        pa_stream_set_state_callback(m_stream.get(), Callback(changed), this);
+        pa_stream_set_write_callback(m_stream.get(), Callback(write), this);
         // A short buffer, so that a sound that is ended is silent at once.
         constexpr auto kByDefault = static_cast<std::uint32_t>(-1);
         const pa_buffer_attr buffer{
@@ -155,13 +153,11 @@ class Sound {
             m_written += count;
         }
         if (m_written == samples.size() && !m_drain) {
-            m_drain.reset(pa_stream_drain(
-                m_stream.get(),
-                [](pa_stream*, int heard, void* self) {
-                    auto* const sound = static_cast<Sound*>(self);
-                    heard != 0 ? sound->End(nullptr) : sound->Fail();
-                },
-                this));
+            const auto drained = [](pa_stream*, int heard, void* self) {
+                auto* const sound = static_cast<Sound*>(self);
+                heard != 0 ? sound->End(nullptr) : sound->Fail();
+            };
+            m_drain.reset(pa_stream_drain(m_stream.get(), Callback(drained), this));
         }
     }
 

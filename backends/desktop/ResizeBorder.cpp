@@ -27,7 +27,7 @@ constexpr Strip kStrips[] = {
     {GDK_SURFACE_EDGE_SOUTH_EAST, GTK_ALIGN_END, GTK_ALIGN_END, "se-resize"},
 };
 
-void BeginResize(GtkGestureClick* gesture, int, double x, double y, gpointer strip) {
+void BeginResize(GtkGestureClick* gesture, double x, double y, const Strip& strip) {
     auto* const controller = GTK_EVENT_CONTROLLER(gesture);
     auto* const widget = gtk_event_controller_get_widget(controller);
     auto* const native = gtk_widget_get_native(widget);
@@ -36,7 +36,7 @@ void BeginResize(GtkGestureClick* gesture, int, double x, double y, gpointer str
     gtk_native_get_surface_transform(native, &surfaceX, &surfaceY);
     gtk_widget_translate_coordinates(widget, GTK_WIDGET(native), x, y, &x, &y);
     gdk_toplevel_begin_resize(
-        GDK_TOPLEVEL(gtk_native_get_surface(native)), static_cast<const Strip*>(strip)->edge,
+        GDK_TOPLEVEL(gtk_native_get_surface(native)), strip.edge,
         gtk_event_controller_get_current_event_device(controller),
         static_cast<int>(gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture))), x + surfaceX,
         y + surfaceY, gtk_event_controller_get_current_event_time(controller));
@@ -46,9 +46,12 @@ void BeginResize(GtkGestureClick* gesture, int, double x, double y, gpointer str
 
 }  // namespace
 
-ResizeBorder::ResizeBorder(GtkWindow* window, GtkOverlay* overlay)
-    : m_maximized(window, "notify::maximized", Update, this),
-      m_fullscreened(window, "notify::fullscreened", Update, this) {
+ResizeBorder::ResizeBorder(GtkWindow* window, GtkOverlay* overlay) : m_window(window) {
+    const auto update = [](GObject*, GParamSpec*, gpointer self) {
+        static_cast<ResizeBorder*>(self)->Update();
+    };
+    m_maximized = Signal(window, "notify::maximized", update, this);
+    m_fullscreened = Signal(window, "notify::fullscreened", update, this);
     static_assert(std::size(desktop::kStrips) == kStrips);
     for (std::size_t index = 0; index < kStrips; ++index) {
         const auto& strip = desktop::kStrips[index];
@@ -61,16 +64,20 @@ ResizeBorder::ResizeBorder(GtkWindow* window, GtkOverlay* overlay)
         gtk_widget_set_cursor_from_name(widget, strip.cursor);
         auto* const gesture = gtk_gesture_click_new();
         gtk_widget_add_controller(widget, GTK_EVENT_CONTROLLER(gesture));
-        m_pressed[index] = Signal(gesture, "pressed", BeginResize, const_cast<Strip*>(&strip));
+        m_pressed[index] = Signal(
+            gesture, "pressed",
+            [](GtkGestureClick* click, int, double x, double y, gpointer pressed) {
+                BeginResize(click, x, y, *static_cast<const Strip*>(pressed));
+            },
+            const_cast<Strip*>(&strip));
         gtk_overlay_add_overlay(overlay, widget);
         m_strips[index] = widget;
     }
 }
 
-void ResizeBorder::Update(GObject* window, GParamSpec*, gpointer self) {
-    const bool resizable =
-        !gtk_window_is_maximized(GTK_WINDOW(window)) && !gtk_window_is_fullscreen(GTK_WINDOW(window));
-    for (auto* const strip : static_cast<ResizeBorder*>(self)->m_strips) {
+void ResizeBorder::Update() {
+    const bool resizable = !gtk_window_is_maximized(m_window) && !gtk_window_is_fullscreen(m_window);
+    for (auto* const strip : m_strips) {
         gtk_widget_set_visible(strip, resizable);
     }
 }

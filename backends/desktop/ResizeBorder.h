@@ -11,9 +11,10 @@ class ResizeBorder {
     ResizeBorder(GtkWindow* window, GtkOverlay* overlay);
 
   private:
-    static void Update(GObject* window, GParamSpec* property, gpointer self);
+    void Update();
 
     static constexpr std::size_t kStrips = 8;
+    GtkWindow* m_window;
     /// Owned by the overlay.
     GtkWidget* m_strips[kStrips];
     Signal m_pressed[kStrips];

@@ -23,7 +23,7 @@ struct SleepMonitor::Inhibitor {
 };
 
 SleepMonitor::SleepMonitor(platform::WorldClient& client) : m_client(client) {
-    g_bus_get(
+    GetBus(
         G_BUS_TYPE_SYSTEM, m_cancellable.get(),
         [](GObject*, GAsyncResult* result, gpointer self) {
             const GObjectPtr<GDBusConnection> bus(g_bus_get_finish(result, nullptr));
@@ -43,8 +43,8 @@ SleepMonitor::~SleepMonitor() {
 
 void SleepMonitor::Connected(GDBusConnection* bus) {
     m_bus = Share(bus);
-    m_subscription = g_dbus_connection_signal_subscribe(
-        bus, kName, kInterface, "PrepareForSleep", kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+    m_subscription = SubscribeToBus(
+        bus, {kName, kPath, kInterface, "PrepareForSleep"}, nullptr,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* parameters,
            gpointer self) {
             if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(b)"))) {
@@ -53,15 +53,15 @@ void SleepMonitor::Connected(GDBusConnection* bus) {
                 static_cast<SleepMonitor*>(self)->PrepareForSleep(starting);
             }
         },
-        this, nullptr);
+        this);
     Inhibit();
 }
 
 void SleepMonitor::Inhibit() {
-    g_dbus_connection_call_with_unix_fd_list(
-        m_bus.get(), kName, kPath, kInterface, "Inhibit",
-        g_variant_new("(ssss)", "sleep", g_get_application_name(), "Saving the log", "delay"),
-        G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, m_cancellable.get(),
+    CallBus(
+        m_bus.get(), {kName, kPath, kInterface, "Inhibit"},
+        g_variant_new("(ssss)", "sleep", g_get_application_name(), "Saving the log", "delay"), "(h)",
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, m_cancellable.get(),
         [](GObject* source, GAsyncResult* result, gpointer self) {
             // Fails as well when the monitor has gone meanwhile.
             GUnixFDList* list = nullptr;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "backends/desktop/Callback.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 
@@ -24,14 +25,14 @@ struct Recording {
 };
 thread_local Recording* t_recording = nullptr;
 
-int Record(short* samples, int count, espeak_EVENT*) {
+constexpr auto Record = [](short* samples, int count, espeak_EVENT*) {
     constexpr int kContinue = 0;
     constexpr int kBreakOff = 1;
     if (samples != nullptr) {
         t_recording->samples.insert(t_recording->samples.end(), samples, samples + count);
     }
     return t_recording->ending.load() ? kBreakOff : kContinue;
-}
+};
 
 /// A voice of the library: a file name ("gmw/en-US"), and a variant of its sound ("f2") if it has one.
 struct VoiceName {
@@ -129,7 +130,7 @@ Synthesizer::Library Synthesizer::Open(const std::u16string& language) {
     if (sampleRate <= 0) {
         return {};
     }
-    espeak_SetSynthCallback(Record);
+    espeak_SetSynthCallback(Callback(Record));
     return {sampleRate, ReadVoices(ChooseVoice(platform::ToValidUtf8(language)))};
 }
 

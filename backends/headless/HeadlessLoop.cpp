@@ -1,5 +1,6 @@
 #include "backends/headless/HeadlessLoop.h"
 
+#include "platform/core/EnterLayer.h"
 #include "platform/tasks/Clock.h"
 
 namespace headless {
@@ -41,7 +42,7 @@ void HeadlessLoop::Run() {
             auto work = std::move(m_queue.front());
             m_queue.pop_front();
             lock.unlock();
-            work();
+            platform::EnterLayer(work);
             // Not under the lock: what it captured may post.
             work = nullptr;
             lock.lock();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "platform/core/EnterLayer.h"
 #include "platform/xaml/Controls.h"
 
 namespace headless {
@@ -110,6 +111,10 @@ std::vector<UIElement*> HeadlessWindow::FocusOrder() const {
 }
 
 void HeadlessWindow::PressKey(VirtualKey key) {
+    platform::EnterLayer([&] { ChangeKey(key); });
+}
+
+void HeadlessWindow::ChangeKey(VirtualKey key) {
     if (m_content == nullptr) {
         return;
     }
@@ -136,13 +141,13 @@ void HeadlessWindow::PressKey(VirtualKey key) {
 void HeadlessWindow::SetOverlayInsets(platform::OverlayInsets insets) {
     m_insets = insets;
     if (m_client != nullptr) {
-        m_client->OverlayInsetsChanged();
+        platform::EnterLayer([&] { m_client->OverlayInsetsChanged(); });
     }
 }
 
 void HeadlessWindow::RequestClose() {
     if (m_client != nullptr) {
-        m_client->CloseRequested();
+        platform::EnterLayer([&] { m_client->CloseRequested(); });
     }
 }
 

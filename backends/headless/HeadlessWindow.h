@@ -39,6 +39,8 @@ class HeadlessWindow {
     class Peer;
     class Element;
 
+    void ChangeKey(platform::VirtualKey key);
+
     platform::Size m_size;
     platform::Size m_minimum;
     platform::OverlayInsets m_insets;

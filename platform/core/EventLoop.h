@@ -10,8 +10,8 @@ class EventLoop {
   public:
     virtual ~EventLoop() = default;
 
-    /// Any thread. Queues `work` for the user-interface thread, in order; never runs it inline. `work` must
-    /// not throw.
+    /// Any thread. Queues `work` for the user-interface thread, in order; never runs it inline. An
+    /// exception of `work` ends the application (EnterLayer).
     virtual void Post(std::function<void()> work) = 0;
 
     /// Any thread. The same after `delay`, by the world's clock.

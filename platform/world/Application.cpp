@@ -161,7 +161,7 @@ void ApplicationRun::Suspend(std::function<void()> done) {
     try {
         m_application->Suspending().Raise(*m_application, args);
     } catch (...) {
-        std::fprintf(stderr, "kelvane: a failure while suspending: %s\n", CurrentException().what());
+        Fail(CurrentException());
     }
 }
 
@@ -205,7 +205,7 @@ void ApplicationRun::Resume(int sleep) {
     try {
         m_application->Resuming().Raise(*m_application);
     } catch (...) {
-        std::fprintf(stderr, "kelvane: a failure while resuming: %s\n", CurrentException().what());
+        Fail(CurrentException());
     }
 }
 
