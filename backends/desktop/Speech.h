@@ -7,8 +7,8 @@
 
 namespace desktop {
 
-/// Speech by espeak-ng, sound by PulseAudio's protocol. `language` is the user's (BCP 47). One a process at a
-/// time: the speech library is one object.
+/// Speech by espeak-ng, sound by PulseAudio's protocol. `language` is the user's (BCP 47). One in the life of
+/// a process: see SpeechLibrary.
 std::unique_ptr<platform::SpeechEngine> NewSpeechEngine(std::u16string language);
 
 }  // namespace desktop

@@ -1,170 +1,143 @@
 #include "backends/desktop/Synthesizer.h"
 
-#include <espeak-ng/speak_lib.h>
-
 #include <algorithm>
-#include <cctype>
+#include <cmath>
 
-#include "backends/desktop/Callback.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
+#include "platform/media/Spelling.h"
 
 namespace desktop {
 
-using platform::VoiceGender;
 using platform::VoiceInformation;
 
 namespace {
 
-constexpr unsigned char kFemale = 2;
+using Samples = SpeechLibrary::Samples;
 
-/// Samples of the text that is being spoken on this thread; the library's callback has no other way to it.
-struct Recording {
-    std::vector<std::int16_t> samples;
-    const std::atomic<bool>& ending;
-};
-thread_local Recording* t_recording = nullptr;
-
-constexpr auto Record = [](short* samples, int count, espeak_EVENT*) {
-    constexpr int kContinue = 0;
-    constexpr int kBreakOff = 1;
-    if (samples != nullptr) {
-        t_recording->samples.insert(t_recording->samples.end(), samples, samples + count);
-    }
-    return t_recording->ending.load() ? kBreakOff : kContinue;
-};
-
-/// A voice of the library: a file name ("gmw/en-US"), and a variant of its sound ("f2") if it has one.
-struct VoiceName {
-    std::string file;
-    std::string variant;
-};
-
-/// The library's choice of a female voice for the language; its file is the language's default voice.
-VoiceName ChooseVoice(std::string language) {
-    std::transform(language.begin(), language.end(), language.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    for (const auto& wish : {language, language.substr(0, language.find('-')), std::string("en")}) {
-        espeak_VOICE properties{};
-        properties.languages = wish.c_str();
-        properties.gender = kFemale;
-        if (espeak_SetVoiceByProperties(&properties) == EE_OK) {
-            break;
-        }
-    }
-    const auto* const voice = espeak_GetCurrentVoice();
-    if (voice == nullptr || voice->identifier == nullptr) {
-        return {};
-    }
-    const std::string identifier = voice->identifier;
-    const auto plus = identifier.find('+');
-    return {identifier.substr(0, plus), plus == std::string::npos ? "" : identifier.substr(plus + 1)};
+constexpr std::size_t Milliseconds(std::size_t count, std::uint32_t sampleRate) {
+    return count * sampleRate / 1000;
 }
 
-/// The first of the languages that a voice is for; the list holds a priority byte before each.
-std::string LanguageOf(const espeak_VOICE& voice) {
-    return voice.languages != nullptr && *voice.languages != 0 ? voice.languages + 1 : "";
+/// Whether a listener gets more than silence or a bare consonant, which is all that some voices have for a
+/// digit or a letter. A name has a vowel, and so is loud for a while. The limits are measured: the shortest
+/// names (Vietnamese "0" with a female variant, Latvian vowels) are loud for 40 ms, nearly all bare
+/// consonants for less.
+bool IsHeard(const Samples& samples, std::uint32_t sampleRate) {
+    constexpr double kLoud = 1200;
+    constexpr std::size_t kFrame = 10;
+    constexpr std::size_t kShortest = 40;
+    const auto frame = Milliseconds(kFrame, sampleRate);
+    std::size_t loudTime = 0;
+    for (std::size_t start = 0; start + frame <= samples.size(); start += frame) {
+        double energy = 0;
+        for (std::size_t i = start; i < start + frame; ++i) {
+            energy += static_cast<double>(samples[i]) * samples[i];
+        }
+        loudTime += std::sqrt(energy / static_cast<double>(frame)) >= kLoud ? kFrame : 0;
+    }
+    return loudTime >= kShortest;
 }
 
-std::vector<VoiceInformation> ReadVoices(const VoiceName& chosen) {
-    std::vector<VoiceInformation> voices;
-    for (const auto** voice = espeak_ListVoices(nullptr); *voice != nullptr; ++voice) {
-        voices.push_back({.Id = platform::FromUtf8((*voice)->identifier),
-                          .DisplayName = platform::FromUtf8((*voice)->name),
-                          .Language = platform::FromUtf8(LanguageOf(**voice)),
-                          .Gender = (*voice)->gender == kFemale ? VoiceGender::Female : VoiceGender::Male});
+void Select(SpeechLibrary& library, const VoiceInformation& voice) {
+    if (!library.SelectVoice(platform::ToValidUtf8(voice.Id))) {
+        throw platform::Exception(platform::result::kInvalidArgument, u"There is no voice " + voice.Id);
     }
-    // The user's default voice first, then the rest of the language.
-    const auto byDefault = std::find_if(voices.begin(), voices.end(), [&](const VoiceInformation& voice) {
-        return voice.Id == platform::FromUtf8(chosen.file);
-    });
-    if (byDefault == voices.end()) {
-        return voices;
-    }
-    const VoiceInformation first = *byDefault;
-    voices.erase(byDefault);
-    const auto prefix = first.Language.substr(0, first.Language.find(u'-'));
-    std::stable_partition(voices.begin(), voices.end(), [&](const VoiceInformation& voice) {
-        return voice.Language.substr(0, voice.Language.find(u'-')) == prefix;
-    });
+}
 
-    // The language's own voices are male; the library makes female ones of them by variants.
-    std::vector<VoiceInformation> female;
-    espeak_VOICE variants{};
-    variants.languages = "variant";
-    for (const auto** variant = espeak_ListVoices(&variants); *variant != nullptr; ++variant) {
-        const std::string_view file = (*variant)->identifier;
-        const auto name = file.substr(file.rfind('/') + 1);
-        if ((*variant)->gender == kFemale) {
-            female.push_back({.Id = first.Id + u"+" + platform::FromUtf8(name),
-                              .DisplayName = first.DisplayName + u", " + platform::FromUtf8((*variant)->name),
-                              .Language = first.Language,
-                              .Gender = VoiceGender::Female});
+/// English names all ASCII characters. Returns false when that voice is not installed.
+bool SelectEnglish(SpeechLibrary& library, const VoiceInformation& voice) {
+    const auto variant = std::min(voice.Id.find(u'+'), voice.Id.size());
+    return library.SelectVoice("en" + platform::ToValidUtf8(voice.Id.substr(variant)));
+}
+
+std::vector<SpokenCharacter> Spelled(SpeechLibrary& library, std::u16string_view identifier,
+                                     const VoiceInformation& voice) {
+    constexpr std::size_t kPause = 100;
+    constexpr std::size_t kPauseAfterGroup = 350;
+    const auto rate = library.SampleRate();
+    std::vector<SpokenCharacter> spoken;
+    Select(library, voice);
+    for (const auto& group : platform::SpellingGroups(identifier)) {
+        for (const auto character : group) {
+            spoken.push_back({character, library.NameOf(character), Milliseconds(kPause, rate)});
+        }
+        spoken.back().pause = Milliseconds(kPauseAfterGroup, rate);
+    }
+    spoken.back().pause = 0;
+
+    const auto isUnheard = [&](const SpokenCharacter& character) {
+        return !IsHeard(character.samples, rate);
+    };
+    if (std::any_of(spoken.begin(), spoken.end(), isUnheard) && SelectEnglish(library, voice)) {
+        for (auto& character : spoken) {
+            if (isUnheard(character)) {
+                character.samples = library.NameOf(character.character);
+            }
         }
     }
-    std::stable_partition(female.begin(), female.end(), [&](const VoiceInformation& voice) {
-        return voice.Id == first.Id + u"+" + platform::FromUtf8(chosen.variant);
-    });
-    voices.insert(voices.begin(), female.begin(), female.end());
-    voices.insert(voices.begin(), first);
-    return voices;
+    return spoken;
+}
+
+Samples ReadAsWords(SpeechLibrary& library, std::u16string_view text, const VoiceInformation& voice) {
+    Select(library, voice);
+    const auto digit = text.find_first_of(u"0123456789");
+    if (digit != text.npos && !IsHeard(library.Read(text.substr(digit, 1)), library.SampleRate()) &&
+        !SelectEnglish(library, voice)) {
+        Select(library, voice);
+    }
+    return library.Read(text);
 }
 
 }  // namespace
 
-Synthesizer::Synthesizer(std::u16string language)
-    : m_library(std::async(std::launch::async, Open, std::move(language)).share()) {}
-
 Synthesizer::~Synthesizer() {
     m_ending.store(true);
-    const bool open = m_library.get().sampleRate > 0;
-    const std::lock_guard lock(m_speaking);
-    if (open) {
-        espeak_Terminate();
-    }
+    const std::lock_guard lock(m_mutex);
+    m_library.reset();
 }
 
-Synthesizer::Library Synthesizer::Open(const std::u16string& language) {
-    const int sampleRate =
-        espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 0, nullptr, espeakINITIALIZE_DONT_EXIT);
-    if (sampleRate <= 0) {
+SpeechLibrary& Synthesizer::Library() {
+    if (m_ending.load()) {
+        throw platform::Exception(platform::result::kClosed, u"The speech engine has been closed.");
+    }
+    if (!m_library) {
+        m_library.emplace(m_ending);
+        m_voices = m_library->Voices(m_language);
+    }
+    return *m_library;
+}
+
+std::vector<VoiceInformation> Synthesizer::Voices() {
+    const std::lock_guard lock(m_mutex);
+    try {
+        Library();
+    } catch (const platform::Exception&) {
         return {};
     }
-    espeak_SetSynthCallback(Callback(Record));
-    return {sampleRate, ReadVoices(ChooseVoice(platform::ToValidUtf8(language)))};
+    return m_voices;
+}
+
+std::vector<SpokenCharacter> Synthesizer::Spell(std::u16string_view identifier,
+                                                const VoiceInformation& voice) {
+    const std::lock_guard lock(m_mutex);
+    return Spelled(Library(), identifier, voice);
 }
 
 platform::SpeechSynthesisStream Synthesizer::Synthesize(std::u16string_view text,
                                                         const VoiceInformation& voice) {
-    const auto& library = m_library.get();
-    if (library.sampleRate <= 0) {
-        throw platform::Exception(platform::result::kFail,
-                                  u"There is no speech data (package espeak-ng-data).");
-    }
+    const std::lock_guard lock(m_mutex);
+    auto& library = Library();
     platform::SpeechSynthesisStream stream;
-    stream.SampleRate = static_cast<std::uint32_t>(library.sampleRate);
-    if (text.empty()) {
-        return stream;
+    stream.SampleRate = library.SampleRate();
+    if (platform::IsIdentifier(text)) {
+        for (const auto& character : Spelled(library, text, voice)) {
+            stream.Samples.insert(stream.Samples.end(), character.samples.begin(), character.samples.end());
+            stream.Samples.resize(stream.Samples.size() + character.pause);
+        }
+    } else if (!text.empty()) {
+        stream.Samples = ReadAsWords(library, text, voice);
     }
-    const auto spoken = platform::ToValidUtf8(text);
-    Recording recording{.samples = {}, .ending = m_ending};
-
-    const std::lock_guard lock(m_speaking);
-    if (m_ending.load()) {
-        throw platform::Exception(platform::result::kClosed, u"The speech engine has been closed.");
-    }
-    if (espeak_SetVoiceByName(platform::ToValidUtf8(voice.Id).c_str()) != EE_OK) {
-        throw platform::Exception(platform::result::kInvalidArgument, u"There is no voice " + voice.Id);
-    }
-    t_recording = &recording;
-    const auto result = espeak_Synth(spoken.c_str(), spoken.size() + 1, 0, POS_CHARACTER, 0, espeakCHARS_UTF8,
-                                     nullptr, nullptr);
-    espeak_Synchronize();
-    t_recording = nullptr;
-    if (result != EE_OK) {
-        throw platform::Exception(platform::result::kFail, u"The text cannot be spoken.");
-    }
-    stream.Samples = std::move(recording.samples);
     return stream;
 }
 

@@ -18,6 +18,7 @@ class HeadlessSpeech final : public platform::SpeechEngine {
     explicit HeadlessSpeech(std::vector<platform::VoiceInformation> voices) : m_voices(std::move(voices)) {}
 
     std::vector<platform::VoiceInformation> Voices() override { return m_voices; }
+    /// The samples are the text's characters.
     platform::SpeechSynthesisStream Synthesize(std::u16string_view text,
                                                const platform::VoiceInformation& voice) override;
 
@@ -30,9 +31,15 @@ class HeadlessSpeech final : public platform::SpeechEngine {
         return m_spoken.With([](const auto& spoken) { return spoken; });
     }
 
+    /// The texts of what has been played so far. Any thread.
+    std::vector<std::u16string> Played() const {
+        return m_played.With([](const auto& played) { return played; });
+    }
+
   private:
     const std::vector<platform::VoiceInformation> m_voices;
     platform::Guarded<std::vector<Utterance>> m_spoken;
+    platform::Guarded<std::vector<std::u16string>> m_played;
 };
 
 }  // namespace headless

@@ -60,6 +60,8 @@ class MainPage final : public platform::Page {
     void CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs& args);
     void CopySerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    /// Worker. In the default voice where no voice is female.
+    static platform::task<Speech> SynthesizeWithFemaleVoice(const std::u16string& text);
     /// Worker. Makes `stream` what the page plays, unless the page has gone; releases it on the
     /// user-interface thread when it has been heard.
     static void PlaySpeech(const std::weak_ptr<MainPage>& weak,

@@ -73,11 +73,29 @@ void MainPage::CopySerialNumber_Click(UIElement&, const RoutedEventArgs&) {
 
 void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     const Trace trace(u"Kelvane::MainPage::ReadSerialNumber_Click");
-    platform::SpeechSynthesizer synthesizer;
     const auto text = m_rows[kSerialNumberField].value->Text();
     if (text.empty()) {
         trace.Error(u"Serial number text is empty.\n");
     }
+    const auto window = WindowOfThread(trace);
+    if (!window) {
+        return;
+    }
+    // The list of voices may have to be read from the disk.
+    platform::create_task([text] { return SynthesizeWithFemaleVoice(text); })
+        .then([weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this())),
+               dispatcher = window->Dispatcher()](const platform::task<Speech>& synthesized) {
+            try {
+                PlaySpeech(weak, dispatcher, synthesized.get());
+            } catch (const platform::Exception& exception) {
+                Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()")
+                    .Error(u"Exception = ", exception.Message());
+            }
+        });
+}
+
+platform::task<MainPage::Speech> MainPage::SynthesizeWithFemaleVoice(const std::u16string& text) {
+    platform::SpeechSynthesizer synthesizer;
     const auto voices = platform::SpeechSynthesizer::AllVoices();
     const auto female =
         std::find_if(voices.begin(), voices.end(), [](const platform::VoiceInformation& voice) {
@@ -86,22 +104,9 @@ void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     if (female != voices.end()) {
         synthesizer.Voice(*female);
     } else {
-        trace.Error(u"No female voice available.\n");
+        Trace(u"Kelvane::MainPage::ReadSerialNumber_Click").Error(u"No female voice available.\n");
     }
-    const auto window = WindowOfThread(trace);
-    if (!window) {
-        return;
-    }
-    synthesizer.SynthesizeTextToStreamAsync(text).then(
-        [weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this())),
-         dispatcher = window->Dispatcher()](const platform::task<Speech>& synthesized) {
-            try {
-                PlaySpeech(weak, dispatcher, synthesized.get());
-            } catch (const platform::Exception& exception) {
-                Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()")
-                    .Error(u"Exception = ", exception.Message());
-            }
-        });
+    return synthesizer.SynthesizeTextToStreamAsync(text);
 }
 
 void MainPage::PlaySpeech(const std::weak_ptr<MainPage>& weak,

@@ -37,19 +37,20 @@ void AppendUtf8(std::string& out, char32_t point) {
     }
 }
 
-std::string Encode(std::u16string_view text, bool keepLoneSurrogates) {
-    std::string out;
-    out.reserve(text.size());
+/// Calls `use` with each code point; a lone surrogate counts as one.
+template <typename Use>
+void ForEachPoint(std::u16string_view text, Use use) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         char32_t point = text[i];
         if (IsHighSurrogate(point) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
             point = 0x10000 + ((point - 0xD800) << 10) + (char32_t{text[++i]} - 0xDC00);
-        } else if (IsSurrogate(point) && !keepLoneSurrogates) {
-            point = kReplacement;
         }
-        AppendUtf8(out, point);
+        use(point);
     }
-    return out;
+}
+
+constexpr char32_t WithoutSurrogate(char32_t point) {
+    return IsSurrogate(point) ? kReplacement : point;
 }
 
 struct Decoded {
@@ -101,11 +102,23 @@ std::u16string Decimal(Integer value) {
 }  // namespace
 
 std::string ToUtf8(std::u16string_view text) {
-    return Encode(text, true);
+    std::string out;
+    out.reserve(text.size());
+    ForEachPoint(text, [&](char32_t point) { AppendUtf8(out, point); });
+    return out;
 }
 
 std::string ToValidUtf8(std::u16string_view text) {
-    return Encode(text, false);
+    std::string out;
+    out.reserve(text.size());
+    ForEachPoint(text, [&](char32_t point) { AppendUtf8(out, WithoutSurrogate(point)); });
+    return out;
+}
+
+std::u32string ToUtf32(std::u16string_view text) {
+    std::u32string out;
+    ForEachPoint(text, [&](char32_t point) { out += WithoutSurrogate(point); });
+    return out;
 }
 
 std::u16string FromUtf8(std::string_view text) {

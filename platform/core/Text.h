@@ -14,6 +14,9 @@ std::string ToUtf8(std::u16string_view text);
 /// The same, but a lone surrogate becomes U+FFFD: for readers that insist on valid UTF-8.
 std::string ToValidUtf8(std::u16string_view text);
 
+/// The code points of a text; a lone surrogate becomes U+FFFD.
+std::u32string ToUtf32(std::u16string_view text);
+
 /// UTF-8 (or WTF-8) to UTF-16; each byte that is part of no valid sequence becomes U+FFFD.
 std::u16string FromUtf8(std::string_view text);
 

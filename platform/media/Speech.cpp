@@ -2,10 +2,15 @@
 
 #include "platform/core/Exception.h"
 #include "platform/core/Provided.h"
+#include "platform/core/UserInterfaceThread.h"
 
 namespace platform {
 
 std::vector<VoiceInformation> SpeechSynthesizer::AllVoices() {
+    if (IsUserInterfaceThread()) {
+        throw Exception(result::kIllegalMethodCall,
+                        u"The list of voices is not read on the user-interface thread");
+    }
     return Provided<SpeechEngine>::Current().Voices();
 }
 

@@ -11,13 +11,14 @@ namespace platform {
 /// Turns text into speech with one of the world's voices. One thread at a time.
 class SpeechSynthesizer {
   public:
-    /// All voices, the user's language first.
+    /// All voices, the user's language first. Blocks while the list is read from the disk, so the
+    /// user-interface thread is refused (0x8000000E).
     static std::vector<VoiceInformation> AllVoices();
 
     void Voice(VoiceInformation voice) { m_voice = std::move(voice); }
 
-    /// Synthesizes on a worker. The task fails with a platform exception when there is no voice or the text
-    /// cannot be spoken.
+    /// Synthesizes on a worker. A serial number is spelled. The task fails with a platform exception when
+    /// there is no voice or the text cannot be spoken.
     task<std::shared_ptr<const SpeechSynthesisStream>> SynthesizeTextToStreamAsync(std::u16string text) const;
 
   private:

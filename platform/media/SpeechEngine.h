@@ -41,12 +41,13 @@ class SpeechEngine {
   public:
     virtual ~SpeechEngine() = default;
 
-    /// Any thread. The user's language first, and in it the default voice first; empty when nothing can
-    /// speak. The list is read once, off the user-interface thread, from the start of the world on; a call
-    /// before it is complete waits for it (some tens of milliseconds).
+    /// Worker. The default voice of the user's language first, then its female variants, then other voices;
+    /// empty when nothing can speak. The first call reads the list: tens of milliseconds, more from a slow
+    /// disk.
     virtual std::vector<VoiceInformation> Voices() = 0;
 
-    /// Worker. Throws a platform exception when the text cannot be spoken. An empty text gives no samples.
+    /// Worker. Identifiers are spelled (see Spelling.h). Throws a platform exception when the text cannot be
+    /// spoken. An empty text gives no samples.
     virtual SpeechSynthesisStream Synthesize(std::u16string_view text, const VoiceInformation& voice) = 0;
 
     /// Any thread. Starts playing at once and returns; `ended` is called once, on any thread, when the sound

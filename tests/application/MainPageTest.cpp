@@ -208,6 +208,7 @@ TEST_F(MainPageTest, ReadsTheSerialNumberWithTheFirstFemaleVoice) {
     StartService();
     Run({[&] { Press(u"ReadSerialNumber"); }});
     EXPECT_EQ(m_world->Spoken().Spoken(), (std::vector<headless::HeadlessSpeech::Utterance>{{u"h", u"f"}}));
+    EXPECT_EQ(m_world->Spoken().Played(), (std::vector<std::u16string>{u"h"}));
 }
 
 TEST_F(MainPageTest, ReadAloudWithoutAVoiceOrATextIsAnErrorLineAndNothingWorse) {

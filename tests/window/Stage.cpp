@@ -148,7 +148,10 @@ class Stage final : public platform::Application {
         });
         const auto stream = std::make_shared<platform::SpeechSynthesisStream>(speech.Synthesize(
             platform::FromUtf8(Rest(words)), female != voices.end() ? *female : voices.at(0)));
-        Tell("samples " + std::to_string(stream->Samples.size()) + " " + std::to_string(stream->SampleRate));
+        const auto sounding = std::count_if(stream->Samples.begin(), stream->Samples.end(),
+                                            [](std::int16_t sample) { return sample != 0; });
+        Tell("samples " + std::to_string(stream->Samples.size()) + " " + std::to_string(stream->SampleRate) +
+             " " + std::to_string(sounding));
         m_playback = speech.Play(stream, [](const std::exception_ptr& failure) {
             Tell(failure ? "sound failed" : "sound ended");
         });

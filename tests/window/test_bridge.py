@@ -317,7 +317,7 @@ class Speech(unittest.TestCase):
         with self.stage("none") as stage:
             stage.heard("launched")
             stage.say("speak 5CG1234XYZ")
-            samples, rate = map(int, stage.heard("samples").split()[1:])
+            samples, rate, _ = map(int, stage.heard("samples").split()[1:])
             self.assertGreater(samples / rate, 0.5)
             stage.heard("sound failed")
             stage.say("exit")
@@ -337,18 +337,24 @@ class Speech(unittest.TestCase):
         heard = os.open(recording, os.O_RDONLY | os.O_NONBLOCK)
         self.addCleanup(os.close, heard)
 
-        def sounds():
+        sound = bytearray()
+
+        def listen():
             try:
-                return any(os.read(heard, 65536))
+                sound.extend(os.read(heard, 65536))
             except BlockingIOError:
-                return False
+                pass
+            return any(sound)
 
         with self.stage("socket") as stage:
             stage.heard("launched")
-            stage.say("speak 12")
-            until(sounds, "sound at the server")
-            # Whoever hears must go on hearing, or the sound stands still.
-            until(lambda: (sounds(), "sound ended" in stage.lines)[1], "the end of the sound")
+            stage.say("speak PF3ABC12")
+            until(listen, "sound at the server")
+            # The sound stands still unless it is read on.
+            until(lambda: (listen(), "sound ended" in stage.lines)[1], "the end of the sound")
+            # All of it, wherever the server has waited for more.
+            sounding = sum(sample != 0 for sample in memoryview(bytes(sound)).cast("h"))
+            self.assertEqual(sounding, int(stage.heard("samples").split()[3]))
             # Replaced while it is heard, ended, and ended by the program's end.
             stage.say("speak 5CG1234XYZ", "speak 5CG1234XYZ", "hush", "speak 5CG1234XYZ", "exit")
             self.assertEqual(stage.ended(), 0)
