@@ -90,7 +90,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
             static_cast<DesktopWindow*>(self)->KeyChanged(key, code, modifiers, false);
         },
         this);
-    // Keys let go of while another window has the focus are not told.
+    // Key releases are not reported while another window has the focus.
     m_signals.emplace_back(
         window, "notify::is-active",
         [](GObject*, GParamSpec*, gpointer self) {
@@ -130,7 +130,7 @@ void DesktopWindow::SetContent(platform::UIElement* content) {
 void DesktopWindow::Activate() {
     UpdateFocus();
     if (!gtk_widget_get_mapped(GTK_WIDGET(m_window.get()))) {
-        // A ring around the first button tells nothing before the first key.
+        // Show no focus ring until the keyboard is used.
         gtk_window_set_focus_visible(m_window.get(), FALSE);
     }
     gtk_window_present(m_window.get());
@@ -167,7 +167,8 @@ bool DesktopWindow::Resize(platform::Size size) {
     PixelSize asked{.width = static_cast<int>(std::lround(size.Width)),
                     .height = static_cast<int>(std::lround(size.Height))};
     if (gtk_window_is_maximized(m_window.get())) {
-        // As wide or high as now: what the window itself will have then, not the screen.
+        // A dimension equal to the current one means "keep": use the restored window's, not the maximized
+        // one's.
         const auto now = CurrentSize();
         PixelSize own{};
         gtk_window_get_default_size(m_window.get(), &own.width, &own.height);

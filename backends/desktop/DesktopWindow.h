@@ -31,7 +31,7 @@ class DesktopWindow final : public platform::WindowPeer {
 
     GtkWindow* Widget() const { return m_window.get(); }
 
-    /// The size that was asked for is not on the screen yet.
+    /// True while a requested size has not been applied.
     bool IsResizing() const { return m_wish && !gtk_window_is_maximized(m_window.get()); }
 
     /// For peers: children or their visibility have changed; focus and default button are looked after once
@@ -73,7 +73,7 @@ class DesktopWindow final : public platform::WindowPeer {
     const platform::UIElement* m_titleBar = nullptr;
     Peer* m_dragArea = nullptr;
     std::vector<Peer*> m_awaitingLabel;
-    /// What Resize asked for and the window has not got yet.
+    /// The size requested by Resize and not yet applied.
     std::optional<PixelSize> m_wish;
     /// Asks again for the size while it has not come.
     DeferredCall m_sizeRetry;

@@ -73,7 +73,7 @@ void Loop::RunQueue() {
 }
 
 void Loop::Close() {
-    // Destroyed outside the lock: what goes may post.
+    // Destroyed outside the lock, since destructors may call Post.
     State rest;
     m_state.With([&](State& state) {
         state.closed = true;

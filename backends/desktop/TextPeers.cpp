@@ -100,7 +100,7 @@ class TextBoxPeer final : public Peer {
             const auto text = platform::ToValidUtf8(m_box.Text());
             if (text != gtk_editable_get_text(editable)) {
                 gtk_editable_set_text(editable, text.c_str());
-                // What does not fit is seen by the beginning, and whole in the tool tip.
+                // An overlong value shows its start; the tool tip holds all of it.
                 gtk_editable_set_position(editable, 0);
             }
             UpdateWidth();

@@ -80,8 +80,7 @@ ActionError Unreachable(int result) {
     return {Status::NotRunning, std::string("the system bus cannot be reached: ") + std::strerror(-result)};
 }
 
-/// Until the bus has let this connection in. A call would wait for that too, but for 90 seconds, whatever the
-/// limit of calls.
+/// Waits for the bus handshake, which sd-bus would otherwise bound by its own 90 s instead of our limit.
 void WaitUntilReady(sd_bus* bus, std::chrono::microseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (sd_bus_is_ready(bus) == 0) {

@@ -15,7 +15,7 @@ namespace daemon_service {
 enum class BiosCredential { None = 0, Password = 1, OtherKind = 16 };
 
 /// From the kernel's firmware-attributes class, else from the firmware's table of type 24; nothing if neither
-/// tells. What is not known for certain is never told as None.
+/// reports one. Uncertain states are never reported as None.
 std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const SmbiosStructure> tables);
 
 }  // namespace daemon_service

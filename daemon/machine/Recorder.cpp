@@ -23,7 +23,7 @@ namespace {
 
 using Replacer = std::string (*)(std::string_view content);
 
-/// A firmware's placeholder is no identifier, and shows the fault that a report may be about.
+/// Keeps placeholders: they identify nothing and are often the reported fault.
 std::string Serial(std::string_view content) {
     return Value(content) ? "RECORDED-SERIAL\n" : std::string(content);
 }

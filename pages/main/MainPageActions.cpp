@@ -31,7 +31,7 @@ void ShowFeedbackIcon(platform::Button& button) {
     button.Content(std::move(icon));
 }
 
-/// A worker waits the feedback time; the resting icon comes back on the user-interface thread.
+/// Restores the copy icon after kFeedbackTime.
 void RestoreIconLater(const Trace& trace, std::shared_ptr<platform::Button> button) {
     const auto window = WindowOfThread(trace);
     if (!window) {

@@ -46,7 +46,7 @@ EndSignals::~EndSignals() {
     m_stopping.store(true);
     pthread_kill(m_thread.native_handle(), SIGHUP);
     m_thread.join();
-    // Nobody takes them any more: from here on they end a program that does not come to its end by itself.
+    // Restore default delivery, so that a signal ends a program stuck in shutdown.
     const sigset_t signals = Signals();
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }

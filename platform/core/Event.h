@@ -36,7 +36,7 @@ class Event {
         return !m_handlers.empty();
     }
 
-    /// An exception of a handler ends the round and reaches the caller.
+    /// If a handler throws, later handlers are skipped and the exception propagates.
     void Raise(Args... args) const {
         std::vector<std::shared_ptr<Handler>> handlers;
         {

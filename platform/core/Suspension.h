@@ -11,7 +11,7 @@ class SuspendingDeferral {
   public:
     explicit SuspendingDeferral(std::function<void()> complete);
 
-    /// An uncompleted deferral completes when it goes, so that a lost one cannot hold up the end.
+    /// Completes an uncompleted deferral, so that a leaked one cannot block shutdown.
     ~SuspendingDeferral();
     SuspendingDeferral(const SuspendingDeferral&) = delete;
     SuspendingDeferral& operator=(const SuspendingDeferral&) = delete;

@@ -8,7 +8,7 @@ namespace platform::etl {
 
 namespace {
 
-/// Stores what makes earlier stores count, for readers of the file and for whoever finds it after a crash.
+/// Release store: publishes the preceding stores to other readers of the file, crash recovery included.
 template <typename T>
 void Publish(T& field, T value) {
     std::atomic_ref<T>(field).store(value, std::memory_order_release);

@@ -31,13 +31,13 @@ class LiveFile {
     const std::filesystem::path& Path() const { return m_path; }
     std::byte* Image(std::size_t index) const;
 
-    /// Brings an image's pages into memory, so that nobody waits for them later. Any thread.
+    /// Brings an image's pages into memory, so that no writer waits for them later. Any thread.
     void Populate(std::size_t index) const;
 
-    /// True when somebody has deleted the file.
+    /// True when the file has been deleted.
     bool IsGone() const;
 
-    /// Makes the file anew with what is in memory, at the same addresses. Nobody may write meanwhile.
+    /// Recreates the file from the mapping, keeping its addresses; the caller prevents writes.
     void Restore();
 
     /// Deletes the file: everything in it has been stored.

@@ -22,13 +22,13 @@ constexpr std::chrono::seconds kPatience{1};
 /// Callers that have to wait go on when this many images are free: they wait seldom instead of at each file.
 constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
 
-/// While full images come fast the recorder's thread looks for them of itself, since waking it would cost a
-/// caller as much as fifty messages. After so many looks in vain it sleeps until it is woken.
+/// Under load the recorder's thread polls, since waking it costs a caller as much as fifty messages. After
+/// kLooks empty polls it waits to be notified.
 constexpr std::chrono::microseconds kLookAgainAfter{200};
 constexpr int kLooks = 50;
 
-/// A file whose reading of the wall clock differs less than that (10 ms) from what the file before leads to
-/// expect goes on with the expected one, so that times do not go back between files for a reading's error.
+/// If the wall clock is within 10 ms of the value extrapolated from the previous file, the extrapolated one
+/// is used, so that measurement error never makes time step back.
 constexpr std::int64_t kWallClockIsSet = 100000;
 
 }  // namespace
@@ -49,7 +49,7 @@ LogFileRecorder::LogFileRecorder(std::filesystem::path folder, std::u16string se
       m_files(std::move(folder), ToUtf8(m_sessionName)) {}
 
 void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Message& message) {
-    // A wait lets go of the lock, and so perhaps of everything else that keeps this object.
+    // Waiting releases the lock; the last other reference to this object may then be dropped.
     std::shared_ptr<LogFileRecorder> self;
     while (!m_closing) {
         if (m_current != nullptr) {

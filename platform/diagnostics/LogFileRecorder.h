@@ -76,8 +76,8 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     // The recorder's thread, and Start before it.
     LogFiles m_files;
 
-    // Guarded by TraceLock. Images change their place under it; the front of m_full is the recorder's
-    // thread's.
+    // Guarded by TraceLock. Images move between the lists under it; only the recorder's thread touches
+    // m_full.front().
     std::unique_ptr<LiveFile> m_live;
     std::vector<etl::EventTraceImage> m_images;
     etl::EventTraceImage* m_current = nullptr;

@@ -109,7 +109,7 @@ void LogFiles::StoreLeftover(const std::filesystem::path& leftover, const std::f
     for (std::size_t at = 0; at + etl::kFileSize <= bytes.size(); at += etl::kFileSize) {
         images.push_back(std::span(bytes).subspan(at, etl::kFileSize));
     }
-    // They are used in turn, again and again.
+    // Images are reused cyclically, so index order is not time order.
     std::ranges::sort(images, {}, [](const auto& image) { return StartOf(image); });
     for (const auto& image : images) {
         const auto content = image.first(etl::EventTraceImage::CompleteLeftover(image));

@@ -36,7 +36,7 @@ class LogFiles {
         std::exception_ptr failure;
     };
 
-    /// Stores what the live files of ended processes hold, and takes over all log files that nobody has. The
+    /// Stores what the live files of ended processes hold, and claims log files whose process has ended. The
     /// caller holds the lock of `live`.
     Leftovers TakeLeftovers(const std::filesystem::path& live);
 

@@ -95,7 +95,7 @@ void LoggingChannel::LogMessage(std::u16string_view text, LoggingLevel level) {
                                .thread = CurrentThread(),
                                .process = g_process};
     std::unique_lock lock(TraceLock());
-    // By index: a recorder that waits lets go of the lock, and the list may change.
+    // Index loop: Write may release the lock and m_recordings may change.
     for (std::size_t i = 0; i < m_recordings.size(); ++i) {
         if (level >= m_recordings[i].level) {
             m_recordings[i].recorder->Write(lock, message);

@@ -1,8 +1,8 @@
 #pragma once
 
 // The serving side: listens at endpoints, answers an interface's procedures. Each connection has a thread of
-// its own, so a slow, silent or hostile client delays nobody else; the number of connections is bounded a
-// user.
+// its own, so a slow, silent or hostile client delays no other; each user may hold a limited
+// number of connections.
 
 #include <atomic>
 #include <chrono>
@@ -77,7 +77,7 @@ struct ServerOptions {
 
     std::size_t MaxRequestBytes = std::size_t{1} << 20;
 
-    /// As many again are told that the server is too busy; more are closed without a word.
+    /// Up to as many more are answered "server too busy"; beyond that connections are closed silently.
     std::size_t MaxConnectionsPerUser = 32;
 
     /// Connections of one association share this.

@@ -53,7 +53,7 @@ void CoreDispatcher::RunNext() {
     } catch (...) {
         failure = std::current_exception();
     }
-    // What the handler captured goes while the handler still counts as pending.
+    // Destroy the captures before Pending() drops.
     next->handler = nullptr;
     failure ? next->ended.set_exception(std::move(failure)) : next->ended.set();
     m_pending.fetch_sub(1);
