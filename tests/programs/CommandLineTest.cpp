@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <regex>
+#include <iomanip>
 #include <sstream>
 
 #include "app/CommandLine.h"
@@ -17,6 +17,14 @@ using testing::MatchesRegex;
 const platform::Program* const kPrograms[] = {&Kelvane::kProgram, &logtool::kProgram,
                                               &daemon_service::kProgram};
 
+/// "\fB\-l\fR" is "-l".
+std::string WithoutEscapes(std::string text) {
+    for (auto at = text.find('\\'); at != std::string::npos; at = text.find('\\', at)) {
+        text.erase(at, text[at + 1] == 'f' ? 3 : 1);
+    }
+    return text;
+}
+
 /// The options of a man page, as a reader sees them: "-l, --level L".
 std::vector<std::string> OptionsOfManPage(const std::string& page) {
     std::ifstream file(KELVANE_MAN_PAGES "/" + page);
@@ -27,13 +35,12 @@ std::vector<std::string> OptionsOfManPage(const std::string& page) {
         inOptions = line.starts_with(".SH") ? line == ".SH OPTIONS" : inOptions;
         if (inOptions && isTag) {
             // A macro joins its arguments; quoted ones have blanks.
-            static const std::regex kArgument(R"r("([^"]*)"|(\S+))r");
+            std::istringstream arguments(line.substr(line.find(' ')));
             std::string tag;
-            line.erase(0, line.find(' '));
-            for (std::sregex_iterator i(line.begin(), line.end(), kArgument), end; i != end; ++i) {
-                tag += (*i)[1].str() + (*i)[2].str();
+            for (std::string argument; arguments >> std::quoted(argument, '"', '\0');) {
+                tag += argument;
             }
-            options.push_back(std::regex_replace(tag, std::regex(R"(\\f.|\\)"), ""));
+            options.push_back(WithoutEscapes(tag));
         }
         isTag = line == ".TP";
     }
