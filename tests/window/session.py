@@ -8,7 +8,7 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, Gio, GLib  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
 LIMIT = 20  # Seconds until a condition counts as never met; a loaded machine needs some.
 BIN = os.environ["KELVANE_BIN"]
@@ -50,8 +50,8 @@ class Program:
             [os.path.join(BIN, name), *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, text=True, env={**os.environ, **environment})
         self.lines, self.errors = [], []
-        self.readers = [threading.Thread(target=lambda s=s, l=l: l.extend(x.rstrip("\n") for x in s), daemon=True)
-                        for s, l in ((self.process.stdout, self.lines), (self.process.stderr, self.errors))]
+        self.readers = [threading.Thread(target=lambda s=s, to=to: to.extend(x.rstrip("\n") for x in s), daemon=True)
+                        for s, to in ((self.process.stdout, self.lines), (self.process.stderr, self.errors))]
         for reader in self.readers:
             reader.start()
         self.seen = 0

@@ -7,7 +7,8 @@ import tempfile
 import time
 import unittest
 
-from session import (Atspi, Gio, GLib, Program, clipboard, everything, gone, has_focus, press, run, shown, tab, text_of,
+from gi.repository import Gio, GLib
+from session import (Atspi, Program, clipboard, everything, gone, has_focus, press, run, shown, tab, text_of,
                      until, xdotool)
 
 LABEL, BOX, BUTTON = "label", "text", "push button"
