@@ -1,11 +1,11 @@
 #include "app/TextOutput.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <string>
 
 #include "app/CommandLine.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/StandardOutput.h"
 #include "platform/core/Text.h"
 #include "platform/resources/ResourceLoader.h"
@@ -68,13 +68,12 @@ bool HasValues(const std::vector<VisibleRow>& rows) {
     return std::any_of(rows.begin(), rows.end(), [](const VisibleRow& row) { return !row.value.empty(); });
 }
 
-/// A line for each row. Control characters would forge rows, or command the terminal: they become blanks.
+/// A line for each row. What would forge rows or steer the terminal becomes a blank.
 std::string TextLines(const std::vector<VisibleRow>& rows) {
-    const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F); };
     std::string lines;
     for (const auto& row : rows) {
         auto line = row.label + (row.value.empty() ? u":" : u": ") + row.value;
-        std::replace_if(line.begin(), line.end(), isControl, u' ');
+        std::replace_if(line.begin(), line.end(), platform::SteersTerminal, u' ');
         lines += platform::ToValidUtf8(line) + "\n";
     }
     return lines;
@@ -139,7 +138,7 @@ void WritePages(OutputFormat format, std::function<void(int status)> done) {
         const auto main = RowsOfWindow();
         if (!HasValues(main)) {
             Write(format, main, {});
-            std::fprintf(stderr, "kelvane: %s\n", ReasonForNoValues());
+            platform::WriteStandardError({"kelvane: ", ReasonForNoValues()});
             done(1);
             return;
         }

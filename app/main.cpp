@@ -1,5 +1,4 @@
 #include <csignal>
-#include <cstdio>
 
 #include "app/App.h"
 #include "app/CommandLine.h"
@@ -8,6 +7,7 @@
 #include "backends/headless/HeadlessWorld.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
+#include "platform/core/StandardError.h"
 #include "platform/resources/PackageFiles.h"
 
 namespace {
@@ -34,10 +34,9 @@ int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
 /// Opens the window, or hands the start to the program that shows one already.
 int RunWindow(const CommandLine& line) {
     if (!desktop::DisplayAvailable()) {
-        std::fputs(
-            "kelvane: there is no display to open a window on; set DISPLAY or WAYLAND_DISPLAY, or use "
-            "'kelvane --text'.\n",
-            stderr);
+        platform::WriteStandardError(
+            {"kelvane: there is no display to open a window on; set DISPLAY or WAYLAND_DISPLAY, or use "
+             "'kelvane --text'."});
         return kNoDisplay;
     }
     const bool takesPicture = !line.Screenshot.empty();
@@ -57,7 +56,7 @@ int RunWindow(const CommandLine& line) {
         return Kelvane::App::Create();
     });
     if (ended == 0 && !problem.empty()) {
-        std::fprintf(stderr, "kelvane: the picture could not be saved: %s\n", problem.c_str());
+        platform::WriteStandardError({"kelvane: the picture could not be saved: ", problem});
         return 1;
     }
     return ended;

@@ -8,6 +8,7 @@
 #include "logging/LogRetention.h"
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/core/UserInterfaceThread.h"
 #include "platform/storage/ApplicationData.h"
@@ -186,8 +187,9 @@ void LoggingHandler::Store(ContinuationData& data, std::u16string_view prefix) {
         std::error_code unknown;
         const bool isThere = std::filesystem::exists(platform::ToUtf8(data.file->Path()), unknown);
         if ((isThere || unknown) && !std::exchange(m_saidNotStored, true)) {
-            std::fprintf(stderr, "kelvane: the log file %s stays there until the next start (%s)\n",
-                         platform::ToUtf8(data.file->Path()).c_str(), platform::CurrentException().what());
+            platform::WriteStandardError({"kelvane: the log file ", platform::ToPathBytes(data.file->Path()),
+                                          " stays there until the next start (",
+                                          platform::CurrentException().what(), ")"});
         }
         throw;
     }

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <ctime>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "platform/core/Text.h"
 
@@ -37,30 +36,6 @@ Moment MomentOf(std::int64_t fileTime, bool utc) {
     moment.units = static_cast<int>(unix - seconds * kUnitsPerSecond);
     utc ? gmtime_r(&seconds, &moment.calendar) : localtime_r(&seconds, &moment.calendar);
     return moment;
-}
-
-std::string Visible(const std::string& text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto unit = static_cast<unsigned char>(text[i]);
-        // The control characters U+0080 to U+009F have two bytes.
-        const bool c1 = unit == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-        if (unit == '\n') {
-            out += "\\n";
-        } else if (unit == '\r') {
-            out += "\\r";
-        } else if (unit == '\t') {
-            out += "\\t";
-        } else if (unit < 0x20 || unit == 0x7F || c1) {
-            std::array<char, 8> escaped;
-            std::snprintf(escaped.data(), escaped.size(), "\\x%02X",
-                          unsigned{c1 ? static_cast<unsigned char>(text[++i]) : unit});
-            out += escaped.data();
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
 }
 
 /// The seconds in "10m"; too many for a number stand as the most that one holds.
@@ -100,7 +75,7 @@ std::string TextLine(const platform::etl::TraceEvent& event, bool utc) {
     const auto length = std::strftime(head.data(), head.size(), "%Y-%m-%d %H:%M:%S", &moment.calendar);
     std::snprintf(head.data() + length, head.size() - length, ".%03d %s %u:%u ", moment.units / 10000,
                   platform::LoggingLevelName(event.level), event.process, event.thread);
-    return head.data() + Visible(platform::ToValidUtf8(event.text));
+    return head.data() + platform::ToVisible(platform::ToUtf8(event.text));
 }
 
 std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
@@ -117,13 +92,10 @@ std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
         std::snprintf(time.data() + length, time.size() - length, "%c%02ld:%02ld", offset < 0 ? '-' : '+',
                       std::labs(offset) / 60, std::labs(offset) % 60);
     }
-    const nlohmann::ordered_json line = {{"time", time.data()},
-                                         {"level", platform::LoggingLevelName(event.level)},
-                                         {"process", event.process},
-                                         {"thread", event.thread},
-                                         {"channel", platform::ToValidUtf8(event.channel)},
-                                         {"message", platform::ToValidUtf8(event.text)}};
-    return line.dump();
+    return std::string("{\"time\":\"") + time.data() + "\",\"level\":\"" +
+           platform::LoggingLevelName(event.level) + "\",\"process\":" + std::to_string(event.process) +
+           ",\"thread\":" + std::to_string(event.thread) + ",\"channel\":" + platform::ToJson(event.channel) +
+           ",\"message\":" + platform::ToJson(event.text) + "}";
 }
 
 std::optional<platform::LoggingLevel> ParseLevel(std::string_view text) {

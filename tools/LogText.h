@@ -11,7 +11,8 @@
 
 namespace logtool {
 
-/// "2026-03-05 09:04:07.045 Verbose 1234:5678 text": one line; control characters stand as \n, \t, \x1B.
+/// "2026-03-05 09:04:07.045 Verbose 1234:5678 text": one line, the text as
+/// ToVisible shows it.
 std::string TextLine(const platform::etl::TraceEvent& event, bool utc);
 
 /// One JSON object: time (RFC 3339, 100 ns), level, process, thread, channel, message.

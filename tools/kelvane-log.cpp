@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/core/ProgramOptions.h"
+#include "platform/core/StandardError.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
 #include "tools/LogOptions.h"
@@ -33,7 +34,7 @@ void Require(bool taken) {
     }
     // Whoever closes a pipe has seen enough.
     if (errno != EPIPE) {
-        std::fprintf(stderr, "kelvane-log: cannot write: %s\n", std::strerror(errno));
+        platform::WriteStandardError({"kelvane-log: cannot write: ", std::strerror(errno)});
     }
     std::exit(1);
 }
@@ -57,7 +58,7 @@ int Run(const logtool::LogOptions& options) {
     int status = 0;
     const auto say = [](const std::filesystem::path& path, const std::string& what) {
         Flush();
-        std::fprintf(stderr, "kelvane-log: %s: %s\n", path.c_str(), what.c_str());
+        platform::WriteStandardError({"kelvane-log: ", path.native(), ": ", what});
     };
     logtool::LogSources sources(
         std::move(places),
@@ -75,8 +76,8 @@ int Run(const logtool::LogOptions& options) {
         },
         say);
     if (!sources.Poll() && byDefault) {
-        std::fprintf(stderr, "kelvane-log: there are no log files in %s; start kelvane first\n",
-                     stored.c_str());
+        platform::WriteStandardError(
+            {"kelvane-log: there are no log files in ", stored.native(), "; start kelvane first"});
         status = 1;
     }
     Flush();

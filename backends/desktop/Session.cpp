@@ -1,6 +1,7 @@
 #include "backends/desktop/Session.h"
 
 #include "backends/desktop/Loop.h"
+#include "platform/core/StandardError.h"
 
 namespace desktop {
 
@@ -56,7 +57,7 @@ int Session::Run(platform::WorldClient& client) {
     GError* error = nullptr;
     if (g_application_register(application, nullptr, &error) == FALSE) {
         const GErrorPtr owned(error);
-        g_printerr("kelvane: cannot join the session: %s\n", error->message);
+        platform::WriteStandardError({"kelvane: cannot join the session: ", error->message});
         return 1;
     }
     std::string name = kApplicationId;

@@ -8,9 +8,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/core/StandardError.h"
+
 namespace daemon_service {
 
 namespace {
+
+/// In bytes; what comes from outside may be long.
+constexpr std::size_t kLongestText = 1000;
 
 /// The service manager names the journal's stream; a redirected standard error is another file.
 bool StandardErrorIsJournal() {
@@ -29,22 +34,10 @@ bool StandardErrorIsJournal() {
 
 void Log(Priority priority, std::string_view text) noexcept {
     static const bool journal = StandardErrorIsJournal();
-    std::array<char, 16> prefix{'\0'};
-    if (journal) {
-        std::snprintf(prefix.data(), prefix.size(), "<%d>", static_cast<int>(priority));
-    }
-    std::array<char, 1024> line{};
-    const int length = std::snprintf(
-        line.data(), line.size() - 1, "%s%.*s",
-        journal ? prefix.data() : "kelvane-service: ", static_cast<int>(text.size()), text.data());
-    std::size_t end = length < 0 ? 0 : static_cast<std::size_t>(length);
-    end = end > line.size() - 2 ? line.size() - 2 : end;
-    for (std::size_t i = 0; i < end; ++i) {
-        line[i] = static_cast<unsigned char>(line[i]) < 0x20 || line[i] == 0x7F ? ' ' : line[i];
-    }
-    line[end] = '\n';
-    // One write a line keeps the lines of several threads apart; there is nowhere to report a failure.
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), end + 1);
+    const char number = static_cast<char>('0' + static_cast<int>(priority));
+    const std::array<char, 4> prefix = {'<', number, '>', '\0'};
+    platform::WriteStandardError(
+        {journal ? prefix.data() : "kelvane-service: ", text.substr(0, kLongestText)});
 }
 
 }  // namespace daemon_service

@@ -1,10 +1,9 @@
 #include "platform/core/DebugOutput.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <string>
 
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 
 namespace platform {
@@ -17,14 +16,13 @@ void OutputDebugStringW(std::u16string_view text) noexcept {
     if (!enabled) {
         return;
     }
+    if (text.ends_with(u'\n')) {
+        text.remove_suffix(1);
+    }
     try {
-        std::string line = ToValidUtf8(text);
-        if (line.empty() || line.back() != '\n') {
-            line += '\n';
-        }
-        std::fwrite(line.data(), 1, line.size(), stderr);
+        WriteStandardError({"debug: ", ToUtf8(text)});
     } catch (const std::exception&) {
-        std::fputs("kelvane: not enough memory for a debug text\n", stderr);
+        WriteStandardError({"kelvane: not enough memory for a debug text"});
     }
 }
 

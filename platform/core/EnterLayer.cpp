@@ -1,9 +1,8 @@
 #include "platform/core/EnterLayer.h"
 
-#include <cstdio>
-
 #include "platform/core/Lifetime.h"
 #include "platform/core/Provided.h"
+#include "platform/core/StandardError.h"
 
 namespace platform {
 
@@ -12,7 +11,7 @@ void FailWithCurrentException() noexcept {
     try {
         Provided<Lifetime>::Current().Fail(failure);
     } catch (const Exception&) {
-        std::fprintf(stderr, "kelvane: %s\n", failure.what());
+        WriteStandardError({"kelvane: ", failure.what()});
     }
 }
 

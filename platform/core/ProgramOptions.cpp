@@ -3,9 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/StandardOutput.h"
 
 namespace platform {
@@ -212,10 +212,10 @@ int RunProgram(const Program& program, int argc, const char* const* argv,
         }
         return run(arguments);
     } catch (const WrongUsage& wrong) {
-        std::fprintf(stderr, "%s: %s; see '%s --help'\n", name.c_str(), wrong.what(), name.c_str());
+        WriteStandardError({name, ": ", wrong.what(), "; see '", name, " --help'"});
         return kWrongUsageStatus;
     } catch (...) {
-        std::fprintf(stderr, "%s: %s\n", name.c_str(), CurrentException().what());
+        WriteStandardError({name, ": ", CurrentException().what()});
         return 1;
     }
 }

@@ -92,6 +92,40 @@ Decoded DecodeOne(std::string_view bytes) {
     return {point, length};
 }
 
+constexpr char32_t kEscapedByte = 0xDC00;
+
+constexpr bool IsEscapedByte(char32_t point) {
+    return point >= kEscapedByte + 0x80 && point <= kEscapedByte + 0xFF;
+}
+
+/// True for the byte that DecodeOne made `decoded` of when no valid sequence begins with it.
+constexpr bool IsInvalidByte(const Decoded& decoded) {
+    return decoded.point == kReplacement && decoded.length == 1;
+}
+
+void AppendUtf16(std::u16string& out, char32_t point) {
+    if (point < 0x10000) {
+        out += static_cast<char16_t>(point);
+    } else {
+        out += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+        out += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+    }
+}
+
+/// The escape of JSON.
+void AppendEscape(std::string& out, char32_t point) {
+    constexpr std::string_view kShort = "\n\r\t\"\\";
+    constexpr std::string_view kLetters = "nrt\"\\";
+    const auto at = point < 0x80 ? kShort.find(static_cast<char>(point)) : kShort.npos;
+    if (at != kShort.npos) {
+        out += {'\\', kLetters[at]};
+        return;
+    }
+    char escape[12];
+    std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(point));
+    out += escape;
+}
+
 template <typename Integer>
 std::u16string Decimal(Integer value) {
     char digits[24];
@@ -127,30 +161,65 @@ std::u16string FromUtf8(std::string_view text) {
     while (!text.empty()) {
         const auto [point, length] = DecodeOne(text);
         text.remove_prefix(length);
-        if (point < 0x10000) {
-            out += static_cast<char16_t>(point);
-        } else {
-            out += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
-            out += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+        AppendUtf16(out, point);
+    }
+    return out;
+}
+
+std::u16string FromPathBytes(std::string_view bytes) {
+    std::u16string out;
+    while (!bytes.empty()) {
+        auto decoded = DecodeOne(bytes);
+        // A surrogate would be taken for a byte on the way back.
+        if (IsInvalidByte(decoded) || IsSurrogate(decoded.point)) {
+            decoded = {kEscapedByte + static_cast<unsigned char>(bytes[0]), 1};
         }
+        bytes.remove_prefix(decoded.length);
+        AppendUtf16(out, decoded.point);
+    }
+    return out;
+}
+
+std::string ToPathBytes(std::u16string_view text) {
+    std::string out;
+    ForEachPoint(text, [&](char32_t point) {
+        if (IsEscapedByte(point)) {
+            out += static_cast<char>(point - kEscapedByte);
+        } else {
+            AppendUtf8(out, point);
+        }
+    });
+    return out;
+}
+
+std::string ToVisible(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const auto decoded = DecodeOne(text);
+        if (IsInvalidByte(decoded)) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\x%02X", unsigned{static_cast<unsigned char>(text[0])});
+            out += escape;
+        } else if (SteersTerminal(decoded.point) || decoded.point == U'\\' || IsSurrogate(decoded.point)) {
+            AppendEscape(out, decoded.point);
+        } else {
+            out += text.substr(0, decoded.length);
+        }
+        text.remove_prefix(decoded.length);
     }
     return out;
 }
 
 std::string ToJson(std::u16string_view text) {
     std::string json = "\"";
-    for (const char c : ToValidUtf8(text)) {
-        if (c == '"' || c == '\\') {
-            json += '\\';
-            json += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-            json += escape;
+    ForEachPoint(text, [&](char32_t point) {
+        if (SteersTerminal(point) || point == U'"' || point == U'\\') {
+            AppendEscape(json, point);
         } else {
-            json += c;
+            AppendUtf8(json, WithoutSurrogate(point));
         }
-    }
+    });
     return json + '"';
 }
 

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/tasks/Clock.h"
 
@@ -22,10 +22,7 @@ void WriteLiveTrace(std::u16string_view text, LoggingLevel level) {
     char time[16];
     std::snprintf(time, sizeof time, "%02u:%02u:%02u.%03u", now.Hour % 100U, now.Minute % 100U,
                   now.Second % 100U, now.Milliseconds % 1000U);
-    // One write, so that lines of several threads do not mix.
-    const std::string line =
-        std::string(time) + ' ' + LoggingLevelName(level) + ' ' + ToValidUtf8(text) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    WriteStandardError({time, " ", LoggingLevelName(level), " ", ToUtf8(text)});
 }
 
 }  // namespace platform

@@ -11,8 +11,8 @@ namespace platform {
 /// Looked up once a process. Any thread.
 bool IsLiveTraceOn();
 
-/// Writes "HH:MM:SS.mmm LEVEL message" and a line end, local time, the message as it stands. Any thread; a
-/// failing stream is ignored.
+/// Writes "HH:MM:SS.mmm LEVEL message" and a line end, local time, the message as ToVisible shows
+/// it. Any thread; a failing stream is ignored.
 void WriteLiveTrace(std::u16string_view text, LoggingLevel level);
 
 }  // namespace platform

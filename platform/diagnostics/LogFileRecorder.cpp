@@ -1,12 +1,12 @@
 #include "platform/diagnostics/LogFileRecorder.h"
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
@@ -185,8 +185,8 @@ void LogFileRecorder::HandOutLeftovers() {
         try {
             std::rethrow_exception(leftovers.failure);
         } catch (...) {
-            std::fprintf(stderr, "kelvane: a log file of an earlier run stays where it is (%s)\n",
-                         CurrentException().what());
+            WriteStandardError({"kelvane: a log file of an earlier run stays where it is (",
+                                CurrentException().what(), ")"});
         }
     }
 }
@@ -290,9 +290,8 @@ void LogFileRecorder::BeginOutage(std::unique_lock<TraceMutex>& lock, const Exce
     m_freed.notify_all();
     if (!std::exchange(m_outage, true)) {
         lock.unlock();
-        std::fprintf(stderr,
-                     "kelvane: log files cannot be stored (%s); messages may be lost until they can\n",
-                     why.what());
+        WriteStandardError(
+            {"kelvane: log files cannot be stored (", why.what(), "); messages may be lost until they can"});
         lock.lock();
     }
 }
@@ -301,8 +300,8 @@ void LogFileRecorder::EndOutage(std::unique_lock<TraceMutex>& lock) {
     const auto lost = std::exchange(m_lostInOutage, 0) + m_lost;
     if (std::exchange(m_outage, false)) {
         lock.unlock();
-        std::fprintf(stderr, "kelvane: log files are stored again; %llu messages were lost\n",
-                     static_cast<unsigned long long>(lost));
+        WriteStandardError(
+            {"kelvane: log files are stored again; ", std::to_string(lost), " messages were lost"});
         lock.lock();
     }
 }

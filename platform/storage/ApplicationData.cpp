@@ -1,9 +1,9 @@
 #include "platform/storage/ApplicationData.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 #include "platform/storage/Places.h"
 #include "platform/storage/SettingsFile.h"
 
@@ -18,9 +18,8 @@ void ApplicationDataContainer::Save(const PropertyMap& values) {
         m_failed = false;
     } catch (const Exception& exception) {
         if (!std::exchange(m_failed, true)) {
-            std::fprintf(stderr,
-                         "kelvane: the settings cannot be saved (%s); changes hold until the program ends\n",
-                         exception.what());
+            WriteStandardError({"kelvane: the settings cannot be saved (", exception.what(),
+                                "); changes hold until the program ends"});
         }
     }
 }

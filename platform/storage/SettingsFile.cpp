@@ -14,6 +14,7 @@
 #include <string>
 
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/storage/FileDescriptor.h"
 #include "platform/storage/Places.h"
@@ -174,9 +175,9 @@ PropertyMap LoadSettings(const std::filesystem::path& file) {
         aside += ".damaged-" + std::to_string(number);
         error = RenameToFreeName(file, aside);
     }
-    std::fprintf(stderr, "kelvane: the settings in %s cannot be read (%s); %s %s, the defaults apply\n",
-                 file.c_str(), why.c_str(),
-                 error == 0 ? "they were set aside as" : "they could not be set aside as", aside.c_str());
+    WriteStandardError({"kelvane: the settings in ", file.native(), " cannot be read (", why,
+                        error == 0 ? "); they were set aside as " : "); they could not be set aside as ",
+                        aside.native(), ", the defaults apply"});
     return {};
 }
 

@@ -1,9 +1,7 @@
 #include "platform/tasks/Unobserved.h"
 
-#include <cstdio>
-#include <string>
-
 #include "platform/core/Exception.h"
+#include "platform/core/StandardError.h"
 
 namespace platform {
 
@@ -11,7 +9,7 @@ void ReportUnobserved(std::exception_ptr exception) noexcept {
     try {
         std::rethrow_exception(std::move(exception));
     } catch (...) {
-        std::fprintf(stderr, "kelvane: a failure that nothing waited for: %s\n", CurrentException().what());
+        WriteStandardError({"kelvane: a failure that nothing waited for: ", CurrentException().what()});
     }
 }
 

@@ -1,7 +1,6 @@
 #include "platform/world/Application.h"
 
 #include <atomic>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -9,6 +8,7 @@
 #include "platform/core/Exception.h"
 #include "platform/core/Guarded.h"
 #include "platform/core/Lifetime.h"
+#include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/resources/Package.h"
 #include "platform/tasks/task.h"
@@ -212,7 +212,7 @@ void ApplicationRun::Resume(int sleep) {
 void ApplicationRun::Fail(const std::exception& failure) {
     // The first failure is the reason for those that follow from it.
     if (m_status.exchange(1) == 0) {
-        std::fprintf(stderr, "kelvane: %s\n", failure.what());
+        WriteStandardError({"kelvane: ", failure.what()});
     }
     Exit();
 }

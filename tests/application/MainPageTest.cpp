@@ -198,7 +198,7 @@ TEST_F(MainPageTest, CopiesTheSerialNumberWithoutTheElementThatShowsTheCheck) {
     }});
     EXPECT_TRUE(
         HasTraced("Kelvane::MainPage::CopySerialNumber_ClickError: CopySerialNumber button is not defined or "
-                  "not accessible."));
+                  "not accessible.\\n"));
 }
 
 TEST_F(MainPageTest, ReadsTheSerialNumberWithTheFirstFemaleVoice) {
@@ -213,8 +213,8 @@ TEST_F(MainPageTest, ReadsTheSerialNumberWithTheFirstFemaleVoice) {
 
 TEST_F(MainPageTest, ReadAloudWithoutAVoiceOrATextIsAnErrorLineAndNothingWorse) {
     EXPECT_EQ(Run({[&] { Press(u"ReadSerialNumber"); }}), 0);
-    EXPECT_TRUE(HasTraced("Kelvane::MainPage::ReadSerialNumber_ClickSerial number text is empty."));
-    EXPECT_TRUE(HasTraced("Kelvane::MainPage::ReadSerialNumber_ClickNo female voice available."));
+    EXPECT_TRUE(HasTraced("Kelvane::MainPage::ReadSerialNumber_ClickSerial number text is empty.\\n"));
+    EXPECT_TRUE(HasTraced("Kelvane::MainPage::ReadSerialNumber_ClickNo female voice available.\\n"));
     EXPECT_EQ(m_errors.find("nothing waited for"), std::string::npos) << m_errors;
 }
 

@@ -265,7 +265,7 @@ TEST_F(StartTest, TextOutputKeepsItsRowsWhenTheNextPageCannotBeLoaded) {
     const PackageScope package;
     package.Write("USBTypeCPage.xaml", "<Page>\n<Nonsense/></Page>");
     auto fields = Letters(10);
-    fields[0] = u"a\nSerial number: x\u009B";
+    fields[0] = u"a\nSerial number: x\u009B\u202E";
     m_systemInformation = Record(fields);
     m_usbTypeC = u"x, USB 4<.^.>";
     StartService();
@@ -273,7 +273,7 @@ TEST_F(StartTest, TextOutputKeepsItsRowsWhenTheNextPageCannotBeLoaded) {
     EXPECT_EQ(Run({[] { WritePages(OutputFormat::Text, [](int) { FAIL() << "the failure is the end"; }); }}),
               1);
     const auto text = testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(text.starts_with("Product name: a Serial number: x \nProduct number: b\n")) << text;
+    EXPECT_TRUE(text.starts_with("Product name: a Serial number: x  \nProduct number: b\n")) << text;
     EXPECT_NE(m_errors.find("USBTypeCPage.xaml:2: "), std::string::npos) << m_errors;
 }
 

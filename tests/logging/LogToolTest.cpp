@@ -161,15 +161,15 @@ TEST(LogText, ShowsEachMessageOnOneLine) {
                                           .process = 12,
                                           .thread = 34,
                                           .channel = u"c",
-                                          .text = u"caf\u00E9\n\x1B[31m\x85\t\"\xD800"};
+                                          .text = u"caf\u00E9\n\x1B[31m\x85\u202E\"\\\xD800"};
     EXPECT_EQ(logtool::TextLine(event, true),
-              "2026-03-05 08:04:07.045 Warning 12:34 caf\xC3\xA9\\n\\x1B[31m\\x85\\t\"\xEF\xBF\xBD");
+              "2026-03-05 08:04:07.045 Warning 12:34 caf\xC3\xA9\\n\\u001B[31m\\u0085\\u202E\"\\\\\\uD800");
     setenv("TZ", "Europe/Berlin", 1);
     tzset();
     EXPECT_EQ(
         logtool::JsonLine(event, false),
         "{\"time\":\"2026-03-05T09:04:07.0451234+01:00\",\"level\":\"Warning\",\"process\":12,\"thread\":34,"
-        "\"channel\":\"c\",\"message\":\"caf\xC3\xA9\\n\\u001b[31m\xC2\x85\\t\\\"\xEF\xBF\xBD\"}");
+        "\"channel\":\"c\",\"message\":\"caf\xC3\xA9\\n\\u001B[31m\\u0085\\u202E\\\"\\\\\xEF\xBF\xBD\"}");
     EXPECT_EQ(logtool::TextLine({.fileTime = INT64_MIN, .channel = {}, .text = {}}, true),
               "1601-01-01 00:00:00.000 Verbose 0:0 ");
 }

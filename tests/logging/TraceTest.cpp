@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "backends/headless/HeadlessWorld.h"
+#include "platform/core/DebugOutput.h"
 #include "platform/world/Application.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
@@ -80,11 +81,16 @@ TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {
 
 TEST(Trace, ShowsMessagesLiveWhenAsked) {
     setenv("KELVANE_TRACE", "1", 1);
+    setenv("KELVANE_DEBUG", "1", 1);
     TestClock clock;
     const platform::ClockScope scope(clock);
     testing::internal::CaptureStderr();
-    platform::LoggingChannel(u"c").LogMessage(u"caf\u00E9 \xD800", platform::LoggingLevel::Warning);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "09:04:07.045 Warning caf\xC3\xA9 \xEF\xBF\xBD\n");
+    platform::LoggingChannel(u"c").LogMessage(u"caf\u00E9\n09:04:07.045 Error forged\x1B",
+                                              platform::LoggingLevel::Warning);
+    platform::OutputDebugStringW(u"09:04:07.045 Error forged\nkelvane: forged\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "09:04:07.045 Warning caf\xC3\xA9\\n09:04:07.045 Error forged\\u001B\n"
+              "debug: 09:04:07.045 Error forged\\nkelvane: forged\n");
 }
 
 }  // namespace

@@ -26,6 +26,15 @@ TEST(Text, ReplacesWhatIsNoUtf8ByteByByte) {
     EXPECT_EQ(FromUtf8("x\xE2\x82"), u"x\uFFFD\uFFFD") << "cut short";
 }
 
+TEST(Text, ShowsOnATerminalWhatWouldSteerIt) {
+    EXPECT_EQ(ToVisible("caf\xC3\xA9 \xF0\x9F\x98\x80 "
+                        "\\n\n\r\t\x1B\x7F\xC2\x9B\xD8\x9C\xE2\x80\x8F\xE2\x80\xA8\xE2\x80\xAE"
+                        "\xE2\x81\xA6\xFF\xED\xA0\x80"),
+              "caf\xC3\xA9 \xF0\x9F\x98\x80 "
+              "\\\\n\\n\\r\\t\\u001B\\u007F\\u009B\\u061C\\u200F\\u2028\\u202E\\u2066\\xFF"
+              "\\uD800");
+}
+
 TEST(Text, CopiesTheWholeTextWithItsZeroOrNothing) {
     char16_t buffer[] = u"????";
     EXPECT_TRUE(CopyText(buffer, 4, u"abc"));

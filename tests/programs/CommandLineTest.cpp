@@ -96,6 +96,7 @@ TEST(CommandLine, WrongUsageIsOneSentenceAndStatus2) {
     const Misuse kMisuses[] = {
         {"kelvane --txet", "unknown option '--txet'"},
         {"kelvane hot -x", "unknown option '-x'"},
+        {"kelvane '--x\x1B[2J\nkelvane: forged'", "unknown option '--x\\u001B[2J\\nkelvane: forged'"},
         {"kelvane ---x", "unknown option '---x'"},
         {"kelvane --text --json", "--text and --json cannot be used together"},
         {"kelvane --screenshot x.png --text", "--text and --screenshot cannot be used together"},

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <regex>
 #include <semaphore>
 
 #include "platform/core/Text.h"
@@ -28,11 +29,11 @@ class RpcClientTest : public testing::Test {
     void SetUp() override { testing::internal::CaptureStderr(); }
     void TearDown() override { testing::internal::GetCapturedStderr(); }
 
-    /// The debug output since the last look.
+    /// The debug output since the last look, without what precedes each line.
     static std::string Traces() {
-        std::string traces = testing::internal::GetCapturedStderr();
+        const auto traces = testing::internal::GetCapturedStderr();
         testing::internal::CaptureStderr();
-        return traces;
+        return std::regex_replace(traces, std::regex("debug: "), "");
     }
 
     std::u16string_view Text() const { return m_buffer.data(); }
