@@ -8,6 +8,7 @@
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
 #include "platform/core/StandardError.h"
+#include "platform/core/StandardOutput.h"
 #include "platform/resources/PackageFiles.h"
 
 namespace {
@@ -19,6 +20,7 @@ constexpr int kNoDisplay = 3;
 
 /// Runs the whole application without a screen and prints what it shows.
 int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
+    platform::RequireStandardOutput();
     headless::HeadlessWorld world({.Words = line.Words});
     int status = 1;
     const int ended = platform::Application::Start(world, [&] {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "bench/Commands.h"
+#include "platform/core/StandardOutput.h"
 
 namespace {
 
@@ -45,6 +46,8 @@ int main(int argc, char** argv) {
     for (const auto& row : kRows) {
         if (name == row.name) {
             try {
+                platform::SecureStandardDescriptors();
+                platform::RequireStandardOutput();
                 const int status = row.run({argv + 2, static_cast<std::size_t>(argc - 2)});
                 return status == 2 ? Usage(stderr) : status;
             } catch (const std::exception& exception) {

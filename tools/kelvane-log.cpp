@@ -14,6 +14,7 @@
 
 #include "platform/core/ProgramOptions.h"
 #include "platform/core/StandardError.h"
+#include "platform/core/StandardOutput.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
 #include "tools/LogOptions.h"
@@ -44,6 +45,7 @@ void Flush() {
 }
 
 int Run(const logtool::LogOptions& options) {
+    platform::RequireStandardOutput();
     std::vector<logtool::Place> places;
     for (const auto& place : options.Places) {
         places.push_back({.path = place});
@@ -92,9 +94,9 @@ int Run(const logtool::LogOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::setlocale(LC_CTYPE, "");
-    tzset();
     return platform::RunProgram(logtool::kProgram, argc, argv, [](const auto& arguments) {
+        std::setlocale(LC_CTYPE, "");
+        tzset();
         return Run(logtool::ReadOptions(arguments, platform::CurrentClock().FileTime()));
     });
 }

@@ -203,6 +203,7 @@ int RunProgram(const Program& program, int argc, const char* const* argv,
                const std::function<int(const ProgramArguments&)>& run) {
     const std::string name(program.Name);
     try {
+        SecureStandardDescriptors();
         const auto arguments = ParseArguments(program, {argv + 1, argv + argc});
         if (arguments.Has(kHelp)) {
             return WriteStandardOutput(name, HelpText(program)) ? 0 : 1;

@@ -88,9 +88,9 @@ ProgramArguments ParseArguments(const Program& program, const std::vector<std::s
 /// What --help prints: lines of 80 characters at most.
 std::string HelpText(const Program& program);
 
-/// The whole of a program's main: does --help and --version, else calls `run`. Reports on standard error what
-/// `run` throws. Returns the exit status: what `run` returns, kWrongUsageStatus for WrongUsage, 1 for any
-/// other exception and for an output that cannot be written.
+/// The whole of a program's main: secures the standard descriptors, does --help and --version, else calls
+/// `run`. Reports on standard error what `run` throws. Returns the exit status: what `run` returns,
+/// kWrongUsageStatus for WrongUsage, 1 for any other exception and for an output that cannot be written.
 int RunProgram(const Program& program, int argc, const char* const* argv,
                const std::function<int(const ProgramArguments&)>& run);
 

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -129,6 +131,24 @@ TEST(CommandLine, WrongUsageIsOneSentenceAndStatus2) {
         EXPECT_TRUE(run.Errors.ends_with("; see '" + name + " --help'\n")) << command << ": " << run.Errors;
         EXPECT_EQ(run.Errors.find('\n'), run.Errors.size() - 1) << run.Errors;
     }
+}
+
+TEST(CommandLine, AClosedStandardStreamIsReportedAndNoFileTakesItsPlace) {
+    for (const std::string command : {"kelvane --help", "kelvane --text", "kelvane --json", "kelvane-log",
+                                      "kelvane-log --follow", "kelvane-service --print"}) {
+        const auto run = tests::RunProgram(command + " <&- >&-");
+        EXPECT_EQ(run.Status, 1) << command;
+        EXPECT_TRUE(run.Errors.starts_with(command.substr(0, command.find(' ')) +
+                                           ": cannot write: the standard output is closed; "))
+            << run.Errors;
+    }
+    const std::filesystem::path state = testing::TempDir() + "kelvane-closed-" + std::to_string(getpid());
+    const auto environment = "KELVANE_RPC_DIRECTORY=/nonexistent XDG_STATE_HOME=" + state.string();
+    EXPECT_EQ(tests::RunProgram("kelvane --text 2>&-", environment).Status, 1);
+    const auto log = tests::RunProgram("kelvane-log", environment);
+    EXPECT_EQ(log.Errors, "") << "what was to go to standard error is in a log file";
+    EXPECT_NE(log.Output.find("OnLaunchedEntry"), std::string::npos);
+    std::filesystem::remove_all(state);
 }
 
 Kelvane::CommandLine Read(const std::vector<std::string>& arguments) {
