@@ -37,10 +37,11 @@ void AddFiles(const LogFilePlace& place, const std::vector<std::u16string>& kept
             continue;
         }
         const auto start = platform::etl::ReadStartTime(path);
-        files.push_back({.isKept = std::ranges::find(kept, platform::FromUtf8(path.string())) != kept.end(),
-                         .start = start > now ? 0 : start,
-                         .path = path,
-                         .size = size});
+        files.push_back(
+            {.isKept = std::ranges::find(kept, platform::FromPathBytes(path.native())) != kept.end(),
+             .start = start > now ? 0 : start,
+             .path = path,
+             .size = size});
     }
 }
 

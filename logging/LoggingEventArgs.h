@@ -19,7 +19,7 @@ class LoggingEventArgs final {
 
     std::int32_t Status() const { return m_status; }
 
-    /// The full path of the file.
+    /// The full path of the file, as FromPathBytes has it.
     const std::u16string& Message() const { return m_message; }
 
   private:

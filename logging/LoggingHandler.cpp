@@ -120,20 +120,17 @@ void LoggingHandler::Log(std::u16string_view message, LoggingLevel level) {
 }
 
 void LoggingHandler::RestoreLoggingState() {
-    if (const auto enabled = Settings().Lookup(kLoggingEnabled)) {
-        if (platform::UnboxBoolean(*enabled)) {
+    if (const auto enabled = Settings().LookupBoolean(kLoggingEnabled)) {
+        if (*enabled) {
             StartLoggingSession();
         }
     } else {
         SetLocalSetting(kLoggingEnabled, true);
         StartLoggingSession();
     }
-    if (const auto saved = Settings().Lookup(kFileBeforeSuspend)) {
-        const auto path = platform::UnboxString(*saved);
-        if (!path.empty()) {
-            RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, path);
-            SetLocalSetting(kFileBeforeSuspend, {});
-        }
+    if (const auto saved = Settings().LookupString(kFileBeforeSuspend); saved && !saved->empty()) {
+        RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, *saved);
+        SetLocalSetting(kFileBeforeSuspend, {});
     }
     InTurn([self = shared_from_this()] { self->KeepNewestFiles(); });
 }
@@ -185,7 +182,7 @@ void LoggingHandler::Store(ContinuationData& data, std::u16string_view prefix) {
     } catch (...) {
         // Another Kelvane that starts takes over what an ending one has not moved yet.
         std::error_code unknown;
-        const bool isThere = std::filesystem::exists(platform::ToUtf8(data.file->Path()), unknown);
+        const bool isThere = std::filesystem::exists(platform::ToPathBytes(data.file->Path()), unknown);
         if ((isThere || unknown) && !std::exchange(m_saidNotStored, true)) {
             platform::WriteStandardError({"kelvane: the log file ", platform::ToPathBytes(data.file->Path()),
                                           " stays there until the next start (",

@@ -4,13 +4,16 @@
 
 #include "platform/core/Exception.h"
 #include "platform/core/StandardError.h"
+#include "platform/core/Text.h"
 #include "platform/storage/Places.h"
 #include "platform/storage/SettingsFile.h"
 
 namespace platform {
 
 ApplicationDataContainer::ApplicationDataContainer(const std::filesystem::path& file)
-    : m_file(file), m_values(LoadSettings(file), [this](const PropertyMap& values) { Save(values); }) {}
+    : m_file(file), m_values(FromUtf8(file.native()), LoadSettings(file), [this](const PropertyMap& values) {
+          Save(values);
+      }) {}
 
 void ApplicationDataContainer::Save(const PropertyMap& values) {
     try {

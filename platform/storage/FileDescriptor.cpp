@@ -62,6 +62,14 @@ std::vector<std::byte> ReadUpTo(const FileDescriptor& file, const std::filesyste
     return bytes;
 }
 
+void SyncFolder(const std::filesystem::path& folder) {
+    const auto opened = OpenFile(folder, O_RDONLY | O_DIRECTORY);
+    // EINVAL: a file system that syncs no folders.
+    if (fsync(opened.Get()) != 0 && errno != EINVAL) {
+        throw ExceptionFromErrno("sync " + folder.string(), errno);
+    }
+}
+
 int RenameToFreeName(const std::filesystem::path& from, const std::filesystem::path& to) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
         return 0;

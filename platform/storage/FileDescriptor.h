@@ -45,6 +45,10 @@ void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std:
 std::vector<std::byte> ReadUpTo(const FileDescriptor& file, const std::filesystem::path& path,
                                 std::size_t offset, std::size_t length);
 
+/// Has the names in `folder` on the disk when it returns, where the file system can; a failure is a platform
+/// exception.
+void SyncFolder(const std::filesystem::path& folder);
+
 /// Renames without replacing what may bear the name, on any file system; returns 0 or errno.
 int RenameToFreeName(const std::filesystem::path& from, const std::filesystem::path& to);
 

@@ -3,11 +3,13 @@
 #include <utility>
 
 #include "platform/core/Exception.h"
+#include "platform/core/Text.h"
 
 namespace platform {
 
-PropertySet::PropertySet(PropertyMap values, std::function<void(const PropertyMap&)> changed)
-    : m_values(std::move(values)), m_changed(std::move(changed)) {}
+PropertySet::PropertySet(std::u16string origin, PropertyMap values,
+                         std::function<void(const PropertyMap&)> changed)
+    : m_origin(std::move(origin)), m_values(std::move(values)), m_changed(std::move(changed)) {}
 
 bool PropertySet::HasKey(std::u16string_view key) const {
     return Lookup(key).has_value();
@@ -18,6 +20,40 @@ std::optional<PropertyValue> PropertySet::Lookup(std::u16string_view key) const 
         const auto found = values.find(key);
         return found == values.end() ? std::nullopt : std::optional(found->second);
     });
+}
+
+std::optional<bool> PropertySet::LookupBoolean(std::u16string_view key) const {
+    const auto value = Lookup(key);
+    if (!value) {
+        return {};
+    }
+    if (const auto* const boolean = std::get_if<bool>(&*value)) {
+        return *boolean;
+    }
+    RefuseType(key, *value, bool{});
+}
+
+std::optional<std::u16string> PropertySet::LookupString(std::u16string_view key) const {
+    const auto value = Lookup(key);
+    if (!value) {
+        return {};
+    }
+    if (std::holds_alternative<std::monostate>(*value)) {
+        return u"";
+    }
+    if (const auto* const text = std::get_if<std::u16string>(&*value)) {
+        return *text;
+    }
+    RefuseType(key, *value, std::u16string());
+}
+
+void PropertySet::RefuseType(std::u16string_view key, const PropertyValue& value,
+                             const PropertyValue& wanted) const {
+    const auto code = std::holds_alternative<std::monostate>(value) ? result::kPointer : result::kNoInterface;
+    throw Exception(code, m_origin + u": " + std::u16string(key) + u" has the type " +
+                              FromUtf8(kTypeNames[value.index()]) + u" in place of " +
+                              FromUtf8(kTypeNames[wanted.index()]) +
+                              u"; correct it, or delete the setting to have its default, and start again");
 }
 
 void PropertySet::Insert(std::u16string_view key, PropertyValue value) {
@@ -35,26 +71,6 @@ void PropertySet::Change(const std::function<void(PropertyMap&)>& change) {
         change(values);
         m_changed(values);
     });
-}
-
-bool UnboxBoolean(const PropertyValue& value) {
-    if (std::holds_alternative<std::monostate>(value)) {
-        throw Exception(result::kPointer, u"Object reference not set to an instance of an object.");
-    }
-    if (const bool* boolean = std::get_if<bool>(&value)) {
-        return *boolean;
-    }
-    throw Exception(result::kNoInterface, u"The value is not a Boolean.");
-}
-
-std::u16string UnboxString(const PropertyValue& value) {
-    if (std::holds_alternative<std::monostate>(value)) {
-        return {};
-    }
-    if (const auto* text = std::get_if<std::u16string>(&value)) {
-        return *text;
-    }
-    throw Exception(result::kNoInterface, u"The value is not a String.");
 }
 
 }  // namespace platform

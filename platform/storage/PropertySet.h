@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -17,16 +18,29 @@ using PropertyValue = std::variant<std::monostate, bool, std::int32_t, std::int6
 
 using PropertyMap = std::map<std::u16string, PropertyValue, std::less<>>;
 
-/// A map of text keys to boxed values that tells its owner of every change. Any thread.
+/// The names of the types that a boxed value has, by its index.
+inline constexpr std::array kTypeNames = {"Empty", "Boolean", "Int32", "Int64", "Double", "String"};
+static_assert(kTypeNames.size() == std::variant_size_v<PropertyValue>);
+
+/// A map of text keys to boxed values that reports every change to its owner. Any thread.
 class PropertySet {
   public:
-    /// `changed` is called with the whole map after each change, one change at a time; it must not throw.
-    PropertySet(PropertyMap values, std::function<void(const PropertyMap&)> changed);
+    /// `origin` names the set in messages, such as the path of its file. `changed` is called with the whole
+    /// map after each change, one change at a time; it must not throw.
+    PropertySet(std::u16string origin, PropertyMap values, std::function<void(const PropertyMap&)> changed);
 
     bool HasKey(std::u16string_view key) const;
 
     /// Nothing when there is no such key.
     std::optional<PropertyValue> Lookup(std::u16string_view key) const;
+
+    /// The Boolean under `key`, nothing when there is no such key. A missing value or another type is a
+    /// platform exception (null pointer, no such interface) that says for people what is wrong where, and the
+    /// way out.
+    std::optional<bool> LookupBoolean(std::u16string_view key) const;
+
+    /// The same for a text, of which a missing value is the empty one.
+    std::optional<std::u16string> LookupString(std::u16string_view key) const;
 
     /// Sets the value of `key`, which may exist.
     void Insert(std::u16string_view key, PropertyValue value);
@@ -35,17 +49,13 @@ class PropertySet {
     void Remove(std::u16string_view key);
 
   private:
+    [[noreturn]] void RefuseType(std::u16string_view key, const PropertyValue& value,
+                                 const PropertyValue& wanted) const;
     void Change(const std::function<void(PropertyMap&)>& change);
 
+    const std::u16string m_origin;
     Guarded<PropertyMap> m_values;
     const std::function<void(const PropertyMap&)> m_changed;
 };
-
-/// The Boolean in `value`. A missing value or another type is a platform exception (null pointer, no such
-/// interface).
-bool UnboxBoolean(const PropertyValue& value);
-
-/// The text in `value`, empty for a missing value. Another type is a platform exception.
-std::u16string UnboxString(const PropertyValue& value);
 
 }  // namespace platform

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -22,10 +21,6 @@
 namespace platform {
 
 namespace {
-
-/// Named after the alternatives of PropertyValue, in their order.
-constexpr std::array kTypeNames = {"Empty", "Boolean", "Int32", "Int64", "Double", "String"};
-static_assert(kTypeNames.size() == std::variant_size_v<PropertyValue>);
 
 bool NeedsEscape(std::u16string_view text, std::size_t at) {
     const char16_t unit = text[at];
@@ -140,8 +135,13 @@ PropertyMap ParseSettings(const std::vector<std::byte>& bytes) {
     }
     PropertyMap values;
     for (const auto& entry : root.children("setting")) {
-        values.insert_or_assign(Unescape(entry.attribute("key").value()),
-                                ParseValue(entry.attribute("type").value(), entry.child_value()));
+        const auto* const key = entry.attribute("key").value();
+        try {
+            values.insert_or_assign(Unescape(key),
+                                    ParseValue(entry.attribute("type").value(), entry.child_value()));
+        } catch (const Exception& exception) {
+            throw Exception(exception.Code(), FromUtf8(key) + u": " + exception.Message());
+        }
     }
     return values;
 }
@@ -207,6 +207,7 @@ void SaveSettings(const std::filesystem::path& file, const PropertyMap& values) 
         if (std::rename(fresh.c_str(), file.c_str()) != 0) {
             throw ExceptionFromErrno("rename " + fresh.string(), errno);
         }
+        SyncFolder(file.parent_path());
     } catch (const Exception&) {
         unlink(fresh.c_str());
         throw;

@@ -14,8 +14,8 @@ namespace platform {
 /// the map is empty too.
 PropertyMap LoadSettings(const std::filesystem::path& file);
 
-/// Replaces the settings: written to a new file, synced, renamed over the old one. A failure is a platform
-/// exception and leaves the old file.
+/// Replaces the settings: written to a new file, synced, renamed over the old one, the folder synced. A
+/// failure is a platform exception and leaves the old file, or, of the folder's sync, perhaps the new one.
 void SaveSettings(const std::filesystem::path& file, const PropertyMap& values);
 
 }  // namespace platform

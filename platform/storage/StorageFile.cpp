@@ -77,11 +77,11 @@ std::filesystem::path StorageFile::CurrentPath() const {
 }
 
 std::u16string StorageFile::Path() const {
-    return FromUtf8(CurrentPath().string());
+    return FromPathBytes(CurrentPath().native());
 }
 
 std::u16string StorageFile::Name() const {
-    return FromUtf8(CurrentPath().filename().string());
+    return FromPathBytes(CurrentPath().filename().native());
 }
 
 task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u16string desiredNewName,
@@ -89,7 +89,7 @@ task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u1
     return create_task([self = shared_from_this(), folder = std::move(folder),
                         name = std::move(desiredNewName), option] {
         const auto& base = folder->NativePath();
-        const std::filesystem::path wanted = ToUtf8(name);
+        const std::filesystem::path wanted = ToPathBytes(name);
         const auto from = self->CurrentPath();
         auto to = base / wanted;
         int error = Move(from, to, option == NameCollisionOption::ReplaceExisting);
@@ -106,7 +106,7 @@ task<void> StorageFile::MoveAsync(std::shared_ptr<StorageFolder> folder, std::u1
 
 task<std::shared_ptr<StorageFile>> StorageFile::GetFileFromPathAsync(std::u16string path) {
     return create_task([path = std::move(path)] {
-        const std::filesystem::path file = ToUtf8(path);
+        const std::filesystem::path file = ToPathBytes(path);
         struct stat status {};
         if (stat(file.c_str(), &status) != 0) {
             throw ExceptionFromErrno("look up " + file.string(), errno);

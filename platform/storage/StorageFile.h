@@ -20,7 +20,7 @@ class StorageFile : public std::enable_shared_from_this<StorageFile> {
     /// The file is not looked at.
     explicit StorageFile(std::filesystem::path path);
 
-    /// Full path and last component; they change when the file is moved.
+    /// Full path and last component, as FromPathBytes has them; they change when the file is moved.
     std::u16string Path() const;
     std::u16string Name() const;
 
@@ -28,7 +28,7 @@ class StorageFile : public std::enable_shared_from_this<StorageFile> {
     task<void> MoveAsync(std::shared_ptr<StorageFolder> folder, std::u16string desiredNewName,
                          NameCollisionOption option);
 
-    /// Fails with "file not found" when there is no such file.
+    /// Takes what Path returns. Fails with "file not found" when there is no such file.
     static task<std::shared_ptr<StorageFile>> GetFileFromPathAsync(std::u16string path);
 
   private:

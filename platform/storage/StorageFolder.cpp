@@ -12,7 +12,7 @@
 namespace platform {
 
 std::u16string StorageFolder::Path() const {
-    return FromUtf8(m_path.string());
+    return FromPathBytes(m_path.native());
 }
 
 task<std::shared_ptr<StorageFolder>> StorageFolder::CreateFolderAsync(std::u16string desiredName,
@@ -22,7 +22,7 @@ task<std::shared_ptr<StorageFolder>> StorageFolder::CreateFolderAsync(std::u16st
             option != CreationCollisionOption::OpenIfExists) {
             throw Exception(result::kInvalidArgument, u"This collision option is not supported for folders.");
         }
-        const auto folder = parent / ToUtf8(name);
+        const auto folder = parent / ToPathBytes(name);
         EnsureFolder(parent);
         if (mkdir(folder.c_str(), 0700) != 0) {
             const int error = errno;

@@ -22,10 +22,9 @@ class StorageFolder {
     /// The folder is not looked at.
     explicit StorageFolder(std::filesystem::path path) : m_path(std::move(path)) {}
 
-    /// For people and for the trace: of a path that is not UTF-8 it shows what can be shown.
+    /// As FromPathBytes has it.
     std::u16string Path() const;
 
-    /// The path as the system has it, whatever its bytes are: what files are reached by.
     const std::filesystem::path& NativePath() const { return m_path; }
 
     /// Creates the folder `desiredName` in this one, and this one if it is missing. FailIfExists and

@@ -100,7 +100,7 @@ TEST(Crash, LosesNoMessageWhoseCallHadReturned) {
         const auto next = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
         Expectation afterwards;
         next->LogFileGenerated().Add([&](auto&, platform::LogFileGeneratedEventArgs& args) {
-            for (const auto& event : tests::ReadSound(platform::ToUtf8(args.File()->Path()))) {
+            for (const auto& event : tests::ReadSound(platform::ToPathBytes(args.File()->Path()))) {
                 afterwards.Take(event);
             }
         });

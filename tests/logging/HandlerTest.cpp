@@ -108,7 +108,7 @@ TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
     EXPECT_EQ(tests::Texts(events), (std::vector<std::u16string>{u"v", u"i", u"w", u"e", u"c"}));
     EXPECT_EQ(events.back().channel, u"Kelvane_Channel");
     EXPECT_EQ(Setting(kEnabled), PropertyValue(true));
-    EXPECT_EQ(Setting(kSaved), PropertyValue(platform::FromUtf8(path.string())));
+    EXPECT_EQ(Setting(kSaved), PropertyValue(platform::FromPathBytes(path.native())));
     EXPECT_TRUE(Reports().empty());
 
     m_handler->LogVerbose(u"to nobody");
@@ -118,7 +118,7 @@ TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
     EXPECT_EQ(Setting(kSaved), PropertyValue()) << "nothing was recorded";
     Resume();
     EXPECT_EQ(Reports(),
-              (std::vector<std::pair<int, std::u16string>>{{3, platform::FromUtf8(path.string())}}));
+              (std::vector<std::pair<int, std::u16string>>{{3, platform::FromPathBytes(path.native())}}));
     EXPECT_EQ(tests::Names(m_state.Stored()).size(), 1U);
 }
 
@@ -132,13 +132,6 @@ TEST_F(Handler, LeavesFilesAloneWhileLoggingIsOff) {
     EXPECT_EQ(Setting(kEnabled), PropertyValue(false));
     EXPECT_EQ(Setting(kSaved), PropertyValue());
     EXPECT_FALSE(std::filesystem::exists(m_state.Logs()));
-}
-
-TEST_F(Handler, RefusesASettingThatIsNoBoolean) {
-    Set(kEnabled, u"true");
-    EXPECT_THROW(Start(), platform::Exception);
-    Set(kEnabled, {});
-    EXPECT_THROW(Start(), platform::Exception);
 }
 
 TEST_F(Handler, StoresEachFileOfTheSessionAlsoWithinOneMillisecond) {
@@ -155,7 +148,8 @@ TEST_F(Handler, StoresEachFileOfTheSessionAlsoWithinOneMillisecond) {
     EXPECT_EQ(tests::ReadFolder(m_state.Stored()).size(), 181U);
     for (const auto& [status, message] : Reports()) {
         EXPECT_EQ(status, 1);
-        EXPECT_TRUE(message.starts_with(platform::FromUtf8((m_state.Stored() / "Log-Kelvane").string())));
+        EXPECT_TRUE(
+            message.starts_with(platform::FromPathBytes((m_state.Stored() / "Log-Kelvane").native())));
     }
 }
 
@@ -219,7 +213,7 @@ TEST_F(Handler, KeepsAFileJustStoredWhateverItsClockSaid) {
     m_handler->StatusChanged().Add([&](Kelvane::LoggingHandler&, Kelvane::LoggingEventArgs&) {
         m_clock.Advance(1ms);
         if (const auto reports = Reports(); reports.size() == 2) {
-            isThere.set(std::filesystem::exists(platform::ToUtf8(reports[0].second)));
+            isThere.set(std::filesystem::exists(platform::ToPathBytes(reports[0].second)));
         }
     });
     m_handler->LogError(u"begun before the clock was set back");

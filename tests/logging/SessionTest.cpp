@@ -26,10 +26,11 @@ class Session : public testing::Test {
   protected:
     std::shared_ptr<FileLoggingSession> Start() {
         auto session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
-        session->LogFileGenerated().Add([this](FileLoggingSession&,
-                                               platform::LogFileGeneratedEventArgs& args) {
-            m_generated.With([&](auto& paths) { paths.push_back(platform::ToUtf8(args.File()->Path())); });
-        });
+        session->LogFileGenerated().Add(
+            [this](FileLoggingSession&, platform::LogFileGeneratedEventArgs& args) {
+                m_generated.With(
+                    [&](auto& paths) { paths.push_back(platform::ToPathBytes(args.File()->Path())); });
+            });
         session->AddLoggingChannel(m_channel);
         return session;
     }
@@ -50,7 +51,7 @@ class Session : public testing::Test {
 
     std::filesystem::path Last(const std::shared_ptr<FileLoggingSession>& session) {
         const auto file = session->CloseAndSaveToFileAsync().get();
-        return file ? std::filesystem::path(platform::ToUtf8(file->Path())) : std::filesystem::path();
+        return file ? std::filesystem::path(platform::ToPathBytes(file->Path())) : std::filesystem::path();
     }
 
     tests::StateFolderScope m_state{tests::Memory()};

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -10,6 +12,23 @@
 #include "platform/storage/SettingsFile.h"
 #include "platform/storage/StorageFile.h"
 #include "tests/support/LogFolder.h"
+
+namespace {
+
+/// What has been synced; a folder only after the new file in it has got its name.
+std::vector<std::string> g_synced;
+
+}  // namespace
+
+/// Stands in for the C library's.
+extern "C" int fsync(int descriptor) {
+    const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
+    if (!std::filesystem::is_directory(path) ||
+        tests::Names(path, ".new-" + std::to_string(getpid())).empty()) {
+        g_synced.push_back(path);
+    }
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace {
 
@@ -48,6 +67,8 @@ TEST_F(Storage, SettingsOfEveryTypeAndEveryTextSurviveARestart) {
         {u"key <&\"\\\x01", u"a\0b\x1F\xD800x\xDC00\uFFFE \U0001F600\\u0041 <&>]]>\x7F\x85"s}};
     const auto file = platform::SettingsFolder() / "settings.xml";
     platform::SaveSettings(file, values);
+    EXPECT_EQ(g_synced,
+              (std::vector{file.string() + ".new-" + std::to_string(getpid()), file.parent_path().string()}));
     EXPECT_EQ(platform::LoadSettings(file), values);
     EXPECT_EQ(ModeOf(file), 0600U);
     EXPECT_EQ(ModeOf(file.parent_path()), 0700U);
@@ -67,6 +88,7 @@ TEST_F(Storage, DamagedSettingsAreSetAsideAndSaidOnce) {
         EXPECT_TRUE(platform::LoadSettings(file).empty()) << content;
         const auto said = testing::internal::GetCapturedStderr();
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(said.find(" (a: ") != said.npos, content.find("key") != content.npos) << said;
         EXPECT_FALSE(std::filesystem::exists(file));
         EXPECT_TRUE(std::filesystem::exists(file.string() + ".damaged"));
     }
@@ -94,7 +116,7 @@ TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
                             .LocalFolder()
                             ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::OpenIfExists)
                             .get();
-    EXPECT_EQ(folder->Path(), platform::FromUtf8((platform::LocalStateFolder() / "Target").string()));
+    EXPECT_EQ(folder->Path(), platform::FromPathBytes((platform::LocalStateFolder() / "Target").native()));
     const auto first = Make("1", "one");
     first->MoveAsync(folder, u"file.etl", NameCollisionOption::FailIfExists).get();
     EXPECT_EQ(first->Path(), folder->Path() + u"/file.etl");

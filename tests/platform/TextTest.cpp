@@ -15,6 +15,13 @@ TEST(Text, SurvivesTheWayToUtf8AndBack) {
     }
     // Only the step from the last high to the first low surrogate makes a pair.
     EXPECT_EQ(FromUtf8(ToUtf8(everyUnit)), everyUnit);
+    // A path may hold any byte, and the encoding of a surrogate.
+    std::string bytes = "/caf\xC3\xA9\xF0\x9F\x98\x80/\xED\xA0\x80\xED\xB2\x80/\xEF\xBF\xBD\xE2\x82";
+    for (int byte = 0xFF; byte >= 0x80; --byte) {
+        bytes += static_cast<char>(byte);
+    }
+    EXPECT_EQ(ToPathBytes(FromPathBytes(bytes)), bytes);
+    EXPECT_EQ(FromPathBytes("/caf\xC3\xA9"), u"/caf\u00E9");
     EXPECT_EQ(ToUtf8(u"\U0001F600"), "\xF0\x9F\x98\x80");
     EXPECT_EQ(ToValidUtf8(std::u16string{0xD800, u'x'}), "\xEF\xBF\xBDx");
 }

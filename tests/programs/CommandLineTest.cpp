@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -142,13 +140,35 @@ TEST(CommandLine, AClosedStandardStreamIsReportedAndNoFileTakesItsPlace) {
                                            ": cannot write: the standard output is closed; "))
             << run.Errors;
     }
-    const std::filesystem::path state = testing::TempDir() + "kelvane-closed-" + std::to_string(getpid());
-    const auto environment = "KELVANE_RPC_DIRECTORY=/nonexistent XDG_STATE_HOME=" + state.string();
-    EXPECT_EQ(tests::RunProgram("kelvane --text 2>&-", environment).Status, 1);
-    const auto log = tests::RunProgram("kelvane-log", environment);
+    const auto log = tests::RunProgram("kelvane --text >/dev/null 2>&-; kelvane-log");
     EXPECT_EQ(log.Errors, "") << "what was to go to standard error is in a log file";
     EXPECT_NE(log.Output.find("OnLaunchedEntry"), std::string::npos);
-    std::filesystem::remove_all(state);
+}
+
+TEST(CommandLine, AWrongTypeInTheSettingsIsExplainedAndChangesNothing) {
+    const struct {
+        std::string settings;
+        std::string problem;
+    } kRows[] = {
+        {"<settings><setting key='Kelvane_LoggingEnabled' type='String'>false</setting></settings>",
+         "Kelvane_LoggingEnabled has the type String in place of Boolean"},
+        {"<settings><setting key='Kelvane_LoggingEnabled' type='Empty'/></settings>",
+         "Kelvane_LoggingEnabled has the type Empty in place of Boolean"},
+        {"<settings><setting key='Kelvane_LoggingEnabled' type='Boolean'>true</setting>"
+         "<setting key='Kelvane_LogFileGeneratedBeforeSuspend' type='Boolean'>true</setting></settings>",
+         "Kelvane_LogFileGeneratedBeforeSuspend has the type Boolean in place of String"},
+    };
+    for (const auto& row : kRows) {
+        const auto run =
+            tests::RunProgram("cd $XDG_STATE_HOME; mkdir -p kelvane/Settings; echo \"" + row.settings +
+                              "\" >kelvane/Settings/settings.xml; kelvane --text; echo $?;"
+                              "cat kelvane/Settings/settings.xml");
+        EXPECT_EQ(run.Output, "1\n" + row.settings + "\n") << "status and settings";
+        EXPECT_TRUE(run.Errors.ends_with(
+            "/kelvane/Settings/settings.xml: " + row.problem +
+            "; correct it, or delete the setting to have its default, and start again\n"))
+            << run.Errors;
+    }
 }
 
 Kelvane::CommandLine Read(const std::vector<std::string>& arguments) {
@@ -189,22 +209,15 @@ TEST(CommandLine, ReadsTheOptionsOfTheLogTool) {
 }
 
 TEST(CommandLine, ReadsTheOptionsOfTheService) {
-    using daemon_service::Options;
     const auto read = [](const std::vector<std::string>& arguments) {
         return daemon_service::ReadOptions(platform::ParseArguments(daemon_service::kProgram, arguments));
     };
-    const auto options = read({"--directory", "d", "--system-information=s", "--usb-type-c", "u",
-                               "--configuration", "c", "--idle-exit", "0", "--sysroot", "r"});
-    EXPECT_EQ(options.Mode, Options::Task::Serve);
-    EXPECT_EQ(options.Directory, "d");
-    EXPECT_EQ(options.SystemInformationFile, "s");
-    EXPECT_EQ(options.UsbTypeCFile, "u");
-    EXPECT_EQ(options.Configuration, "c");
-    EXPECT_EQ(options.IdleExit, std::chrono::seconds(0));
-    EXPECT_EQ(options.Sysroot, "r");
+    // The tests of the service use the others.
+    EXPECT_EQ(read({"--directory", "d"}).Directory, "d");
+    EXPECT_EQ(read({"--system-information=s", "--usb-type-c", "u"}).SystemInformationFile, "s");
+    EXPECT_EQ(read({"--system-information=s", "--usb-type-c", "u"}).UsbTypeCFile, "u");
     EXPECT_FALSE(read({}).IdleExit);
-    EXPECT_EQ(read({}).Sysroot, "/");
-    EXPECT_EQ(read({"--print"}).Mode, Options::Task::Print);
+    EXPECT_EQ(read({"--idle-exit", "0"}).IdleExit, std::chrono::seconds(0));
     EXPECT_EQ(read({"--record", "x"}).Recording, "x");
     EXPECT_EQ(read({"--start-tool", "usb-type-c"}).StartedTool, daemon_service::Tool::UsbTypeC);
 }

@@ -24,9 +24,11 @@ ProgramRun RunProgram(const std::string& commandLine, const std::string& environ
     const std::filesystem::path folder = mkdtemp(pattern.data());
     const auto output = folder / "output";
     const auto errors = folder / "errors";
-    const auto command = "</dev/null >" + output.string() + " 2>" + errors.string() +
-                         " env -u DISPLAY -u WAYLAND_DISPLAY XDG_STATE_HOME=" + folder.string() + " " +
-                         environment + " " KELVANE_PROGRAMS "/" + commandLine;
+    const auto command = "unset DISPLAY WAYLAND_DISPLAY; PATH=" KELVANE_PROGRAMS
+                         ":$PATH; "
+                         "export XDG_STATE_HOME=" +
+                         folder.string() + " KELVANE_RPC_DIRECTORY=/nonexistent; { " + environment + " " +
+                         commandLine + "\n} </dev/null >" + output.string() + " 2>" + errors.string();
     const int status = std::system(command.c_str());
     ProgramRun run{.Status = WEXITSTATUS(status), .Output = Content(output), .Errors = Content(errors)};
     std::filesystem::remove_all(folder);

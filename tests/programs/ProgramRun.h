@@ -11,9 +11,9 @@ struct ProgramRun {
     std::string Errors;
 };
 
-/// Runs `commandLine` (a program of the build's, and its arguments and redirections as a shell reads them)
-/// with `environment`
-/// ("NAME=value ...") besides the test's own, without a display, and waits for its end.
+/// Has a shell run `commandLine` (a program of the build's, its arguments and redirections; other commands
+/// may follow) with `environment` ("NAME=value ...") besides the test's own, without a display and a service
+/// and in a state folder of its own, and waits for its end.
 ProgramRun RunProgram(const std::string& commandLine, const std::string& environment = {});
 
 }  // namespace tests

@@ -18,7 +18,7 @@ std::filesystem::path Memory() {
 }
 
 StateFolderScope::StateFolderScope(const std::filesystem::path& parent) {
-    std::string pattern = parent / "kelvane-log-XXXXXX";
+    std::string pattern = parent / "kelvane-log-\xFF-XXXXXX";
     m_path = mkdtemp(pattern.data());
     setenv("XDG_STATE_HOME", m_path.c_str(), 1);
 }

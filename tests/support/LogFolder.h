@@ -14,7 +14,8 @@ namespace tests {
 /// messages.
 std::filesystem::path Memory();
 
-/// An empty folder that XDG_STATE_HOME names, deleted at the end.
+/// An empty folder that XDG_STATE_HOME names, deleted at the end. Its path is not UTF-8, as a path need not
+/// be.
 class StateFolderScope {
   public:
     explicit StateFolderScope(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
