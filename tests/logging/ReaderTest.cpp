@@ -5,14 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 
 #include "platform/core/Exception.h"
-#include "platform/core/Text.h"
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
-#include "platform/diagnostics/FileLoggingSession.h"
-#include "tests/support/LogFolder.h"
 
 namespace {
 
@@ -47,41 +43,6 @@ std::vector<std::byte> SmallFile() {
     }
     image.Complete(133000000000001000, 7);
     return {image.Bytes().begin(), image.Bytes().end()};
-}
-
-TEST(Reader, ReadsBackAnyTextAtAnyLevel) {
-    tests::StateFolderScope state;
-    std::mt19937 random(42);
-    const auto number = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
-    const auto channel = std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel");
-    const auto session = std::make_shared<platform::FileLoggingSession>(u"S", state.Logs());
-    session->AddLoggingChannel(channel);
-    std::vector<std::pair<int, std::u16string>> expected;
-    for (int i = 0; i < 2000; ++i) {
-        std::u16string text;
-        for (int length = number(i % 50 == 0 ? 40000 : 200); length > 0; --length) {
-            text += static_cast<char16_t>(i % 3 == 0 ? 0xD7F0 + number(0x820) : 1 + number(0xD7FE));
-        }
-        if (i % 7 == 0) {
-            text += u'\0';
-        }
-        const int level = number(4);
-        channel->LogMessage(text, static_cast<platform::LoggingLevel>(level));
-        // What valid text is, the converter at the program's edge decides.
-        auto valid = platform::FromUtf8(platform::ToValidUtf8(text.substr(0, text.find(u'\0'))));
-        if (valid.size() > 32675) {
-            valid.resize((valid[32675] & 0xFC00) == 0xDC00 ? 32674 : 32675);
-        }
-        expected.emplace_back(level, std::move(valid));
-    }
-    session->Close();
-    const auto events = tests::ReadFolder(state.Logs());
-    ASSERT_EQ(events.size(), expected.size());
-    for (std::size_t i = 0; i < events.size(); ++i) {
-        ASSERT_EQ(static_cast<int>(events[i].level), expected[i].first) << i;
-        ASSERT_EQ(events[i].text, expected[i].second) << i;
-        ASSERT_TRUE(i == 0 || events[i].fileTime >= events[i - 1].fileTime);
-    }
 }
 
 TEST(Reader, TellsTheFileApartAndItsLoss) {

@@ -72,6 +72,7 @@ TEST_F(Session, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
         {LoggingLevel::Warning, u"H\u00E9\U0001F600", u"H\u00E9\U0001F600"},
         {LoggingLevel::Error, std::u16string(u"before\0after", 12), u"before"},
         {LoggingLevel::Critical, u"\xDC00low \xD800", u"\uFFFDlow \uFFFD"},
+        {LoggingLevel::Verbose, u"\xD83D\xD83D\xDE00\xDE00", u"\uFFFD\U0001F600\uFFFD"},
         {LoggingLevel::Verbose, longest, longest},
         {LoggingLevel::Verbose, longest + u"cut", longest},
         {LoggingLevel::Verbose, cutPair + u"\U0001F600", cutPair},
