@@ -1,5 +1,7 @@
 #include "pages/main/MainPage.h"
 
+#include <array>
+
 #include "chrome/PageChrome.h"
 #include "logging/Trace.h"
 #include "pages/KeyRule.h"
@@ -74,8 +76,7 @@ MainPage::MainPage() {
 }
 
 MainPage::~MainPage() {
-    TracedUncaught(u"Kelvane::MainPage::~MainPage",
-                   [this] { m_mediaPlayer.With([](auto& player) { player.reset(); }); });
+    TracedUncaught(u"Kelvane::MainPage::~MainPage", [this] { m_mediaPlayer.reset(); });
 }
 
 void MainPage::InitializeComponent() {
@@ -145,31 +146,24 @@ void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
 
 void MainPage::StartHotkeyChain() {
     const auto viewModel = MainViewModel::GetInstance();
-    auto page = std::static_pointer_cast<MainPage>(shared_from_this());
-    auto dispatcher = platform::CoreWindow::GetForCurrentThread()->Dispatcher();
-    platform::create_task([viewModel] { return viewModel->InitialiseRpcConnection(); })
-        .then([viewModel](std::int64_t status) {
-            if (status != 0) {
-                Trace(u"Kelvane::MainPage::OnNavigatedTo::<lambda_2>::operator ()")
-                    .Error(u"RPC initialization failed during hotkey launch.");
-                throw platform::Exception(static_cast<platform::HResult>(status),
-                                          u"RPC initialization failed.");
-            }
-            // One after the other, as on a start from the menu: the service answers one client's calls in
-            // turn anyway, and so the log reads the same each time.
-            return platform::create_task([viewModel] { viewModel->ReadSysInfoDetailsAsync(); })
-                .then([viewModel](const platform::task<void>& first) {
-                    viewModel->ReadUsbTypeCInfoDetailsAsync();
-                    first.get();
-                });
-        })
-        .then([dispatcher = std::move(dispatcher), page = std::move(page)]() mutable {
-            return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [page = std::move(page)] {
-                StopRing(page->m_titleBar);
-                page->LaunchSysLabelsVisible(true);
-                page->UpdateUIWithSysDataAvailable();
-            });
-        })
+    const auto connect = platform::create_task([viewModel] { return viewModel->InitialiseRpcConnection(); });
+    const auto read = connect.then([viewModel](std::int64_t status) {
+        if (status != 0) {
+            Trace(u"Kelvane::MainPage::OnNavigatedTo::<lambda_2>::operator ()")
+                .Error(u"RPC initialization failed during hotkey launch.");
+            throw platform::Exception(static_cast<platform::HResult>(status), u"RPC initialization failed.");
+        }
+        const std::array reads = {
+            platform::create_task([viewModel] { viewModel->ReadSysInfoDetailsAsync(); }),
+            platform::create_task([viewModel] { viewModel->ReadUsbTypeCInfoDetailsAsync(); })};
+        return platform::when_all(reads.begin(), reads.end());
+    });
+    ThenShow(read, platform::CoreWindow::GetForCurrentThread()->Dispatcher(),
+             [page = std::static_pointer_cast<MainPage>(shared_from_this())] {
+                 StopRing(page->m_titleBar);
+                 page->LaunchSysLabelsVisible(true);
+                 page->UpdateUIWithSysDataAvailable();
+             })
         .then([](const platform::task<void>& chain) {
             try {
                 chain.get();

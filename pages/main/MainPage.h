@@ -2,8 +2,8 @@
 
 // The main page: the machine's data in rows of label, value and copy button. The record is read on a worker
 // when the page is navigated to, unless it is cached already; a start with a parameter comes from the hotkey.
-// The page goes when another one is shown. Members run on the user-interface thread, except the destructor
-// where a worker holds the page last: while it starts the read-aloud, or when the window has gone.
+// A page that is left is destroyed when another one is shown, or when its read has ended. Members run on the
+// user-interface thread.
 
 #include <array>
 #include <memory>
@@ -11,7 +11,6 @@
 
 #include "chrome/CustomTitleBar.h"
 #include "pages/main/SystemInfoRecord.h"
-#include "platform/core/Guarded.h"
 #include "platform/media/Speech.h"
 #include "platform/tasks/CoreDispatcher.h"
 #include "platform/xaml/Controls.h"
@@ -62,10 +61,8 @@ class MainPage final : public platform::Page {
     void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     /// Worker. In the default voice where no voice is female.
     static platform::task<Speech> SynthesizeWithFemaleVoice(const std::u16string& text);
-    /// Worker. Makes `stream` what the page plays, unless the page has gone; releases it on the
-    /// user-interface thread when it has been heard.
-    static void PlaySpeech(const std::weak_ptr<MainPage>& weak,
-                           const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream);
+    /// Plays `stream` in place of what is being played. The player is destroyed when it has been heard.
+    void PlaySpeech(const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream);
     void KeyboardKeyDownEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void KeyboardKeyUpEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void SelectionOnTab(UIElement& sender, platform::KeyRoutedEventArgs& args);
@@ -82,8 +79,8 @@ class MainPage final : public platform::Page {
     static bool s_bExpanded;
 
     std::shared_ptr<CustomTitleBar> m_titleBar;
-    /// The read-aloud in progress, if any. Set by the worker that has synthesized the speech.
-    platform::Guarded<std::shared_ptr<platform::MediaPlayer>> m_mediaPlayer;
+    /// The read-aloud in progress, if any.
+    std::shared_ptr<platform::MediaPlayer> m_mediaPlayer;
 
     std::array<Row, kRows> m_rows;
     std::shared_ptr<platform::Button> m_advanced;

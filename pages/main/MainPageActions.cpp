@@ -84,9 +84,16 @@ void MainPage::ReadSerialNumber_Click(UIElement&, const RoutedEventArgs&) {
     // The list of voices may have to be read from the disk.
     platform::create_task([text] { return SynthesizeWithFemaleVoice(text); })
         .then([weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this())),
-               dispatcher = window->Dispatcher()](const platform::task<Speech>& synthesized) {
+               dispatcher = window->Dispatcher()](const Speech& stream) {
+            return dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [=] {
+                if (const auto page = weak.lock()) {
+                    page->PlaySpeech(dispatcher, stream);
+                }
+            });
+        })
+        .then([](const platform::task<void>& played) {
             try {
-                PlaySpeech(weak, dispatcher, synthesized.get());
+                played.get();
             } catch (const platform::Exception& exception) {
                 Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_1>::operator ()")
                     .Error(u"Exception = ", exception.Message());
@@ -109,32 +116,25 @@ platform::task<MainPage::Speech> MainPage::SynthesizeWithFemaleVoice(const std::
     return synthesizer.SynthesizeTextToStreamAsync(text);
 }
 
-void MainPage::PlaySpeech(const std::weak_ptr<MainPage>& weak,
-                          const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream) {
-    auto player = std::make_shared<platform::MediaPlayer>();
-    player->Source(platform::MediaSource::CreateFromStream(stream, stream->ContentType));
-    // The events come on the sound's own thread, where the player must not go.
-    const auto release = [weak, dispatcher, ended = player.get()] {
+void MainPage::PlaySpeech(const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream) {
+    m_mediaPlayer = std::make_shared<platform::MediaPlayer>();
+    m_mediaPlayer->Source(platform::MediaSource::CreateFromStream(stream, stream->ContentType));
+    // The events come on the sound's own thread, where the player must not be destroyed.
+    const auto release = [weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this())),
+                          dispatcher, ended = m_mediaPlayer.get()] {
         dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [weak, ended] {
-            if (const auto page = weak.lock()) {
-                page->m_mediaPlayer.With([ended](auto& current) {
-                    if (current.get() == ended) {
-                        current.reset();
-                    }
-                });
+            if (const auto page = weak.lock(); page && page->m_mediaPlayer.get() == ended) {
+                page->m_mediaPlayer.reset();
             }
         });
     };
-    player->MediaEnded().Add(release);
-    player->MediaFailed().Add([release](const platform::Exception& failure) {
+    m_mediaPlayer->MediaEnded().Add(release);
+    m_mediaPlayer->MediaFailed().Add([release](const platform::Exception& failure) {
         Trace(u"Kelvane::MainPage::ReadSerialNumber_Click::<lambda_2>::operator ()")
             .Error(u"Exception = ", failure.Message());
         release();
     });
-    if (const auto page = weak.lock()) {
-        page->m_mediaPlayer.With([&player](auto& current) { current = player; });
-        player->Play();
-    }
+    m_mediaPlayer->Play();
 }
 
 }  // namespace Kelvane

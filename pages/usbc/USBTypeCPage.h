@@ -3,7 +3,7 @@
 // The USB Type-C page: what the machine's ports can do, in six labelled boxes. The record is read on a worker
 // when the page is navigated to, unless it is cached already; Back leads to the main page. A page that is
 // left before its read has ended lives until the result has been shown on it. Members run on the
-// user-interface thread, except the destructor where the window has gone before the result came.
+// user-interface thread.
 
 #include <array>
 #include <memory>

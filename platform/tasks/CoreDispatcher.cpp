@@ -21,6 +21,7 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
     const task_completion_event<void> ended;
     const bool taken = m_state.With([&](State& state) {
         if (state.closed) {
+            state.refused.push_back(std::move(handler));
             return false;
         }
         m_pending.fetch_add(1);
@@ -63,11 +64,11 @@ void CoreDispatcher::RunNext() {
 }
 
 void CoreDispatcher::Close() {
-    auto refused = m_state.With([](State& state) {
+    auto [refused, queue] = m_state.With([](State& state) {
         state.closed = true;
-        return std::exchange(state.queue, {});
+        return std::pair(std::exchange(state.refused, {}), std::exchange(state.queue, {}));
     });
-    for (auto& posted : refused) {
+    for (auto& posted : queue) {
         posted.handler = nullptr;
         EndCancelled(posted.ended);
         m_pending.fetch_sub(1);

@@ -4,9 +4,12 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "platform/core/EventLoop.h"
 #include "platform/core/Guarded.h"
+#include "platform/core/UserInterfaceThread.h"
 #include "platform/tasks/task.h"
 
 namespace platform {
@@ -23,9 +26,21 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
 
     /// Any thread. Queues `handler` for the user-interface thread, also when called there; handlers run, and
     /// are destroyed, in the order of their posting. The task ends with the handler, or fails with its
-    /// exception. Once the window is gone, the handler is refused: it is destroyed unrun, on the calling
-    /// thread, and the task ends cancelled.
+    /// exception. Once the window is gone, the handler is refused: the task ends cancelled, and the handler
+    /// is destroyed unrun by the next Close.
     task<void> RunAsync(CoreDispatcherPriority priority, std::function<void()> handler);
+
+    /// Any thread. A hold on `object` for work on other threads: whichever thread drops the last copy of it,
+    /// the user-interface thread releases the object.
+    template <typename T>
+    std::shared_ptr<T> Hold(std::shared_ptr<T> object) {
+        auto* const held = object.get();
+        return {held, [self = shared_from_this(), object = std::move(object)](T*) mutable {
+                    if (!IsUserInterfaceThread()) {
+                        self->RunAsync(CoreDispatcherPriority::Normal, [object = std::move(object)] {});
+                    }
+                }};
+    }
 
     /// Handlers that have been posted and have not ended yet. Any thread.
     std::size_t Pending() const { return m_pending.load(); }
@@ -34,7 +49,8 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
     void OnHandlerEnded(std::function<void()> callback) { m_onHandlerEnded = std::move(callback); }
 
     /// From now on every handler is refused. Those that are queued are destroyed here, and their tasks end
-    /// cancelled, whether or not the loop still runs. User-interface thread.
+    /// cancelled, whether or not the loop still runs. To be called again when no other thread can post any
+    /// more: destroys those that have been refused since. User-interface thread.
     void Close();
 
   private:
@@ -44,6 +60,7 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
     };
     struct State {
         std::deque<Posted> queue;
+        std::vector<std::function<void()>> refused;
         bool closed = false;
     };
 

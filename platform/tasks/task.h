@@ -4,7 +4,9 @@
 // shared handle: copies mean the same work. Everything here may be used on any thread, but for waiting, which
 // the user-interface thread may not do.
 
+#include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -229,6 +231,33 @@ task<T> task_from_result(T value) {
     auto state = std::make_shared<detail::TaskState<T>>();
     state->Complete(std::move(value));
     return task<T>(std::move(state));
+}
+
+/// Ends when all tasks from `first` to `last` have ended; with the failure of the first among them that has
+/// failed.
+template <typename Iterator>
+task<void> when_all(Iterator first, Iterator last) {
+    const std::vector<task<void>> tasks(first, last);
+    const auto all = std::make_shared<detail::TaskState<void>>();
+    // One more than there are tasks, so that an empty range ends as well.
+    const auto open = std::make_shared<std::atomic<std::size_t>>(tasks.size() + 1);
+    const auto ended = [all, open, tasks] {
+        if (open->fetch_sub(1) != 1) {
+            return;
+        }
+        for (const auto& each : tasks) {
+            if (const auto failure = detail::TaskAccess::StateOf(each)->Failure()) {
+                all->Fail(detail::CopyOf(failure));
+                return;
+            }
+        }
+        all->Complete({});
+    };
+    for (const auto& each : tasks) {
+        detail::TaskAccess::StateOf(each)->WhenDone(ended);
+    }
+    ended();
+    return task<void>(all);
 }
 
 /// A task that is ended from outside: by set or set_exception, of which the first counts.

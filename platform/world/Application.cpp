@@ -108,6 +108,8 @@ ApplicationRun::ApplicationRun(World& world)
 ApplicationRun::~ApplicationRun() {
     m_dispatcher->Close();
     ThreadPool::Default().Stop();
+    // What workers posted until then.
+    m_dispatcher->Close();
     m_window.reset();
     CurrentRun().With([](RunInProgress& current) { current = {}; });
 }

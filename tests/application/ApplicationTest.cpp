@@ -50,6 +50,7 @@ ApplicationTest::ApplicationTest() {
 void ApplicationTest::StartService() {
     const auto answer = [this](ServerCall& call, const std::optional<std::u16string>& text) {
         ++m_calls[call.Procedure()];
+        m_onRead();
         m_answerIsEmpty ? call.SetRawText(0, 0, u"") : call.SetText(0, text);
     };
     m_service.emplace(std::map<unsigned, platform::rpc::ServerProcedure>{

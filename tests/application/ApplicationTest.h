@@ -66,6 +66,8 @@ class ApplicationTest : public testing::Test {
     std::optional<std::u16string> m_usbTypeC = u"";
     /// Each answer says that it has a text of no characters.
     std::atomic<bool> m_answerIsEmpty = false;
+    /// Runs in the service before the answer to a read.
+    std::function<void()> m_onRead = [] {};
     /// Runs in the service, in place of an answer to procedure 12.
     std::function<void()> m_onSetUefiFlag = [] {};
     /// What the last run wrote to standard error beside the trace.

@@ -1,14 +1,14 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "app/TextOutput.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/Window.h"
 #include "tests/application/ApplicationTest.h"
+#include "tests/application/TraceText.h"
+#include "tests/support/Golden.h"
 #include "tests/support/PackageScope.h"
 
 namespace Kelvane {
@@ -29,21 +29,7 @@ struct StartKind {
     friend void PrintTo(const StartKind& kind, std::ostream* out) { *out << kind.trace; }
 };
 
-class StartTraceTest : public StartTest, public testing::WithParamInterface<StartKind> {
-  protected:
-    /// The log file of the last run, each line behind the first letter of its level; the user-interface
-    /// thread's lines first, then those of the workers, which run one after the other.
-    std::string LoggedByThread() const {
-        std::string userInterface;
-        std::string workers;
-        for (const auto& event : tests::ReadFolder(StoredLogs())) {
-            auto& lines = event.thread == static_cast<std::uint32_t>(gettid()) ? userInterface : workers;
-            lines += platform::LoggingLevelName(event.level)[0];
-            lines += " " + platform::ToUtf8(event.text) + "\n";
-        }
-        return "# user interface\n" + userInterface + "# workers\n" + workers;
-    }
-};
+class StartTraceTest : public StartTest, public testing::WithParamInterface<StartKind> {};
 
 TEST_P(StartTraceTest, WritesItsTraceLineForLine) {
     m_options.Words = GetParam().words;
@@ -51,9 +37,8 @@ TEST_P(StartTraceTest, WritesItsTraceLineForLine) {
         StartService();
     }
     Run();
-    std::ostringstream expected;
-    expected << std::ifstream(std::string(KELVANE_TRACES) + "/" + GetParam().trace + ".txt").rdbuf();
-    EXPECT_EQ(LoggedByThread(), expected.str());
+    tests::ExpectGolden("application/traces/" + std::string(GetParam().trace) + ".txt",
+                        TraceText(tests::ReadFolder(StoredLogs()), static_cast<std::uint32_t>(gettid())));
 }
 
 INSTANTIATE_TEST_SUITE_P(Starts, StartTraceTest,
@@ -63,14 +48,20 @@ INSTANTIATE_TEST_SUITE_P(Starts, StartTraceTest,
                                          StartKind{"HotkeyWithoutService", {"hot", "key"}, false}),
                          [](const auto& kind) { return std::string(kind.param.trace); });
 
-TEST_F(StartTest, AHotkeyStartReadsBothRecordsAndFillsThePage) {
+TEST_F(StartTest, AHotkeyStartReadsBothRecordsAtOnceAndFillsThePage) {
     m_options.Words = {"hot", "key"};
     m_usbTypeC = u"x, USB 4<.^.>";
+    std::atomic<std::size_t> atFirstRead = 0;
+    m_onRead = [&] {
+        std::size_t none = 0;
+        atFirstRead.compare_exchange_strong(none, platform::ThreadPool::Default().Outstanding());
+    };
     StartService();
     Run({[&] {
         EXPECT_EQ(Text(u"SysInfoValue0"), u"a");
         EXPECT_TRUE(IsVisible(u"USBType"));
     }});
+    EXPECT_GE(atFirstRead, 3U) << "a read's task, the step that it waits for, and the other read's";
 }
 
 TEST_F(StartTest, AHotkeyStartWithoutServiceLeavesThePageAsConstructed) {
@@ -81,6 +72,21 @@ TEST_F(StartTest, AHotkeyStartWithoutServiceLeavesThePageAsConstructed) {
               }}),
               0);
     EXPECT_TRUE(HasTraced("Kelvane::App::OnActivatedURI Scheme = kelvane"));
+}
+
+TEST_F(StartTest, APageThatItsHotkeyStartOutlivesIsDestroyedOnTheUserInterfaceThread) {
+    m_options.Prelaunch = true;
+    std::optional<platform::rpc::ListeningSocket> stuck;
+    Run({[&] {
+        stuck.emplace(platform::rpc::test::EndpointScope::Socket());
+        m_world->Client().Started({"kelvane:?x=1"}, false);
+        // Another page takes its place while the first one's chain waits for the service, in vain.
+        m_world->Client().Started({"kelvane:?x=2"}, false);
+        stuck.reset();
+    }});
+    const auto trace = TraceText(tests::ReadFolder(StoredLogs()), static_cast<std::uint32_t>(gettid()));
+    const auto destroyed = trace.find("V Kelvane::MainPage::~MainPageEntry");
+    EXPECT_LT(destroyed, trace.find("# workers")) << trace;
 }
 
 TEST_F(StartTest, APrelaunchShowsNothingAndTheNextStartShowsTheMainPage) {

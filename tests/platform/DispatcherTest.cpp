@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "backends/headless/HeadlessLoop.h"
 #include "platform/tasks/CoreDispatcher.h"
 #include "tests/support/TestClock.h"
@@ -29,23 +31,34 @@ TEST(Dispatcher, QueuesEvenOnItsOwnThreadAndKeepsTheOrder) {
     EXPECT_EQ(dispatcher->Pending(), 0U);
 }
 
-TEST(Dispatcher, RefusesWorkOnceTheWindowIsGone) {
+TEST(Dispatcher, RefusesWorkOnceTheWindowIsGoneAndDestroysItOnItsOwnThread) {
+    const UserInterfaceThreadMark mark;
     headless::HeadlessLoop loop;
     const auto dispatcher = std::make_shared<CoreDispatcher>(loop);
-    bool ran = false;
     loop.Post([&] { loop.Quit(); });
-    const auto held = std::make_shared<int>();
-    const auto queued = dispatcher->RunAsync(kNormal, [&ran, held] { ran = true; });
+    const auto watched = std::make_shared<int>();
+    const auto post = [&, weak = std::weak_ptr(watched)] {
+        return dispatcher->RunAsync(kNormal, [held = weak.lock()] { FAIL() << "refused work ran"; });
+    };
+    const auto queued = post();
     loop.Run();
-    const auto late = dispatcher->RunAsync(kNormal, [&ran, held] { ran = true; });
+    const auto late = post();
     dispatcher->Close();
-    EXPECT_EQ(held.use_count(), 1) << "nothing of it is left to other threads";
+    EXPECT_EQ(watched.use_count(), 1);
     EXPECT_EQ(dispatcher->Pending(), 0U);
-    for (const auto& refused : {queued, late, dispatcher->RunAsync(kNormal, [&] { ran = true; })}) {
-        ASSERT_TRUE(refused.is_done());
-        EXPECT_THROW(refused.get(), task_canceled);
+    auto held = dispatcher->Hold(watched);
+    task<void> refused;
+    std::jthread([&] {
+        refused = post();
+        held.reset();
+    }).join();
+    EXPECT_EQ(watched.use_count(), 3) << "nothing is released on that thread";
+    dispatcher->Close();
+    EXPECT_EQ(watched.use_count(), 1);
+    for (const auto& each : {queued, late, refused}) {
+        ASSERT_TRUE(each.is_done());
+        EXPECT_THROW(each.get(), task_canceled);
     }
-    EXPECT_FALSE(ran);
 }
 
 TEST(Dispatcher, TimersGoByTheClockThatIsHandedIn) {

@@ -53,6 +53,18 @@ TEST(Task, HandsValuesFailuresAndInnerTasksDownTheChain) {
               result::kFail);
 }
 
+TEST(Task, WhenAllEndsWithTheLastTaskAndHasTheFirstFailureOfTheRange) {
+    const task_completion_event<void> first;
+    const task_completion_event<void> second;
+    const std::vector<task<void>> tasks = {create_task(first), create_task(second)};
+    const auto all = when_all(tasks.begin(), tasks.end());
+    second.set_exception(std::make_exception_ptr(Exception(result::kFail, u"second")));
+    EXPECT_FALSE(all.is_done()) << "a failure does not end the wait for the others";
+    first.set_exception(std::make_exception_ptr(Exception(result::kAborted, u"first")));
+    EXPECT_EQ(CodeOf([&] { all.wait(); }), result::kAborted);
+    EXPECT_TRUE(when_all(tasks.end(), tasks.end()).is_done());
+}
+
 TEST(Task, NestedWaitsNeverLockThePoolUp) {
     // Each level blocks a worker; with a pool of fixed size the deepest would never start.
     std::function<int(int)> nest = [&](int depth) {

@@ -5,7 +5,7 @@
 namespace platform::rpc::test {
 
 std::vector<std::vector<std::string>> Rows(std::string_view kind) {
-    std::ifstream file(KELVANE_WIRE_DATA);
+    std::ifstream file(KELVANE_TESTS "/rpc/wire.txt");
     std::vector<std::vector<std::string>> rows;
     for (std::string line; std::getline(file, line);) {
         std::vector<std::string> fields(1);

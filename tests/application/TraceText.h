@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/diagnostics/EventTraceReader.h"
+
+namespace Kelvane {
+
+/// A log as a text that is the same after each run: each message behind the first letter of its level, the
+/// user-interface thread's first, then those of the workers, which run one after the other. Only the two
+/// reads of a hotkey start run at once: there the lines of each read follow by themselves.
+std::string TraceText(const std::vector<platform::etl::TraceEvent>& events,
+                      std::uint32_t userInterfaceThread);
+
+}  // namespace Kelvane
