@@ -4,6 +4,7 @@
 #include "app/CommandLine.h"
 #include "app/TextOutput.h"
 #include "backends/desktop/DesktopWorld.h"
+#include "backends/desktop/Display.h"
 #include "backends/headless/HeadlessWorld.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
@@ -43,7 +44,7 @@ int RunWindow(const CommandLine& line) {
     }
     const bool takesPicture = !line.Screenshot.empty();
     const auto world = desktop::CreateDesktopWorld(
-        {.words = line.Words, .singleInstance = !takesPicture, .background = line.Background});
+        {.Words = line.Words, .SingleInstance = !takesPicture, .Background = line.Background});
     std::string problem = takesPicture ? "the program was ended before" : "";
     const auto savePicture = [&] {
         world->SavePicture(line.Screenshot, [&problem](const std::string& error) {

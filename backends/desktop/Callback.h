@@ -60,16 +60,16 @@ void GetBus(GBusType type, GCancellable* cancellable, Handler handler, gpointer 
 
 /// A method or signal of an object on a bus.
 struct BusMember {
-    const char* owner;
-    const char* path;
-    const char* interface;
-    const char* name;
+    const char* Owner;
+    const char* Path;
+    const char* Interface;
+    const char* Name;
 };
 
 template <typename Handler>
 void CallBus(GDBusConnection* bus, const BusMember& method, GVariant* arguments, const char* replyType,
              GDBusCallFlags flags, GCancellable* cancellable, Handler handler, gpointer data) {
-    g_dbus_connection_call_with_unix_fd_list(bus, method.owner, method.path, method.interface, method.name,
+    g_dbus_connection_call_with_unix_fd_list(bus, method.Owner, method.Path, method.Interface, method.Name,
                                              arguments, G_VARIANT_TYPE(replyType), flags, -1, nullptr,
                                              cancellable, Callback(handler), data);
 }
@@ -78,7 +78,7 @@ void CallBus(GDBusConnection* bus, const BusMember& method, GVariant* arguments,
 template <typename Handler>
 guint SubscribeToBus(GDBusConnection* bus, const BusMember& signal, const char* detail, Handler handler,
                      gpointer data) {
-    return g_dbus_connection_signal_subscribe(bus, signal.owner, signal.interface, signal.name, signal.path,
+    return g_dbus_connection_signal_subscribe(bus, signal.Owner, signal.Interface, signal.Name, signal.Path,
                                               detail, G_DBUS_SIGNAL_FLAGS_NONE, Callback(handler), data,
                                               nullptr);
 }

@@ -23,15 +23,15 @@ struct Span {
 Span SpanOf(const Cell& cell, GtkOrientation orientation, std::size_t count) {
     const bool horizontal = orientation == GTK_ORIENTATION_HORIZONTAL;
     const int tracks = static_cast<int>(count);
-    const int first = std::clamp(horizontal ? cell.layout.Column : cell.layout.Row, 0, tracks - 1);
-    const int wanted = horizontal ? cell.layout.ColumnSpan : cell.layout.RowSpan;
+    const int first = std::clamp(horizontal ? cell.Layout.Column : cell.Layout.Row, 0, tracks - 1);
+    const int wanted = horizontal ? cell.Layout.ColumnSpan : cell.Layout.RowSpan;
     return {first, std::clamp(wanted, 1, tracks - first)};
 }
 
 /// The largest width or height that an element may be given, its margin included; the widget's own smallest
 /// size goes before.
 int Limit(const Cell& cell, GtkOrientation orientation) {
-    const auto& layout = cell.layout;
+    const auto& layout = cell.Layout;
     const bool horizontal = orientation == GTK_ORIENTATION_HORIZONTAL;
     const auto& fixed = horizontal ? layout.Width : layout.Height;
     const double limit = std::min(fixed.value_or(std::numeric_limits<double>::infinity()),
@@ -46,27 +46,27 @@ CellLayout::Extent MeasureCell(const Cell& cell, GtkOrientation orientation, int
         CellLayout::Extent across;
         const auto other =
             orientation == GTK_ORIENTATION_VERTICAL ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL;
-        gtk_widget_measure(cell.widget, other, -1, &across.minimum, nullptr, nullptr, nullptr);
-        forSize = std::max(across.minimum, std::min(forSize, Limit(cell, other)));
+        gtk_widget_measure(cell.Widget, other, -1, &across.Minimum, nullptr, nullptr, nullptr);
+        forSize = std::max(across.Minimum, std::min(forSize, Limit(cell, other)));
     }
     CellLayout::Extent extent;
-    gtk_widget_measure(cell.widget, orientation, forSize, &extent.minimum, &extent.natural, nullptr, nullptr);
-    extent.natural = std::max(extent.minimum, std::min(extent.natural, Limit(cell, orientation)));
+    gtk_widget_measure(cell.Widget, orientation, forSize, &extent.Minimum, &extent.Natural, nullptr, nullptr);
+    extent.Natural = std::max(extent.Minimum, std::min(extent.Natural, Limit(cell, orientation)));
     return extent;
 }
 
 }  // namespace
 
 int CellLayout::PaddingAlong(GtkOrientation orientation) const {
-    return orientation == GTK_ORIENTATION_HORIZONTAL ? Pixels(padding.Left) + Pixels(padding.Right)
-                                                     : Pixels(padding.Top) + Pixels(padding.Bottom);
+    return orientation == GTK_ORIENTATION_HORIZONTAL ? Pixels(Padding.Left) + Pixels(Padding.Right)
+                                                     : Pixels(Padding.Top) + Pixels(Padding.Bottom);
 }
 
 CellLayout::Tracks CellLayout::MeasureTracks(GtkOrientation orientation, const Tracks* columnTracks) const {
     const bool horizontal = orientation == GTK_ORIENTATION_HORIZONTAL;
-    const int spacing = Pixels(horizontal ? columnSpacing : rowSpacing);
+    const int spacing = Pixels(horizontal ? ColumnSpacing : RowSpacing);
     Tracks tracks;
-    for (const auto kind : horizontal ? columns : rows) {
+    for (const auto kind : horizontal ? Columns : Rows) {
         tracks.push_back({.kind = kind, .used = kind == GridLength::Star});
     }
     if (tracks.empty()) {
@@ -86,9 +86,9 @@ CellLayout::Tracks CellLayout::MeasureTracks(GtkOrientation orientation, const T
 
     // Cells of one track first; what spans several tracks then asks for what is still missing.
     for (const bool spanning : {false, true}) {
-        for (const auto& cell : cells) {
+        for (const auto& cell : Cells) {
             const auto span = SpanOf(cell, orientation, tracks.size());
-            if (!gtk_widget_should_layout(cell.widget) || (span.count > 1) != spanning) {
+            if (!gtk_widget_should_layout(cell.Widget) || (span.count > 1) != spanning) {
                 continue;
             }
             const auto begin = tracks.begin() + span.first;
@@ -100,19 +100,19 @@ CellLayout::Tracks CellLayout::MeasureTracks(GtkOrientation orientation, const T
                         begin, end, (span.count - 1) * spacing,
                         [&](int sum, const Track& track) { return sum + track.extent.*part; });
                 };
-                missing.minimum -= already(&Extent::minimum);
-                missing.natural -= already(&Extent::natural);
+                missing.Minimum -= already(&Extent::Minimum);
+                missing.Natural -= already(&Extent::Natural);
             }
             auto target =
                 std::find_if(begin, end, [](const Track& track) { return track.kind == GridLength::Star; });
             target = target == end ? end - 1 : target;
             auto& extent = target->extent;
             if (spanning) {
-                extent.minimum += std::max(0, missing.minimum);
-                extent.natural += std::max(0, missing.natural);
+                extent.Minimum += std::max(0, missing.Minimum);
+                extent.Natural += std::max(0, missing.Natural);
             } else {
-                extent.minimum = std::max(extent.minimum, missing.minimum);
-                extent.natural = std::max(extent.natural, missing.natural);
+                extent.Minimum = std::max(extent.Minimum, missing.Minimum);
+                extent.Natural = std::max(extent.Natural, missing.Natural);
             }
             for (auto track = begin; track != end; ++track) {
                 track->used = true;
@@ -132,21 +132,21 @@ CellLayout::Extent CellLayout::Total(GtkOrientation orientation, const Tracks& t
         used += track.used ? 1 : 0;
         if (track.kind == GridLength::Star) {
             ++shares;
-            share.minimum = std::max(share.minimum, track.extent.minimum);
-            share.natural = std::max(share.natural, track.extent.natural);
+            share.Minimum = std::max(share.Minimum, track.extent.Minimum);
+            share.Natural = std::max(share.Natural, track.extent.Natural);
         } else {
-            total.minimum += track.extent.minimum;
-            total.natural += track.extent.natural;
+            total.Minimum += track.extent.Minimum;
+            total.Natural += track.extent.Natural;
         }
     }
-    const int spacing = Pixels(orientation == GTK_ORIENTATION_HORIZONTAL ? columnSpacing : rowSpacing);
+    const int spacing = Pixels(orientation == GTK_ORIENTATION_HORIZONTAL ? ColumnSpacing : RowSpacing);
     const int fixed = PaddingAlong(orientation) + std::max(0, used - 1) * spacing;
-    return {total.minimum + shares * share.minimum + fixed, total.natural + shares * share.natural + fixed};
+    return {total.Minimum + shares * share.Minimum + fixed, total.Natural + shares * share.Natural + fixed};
 }
 
 void CellLayout::Resolve(GtkOrientation orientation, Tracks& tracks, int size) const {
     const bool horizontal = orientation == GTK_ORIENTATION_HORIZONTAL;
-    const int spacing = Pixels(horizontal ? columnSpacing : rowSpacing);
+    const int spacing = Pixels(horizontal ? ColumnSpacing : RowSpacing);
     const auto used =
         std::count_if(tracks.begin(), tracks.end(), [](const Track& track) { return track.used; });
     int left = size - PaddingAlong(orientation) - std::max(0, static_cast<int>(used) - 1) * spacing;
@@ -155,12 +155,12 @@ void CellLayout::Resolve(GtkOrientation orientation, Tracks& tracks, int size) c
     std::vector<GtkRequestedSize> automatic;
     std::vector<Track*> shares;
     for (auto& track : tracks) {
-        track.size = track.extent.minimum;
+        track.size = track.extent.Minimum;
         left -= track.size;
         if (track.kind == GridLength::Star) {
             shares.push_back(&track);
         } else {
-            automatic.push_back({&track, track.extent.minimum, track.extent.natural});
+            automatic.push_back({&track, track.extent.Minimum, track.extent.Natural});
         }
     }
     left = gtk_distribute_natural_allocation(std::max(0, left), static_cast<guint>(automatic.size()),
@@ -179,7 +179,7 @@ void CellLayout::Resolve(GtkOrientation orientation, Tracks& tracks, int size) c
         pool -= shares[index]->size;
     }
 
-    int position = Pixels(horizontal ? padding.Left : padding.Top);
+    int position = Pixels(horizontal ? Padding.Left : Padding.Top);
     for (auto& track : tracks) {
         track.position = position;
         position += track.size + (track.used ? spacing : 0);
@@ -193,7 +193,7 @@ CellLayout::Extent CellLayout::Measure(GtkOrientation orientation, int forSize) 
     auto columnTracks = MeasureTracks(GTK_ORIENTATION_HORIZONTAL, nullptr);
     const auto width = Total(GTK_ORIENTATION_HORIZONTAL, columnTracks);
     Resolve(GTK_ORIENTATION_HORIZONTAL, columnTracks,
-            forSize < 0 ? width.natural : std::max(forSize, width.minimum));
+            forSize < 0 ? width.Natural : std::max(forSize, width.Minimum));
     return Total(orientation, MeasureTracks(orientation, &columnTracks));
 }
 
@@ -203,8 +203,8 @@ void CellLayout::Allocate(int width, int height, GtkTextDirection direction) con
     auto rowTracks = MeasureTracks(GTK_ORIENTATION_VERTICAL, &columnTracks);
     Resolve(GTK_ORIENTATION_VERTICAL, rowTracks, height);
 
-    for (const auto& cell : cells) {
-        if (!gtk_widget_should_layout(cell.widget)) {
+    for (const auto& cell : Cells) {
+        if (!gtk_widget_should_layout(cell.Widget)) {
             continue;
         }
         const auto place = [&](GtkOrientation orientation, const Tracks& tracks) {
@@ -219,22 +219,22 @@ void CellLayout::Allocate(int width, int height, GtkTextDirection direction) con
         // A limited element stands where its alignment says; one that would stretch, in the middle.
         const auto narrow = [&](GtkOrientation orientation, int room, GtkAlign align) {
             Extent least;
-            gtk_widget_measure(cell.widget, orientation, -1, &least.minimum, nullptr, nullptr, nullptr);
-            const int size = std::min(room, std::max(least.minimum, Limit(cell, orientation)));
+            gtk_widget_measure(cell.Widget, orientation, -1, &least.Minimum, nullptr, nullptr, nullptr);
+            const int size = std::min(room, std::max(least.Minimum, Limit(cell, orientation)));
             const int offset = align == GTK_ALIGN_START ? 0
                                : align == GTK_ALIGN_END ? room - size
                                                         : (room - size) / 2;
             return std::pair{offset, size};
         };
         const auto [dx, childWidth] =
-            narrow(GTK_ORIENTATION_HORIZONTAL, cellWidth, gtk_widget_get_halign(cell.widget));
+            narrow(GTK_ORIENTATION_HORIZONTAL, cellWidth, gtk_widget_get_halign(cell.Widget));
         const auto [dy, childHeight] =
-            narrow(GTK_ORIENTATION_VERTICAL, cellHeight, gtk_widget_get_valign(cell.widget));
+            narrow(GTK_ORIENTATION_VERTICAL, cellHeight, gtk_widget_get_valign(cell.Widget));
         GtkAllocation area{x + dx, y + dy, childWidth, childHeight};
         if (direction == GTK_TEXT_DIR_RTL) {
             area.x = width - area.x - area.width;
         }
-        gtk_widget_size_allocate(cell.widget, &area, -1);
+        gtk_widget_size_allocate(cell.Widget, &area, -1);
     }
 }
 

@@ -14,23 +14,23 @@ namespace desktop {
 /// One child and its cell.
 struct Cell {
     /// Outlives the layout's use of it.
-    GtkWidget* widget = nullptr;
-    platform::ElementLayout layout;
+    GtkWidget* Widget = nullptr;
+    platform::ElementLayout Layout;
 };
 
 struct CellLayout {
     /// Empty: one of all the place.
-    std::vector<platform::GridLength> rows = {};
-    std::vector<platform::GridLength> columns = {};
-    double rowSpacing = 0;
-    double columnSpacing = 0;
-    platform::Thickness padding = {};
-    std::vector<Cell> cells = {};
+    std::vector<platform::GridLength> Rows = {};
+    std::vector<platform::GridLength> Columns = {};
+    double RowSpacing = 0;
+    double ColumnSpacing = 0;
+    platform::Thickness Padding = {};
+    std::vector<Cell> Cells = {};
 
     /// The smallest and the wished-for width (or height for the width `forSize`; -1 for any).
     struct Extent {
-        int minimum = 0;
-        int natural = 0;
+        int Minimum = 0;
+        int Natural = 0;
     };
     Extent Measure(GtkOrientation orientation, int forSize) const;
 

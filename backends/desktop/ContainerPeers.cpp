@@ -1,6 +1,5 @@
 // Grid, StackPanel, ScrollViewer, Button, and every other element with one content.
 
-#include "backends/desktop/DesktopWindow.h"
 #include "backends/desktop/ElementWidget.h"
 #include "backends/desktop/Peers.h"
 #include "platform/xaml/Controls.h"
@@ -12,21 +11,20 @@ using platform::ElementProperty;
 namespace {
 
 /// An element whose children stand in `box`, an element widget: the peer's own widget, or one inside it.
-class ContainerPeer : public Peer {
+class ContainerPeer : public GtkPeer {
   public:
-    ContainerPeer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget,
-                  GtkWidget* box)
-        : Peer(window, element, widget), m_box(Share(box)) {
+    ContainerPeer(PeerClient& client, platform::FrameworkElement& element, GtkWidget* widget, GtkWidget* box)
+        : GtkPeer(client, element, widget), m_box(Share(box)) {
         SetLayout(box, [this] { return Layout(); });
     }
 
     ~ContainerPeer() override { SetLayout(m_box.get(), nullptr); }
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         if (property == ElementProperty::Children) {
             SetChildren(m_box.get(), ChildWidgets());
-            Window().ContentChanged();
+            Client().ContentChanged();
         } else if (property == ElementProperty::Layout) {
             gtk_widget_queue_resize(m_box.get());
         }
@@ -41,17 +39,17 @@ class ContainerPeer : public Peer {
 
 class GridPeer final : public ContainerPeer {
   public:
-    GridPeer(DesktopWindow& window, platform::Grid& grid, GtkWidget* widget = NewElementWidget())
-        : ContainerPeer(window, grid, widget, widget), m_grid(grid) {}
+    GridPeer(PeerClient& client, platform::Grid& grid, GtkWidget* widget = NewElementWidget())
+        : ContainerPeer(client, grid, widget, widget), m_grid(grid) {}
 
   private:
     CellLayout Layout() const override {
-        return {.rows = m_grid.RowDefinitions(),
-                .columns = m_grid.ColumnDefinitions(),
-                .rowSpacing = m_grid.RowSpacing(),
-                .columnSpacing = m_grid.ColumnSpacing(),
-                .padding = m_grid.Padding(),
-                .cells = ChildCells()};
+        return {.Rows = m_grid.RowDefinitions(),
+                .Columns = m_grid.ColumnDefinitions(),
+                .RowSpacing = m_grid.RowSpacing(),
+                .ColumnSpacing = m_grid.ColumnSpacing(),
+                .Padding = m_grid.Padding(),
+                .Cells = ChildCells()};
     }
 
     platform::Grid& m_grid;
@@ -59,21 +57,21 @@ class GridPeer final : public ContainerPeer {
 
 class StackPeer final : public ContainerPeer {
   public:
-    StackPeer(DesktopWindow& window, platform::StackPanel& stack, GtkWidget* widget = NewElementWidget())
-        : ContainerPeer(window, stack, widget, widget), m_stack(stack) {}
+    StackPeer(PeerClient& client, platform::StackPanel& stack, GtkWidget* widget = NewElementWidget())
+        : ContainerPeer(client, stack, widget, widget), m_stack(stack) {}
 
   private:
     CellLayout Layout() const override {
-        CellLayout layout{.padding = m_stack.Padding(), .cells = ChildCells()};
+        CellLayout layout{.Padding = m_stack.Padding(), .Cells = ChildCells()};
         const bool vertical = m_stack.Orientation() == platform::Orientation::Vertical;
-        (vertical ? layout.rowSpacing : layout.columnSpacing) = m_stack.Spacing();
-        (vertical ? layout.rows : layout.columns)
-            .assign(std::max<std::size_t>(layout.cells.size(), 1), platform::GridLength::Auto);
+        (vertical ? layout.RowSpacing : layout.ColumnSpacing) = m_stack.Spacing();
+        (vertical ? layout.Rows : layout.Columns)
+            .assign(std::max<std::size_t>(layout.Cells.size(), 1), platform::GridLength::Auto);
         int index = 0;
-        for (auto& cell : layout.cells) {
-            cell.layout.Row = vertical ? index : 0;
-            cell.layout.Column = vertical ? 0 : index;
-            cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
+        for (auto& cell : layout.Cells) {
+            cell.Layout.Row = vertical ? index : 0;
+            cell.Layout.Column = vertical ? 0 : index;
+            cell.Layout.RowSpan = cell.Layout.ColumnSpan = 1;
             ++index;
         }
         return layout;
@@ -84,20 +82,19 @@ class StackPeer final : public ContainerPeer {
 
 class ContentPeer : public ContainerPeer {
   public:
-    ContentPeer(DesktopWindow& window, platform::ContentControl& control,
-                GtkWidget* widget = NewElementWidget())
-        : ContentPeer(window, control, widget, widget) {}
+    ContentPeer(PeerClient& client, platform::ContentControl& control, GtkWidget* widget = NewElementWidget())
+        : ContentPeer(client, control, widget, widget) {}
 
   protected:
-    ContentPeer(DesktopWindow& window, platform::ContentControl& control, GtkWidget* widget, GtkWidget* box)
-        : ContainerPeer(window, control, widget, box), m_control(control) {}
+    ContentPeer(PeerClient& client, platform::ContentControl& control, GtkWidget* widget, GtkWidget* box)
+        : ContainerPeer(client, control, widget, box), m_control(control) {}
 
   private:
     CellLayout Layout() const override {
-        CellLayout layout{.padding = m_control.Padding(), .cells = ChildCells()};
-        for (auto& cell : layout.cells) {
-            cell.layout.Row = cell.layout.Column = 0;
-            cell.layout.RowSpan = cell.layout.ColumnSpan = 1;
+        CellLayout layout{.Padding = m_control.Padding(), .Cells = ChildCells()};
+        for (auto& cell : layout.Cells) {
+            cell.Layout.Row = cell.Layout.Column = 0;
+            cell.Layout.RowSpan = cell.Layout.ColumnSpan = 1;
         }
         return layout;
     }
@@ -107,9 +104,8 @@ class ContentPeer : public ContainerPeer {
 
 class ScrollViewerPeer final : public ContentPeer {
   public:
-    ScrollViewerPeer(DesktopWindow& window, platform::ScrollViewer& viewer,
-                     GtkWidget* box = NewElementWidget())
-        : ContentPeer(window, viewer, gtk_scrolled_window_new(), box) {
+    ScrollViewerPeer(PeerClient& client, platform::ScrollViewer& viewer, GtkWidget* box = NewElementWidget())
+        : ContentPeer(client, viewer, gtk_scrolled_window_new(), box) {
         auto* const scrolled = GTK_SCROLLED_WINDOW(Widget());
         gtk_scrolled_window_set_policy(scrolled, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
         gtk_scrolled_window_set_propagate_natural_height(scrolled, TRUE);
@@ -136,8 +132,8 @@ class ScrollViewerPeer final : public ContentPeer {
 
 class ButtonPeer final : public ContentPeer {
   public:
-    ButtonPeer(DesktopWindow& window, platform::Button& button, GtkWidget* box = NewElementWidget())
-        : ContentPeer(window, button, gtk_button_new(), box),
+    ButtonPeer(PeerClient& client, platform::Button& button, GtkWidget* box = NewElementWidget())
+        : ContentPeer(client, button, gtk_button_new(), box),
           m_clicked(
               Widget(), "clicked",
               [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
@@ -174,24 +170,24 @@ class ButtonPeer final : public ContentPeer {
 
 }  // namespace
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Grid& element) {
-    return std::make_unique<GridPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Grid& element) {
+    return std::make_unique<GridPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::StackPanel& element) {
-    return std::make_unique<StackPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::StackPanel& element) {
+    return std::make_unique<StackPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ContentControl& element) {
-    return std::make_unique<ContentPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ContentControl& element) {
+    return std::make_unique<ContentPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ScrollViewer& element) {
-    return std::make_unique<ScrollViewerPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ScrollViewer& element) {
+    return std::make_unique<ScrollViewerPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Button& element) {
-    return std::make_unique<ButtonPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Button& element) {
+    return std::make_unique<ButtonPeer>(client, element);
 }
 
 }  // namespace desktop

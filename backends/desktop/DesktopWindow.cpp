@@ -48,8 +48,8 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     gtk_widget_add_css_class(GTK_WIDGET(window), "kelvane");
     SetLayout(m_content, [this] {
         CellLayout layout;
-        if (const auto* const peer = m_root != nullptr ? Peer::Of(*m_root) : nullptr) {
-            layout.cells.push_back({.widget = peer->Outer(), .layout = peer->Element().Layout()});
+        if (const auto* const peer = m_root != nullptr ? GtkPeer::Of(*m_root) : nullptr) {
+            layout.Cells.push_back({.Widget = peer->Outer(), .Layout = peer->Element().Layout()});
         }
         return layout;
     });
@@ -119,7 +119,7 @@ std::unique_ptr<platform::ElementPeer> DesktopWindow::CreatePeer(platform::UIEle
 void DesktopWindow::SetContent(platform::UIElement* content) {
     m_root = content;
     std::vector<GtkWidget*> widgets;
-    if (const auto* const peer = content != nullptr ? Peer::Of(*content) : nullptr) {
+    if (const auto* const peer = content != nullptr ? GtkPeer::Of(*content) : nullptr) {
         widgets.push_back(peer->Outer());
     }
     SetChildren(m_content, widgets);
@@ -149,7 +149,7 @@ void DesktopWindow::SetTitleBar(platform::UIElement* element) {
         m_dragArea->MakeDragArea(false);
     }
     m_titleBar = element;
-    m_dragArea = element != nullptr ? Peer::Of(*element) : nullptr;
+    m_dragArea = element != nullptr ? GtkPeer::Of(*element) : nullptr;
     if (m_dragArea != nullptr) {
         m_dragArea->MakeDragArea(true);
     }
@@ -235,12 +235,12 @@ void DesktopWindow::Close() {
     gtk_widget_set_visible(GTK_WIDGET(m_window.get()), FALSE);
 }
 
-void DesktopWindow::AwaitLabel(Peer& peer) {
+void DesktopWindow::AwaitLabel(GtkPeer& peer) {
     m_awaitingLabel.push_back(&peer);
     ContentChanged();
 }
 
-void DesktopWindow::Forget(Peer& peer) {
+void DesktopWindow::Forget(GtkPeer& peer) {
     std::erase(m_awaitingLabel, &peer);
     // The toolkit forgets a focused widget by itself, but not the default one.
     if (gtk_window_get_default_widget(m_window.get()) == peer.Widget()) {
@@ -283,7 +283,7 @@ void DesktopWindow::UpdateFocus() {
     auto* const defaultButton =
         m_root != nullptr ? FindButton(*m_root, [](auto& button) { return button.IsDefault(); }) : nullptr;
     gtk_window_set_default_widget(window,
-                                  defaultButton != nullptr ? Peer::Of(*defaultButton)->Widget() : nullptr);
+                                  defaultButton != nullptr ? GtkPeer::Of(*defaultButton)->Widget() : nullptr);
 
     auto* const focus = gtk_window_get_focus(window);
     if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
@@ -295,7 +295,7 @@ void DesktopWindow::UpdateFocus() {
     auto* const first =
         defaultButton != nullptr ? defaultButton : FindButton(*m_root, [](auto&) { return true; });
     if (first != nullptr) {
-        Peer::Of(*first)->Focus();
+        GtkPeer::Of(*first)->Focus();
     }
 }
 
@@ -306,7 +306,7 @@ bool DesktopWindow::KeyChanged(guint keyValue, guint keyCode, GdkModifierType mo
     } else if (m_heldKeys.insert(keyCode); m_staleKeys.contains(keyCode)) {
         return true;
     }
-    auto* const peer = Peer::Around(gtk_window_get_focus(m_window.get()));
+    auto* const peer = GtkPeer::Around(gtk_window_get_focus(m_window.get()));
     auto* const element = peer != nullptr ? &peer->Element() : m_root;
     if (element == nullptr) {
         return false;

@@ -5,14 +5,14 @@
 #include <string>
 
 #include "backends/desktop/CaptionButtons.h"
-#include "backends/desktop/Peer.h"
+#include "backends/desktop/GtkPeer.h"
 #include "backends/desktop/ResizeBorder.h"
 #include "platform/xaml/Peers.h"
 
 namespace desktop {
 
 /// The program's window: undecorated, with its content up to the upper edge. User-interface thread.
-class DesktopWindow final : public platform::WindowPeer {
+class DesktopWindow final : public platform::WindowPeer, private PeerClient {
   public:
     DesktopWindow(GtkApplication* application, platform::WindowClient& client);
     ~DesktopWindow() override;
@@ -34,22 +34,19 @@ class DesktopWindow final : public platform::WindowPeer {
     /// True while a requested size has not been applied.
     bool IsResizing() const { return m_wish && !gtk_window_is_maximized(m_window.get()); }
 
-    /// For peers: children or their visibility have changed; focus and default button are looked after once
-    /// the change is complete.
-    void ContentChanged();
-    /// For peers: the window's own parts go by the direction of its root.
-    void DirectionChanged(const platform::UIElement& element);
-    /// For peers: the element that labels or describes `peer` has no peer yet.
-    void AwaitLabel(Peer& peer);
-    /// For peers: `peer` goes.
-    void Forget(Peer& peer);
-
   private:
     struct PixelSize {
         int width;
         int height;
         bool operator==(const PixelSize&) const = default;
     };
+
+    /// Focus and default button are updated later, when the change is complete.
+    void ContentChanged() override;
+    /// The window's own parts have the direction of its root.
+    void DirectionChanged(const platform::UIElement& element) override;
+    void AwaitLabel(GtkPeer& peer) override;
+    void Forget(GtkPeer& peer) override;
 
     void UpdateFocus();
     void UpdateDirection();
@@ -71,8 +68,8 @@ class DesktopWindow final : public platform::WindowPeer {
     platform::UIElement* m_root = nullptr;
     /// The element asked for, which may enter the window later or be gone: only compared.
     const platform::UIElement* m_titleBar = nullptr;
-    Peer* m_dragArea = nullptr;
-    std::vector<Peer*> m_awaitingLabel;
+    GtkPeer* m_dragArea = nullptr;
+    std::vector<GtkPeer*> m_awaitingLabel;
     /// The size requested by Resize and not yet applied.
     std::optional<PixelSize> m_wish;
     /// Asks again for the size while it has not come.

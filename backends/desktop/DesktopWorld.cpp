@@ -3,7 +3,7 @@
 #include "backends/desktop/DesktopWindow.h"
 #include "backends/desktop/Loop.h"
 #include "backends/desktop/Picture.h"
-#include "backends/desktop/Session.h"
+#include "backends/desktop/SessionClient.h"
 #include "backends/desktop/Speech.h"
 #include "platform/core/Text.h"
 #include "platform/resources/UserEnvironment.h"
@@ -12,9 +12,9 @@ namespace desktop {
 
 namespace {
 
-class World final : public DesktopWorld {
+class GtkWorld final : public DesktopWorld {
   public:
-    explicit World(Options options) : m_session(std::move(options), m_loop) {}
+    explicit GtkWorld(DesktopOptions options) : m_session(std::move(options), m_loop) {}
 
     platform::EventLoop& Loop() override { return m_loop; }
 
@@ -52,7 +52,7 @@ class World final : public DesktopWorld {
     const std::string m_locale = platform::LocaleNameFromEnvironment();
     const std::vector<std::u16string> m_languages = platform::LanguagesFromEnvironment();
     desktop::Loop m_loop;
-    Session m_session;
+    SessionClient m_session;
     const std::unique_ptr<platform::SpeechEngine> m_speech = NewSpeechEngine(m_languages.front());
     /// The program's one window; the layer destroys it after the loop has ended.
     DesktopWindow* m_window = nullptr;
@@ -60,8 +60,8 @@ class World final : public DesktopWorld {
 
 }  // namespace
 
-std::unique_ptr<DesktopWorld> CreateDesktopWorld(Options options) {
-    return std::make_unique<World>(std::move(options));
+std::unique_ptr<DesktopWorld> CreateDesktopWorld(DesktopOptions options) {
+    return std::make_unique<GtkWorld>(std::move(options));
 }
 
 }  // namespace desktop

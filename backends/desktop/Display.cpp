@@ -1,11 +1,10 @@
-// Getting the toolkit to start: quickly, quietly, and leaving the environment as it was.
+#include "backends/desktop/Display.h"
 
 #include <gio/gio.h>
 
 #include <clocale>
 
 #include "backends/desktop/ColorScheme.h"
-#include "backends/desktop/DesktopWorld.h"
 #include "backends/desktop/GLibPtr.h"
 
 namespace desktop {

@@ -28,8 +28,8 @@ constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int f
     *minimum = *natural = 0;
     *minimumBaseline = *naturalBaseline = -1;
     const auto extent = LayoutOf(widget).Measure(orientation, forSize);
-    *minimum = extent.minimum;
-    *natural = extent.natural;
+    *minimum = extent.Minimum;
+    *natural = extent.Natural;
 };
 
 constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*baseline*/) {

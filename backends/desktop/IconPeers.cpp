@@ -47,13 +47,13 @@ GtkWidget* NewImage(const platform::FrameworkElement& element) {
         g_object_new(GTK_TYPE_IMAGE, "accessible-role", role, "pixel-size", kIconSize, nullptr));
 }
 
-class FontIconPeer final : public Peer {
+class FontIconPeer final : public GtkPeer {
   public:
-    FontIconPeer(DesktopWindow& window, platform::FontIcon& icon)
-        : Peer(window, icon, NewImage(icon)), m_icon(icon) {}
+    FontIconPeer(PeerClient& client, platform::FontIcon& icon)
+        : GtkPeer(client, icon, NewImage(icon)), m_icon(icon) {}
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         if (property != ElementProperty::Icon) {
             return;
         }
@@ -85,13 +85,13 @@ class FontIconPeer final : public Peer {
     GObjectPtr<GtkCssProvider> m_color;
 };
 
-class SymbolIconPeer final : public Peer {
+class SymbolIconPeer final : public GtkPeer {
   public:
-    SymbolIconPeer(DesktopWindow& window, platform::SymbolIcon& icon)
-        : Peer(window, icon, NewImage(icon)), m_icon(icon) {}
+    SymbolIconPeer(PeerClient& client, platform::SymbolIcon& icon)
+        : GtkPeer(client, icon, NewImage(icon)), m_icon(icon) {}
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         if (property == ElementProperty::Icon) {
             const auto glyph = static_cast<char16_t>(m_icon.Symbol());
             gtk_image_set_from_icon_name(GTK_IMAGE(Widget()), IconName({&glyph, 1}));
@@ -103,16 +103,16 @@ class SymbolIconPeer final : public Peer {
 };
 
 /// Keeps its place while it rests, so that nothing beside it moves.
-class ProgressRingPeer final : public Peer {
+class ProgressRingPeer final : public GtkPeer {
   public:
-    ProgressRingPeer(DesktopWindow& window, platform::ProgressRing& ring)
-        : Peer(window, ring,
-               static_cast<GtkWidget*>(g_object_new(GTK_TYPE_SPINNER, "accessible-role",
-                                                    GTK_ACCESSIBLE_ROLE_PROGRESS_BAR, nullptr))),
+    ProgressRingPeer(PeerClient& client, platform::ProgressRing& ring)
+        : GtkPeer(client, ring,
+                  static_cast<GtkWidget*>(g_object_new(GTK_TYPE_SPINNER, "accessible-role",
+                                                       GTK_ACCESSIBLE_ROLE_PROGRESS_BAR, nullptr))),
           m_ring(ring) {}
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         if (property == ElementProperty::IsActive || property == ElementProperty::Visibility) {
             const bool active = m_ring.IsActive();
             gtk_spinner_set_spinning(GTK_SPINNER(Widget()), active);
@@ -129,16 +129,16 @@ class ProgressRingPeer final : public Peer {
 
 }  // namespace
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::FontIcon& element) {
-    return std::make_unique<FontIconPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::FontIcon& element) {
+    return std::make_unique<FontIconPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::SymbolIcon& element) {
-    return std::make_unique<SymbolIconPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::SymbolIcon& element) {
+    return std::make_unique<SymbolIconPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ProgressRing& element) {
-    return std::make_unique<ProgressRingPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ProgressRing& element) {
+    return std::make_unique<ProgressRingPeer>(client, element);
 }
 
 }  // namespace desktop

@@ -9,12 +9,12 @@ namespace {
 
 /// The first kind in the list that `element` is of.
 template <typename Kind, typename... Rest>
-std::unique_ptr<Peer> NewPeerOf(DesktopWindow& window, platform::UIElement& element) {
+std::unique_ptr<GtkPeer> NewPeerOf(PeerClient& client, platform::UIElement& element) {
     if (auto* const typed = dynamic_cast<Kind*>(&element)) {
-        return NewPeer(window, *typed);
+        return NewPeer(client, *typed);
     }
     if constexpr (sizeof...(Rest) > 0) {
-        return NewPeerOf<Rest...>(window, element);
+        return NewPeerOf<Rest...>(client, element);
     }
     throw platform::Exception(platform::result::kNoInterface,
                               u"The window cannot show an element of this kind.");
@@ -22,11 +22,11 @@ std::unique_ptr<Peer> NewPeerOf(DesktopWindow& window, platform::UIElement& elem
 
 }  // namespace
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::UIElement& element) {
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::UIElement& element) {
     // Derived kinds before their bases.
     return NewPeerOf<platform::Button, platform::ScrollViewer, platform::ContentControl, platform::Grid,
                      platform::StackPanel, platform::TextBlock, platform::TextBox, platform::FontIcon,
-                     platform::SymbolIcon, platform::ProgressRing>(window, element);
+                     platform::SymbolIcon, platform::ProgressRing>(client, element);
 }
 
 }  // namespace desktop

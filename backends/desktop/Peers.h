@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backends/desktop/Peer.h"
+#include "backends/desktop/GtkPeer.h"
 
 namespace platform {
 class Button;
@@ -18,18 +18,18 @@ class TextBox;
 namespace desktop {
 
 /// A peer of the element's kind; throws a platform exception for a kind that has none.
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::UIElement& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::UIElement& element);
 
-// One function a kind, each beside its class.
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Grid& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::StackPanel& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ContentControl& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ScrollViewer& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::Button& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBlock& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBox& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::FontIcon& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::SymbolIcon& element);
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::ProgressRing& element);
+// One function per kind, each beside its class.
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Grid& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::StackPanel& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ContentControl& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ScrollViewer& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Button& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::TextBlock& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::TextBox& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::FontIcon& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::SymbolIcon& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ProgressRing& element);
 
 }  // namespace desktop

@@ -62,17 +62,17 @@ std::vector<SpokenCharacter> Spelled(SpeechLibrary& library, std::u16string_view
         for (const auto character : group) {
             spoken.push_back({character, library.NameOf(character), Milliseconds(kPause, rate)});
         }
-        spoken.back().pause = Milliseconds(kPauseAfterGroup, rate);
+        spoken.back().Pause = Milliseconds(kPauseAfterGroup, rate);
     }
-    spoken.back().pause = 0;
+    spoken.back().Pause = 0;
 
     const auto isUnheard = [&](const SpokenCharacter& character) {
-        return !IsHeard(character.samples, rate);
+        return !IsHeard(character.Samples, rate);
     };
     if (std::any_of(spoken.begin(), spoken.end(), isUnheard) && SelectEnglish(library, voice)) {
         for (auto& character : spoken) {
             if (isUnheard(character)) {
-                character.samples = library.NameOf(character.character);
+                character.Samples = library.NameOf(character.Character);
             }
         }
     }
@@ -132,8 +132,8 @@ platform::SpeechSynthesisStream Synthesizer::Synthesize(std::u16string_view text
     stream.SampleRate = library.SampleRate();
     if (platform::IsIdentifier(text)) {
         for (const auto& character : Spelled(library, text, voice)) {
-            stream.Samples.insert(stream.Samples.end(), character.samples.begin(), character.samples.end());
-            stream.Samples.resize(stream.Samples.size() + character.pause);
+            stream.Samples.insert(stream.Samples.end(), character.Samples.begin(), character.Samples.end());
+            stream.Samples.resize(stream.Samples.size() + character.Pause);
         }
     } else if (!text.empty()) {
         stream.Samples = ReadAsWords(library, text, voice);

@@ -15,10 +15,10 @@ namespace desktop {
 
 /// A character as it is spoken.
 struct SpokenCharacter {
-    char32_t character;
-    std::vector<std::int16_t> samples;
+    char32_t Character;
+    std::vector<std::int16_t> Samples;
     /// The silence after it, in samples: longer after a group, none after the last character.
-    std::size_t pause;
+    std::size_t Pause;
 };
 
 /// Text to sound by espeak-ng, into memory. Any thread but the user-interface thread; the library speaks one

@@ -18,13 +18,13 @@ bool RunsAgainst(GtkWidget* widget, const char* text) {
     return (direction == PANGO_DIRECTION_RTL) != (gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL);
 }
 
-class TextBlockPeer final : public Peer {
+class TextBlockPeer final : public GtkPeer {
   public:
-    TextBlockPeer(DesktopWindow& window, platform::TextBlock& text)
-        : Peer(window, text, NewLabel(text)), m_text(text) {}
+    TextBlockPeer(PeerClient& client, platform::TextBlock& text)
+        : GtkPeer(client, text, NewLabel(text)), m_text(text) {}
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         if (property == ElementProperty::FlowDirection) {
             UpdateAlignment();
         }
@@ -70,10 +70,10 @@ class TextBlockPeer final : public Peer {
     platform::TextBlock& m_text;
 };
 
-class TextBoxPeer final : public Peer {
+class TextBoxPeer final : public GtkPeer {
   public:
-    TextBoxPeer(DesktopWindow& window, platform::TextBox& box)
-        : Peer(window, box, gtk_entry_new()),
+    TextBoxPeer(PeerClient& client, platform::TextBox& box)
+        : GtkPeer(client, box, gtk_entry_new()),
           m_box(box),
           m_changed(
               Widget(), "changed",
@@ -93,7 +93,7 @@ class TextBoxPeer final : public Peer {
     }
 
     void Update(ElementProperty property) override {
-        Peer::Update(property);
+        GtkPeer::Update(property);
         auto* const editable = GTK_EDITABLE(Widget());
         if (property == ElementProperty::Text) {
             gtk_editable_set_editable(editable, !m_box.IsReadOnly());
@@ -177,12 +177,12 @@ class TextBoxPeer final : public Peer {
 
 }  // namespace
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBlock& element) {
-    return std::make_unique<TextBlockPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::TextBlock& element) {
+    return std::make_unique<TextBlockPeer>(client, element);
 }
 
-std::unique_ptr<Peer> NewPeer(DesktopWindow& window, platform::TextBox& element) {
-    return std::make_unique<TextBoxPeer>(window, element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::TextBox& element) {
+    return std::make_unique<TextBoxPeer>(client, element);
 }
 
 }  // namespace desktop

@@ -40,9 +40,9 @@ constexpr std::string_view kOwnTypePrefix = "local:";
 constexpr std::u16string_view kOwnNamespace = u"Kelvane.";
 
 /// Reads one file into one component.
-class Reader {
+class MarkupReader {
   public:
-    Reader(ContentControl& root, LoadedFile file, const ComponentCode& code)
+    MarkupReader(ContentControl& root, LoadedFile file, const ComponentCode& code)
         : m_root(root), m_displayPath(file.DisplayPath), m_source(std::move(file)), m_code(code) {}
 
     NamedElements Read() {
@@ -275,7 +275,7 @@ void NamedElements::Fail(std::u16string_view name, std::u16string_view problem) 
 NamedElements LoadComponent(ContentControl& root, std::u16string_view uri, const ComponentCode& code) {
     VerifyUserInterfaceThread();
     try {
-        return Reader(root, ReadPackageUri(uri), code).Read();
+        return MarkupReader(root, ReadPackageUri(uri), code).Read();
     } catch (...) {
         FailActivation(std::current_exception());
         throw;

@@ -9,8 +9,9 @@
 
 #include "app/App.h"
 #include "backends/desktop/DesktopWorld.h"
+#include "backends/desktop/Display.h"
 #include "backends/desktop/ElementWidget.h"
-#include "backends/desktop/Peer.h"
+#include "backends/desktop/GtkPeer.h"
 #include "package/PackageContent.h"
 #include "platform/core/EndSignals.h"
 #include "platform/core/Text.h"
@@ -34,7 +35,7 @@ struct Fault {
 };
 
 GtkWidget* WidgetOf(const UIElement& element) {
-    return desktop::Peer::Of(element)->Widget();
+    return desktop::GtkPeer::Of(element)->Widget();
 }
 
 /// Shows the element, where nothing has shown it yet.
@@ -184,7 +185,7 @@ int main(int count, char** arguments) {
     }
     const std::string page = arguments[1];
     const std::size_t number = std::stoul(arguments[2]);
-    const auto world = desktop::CreateDesktopWorld({.words = {}, .singleInstance = false});
+    const auto world = desktop::CreateDesktopWorld({.Words = {}, .SingleInstance = false});
     return platform::Application::Start(*world, [&] {
         platform::Application::WhenIdle([&] {
             if (page != "Toolkit" && page != "Kelvane.MainPage") {

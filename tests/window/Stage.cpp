@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "backends/desktop/DesktopWorld.h"
+#include "backends/desktop/Display.h"
 #include "platform/core/EndSignals.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
@@ -199,9 +200,9 @@ int main(int count, char** arguments) {
         std::cerr << "no display\n";
         return 2;
     }
-    desktop::Options options;
-    options.words.assign(arguments + 1, arguments + count);
-    options.background = std::erase(options.words, "--gapplication-service") > 0;
+    desktop::DesktopOptions options;
+    options.Words.assign(arguments + 1, arguments + count);
+    options.Background = std::erase(options.Words, "--gapplication-service") > 0;
     const auto world = desktop::CreateDesktopWorld(std::move(options));
     // Ends with the process: reading the standard input cannot be broken off.
     std::thread([&world] {

@@ -1,8 +1,7 @@
-#include "backends/desktop/Peer.h"
+#include "backends/desktop/GtkPeer.h"
 
 #include <cmath>
 
-#include "backends/desktop/DesktopWindow.h"
 #include "platform/core/Text.h"
 
 namespace desktop {
@@ -58,13 +57,13 @@ void SetDirection(GtkWidget* widget, GtkTextDirection direction) {
 
 }  // namespace
 
-Peer::Peer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget)
-    : m_window(window), m_element(element), m_widget(Share(widget)) {
+GtkPeer::GtkPeer(PeerClient& client, platform::FrameworkElement& element, GtkWidget* widget)
+    : m_client(client), m_element(element), m_widget(Share(widget)) {
     g_object_set_data(G_OBJECT(widget), kPeerKey, this);
 }
 
-Peer::~Peer() {
-    m_window.Forget(*this);
+GtkPeer::~GtkPeer() {
+    m_client.Forget(*this);
     MakeDragArea(false);
     g_object_set_data(G_OBJECT(Widget()), kPeerKey, nullptr);
     if (gtk_widget_get_parent(Widget()) != nullptr) {
@@ -72,20 +71,20 @@ Peer::~Peer() {
     }
 }
 
-Peer* Peer::Of(const platform::UIElement& element) {
-    return static_cast<Peer*>(element.Peer());
+GtkPeer* GtkPeer::Of(const platform::UIElement& element) {
+    return static_cast<GtkPeer*>(element.Peer());
 }
 
-Peer* Peer::Around(GtkWidget* widget) {
+GtkPeer* GtkPeer::Around(GtkWidget* widget) {
     for (; widget != nullptr; widget = gtk_widget_get_parent(widget)) {
         if (auto* const peer = g_object_get_data(G_OBJECT(widget), kPeerKey)) {
-            return static_cast<Peer*>(peer);
+            return static_cast<GtkPeer*>(peer);
         }
     }
     return nullptr;
 }
 
-void Peer::UpdateAll() {
+void GtkPeer::UpdateAll() {
     for (const auto property :
          {ElementProperty::Style, ElementProperty::Text, ElementProperty::Icon, ElementProperty::IsActive,
           ElementProperty::Layout, ElementProperty::FlowDirection, ElementProperty::Visibility,
@@ -94,12 +93,12 @@ void Peer::UpdateAll() {
     }
 }
 
-void Peer::Update(ElementProperty property) {
+void GtkPeer::Update(ElementProperty property) {
     switch (property) {
         case ElementProperty::Visibility:
             gtk_widget_set_visible(Widget(), m_element.Visibility() == platform::Visibility::Visible);
             gtk_widget_set_visible(Outer(), m_element.Visibility() == platform::Visibility::Visible);
-            m_window.ContentChanged();
+            m_client.ContentChanged();
             break;
         case ElementProperty::FlowDirection:
             UpdateDirection();
@@ -118,11 +117,11 @@ void Peer::Update(ElementProperty property) {
     }
 }
 
-void Peer::Focus() {
+void GtkPeer::Focus() {
     gtk_widget_grab_focus(Widget());
 }
 
-void Peer::MakeDragArea(bool dragArea) {
+void GtkPeer::MakeDragArea(bool dragArea) {
     if (dragArea == static_cast<bool>(m_handle)) {
         return;
     }
@@ -145,18 +144,18 @@ void Peer::MakeDragArea(bool dragArea) {
     }
 }
 
-std::vector<Cell> Peer::ChildCells() const {
+std::vector<Cell> GtkPeer::ChildCells() const {
     std::vector<Cell> cells;
     for (const auto* const child : m_element.Children()) {
         if (const auto* const peer = Of(*child);
             peer != nullptr && gtk_widget_get_parent(peer->Outer()) != nullptr) {
-            cells.push_back({.widget = peer->Outer(), .layout = peer->m_element.Layout()});
+            cells.push_back({.Widget = peer->Outer(), .Layout = peer->m_element.Layout()});
         }
     }
     return cells;
 }
 
-std::vector<GtkWidget*> Peer::ChildWidgets() const {
+std::vector<GtkWidget*> GtkPeer::ChildWidgets() const {
     std::vector<GtkWidget*> widgets;
     for (const auto* const child : m_element.Children()) {
         if (const auto* const peer = Of(*child)) {
@@ -166,7 +165,7 @@ std::vector<GtkWidget*> Peer::ChildWidgets() const {
     return widgets;
 }
 
-void Peer::UpdateDirection() {
+void GtkPeer::UpdateDirection() {
     const auto direction = m_element.FlowDirection() == platform::FlowDirection::RightToLeft
                                ? GTK_TEXT_DIR_RTL
                                : GTK_TEXT_DIR_LTR;
@@ -174,10 +173,10 @@ void Peer::UpdateDirection() {
     if (m_handle) {
         gtk_widget_set_direction(m_handle.get(), direction);
     }
-    m_window.DirectionChanged(m_element);
+    m_client.DirectionChanged(m_element);
 }
 
-void Peer::UpdateLayout() {
+void GtkPeer::UpdateLayout() {
     const auto& layout = m_element.Layout();
     auto* const widget = Widget();
     gtk_widget_set_margin_start(widget, Pixels(layout.Margin.Left));
@@ -196,7 +195,7 @@ void Peer::UpdateLayout() {
     gtk_widget_queue_resize(widget);
 }
 
-void Peer::UpdateStyle() {
+void GtkPeer::UpdateStyle() {
     if (!m_styleClass.empty()) {
         gtk_widget_remove_css_class(Widget(), m_styleClass.c_str());
     }
@@ -206,7 +205,7 @@ void Peer::UpdateStyle() {
     }
 }
 
-void Peer::UpdateAccessibility() {
+void GtkPeer::UpdateAccessibility() {
     const auto& accessibility = m_element.Accessibility();
     const auto toolTip = platform::ToValidUtf8(accessibility.ToolTip);
     // The toolkit makes the tool tip the description as well.
@@ -231,7 +230,7 @@ void Peer::UpdateAccessibility() {
         } else if (const auto* const text = Of(*other)) {
             gtk_accessible_update_relation(accessible, relation, GTK_ACCESSIBLE(text->Widget()), nullptr, -1);
         } else {
-            m_window.AwaitLabel(*this);
+            m_client.AwaitLabel(*this);
         }
     };
     relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, accessibility.LabeledBy);

@@ -1,26 +1,26 @@
 #pragma once
 
 #include "backends/desktop/CellLayout.h"
+#include "backends/desktop/PeerClient.h"
 #include "platform/xaml/FrameworkElement.h"
 
 namespace desktop {
 
-class DesktopWindow;
-
-/// What every element has as a widget: place, visibility, direction, style, name. One derived class a family
-/// of elements. User-interface thread; lives while its element is in the window.
-class Peer : public platform::ElementPeer {
+/// What every element has as a widget: place, visibility, direction, style, name. One derived class per
+/// family of elements. User-interface thread; lives while its element is in the window, whose client outlives
+/// it.
+class GtkPeer : public platform::ElementPeer {
   public:
     /// Takes over `widget`.
-    Peer(DesktopWindow& window, platform::FrameworkElement& element, GtkWidget* widget);
-    ~Peer() override;
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
+    GtkPeer(PeerClient& client, platform::FrameworkElement& element, GtkWidget* widget);
+    ~GtkPeer() override;
+    GtkPeer(const GtkPeer&) = delete;
+    GtkPeer& operator=(const GtkPeer&) = delete;
 
     /// The peer of `element`; null outside the window. Every peer of this window is one of these.
-    static Peer* Of(const platform::UIElement& element);
+    static GtkPeer* Of(const platform::UIElement& element);
     /// The peer that `widget` or the nearest widget above it belongs to, or null.
-    static Peer* Around(GtkWidget* widget);
+    static GtkPeer* Around(GtkWidget* widget);
 
     void Update(platform::ElementProperty property) override;
     void Focus() override;
@@ -37,7 +37,7 @@ class Peer : public platform::ElementPeer {
     void MakeDragArea(bool dragArea);
 
   protected:
-    DesktopWindow& Window() const { return m_window; }
+    PeerClient& Client() const { return m_client; }
 
     /// The cells of the element's visible children, for the layout of its widget.
     std::vector<Cell> ChildCells() const;
@@ -50,7 +50,7 @@ class Peer : public platform::ElementPeer {
     void UpdateStyle();
     void UpdateAccessibility();
 
-    DesktopWindow& m_window;
+    PeerClient& m_client;
     platform::FrameworkElement& m_element;
     GObjectPtr<GtkWidget> m_widget;
     GObjectPtr<GtkWidget> m_handle;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "backends/desktop/ColorScheme.h"
-#include "backends/desktop/DesktopWorld.h"
+#include "backends/desktop/DesktopOptions.h"
 #include "backends/desktop/GLibPtr.h"
 #include "backends/desktop/SleepMonitor.h"
 
@@ -15,9 +15,9 @@ class Loop;
 
 /// The program as a member of the user's session: one instance, starts, the session's end.
 /// User-interface thread.
-class Session {
+class SessionClient {
   public:
-    Session(Options options, Loop& loop);
+    SessionClient(DesktopOptions options, Loop& loop);
 
     /// See World::Run.
     int Run(platform::WorldClient& client);
@@ -29,7 +29,7 @@ class Session {
     void HandOver();
     void Started(const std::vector<std::string>& words, bool prelaunch);
 
-    Options m_options;
+    DesktopOptions m_options;
     Loop& m_loop;
     GObjectPtr<GtkApplication> m_application;
     platform::WorldClient* m_client = nullptr;

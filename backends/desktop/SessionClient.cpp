@@ -1,4 +1,4 @@
-#include "backends/desktop/Session.h"
+#include "backends/desktop/SessionClient.h"
 
 #include "backends/desktop/Loop.h"
 #include "platform/core/StandardError.h"
@@ -12,12 +12,12 @@ constexpr const char* kApplicationId = "org.kelvane.Kelvane";
 /// The action by which a second process hands its start to the first.
 constexpr const char* kStartAction = "start";
 
-GApplicationFlags FlagsFor(const Options& options) {
+GApplicationFlags FlagsFor(const DesktopOptions& options) {
     auto flags = static_cast<unsigned>(G_APPLICATION_HANDLES_OPEN);
-    if (!options.singleInstance) {
+    if (!options.SingleInstance) {
         flags |= G_APPLICATION_NON_UNIQUE;
     }
-    if (options.background) {
+    if (options.Background) {
         flags |= G_APPLICATION_IS_SERVICE;
     }
     return static_cast<GApplicationFlags>(flags);
@@ -25,7 +25,7 @@ GApplicationFlags FlagsFor(const Options& options) {
 
 }  // namespace
 
-Session::Session(Options options, Loop& loop)
+SessionClient::SessionClient(DesktopOptions options, Loop& loop)
     : m_options(std::move(options)),
       m_loop(loop),
       m_application(gtk_application_new(kApplicationId, FlagsFor(m_options))) {
@@ -33,7 +33,7 @@ Session::Session(Options options, Loop& loop)
     AddStartAction();
 }
 
-void Session::AddStartAction() {
+void SessionClient::AddStartAction() {
     const GObjectPtr<GSimpleAction> action(g_simple_action_new(kStartAction, G_VARIANT_TYPE_STRING_ARRAY));
     m_signals.emplace_back(
         action.get(), "activate",
@@ -45,13 +45,13 @@ void Session::AddStartAction() {
             while (g_variant_iter_next(&iterator, "&s", &word) != FALSE) {
                 words.emplace_back(word);
             }
-            static_cast<Session*>(self)->Started(words, false);
+            static_cast<SessionClient*>(self)->Started(words, false);
         },
         this);
     g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
 }
 
-int Session::Run(platform::WorldClient& client) {
+int SessionClient::Run(platform::WorldClient& client) {
     m_client = &client;
     auto* const application = G_APPLICATION(m_application.get());
     GError* error = nullptr;
@@ -75,8 +75,8 @@ int Session::Run(platform::WorldClient& client) {
         application, "activate",
         [](GApplication*, gpointer data) {
             // The first one is this process's own start.
-            auto* const self = static_cast<Session*>(data);
-            self->Started(std::exchange(self->m_options.words, {}), false);
+            auto* const self = static_cast<SessionClient*>(data);
+            self->Started(std::exchange(self->m_options.Words, {}), false);
         },
         this);
     m_signals.emplace_back(
@@ -84,17 +84,18 @@ int Session::Run(platform::WorldClient& client) {
         [](GApplication*, gpointer files, int count, const char*, gpointer self) {
             for (int index = 0; index < count; ++index) {
                 const GCharPtr uri(g_file_get_uri(static_cast<GFile**>(files)[index]));
-                static_cast<Session*>(self)->Started({uri.get()}, false);
+                static_cast<SessionClient*>(self)->Started({uri.get()}, false);
             }
         },
         this);
     m_signals.emplace_back(
         application, "query-end",
-        [](GtkApplication*, gpointer self) { static_cast<Session*>(self)->m_client->EndRequested(); }, this);
+        [](GtkApplication*, gpointer self) { static_cast<SessionClient*>(self)->m_client->EndRequested(); },
+        this);
     m_loop.OnQuit([application] { g_application_quit(application); });
     m_colorScheme.emplace();
     m_sleepMonitor.emplace(client);
-    if (m_options.background) {
+    if (m_options.Background) {
         m_loop.Post([this] { Started({}, true); });
     }
 
@@ -109,10 +110,10 @@ int Session::Run(platform::WorldClient& client) {
     return status;
 }
 
-void Session::HandOver() {
+void SessionClient::HandOver() {
     std::vector<GCharPtr> owned;
     std::vector<const char*> words;
-    for (const auto& word : m_options.words) {
+    for (const auto& word : m_options.Words) {
         owned.emplace_back(g_utf8_make_valid(word.data(), static_cast<gssize>(word.size())));
         words.push_back(owned.back().get());
     }
@@ -123,7 +124,7 @@ void Session::HandOver() {
                                  nullptr, nullptr);
 }
 
-void Session::Started(const std::vector<std::string>& words, bool prelaunch) {
+void SessionClient::Started(const std::vector<std::string>& words, bool prelaunch) {
     if (m_client != nullptr) {
         m_client->Started(words, prelaunch);
     }
