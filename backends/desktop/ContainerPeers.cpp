@@ -105,7 +105,7 @@ class ContentPeer : public ContainerPeer {
 class ScrollViewerPeer final : public ContentPeer {
   public:
     ScrollViewerPeer(PeerClient& client, platform::ScrollViewer& viewer, GtkWidget* box = NewElementWidget())
-        : ContentPeer(client, viewer, gtk_scrolled_window_new(), box) {
+        : ContentPeer(client, viewer, gtk_scrolled_window_new(), box), m_viewer(viewer) {
         auto* const scrolled = GTK_SCROLLED_WINDOW(Widget());
         gtk_scrolled_window_set_policy(scrolled, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
         gtk_scrolled_window_set_propagate_natural_height(scrolled, TRUE);
@@ -114,19 +114,20 @@ class ScrollViewerPeer final : public ContentPeer {
         auto* const adjustment = gtk_scrolled_window_get_vadjustment(scrolled);
         m_changed = Signal(
             adjustment, "changed",
-            [](GtkAdjustment*, gpointer self) { static_cast<ScrollViewerPeer*>(self)->UpdateFocusable(); },
+            [](GtkAdjustment*, gpointer self) { static_cast<ScrollViewerPeer*>(self)->ExtentChanged(); },
             this);
-        UpdateFocusable();
+        ExtentChanged();
     }
 
   private:
-    /// Takes the focus itself, for the arrow keys, only where there is something to scroll.
-    void UpdateFocusable() {
+    void ExtentChanged() {
         auto* const adjustment = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(Widget()));
-        gtk_widget_set_focusable(
-            Widget(), gtk_adjustment_get_upper(adjustment) > gtk_adjustment_get_page_size(adjustment));
+        m_viewer.ScrollableHeight(gtk_adjustment_get_upper(adjustment) -
+                                  gtk_adjustment_get_page_size(adjustment));
+        gtk_widget_set_focusable(Widget(), m_viewer.IsTabStop());
     }
 
+    platform::ScrollViewer& m_viewer;
     Signal m_changed;
 };
 

@@ -15,21 +15,8 @@ namespace {
 /// Between two requests for a size.
 constexpr guint kRetryMilliseconds = 100;
 
-/// The first button, in reading order, that is on the screen and that `matches`.
-template <typename Matches>
-platform::Button* FindButton(platform::UIElement& element, Matches matches) {
-    if (element.Visibility() == platform::Visibility::Collapsed) {
-        return nullptr;
-    }
-    if (auto* const button = dynamic_cast<platform::Button*>(&element)) {
-        return matches(*button) ? button : nullptr;
-    }
-    for (auto* const child : element.Children()) {
-        if (auto* const button = FindButton(*child, matches)) {
-            return button;
-        }
-    }
-    return nullptr;
+platform::KeyPress Press(guint key, guint code, GdkModifierType state) {
+    return {.Key = VirtualKeyOf(key), .Modifiers = ModifiersOf(state), .ScanCode = code};
 }
 
 }  // namespace
@@ -81,21 +68,21 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     gtk_widget_add_controller(GTK_WIDGET(window), keys);
     m_signals.emplace_back(
         keys, "key-pressed",
-        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType modifiers, gpointer self)
-            -> gboolean { return static_cast<DesktopWindow*>(self)->KeyChanged(key, code, modifiers, true); },
+        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType state, gpointer self) -> gboolean {
+            return static_cast<DesktopWindow*>(self)->KeyDown(Press(key, code, state));
+        },
         this);
     m_signals.emplace_back(
         keys, "key-released",
-        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType modifiers, gpointer self) {
-            static_cast<DesktopWindow*>(self)->KeyChanged(key, code, modifiers, false);
+        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType state, gpointer self) {
+            static_cast<DesktopWindow*>(self)->KeyUp(Press(key, code, state));
         },
         this);
     // Key releases are not reported while another window has the focus.
     m_signals.emplace_back(
         window, "notify::is-active",
         [](GObject*, GParamSpec*, gpointer self) {
-            static_cast<DesktopWindow*>(self)->m_heldKeys.clear();
-            static_cast<DesktopWindow*>(self)->m_staleKeys.clear();
+            static_cast<DesktopWindow*>(self)->m_keyboard.ReleaseAll();
         },
         this);
 }
@@ -280,50 +267,46 @@ void DesktopWindow::UpdateFocus() {
         peer->Update(platform::ElementProperty::Accessibility);
     }
     auto* const window = m_window.get();
-    auto* const defaultButton =
-        m_root != nullptr ? FindButton(*m_root, [](auto& button) { return button.IsDefault(); }) : nullptr;
-    gtk_window_set_default_widget(window,
-                                  defaultButton != nullptr ? GtkPeer::Of(*defaultButton)->Widget() : nullptr);
+    auto* const button = m_root != nullptr ? platform::DefaultButton(*m_root) : nullptr;
+    // For assistive technology.
+    gtk_window_set_default_widget(window, button != nullptr ? GtkPeer::Of(*button)->Widget() : nullptr);
 
     auto* const focus = gtk_window_get_focus(window);
     if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
         return;
     }
-    // A key that is still down meant the element that had the focus: its repeats must not press the next one.
-    m_staleKeys = m_heldKeys;
-    // Not the first text: it would show itself selected.
-    auto* const first =
-        defaultButton != nullptr ? defaultButton : FindButton(*m_root, [](auto&) { return true; });
-    if (first != nullptr) {
-        GtkPeer::Of(*first)->Focus();
+    m_keyboard.FocusLost();
+    if (auto* const first = platform::FirstFocus(*m_root)) {
+        first->Focus();
     }
 }
 
-bool DesktopWindow::KeyChanged(guint keyValue, guint keyCode, GdkModifierType modifiers, bool down) {
-    if (!down) {
-        m_heldKeys.erase(keyCode);
-        m_staleKeys.erase(keyCode);
-    } else if (m_heldKeys.insert(keyCode); m_staleKeys.contains(keyCode)) {
-        return true;
-    }
+platform::UIElement* DesktopWindow::Focused() const {
     auto* const peer = GtkPeer::Around(gtk_window_get_focus(m_window.get()));
-    auto* const element = peer != nullptr ? &peer->Element() : m_root;
-    if (element == nullptr) {
+    return peer != nullptr ? &peer->Element() : nullptr;
+}
+
+bool DesktopWindow::KeyDown(const platform::KeyPress& press) {
+    if (m_root == nullptr) {
         return false;
     }
-    const auto key = VirtualKeyOf(keyValue);
-    if (element->RaiseKey(key, down)) {
-        return true;
+    const auto response = m_keyboard.KeyDown(*m_root, Focused(), press);
+    if (response.Focus != nullptr || response.Press != nullptr) {
+        gtk_window_set_focus_visible(m_window.get(), TRUE);
     }
-    constexpr auto kModifiers = GDK_SHIFT_MASK | GDK_CONTROL_MASK | GDK_ALT_MASK | GDK_SUPER_MASK;
-    if (!down || key == platform::VirtualKey::None || (modifiers & kModifiers) != 0 || m_root == nullptr) {
-        return false;
+    if (response.Focus != nullptr) {
+        response.Focus->Focus();
     }
-    auto* const button = FindButton(*m_root, [key](auto& each) { return each.AcceleratorKey() == key; });
-    if (button != nullptr) {
-        button->Invoke();
+    if (response.Press != nullptr) {
+        gtk_widget_activate(GtkPeer::Of(*response.Press)->Widget());
     }
-    return button != nullptr;
+    return response.Handled;
+}
+
+void DesktopWindow::KeyUp(const platform::KeyPress& press) {
+    if (m_root != nullptr) {
+        m_keyboard.KeyUp(*m_root, Focused(), press);
+    }
 }
 
 }  // namespace desktop

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 
 #include "backends/desktop/CaptionButtons.h"
 #include "backends/desktop/GtkPeer.h"
 #include "backends/desktop/ResizeBorder.h"
+#include "platform/xaml/Keyboard.h"
 #include "platform/xaml/Peers.h"
 
 namespace desktop {
@@ -54,7 +54,10 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     void RetrySize();
     void LaidOut();
     PixelSize CurrentSize() const;
-    bool KeyChanged(guint keyValue, guint keyCode, GdkModifierType modifiers, bool down);
+    /// The element that has the focus; null for none.
+    platform::UIElement* Focused() const;
+    bool KeyDown(const platform::KeyPress& press);
+    void KeyUp(const platform::KeyPress& press);
 
     platform::WindowClient& m_client;
     GObjectPtr<GtkWindow> m_window;
@@ -76,9 +79,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     DeferredCall m_sizeRetry;
     int m_retriesLeft = 0;
     DeferredCall m_focusUpdate;
-    /// The keys that are down, by hardware code, and those of them that went down on a page that has gone.
-    std::set<guint> m_heldKeys;
-    std::set<guint> m_staleKeys;
+    platform::Keyboard m_keyboard;
     std::vector<Signal> m_signals;
     /// Of the window's surface, which there is from the first Activate on.
     std::optional<Signal> m_laidOut;

@@ -38,34 +38,6 @@ constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*bas
 
 constexpr auto RequestMode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
 
-/// What to pass the focus to: a scrolled window without a use for it would swallow it.
-GtkWidget* FocusTarget(GtkWidget* child) {
-    return GTK_IS_SCROLLED_WINDOW(child) && gtk_widget_get_focusable(child) == FALSE
-               ? gtk_scrolled_window_get_child(GTK_SCROLLED_WINDOW(child))
-               : child;
-}
-
-/// The toolkit's own order goes by position, which puts a button before a higher text beside it.
-constexpr auto Focus = [](GtkWidget* widget, GtkDirectionType direction) -> gboolean {
-    if (direction != GTK_DIR_TAB_FORWARD && direction != GTK_DIR_TAB_BACKWARD) {
-        return GTK_WIDGET_CLASS(element_widget_parent_class)->focus(widget, direction);
-    }
-    const bool forward = direction == GTK_DIR_TAB_FORWARD;
-    const auto next = [forward](GtkWidget* child) {
-        return forward ? gtk_widget_get_next_sibling(child) : gtk_widget_get_prev_sibling(child);
-    };
-    auto* child = gtk_widget_get_focus_child(widget);
-    if (child == nullptr) {
-        child = forward ? gtk_widget_get_first_child(widget) : gtk_widget_get_last_child(widget);
-    }
-    for (; child != nullptr; child = next(child)) {
-        if (gtk_widget_child_focus(FocusTarget(child), direction)) {
-            return TRUE;
-        }
-    }
-    return FALSE;
-};
-
 constexpr auto Dispose = [](GObject* object) {
     SetLayout(GTK_WIDGET(object), nullptr);
     SetChildren(GTK_WIDGET(object), {});
@@ -80,7 +52,6 @@ void element_widget_class_init(ElementWidgetClass* type) {
     widget->measure = Callback(Measure);
     widget->size_allocate = Callback(Allocate);
     widget->get_request_mode = Callback(RequestMode);
-    widget->focus = Callback(Focus);
     gtk_widget_class_set_css_name(widget, "element");
     gtk_widget_class_set_accessible_role(widget, GTK_ACCESSIBLE_ROLE_GROUP);
 }

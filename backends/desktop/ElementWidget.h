@@ -6,8 +6,7 @@
 
 namespace desktop {
 
-/// A widget that places its children by a CellLayout and passes the focus through them in their order, which
-/// is the reading order.
+/// A widget that places its children by a CellLayout.
 GtkWidget* NewElementWidget();
 
 /// `layout` is asked at every measurement; null for no children to place.

@@ -40,4 +40,18 @@ platform::VirtualKey VirtualKeyOf(guint keyValue) {
     return platform::VirtualKey::None;
 }
 
+platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state) {
+    using platform::VirtualKeyModifiers;
+    auto modifiers = VirtualKeyModifiers::None;
+    for (const auto& [mask, modifier] : {std::pair{GDK_CONTROL_MASK, VirtualKeyModifiers::Control},
+                                         {GDK_ALT_MASK, VirtualKeyModifiers::Menu},
+                                         {GDK_SHIFT_MASK, VirtualKeyModifiers::Shift},
+                                         {GDK_SUPER_MASK, VirtualKeyModifiers::Windows}}) {
+        if ((state & mask) != 0) {
+            modifiers = modifiers | modifier;
+        }
+    }
+    return modifiers;
+}
+
 }  // namespace desktop

@@ -9,4 +9,6 @@ namespace desktop {
 /// The platform's number of a key; None for one that has none here.
 platform::VirtualKey VirtualKeyOf(guint keyValue);
 
+platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state);
+
 }  // namespace desktop

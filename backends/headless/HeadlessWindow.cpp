@@ -1,53 +1,33 @@
 #include "backends/headless/HeadlessWindow.h"
 
 #include <algorithm>
-#include <functional>
 
 #include "platform/core/EnterLayer.h"
 #include "platform/xaml/Controls.h"
 
 namespace headless {
 
-using platform::Button;
 using platform::UIElement;
 using platform::VirtualKey;
+using platform::VirtualKeyModifiers;
 
 namespace {
 
-/// Visits `element` and what is below it, as far as it is visible, in reading order.
-void VisitVisible(UIElement& element, const std::function<void(UIElement&)>& visit) {
-    if (element.Visibility() == platform::Visibility::Collapsed) {
-        return;
-    }
-    visit(element);
-    for (auto* child : element.Children()) {
-        VisitVisible(*child, visit);
-    }
-}
-
-/// The first visible button that `wanted` accepts.
-template <typename Wanted>
-Button* FindButton(UIElement& root, Wanted wanted) {
-    Button* found = nullptr;
-    VisitVisible(root, [&](UIElement& element) {
-        if (auto* const button = dynamic_cast<Button*>(&element);
-            found == nullptr && button != nullptr && wanted(*button)) {
-            found = button;
-        }
-    });
-    return found;
+/// A key has its number for a scan code.
+platform::KeyPress Press(VirtualKey key, VirtualKeyModifiers modifiers) {
+    return {.Key = key, .Modifiers = modifiers, .ScanCode = static_cast<std::uint32_t>(key)};
 }
 
 }  // namespace
 
 /// What stands for an element: all that needs remembering is the focus.
-class HeadlessWindow::Element final : public platform::ElementPeer {
+class HeadlessWindow::ElementPeer final : public platform::ElementPeer {
   public:
-    Element(HeadlessWindow& window, UIElement& element) : m_window(window), m_element(element) {}
+    ElementPeer(HeadlessWindow& window, UIElement& element) : m_window(window), m_element(element) {}
 
-    ~Element() override {
+    ~ElementPeer() override {
         if (m_window.m_focused == &m_element) {
-            m_window.m_focused = nullptr;
+            m_window.LoseFocus();
         }
         if (m_window.m_titleBar == &m_element) {
             m_window.m_titleBar = nullptr;
@@ -55,11 +35,9 @@ class HeadlessWindow::Element final : public platform::ElementPeer {
     }
 
     void Update(platform::ElementProperty property) override {
-        if (property != platform::ElementProperty::Children) {
-            return;
-        }
-        if (auto* const button = FindButton(m_element, [](const Button& each) { return each.IsDefault(); })) {
-            m_window.m_focused = button;
+        if (property == platform::ElementProperty::Visibility && m_window.m_focused != nullptr &&
+            !m_window.m_focused->IsShown()) {
+            m_window.LoseFocus();
         }
     }
 
@@ -74,12 +52,12 @@ class HeadlessWindow::Element final : public platform::ElementPeer {
     UIElement& m_element;
 };
 
-class HeadlessWindow::Peer final : public platform::WindowPeer {
+class HeadlessWindow::WindowPeer final : public platform::WindowPeer {
   public:
-    explicit Peer(HeadlessWindow& window) : m_window(window) {}
+    explicit WindowPeer(HeadlessWindow& window) : m_window(window) {}
 
     std::unique_ptr<platform::ElementPeer> CreatePeer(UIElement& element) override {
-        return std::make_unique<Element>(m_window, element);
+        return std::make_unique<ElementPeer>(m_window, element);
     }
     void SetContent(UIElement* content) override { m_window.m_content = content; }
     void Activate() override { m_window.m_shown = true; }
@@ -98,44 +76,44 @@ class HeadlessWindow::Peer final : public platform::WindowPeer {
     HeadlessWindow& m_window;
 };
 
-std::vector<UIElement*> HeadlessWindow::FocusOrder() const {
-    std::vector<UIElement*> order;
-    if (m_content != nullptr) {
-        VisitVisible(*m_content, [&](UIElement& element) {
-            if (element.IsTabStop()) {
-                order.push_back(&element);
-            }
-        });
-    }
-    return order;
+void HeadlessWindow::LoseFocus() {
+    m_focused = nullptr;
+    m_keyboard.FocusLost();
 }
 
-void HeadlessWindow::PressKey(VirtualKey key) {
-    platform::EnterLayer([&] { ChangeKey(key); });
+UIElement* HeadlessWindow::Focused() {
+    if (m_focused == nullptr && m_content != nullptr) {
+        m_focused = platform::FirstFocus(*m_content);
+    }
+    return m_focused;
 }
 
-void HeadlessWindow::ChangeKey(VirtualKey key) {
-    if (m_content == nullptr) {
-        return;
-    }
-    const bool handled = (m_focused != nullptr ? m_focused : m_content)->RaiseKey(key, true);
-    if (!handled && key == VirtualKey::Tab) {
-        const auto order = FocusOrder();
-        const auto current = std::find(order.begin(), order.end(), m_focused);
-        const auto next =
-            current == order.end() || std::next(current) == order.end() ? order.begin() : std::next(current);
-        m_focused = next != order.end() ? *next : nullptr;
-    } else if (auto* const button = dynamic_cast<Button*>(m_focused);
-               !handled && button != nullptr && (key == VirtualKey::Enter || key == VirtualKey::Space)) {
-        button->Invoke();
-    } else if (auto* const accelerated =
-                   FindButton(*m_content, [key](const Button& each) { return each.AcceleratorKey() == key; });
-               !handled && accelerated != nullptr) {
-        accelerated->Invoke();
-    }
-    if (m_focused != nullptr) {
-        m_focused->RaiseKey(key, false);
-    }
+void HeadlessWindow::HoldKey(VirtualKey key, VirtualKeyModifiers modifiers) {
+    platform::EnterLayer([&] {
+        if (m_content == nullptr) {
+            return;
+        }
+        const auto response = m_keyboard.KeyDown(*m_content, Focused(), Press(key, modifiers));
+        if (response.Focus != nullptr) {
+            response.Focus->Focus();
+        }
+        if (response.Press != nullptr) {
+            response.Press->Invoke();
+        }
+    });
+}
+
+void HeadlessWindow::ReleaseKey(VirtualKey key) {
+    platform::EnterLayer([&] {
+        if (m_content != nullptr) {
+            m_keyboard.KeyUp(*m_content, Focused(), Press(key, VirtualKeyModifiers::None));
+        }
+    });
+}
+
+void HeadlessWindow::PressKey(VirtualKey key, VirtualKeyModifiers modifiers) {
+    HoldKey(key, modifiers);
+    ReleaseKey(key);
 }
 
 void HeadlessWindow::SetOverlayInsets(platform::OverlayInsets insets) {
@@ -155,7 +133,7 @@ std::unique_ptr<platform::WindowPeer> HeadlessWindow::CreatePeer(platform::Windo
                                                                  platform::OverlayInsets insets) {
     m_client = &client;
     m_insets = insets;
-    return std::make_unique<Peer>(*this);
+    return std::make_unique<WindowPeer>(*this);
 }
 
 }  // namespace headless

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/xaml/Keyboard.h"
 #include "platform/xaml/Peers.h"
 #include "platform/xaml/UIElement.h"
 
@@ -16,15 +17,17 @@ class HeadlessWindow {
     bool IsShown() const { return m_shown; }
     platform::UIElement* Content() const { return m_content; }
     platform::UIElement* TitleBar() const { return m_titleBar; }
-    platform::UIElement* Focused() const { return m_focused; }
 
-    /// The elements that Tab goes to, in its order: visible, and able to take the focus.
-    std::vector<platform::UIElement*> FocusOrder() const;
+    /// Null when nothing on the page can have the focus.
+    platform::UIElement* Focused();
 
-    /// What pressing and releasing a key does: the focused element and those above it are asked first; if
-    /// none handles the press, Tab moves the focus, Enter and Space press the focused button, and a button's
-    /// accelerator key presses that button.
-    void PressKey(platform::VirtualKey key);
+    /// The user presses a key, holds it (each further call is a repeat), and releases it. See
+    /// platform::Keyboard for what that does.
+    void HoldKey(platform::VirtualKey key,
+                 platform::VirtualKeyModifiers modifiers = platform::VirtualKeyModifiers::None);
+    void ReleaseKey(platform::VirtualKey key);
+    void PressKey(platform::VirtualKey key,
+                  platform::VirtualKeyModifiers modifiers = platform::VirtualKeyModifiers::None);
 
     /// The caption buttons change their place.
     void SetOverlayInsets(platform::OverlayInsets insets);
@@ -36,10 +39,10 @@ class HeadlessWindow {
                                                      platform::OverlayInsets insets);
 
   private:
-    class Peer;
-    class Element;
+    class WindowPeer;
+    class ElementPeer;
 
-    void ChangeKey(platform::VirtualKey key);
+    void LoseFocus();
 
     platform::Size m_size;
     platform::Size m_minimum;
@@ -48,6 +51,7 @@ class HeadlessWindow {
     platform::UIElement* m_content = nullptr;
     platform::UIElement* m_titleBar = nullptr;
     platform::UIElement* m_focused = nullptr;
+    platform::Keyboard m_keyboard;
     platform::WindowClient* m_client = nullptr;
 };
 

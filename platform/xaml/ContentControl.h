@@ -28,6 +28,22 @@ class ContentControl : public FrameworkElement {
 class UserControl : public ContentControl {};
 
 /// Shows content that is higher than the place for it, with a scroll bar when needed.
-class ScrollViewer : public ContentControl {};
+class ScrollViewer : public ContentControl {
+  public:
+    /// Takes the focus, for the keys that scroll, only where there is something to scroll.
+    bool IsTabStop() const override { return m_scrollableHeight > 0; }
+
+    /// By how much the content is higher than its place; zero without a peer that measures it.
+    double ScrollableHeight() const { return m_scrollableHeight; }
+
+    /// For the peer.
+    void ScrollableHeight(double value) {
+        VerifyUserInterfaceThread();
+        m_scrollableHeight = value;
+    }
+
+  private:
+    double m_scrollableHeight = 0;
+};
 
 }  // namespace platform

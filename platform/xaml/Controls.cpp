@@ -4,10 +4,8 @@ namespace platform {
 
 void Button::Invoke() {
     VerifyUserInterfaceThread();
-    for (const UIElement* element = this; element != nullptr; element = element->Parent()) {
-        if (element->Visibility() == platform::Visibility::Collapsed) {
-            return;
-        }
+    if (!IsShown()) {
+        return;
     }
     // A handler may take the button out of the tree.
     const auto keepAlive = shared_from_this();

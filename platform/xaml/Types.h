@@ -94,6 +94,19 @@ enum class VirtualKey : std::uint32_t {
     C = 67
 };
 
+/// Keys that are held while another one is pressed; a set of bits.
+enum class VirtualKeyModifiers : std::uint32_t { None = 0, Control = 1, Menu = 2, Shift = 4, Windows = 8 };
+
+constexpr VirtualKeyModifiers operator|(VirtualKeyModifiers left, VirtualKeyModifiers right) {
+    return static_cast<VirtualKeyModifiers>(static_cast<std::uint32_t>(left) |
+                                            static_cast<std::uint32_t>(right));
+}
+
+/// Whether `modifier` is in the set.
+constexpr bool HasModifier(VirtualKeyModifiers set, VirtualKeyModifiers modifier) {
+    return (set | modifier) == set;
+}
+
 /// The enumeration name of a key ("Tab"); empty for a key without one.
 std::u16string_view NameOf(VirtualKey key);
 

@@ -1,10 +1,18 @@
 #include "platform/xaml/UIElement.h"
 
-#include "platform/xaml/Window.h"
-
 namespace platform {
 
+namespace {
+
+auto g_rootFlowDirection = FlowDirection::LeftToRight;
+
+}  // namespace
+
 UIElement::~UIElement() = default;
+
+bool UIElement::IsShown() const {
+    return m_visibility == platform::Visibility::Visible && (m_parent == nullptr || m_parent->IsShown());
+}
 
 FlowDirection UIElement::FlowDirection() const {
     if (m_flowDirection) {
@@ -13,8 +21,12 @@ FlowDirection UIElement::FlowDirection() const {
     if (m_parent != nullptr) {
         return m_parent->FlowDirection();
     }
-    const auto* const window = Window::Current();
-    return window != nullptr ? window->FlowDirection() : platform::FlowDirection::LeftToRight;
+    return g_rootFlowDirection;
+}
+
+void UIElement::RootFlowDirection(platform::FlowDirection value) {
+    VerifyUserInterfaceThread();
+    g_rootFlowDirection = value;
 }
 
 void UIElement::FlowDirection(platform::FlowDirection value) {

@@ -36,9 +36,16 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     platform::Visibility Visibility() const { return m_visibility; }
     void Visibility(platform::Visibility value) { Set(m_visibility, value, ElementProperty::Visibility); }
 
-    /// The element's own direction, or else its parent's; at a root the window's.
+    /// Whether the element and all above it are visible.
+    bool IsShown() const;
+
+    /// The element's own direction, or else its parent's; at a root see RootFlowDirection.
     platform::FlowDirection FlowDirection() const;
     void FlowDirection(platform::FlowDirection value);
+
+    /// For the window: the direction of every element tree whose root has none of its own. Left to right
+    /// while there is no window.
+    static void RootFlowDirection(platform::FlowDirection value);
 
     /// The element that holds this one; null for a root. Not owning.
     UIElement* Parent() const { return m_parent; }

@@ -83,7 +83,8 @@ Window* Window::Current() {
 }
 
 Window::Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher)
-    : m_flowDirection(DirectionOfLanguage()), m_peer(windows.CreateWindow(*this)) {
+    : m_peer(windows.CreateWindow(*this)) {
+    UIElement::RootFlowDirection(DirectionOfLanguage());
     if (m_peer) {
         m_coreWindow = std::make_shared<platform::CoreWindow>(std::move(dispatcher));
     }
@@ -92,6 +93,7 @@ Window::Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher
 
 Window::~Window() {
     Content(nullptr);
+    UIElement::RootFlowDirection(FlowDirection::LeftToRight);
     g_window = nullptr;
 }
 

@@ -71,6 +71,7 @@ class Window final : private WindowClient {
     /// The program's window; null on any other thread than the user-interface thread.
     static Window* Current();
 
+    /// Element trees have the direction of the user's language from here on.
     Window(WindowSystem& windows, std::shared_ptr<CoreDispatcher> dispatcher);
     ~Window() override;
 
@@ -86,9 +87,6 @@ class Window final : private WindowClient {
     /// the content's.
     void SetTitleBar(const std::shared_ptr<UIElement>& element);
 
-    /// The direction of the user's language; that of every element tree whose root has none of its own.
-    platform::FlowDirection FlowDirection() const { return m_flowDirection; }
-
     const std::shared_ptr<platform::CoreWindow>& CoreWindow() const { return m_coreWindow; }
     const CoreApplicationView& View() const { return m_view; }
     WindowPeer* Peer() const { return m_peer.get(); }
@@ -99,7 +97,6 @@ class Window final : private WindowClient {
     void CloseRequested() override;
     void OverlayInsetsChanged() override;
 
-    const platform::FlowDirection m_flowDirection;
     std::unique_ptr<WindowPeer> m_peer;
     std::shared_ptr<platform::CoreWindow> m_coreWindow;
     CoreApplicationView m_view;
