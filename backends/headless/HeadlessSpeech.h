@@ -1,45 +1,57 @@
 #pragma once
 
+#include "platform/core/EventLoop.h"
 #include "platform/core/Guarded.h"
 #include "platform/media/SpeechEngine.h"
 
 namespace headless {
 
-/// Speech that is written down instead of being heard.
+/// Speech that is remembered instead of being heard.
 class HeadlessSpeech final : public platform::SpeechEngine {
   public:
-    /// What was spoken, and by whom.
+    /// What was synthesized, and with which voice.
     struct Utterance {
         std::u16string Text;
         std::u16string VoiceId;
         bool operator==(const Utterance&) const = default;
     };
 
-    explicit HeadlessSpeech(std::vector<platform::VoiceInformation> voices) : m_voices(std::move(voices)) {}
+    enum class SoundState { Playing, Ended, Failed, Stopped };
+
+    /// What was played.
+    struct Sound {
+        std::u16string Text;
+        SoundState State = SoundState::Playing;
+        bool operator==(const Sound&) const = default;
+    };
+
+    /// Sounds end on the thread that runs `loop`, as soon as it has time; without `hasSound` they fail there.
+    HeadlessSpeech(std::vector<platform::VoiceInformation> voices, bool hasSound, platform::EventLoop& loop)
+        : m_voices(std::move(voices)), m_hasSound(hasSound), m_loop(loop) {}
 
     std::vector<platform::VoiceInformation> Voices() override { return m_voices; }
     /// The samples are the text's characters.
     platform::SpeechSynthesisStream Synthesize(std::u16string_view text,
                                                const platform::VoiceInformation& voice) override;
-
-    /// Plays at once, to the end: `ended` is called before the call returns.
     std::unique_ptr<platform::Playback> Play(std::shared_ptr<const platform::SpeechSynthesisStream> stream,
-                                             std::function<void(std::exception_ptr)> ended) override;
+                                             std::function<void(std::exception_ptr failure)> ended) override;
 
-    /// What has been synthesized so far. Any thread.
+    /// All of them since the start. Any thread.
     std::vector<Utterance> Spoken() const {
         return m_spoken.With([](const auto& spoken) { return spoken; });
     }
-
-    /// The texts of what has been played so far. Any thread.
-    std::vector<std::u16string> Played() const {
-        return m_played.With([](const auto& played) { return played; });
+    std::vector<Sound> Sounds() const {
+        return m_sounds.With([](const auto& sounds) { return sounds; });
     }
 
   private:
+    class Playback;
+
     const std::vector<platform::VoiceInformation> m_voices;
+    const bool m_hasSound;
+    platform::EventLoop& m_loop;
     platform::Guarded<std::vector<Utterance>> m_spoken;
-    platform::Guarded<std::vector<std::u16string>> m_played;
+    platform::Guarded<std::vector<Sound>> m_sounds;
 };
 
 }  // namespace headless

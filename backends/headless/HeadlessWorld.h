@@ -16,6 +16,7 @@ struct HeadlessOptions {
     platform::Size ViewSize{.Width = 640, .Height = 480};
     platform::OverlayInsets Insets{};
     std::vector<platform::VoiceInformation> Voices{};
+    bool HasSound = true;
     /// Empty: from the environment, as POSIX says.
     std::string LocaleName{};
     /// Empty: from the environment.
@@ -42,9 +43,9 @@ class HeadlessWorld final : public platform::World {
     /// User-interface thread.
     const std::u16string& ClipboardText() const { return m_clipboard; }
     HeadlessWindow& Window() { return m_window; }
-    HeadlessSpeech& Spoken() { return m_speech; }
+    const HeadlessSpeech& Spoken() const { return m_speech; }
 
-    /// While Run runs: who to tell of later starts, sleep and waking.
+    /// While Run runs: what later starts, sleep and waking are reported to.
     platform::WorldClient& Client() { return *m_client; }
 
   private:

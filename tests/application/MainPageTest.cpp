@@ -208,7 +208,8 @@ TEST_F(MainPageTest, ReadsTheSerialNumberWithTheFirstFemaleVoice) {
     StartService();
     Run({[&] { Press(u"ReadSerialNumber"); }});
     EXPECT_EQ(m_world->Spoken().Spoken(), (std::vector<headless::HeadlessSpeech::Utterance>{{u"h", u"f"}}));
-    EXPECT_EQ(m_world->Spoken().Played(), (std::vector<std::u16string>{u"h"}));
+    using Speech = headless::HeadlessSpeech;
+    EXPECT_EQ(m_world->Spoken().Sounds(), (std::vector<Speech::Sound>{{u"h", Speech::SoundState::Ended}}));
 }
 
 TEST_F(MainPageTest, ReadAloudWithoutAVoiceOrATextIsAnErrorLineAndNothingWorse) {
