@@ -2,6 +2,7 @@
 
 #include "chrome/PageChrome.h"
 #include "logging/Trace.h"
+#include "pages/RequestInProgress.h"
 #include "pages/WorkThenShow.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Window.h"
@@ -46,7 +47,7 @@ void RunSystemDiagnostics::Ok_Click(platform::UIElement&, const platform::Routed
                     .Verbose(u"Ok_Click()-create_task");
                 viewModel->SetUEFIFlagOperation();
             },
-            [] {
+            [request = RequestInProgress(u"Kelvane::RunSystemDiagnostics::Ok_Click")] {
                 Trace(u"Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_2>::operator ()")
                     .Verbose(u"Ok_Click()-RunAsync");
             });

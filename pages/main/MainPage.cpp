@@ -5,6 +5,7 @@
 #include "chrome/PageChrome.h"
 #include "logging/Trace.h"
 #include "pages/KeyRule.h"
+#include "pages/RequestInProgress.h"
 #include "pages/WorkThenShow.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "platform/resources/Package.h"
@@ -209,7 +210,10 @@ void MainPage::MainWindow_Loaded(UIElement&, const RoutedEventArgs&) {
 
 void MainPage::Advanced_Click(UIElement&, const RoutedEventArgs&) {
     Traced(u"Kelvane::MainPage::Advanced_Click", [] {
-        platform::create_task([viewModel = MainViewModel::GetInstance()] { viewModel->LaunchSysInfo(); });
+        platform::create_task([viewModel = MainViewModel::GetInstance(),
+                               request = RequestInProgress(u"Kelvane::MainPage::Advanced_Click")] {
+            viewModel->LaunchSysInfo();
+        });
     });
 }
 

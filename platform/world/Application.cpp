@@ -6,6 +6,7 @@
 
 #include "platform/core/EndSignals.h"
 #include "platform/core/Exception.h"
+#include "platform/core/ExtendedExecution.h"
 #include "platform/core/Guarded.h"
 #include "platform/core/Lifetime.h"
 #include "platform/core/StandardError.h"
@@ -20,8 +21,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long a suspension waits for its deferrals.
+/// How long the end waits for the deferrals of its suspension, and how much of that for sessions before it.
 constexpr auto kSuspensionLimit = 5s;
+constexpr auto kExtensionLimit = 4s;
 
 }  // namespace
 
@@ -49,6 +51,8 @@ class ApplicationRun final : private WorldClient, private Lifetime {
     void Woken() override;
 
     void Suspend(std::function<void()> done);
+    void SuspendAndFinish();
+    void CloseWindow();
     void Resume(int sleep);
     void Finish();
     void CheckIdle();
@@ -57,6 +61,8 @@ class ApplicationRun final : private WorldClient, private Lifetime {
     UserInterfaceThreadMark m_thread;
     WorldScope m_scope;
     Provided<Lifetime> m_lifetime{*this};
+    ExtendedExecution m_extended;
+    Provided<ExtendedExecution> m_providedExtended{m_extended};
     std::shared_ptr<CoreDispatcher> m_dispatcher;
     std::shared_ptr<Application> m_application;
     std::optional<Window> m_window;
@@ -172,16 +178,31 @@ void ApplicationRun::EndRequested() {
         return;
     }
     m_world.Loop().PostAfter(kSuspensionLimit, [this] { Finish(); });
+    if (m_extended.IsOpen()) {
+        CloseWindow();
+        m_world.Loop().PostAfter(kExtensionLimit, [this] {
+            m_extended.Revoke();
+            SuspendAndFinish();
+        });
+    }
+    m_extended.WhenClosed([this] { m_world.Loop().Post([this] { SuspendAndFinish(); }); });
+}
+
+void ApplicationRun::SuspendAndFinish() {
     Suspend([this] { m_world.Loop().Post([this] { Finish(); }); });
+}
+
+void ApplicationRun::CloseWindow() {
+    if (m_window && m_window->Peer() != nullptr) {
+        m_window->Peer()->Close();
+    }
 }
 
 void ApplicationRun::Finish() {
     if (std::exchange(m_finished, true)) {
         return;
     }
-    if (m_window && m_window->Peer() != nullptr) {
-        m_window->Peer()->Close();
-    }
+    CloseWindow();
     m_world.Loop().Quit();
 }
 

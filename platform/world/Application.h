@@ -37,7 +37,8 @@ class Application {
 
     /// Makes the calling thread the user-interface thread, creates the application object with `create`, and
     /// runs `world` until the application has ended: window closed, asked to by a signal or the session, or
-    /// failed. Before the end `Suspending` is raised and its deferrals are waited for, five seconds at most.
+    /// failed. The end waits for open ExtendedExecutionSessions, without the window, then raises `Suspending`
+    /// and waits for its deferrals: five seconds at most, four of them for the sessions.
     /// Returns the exit status: 0, or 1 after an unhandled failure, which is reported on the standard error
     /// stream.
     static int Start(World& world, const std::function<std::shared_ptr<Application>()>& create);

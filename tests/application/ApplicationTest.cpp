@@ -53,14 +53,15 @@ void ApplicationTest::StartService() {
         m_onRead();
         m_answerIsEmpty ? call.SetRawText(0, 0, u"") : call.SetText(0, text);
     };
+    const auto request = [this](ServerCall& call) {
+        ++m_calls[call.Procedure()];
+        m_onRequest();
+    };
     m_service.emplace(std::map<unsigned, platform::rpc::ServerProcedure>{
-        {procedure::StartMSInfoApp, [this](ServerCall& call) { ++m_calls[call.Procedure()]; }},
+        {procedure::StartMSInfoApp, request},
         {procedure::ReadSysInfo, [=, this](ServerCall& call) { answer(call, m_systemInformation); }},
         {procedure::ReadUSBTypeCInfo, [=, this](ServerCall& call) { answer(call, m_usbTypeC); }},
-        {procedure::SetUEFIFlag, [this](ServerCall& call) {
-             ++m_calls[call.Procedure()];
-             m_onSetUefiFlag();
-         }}});
+        {procedure::SetUEFIFlag, request}});
 }
 
 int ApplicationTest::Run(std::vector<Step> steps) {

@@ -68,17 +68,18 @@ class ApplicationTest : public testing::Test {
     std::atomic<bool> m_answerIsEmpty = false;
     /// Runs in the service before the answer to a read.
     std::function<void()> m_onRead = [] {};
-    /// Runs in the service, in place of an answer to procedure 12.
-    std::function<void()> m_onSetUefiFlag = [] {};
+    /// Runs in the service before the answer to a request that is no read.
+    std::function<void()> m_onRequest = [] {};
     /// What the last run wrote to standard error beside the trace.
     std::string m_errors;
+
+    TestClock m_clock;
 
   private:
     std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);
 
     tests::StateFolderScope m_state;
     platform::rpc::test::EndpointScope m_endpoints;
-    TestClock m_clock;
     platform::ClockScope m_clockScope{m_clock};
     std::array<std::atomic<int>, 13> m_calls{};
     std::optional<platform::rpc::test::TestService> m_service;

@@ -1,7 +1,11 @@
+#include <unistd.h>
+
 #include <future>
 
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
+#include "tests/application/TraceText.h"
+#include "tests/support/Golden.h"
 #include "tests/support/PackageScope.h"
 
 namespace Kelvane {
@@ -116,7 +120,7 @@ TEST_F(PagesTest, APageThatIsLeftBeforeItsReadEndsIsFilledAllTheSame) {
 
 TEST_F(PagesTest, OkLeavesTheDiagnosticsPageAtOnceAndTheRequestOutlivesIt) {
     std::promise<void> left;
-    m_onSetUefiFlag = [&] { left.get_future().wait(); };
+    m_onRequest = [&] { left.get_future().wait(); };
     StartService();
     Run({[&] { Press(u"RunSysDiagsbutton"); },
          [&] {
@@ -136,6 +140,53 @@ TEST_F(PagesTest, OkLeavesTheDiagnosticsPageAtOnceAndTheRequestOutlivesIt) {
                   "Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_1>::operator ()Ok_Click()-create_task",
                   "Kelvane::RunSystemDiagnostics::Ok_Click::<lambda_2>::operator ()Ok_Click()-RunAsync"}));
 }
+
+/// A request that the window is closed over, and the buttons that lead to it.
+struct LastRequest {
+    const char* trace;
+    std::vector<std::u16string> buttons;
+    bool isAnswered;
+
+    friend void PrintTo(const LastRequest& request, std::ostream* out) { *out << request.trace; }
+};
+
+class LastRequestTest : public PagesTest, public testing::WithParamInterface<LastRequest> {};
+
+TEST_P(LastRequestTest, IsWaitedForWithoutAWindowAndTheLogSaysWhatBecameOfIt) {
+    std::promise<void> asked;
+    std::promise<void> answer;
+    m_onRequest = [&] {
+        asked.set_value();
+        answer.get_future().wait();
+    };
+    StartService();
+    std::vector<Step> steps;
+    for (const auto& button : GetParam().buttons) {
+        steps.emplace_back([&] { Press(button); });
+    }
+    steps.back() = [&, press = steps.back()] {
+        press();
+        m_world->Window().RequestClose();
+        m_world->Loop().Post([&] {
+            EXPECT_FALSE(m_world->Window().IsShown());
+            asked.get_future().wait();
+            GetParam().isAnswered ? answer.set_value() : m_clock.Advance(std::chrono::seconds(4));
+        });
+    };
+    EXPECT_EQ(Run(steps), 0);
+    if (!GetParam().isAnswered) {
+        answer.set_value();
+    }
+    tests::ExpectGolden("application/traces/" + std::string(GetParam().trace) + ".txt",
+                        TraceText(tests::ReadFolder(StoredLogs()), static_cast<std::uint32_t>(gettid())));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Requests, LastRequestTest,
+    testing::Values(LastRequest{"DiagnosticsThenClose", {u"RunSysDiagsbutton", u"OkButton"}, true},
+                    LastRequest{"DiagnosticsUnanswered", {u"RunSysDiagsbutton", u"OkButton"}, false},
+                    LastRequest{"ToolThenClose", {u"Advanced"}, true}),
+    [](const auto& request) { return std::string(request.param.trace); });
 
 TEST_F(PagesTest, EscapeLeavesTheDiagnosticsPageWithoutARequest) {
     StartService();
