@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "bench/Commands.h"
+#include "bench/OpenedContext.h"
 #include "platform/core/Text.h"
 #include "platform/rpc/Server.h"
 #include "service/RpcClient.h"
@@ -139,44 +140,15 @@ std::vector<double> MeasurePlain(std::size_t runs, std::size_t requestSize, std:
     });
 }
 
-/// An open context of its own, for calls beneath RpcClient.
-struct Session {
-    explicit Session(const std::u16string& endpoint) {
-        const std::u16string string = u"ncalrpc:[" + endpoint + u"]";
-        if (const auto status = RpcBindingFromStringBindingW(string.c_str(), &Binding); status != 0) {
-            throw RpcException(status);
-        }
-        NdrClientCall3(Kelvane::kHotkeyRpc, procedure::OpenContext, {Binding, &Context});
-    }
-    ~Session() { RpcBindingFree(&Binding); }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
-    /// Characters of the record that one call returns.
-    std::size_t Read() const {
-        std::int32_t length = 0;
-        char16_t* text = nullptr;
-        NdrClientCall3(Kelvane::kHotkeyRpc, procedure::ReadSysInfo, {Context, &length, &text});
-        if (text == nullptr) {
-            throw std::runtime_error("the service returned no record");
-        }
-        Kelvane::midl_user_free(text);
-        return static_cast<std::size_t>(length);
-    }
-
-    RPC_BINDING_HANDLE Binding = nullptr;
-    RPC_CONTEXT_HANDLE Context = nullptr;
-};
-
 void WholeSession(const std::u16string& endpoint) {
-    Session session(endpoint);
+    OpenedContext session(endpoint);
     session.Read();
     NdrClientCall3(Kelvane::kHotkeyRpc, procedure::CloseContext, {&session.Context});
 }
 
 /// Prints the line.
 void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t sessions) {
-    const Session session(endpoint);
+    const OpenedContext session(endpoint);
     const std::size_t characters = session.Read();
     // NDR64: length, padding, referent and count before the characters.
     const std::size_t requestSize = kCallHeaderSize + kHandleSize;

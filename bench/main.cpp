@@ -19,6 +19,11 @@ struct Row {
 };
 
 constexpr std::array kRows = {
+    Row{"flood", "SOCKET PID STRANGERS ACCEPTED SECONDS",
+        "how long root waits at the service PID at SOCKET while STRANGERS users who may not call and "
+        "ACCEPTED users "
+        "of the service's group flood it; as root; the socket is root's, the configuration answers the group",
+        bench::Flood},
     Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
         bench::Log},
     Row{"rpc", "SOCKET CALLS SESSIONS",
