@@ -57,27 +57,29 @@ extern "C" ssize_t getrandom(void* buffer, std::size_t size, unsigned) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static bool accepted;
     static ServerShared shared{
-        Kelvane::kHotkeyRpc,
-        Procedures(),
-        {.Accept = [](const Peer&) { return accepted; }, .MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
+        Kelvane::kHotkeyRpc, Procedures(), {.MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
     int pair[2];
     if (size == 0 || size > kMaxInput || socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
         return 0;
     }
     g_contexts = 0;
-    accepted = (data[0] & kMayNotCall) == 0;
+    const Admitted admitted = (data[0] & kOneTooMany) != 0   ? Admitted::TooMany
+                              : (data[0] & kMayNotCall) != 0 ? Admitted::Denied
+                                                             : Admitted::Serve;
     const platform::FileDescriptor client(pair[0]);
     {
-        ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {},
-                                    (data[0] & kOneTooMany) == 0);
+        ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {}, admitted);
         if (data[0] % 4 != 0) {
             SendAll(client.Get(), Bind(data[0] % 4 == 1 ? kNdr : kNdr64));
         }
         SendAll(client.Get(), std::as_bytes(std::span(data, size)).subspan(1));
         shutdown(client.Get(), SHUT_WR);
-        connection.Run();
+        if (admitted == Admitted::Serve) {
+            connection.Run();
+        }
+        while (admitted != Admitted::Serve && connection.HandleArrived()) {
+        }
     }
     fuzz::Require(shared.Associations.OpenContexts() == 0);
     PduStream answers;

@@ -10,42 +10,55 @@ namespace {
 constexpr double kTicksPerSecond = 10'000'000;
 }
 
-Admitted Admission::Enter(uid_t user) {
-    return m_users.With([&](auto& users) {
-        const auto [entry, isNew] = users.try_emplace(user);
-        User& state = entry->second;
-        if (isNew) {
-            state.Calls = m_maxCallsPerSecond;
-            state.Updated = CurrentClock().Steady();
-        }
-        if (state.Connections >= 2 * m_maxConnections) {
-            return Admitted::Drop;
-        }
-        return ++state.Connections <= m_maxConnections ? Admitted::Serve : Admitted::Refuse;
-    });
+Admitted Admission::Enter(const Peer& caller) {
+    if (!HasRoom(caller.Uid)) {
+        return Admitted::TooMany;
+    }
+    if (m_options.Accept && !m_options.Accept(caller)) {
+        return Admitted::Denied;
+    }
+    if (!TakeCall(caller.Uid)) {
+        return Admitted::TooMany;
+    }
+    ++m_connections;
+    m_users.With([&](Users& users) { ++users[caller.Uid].connections; });
+    return Admitted::Serve;
 }
 
 void Admission::Leave(uid_t user) {
-    // The user's entry stays: a new connection must not bring a new allowance of calls.
-    m_users.With([&](auto& users) { --users[user].Connections; });
+    // The user's entry stays for as long as it counts: a new connection must not bring new calls.
+    --m_connections;
+    m_users.With([&](Users& users) { --users[user].connections; });
 }
 
 bool Admission::TakeCall(uid_t user) {
-    if (m_maxCallsPerSecond == 0) {
+    const double most = m_options.MaxCallsPerSecond;
+    if (most == 0) {
         return true;
     }
-    return m_users.With([&](auto& users) {
-        User& state = users[user];
-        const std::int64_t now = CurrentClock().Steady();
-        const double earned =
-            static_cast<double>(now - state.Updated) / kTicksPerSecond * m_maxCallsPerSecond;
-        state.Calls = std::min<double>(m_maxCallsPerSecond, state.Calls + earned);
-        state.Updated = now;
-        if (state.Calls < 1) {
-            return false;
+    const std::int64_t now = CurrentClock().Steady();
+    const auto callsOf = [&](const User& state) {
+        return std::min(most,
+                        state.calls + static_cast<double>(now - state.updated) / kTicksPerSecond * most);
+    };
+    return m_users.With([&](Users& users) {
+        if (!users.contains(user)) {
+            std::erase_if(users, [&](const auto& entry) {
+                return entry.second.connections == 0 && callsOf(entry.second) == most;
+            });
         }
-        --state.Calls;
-        return true;
+        User& state = users.try_emplace(user, User{.calls = most, .updated = now}).first->second;
+        state = {.connections = state.connections, .calls = callsOf(state), .updated = now};
+        const bool may = state.calls >= 1;
+        state.calls -= may ? 1 : 0;
+        return may;
+    });
+}
+
+bool Admission::HasRoom(uid_t user) {
+    return m_connections < m_options.MaxConnections && m_users.With([&](const Users& users) {
+        const auto found = users.find(user);
+        return found == users.end() || found->second.connections < m_options.MaxConnectionsPerUser;
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// How much of a server one user may take: connections, and calls a second. Any thread.
+// Which connections a server serves, and how many calls each user may make. Decides by numbers and
+// credentials alone, so that a connection that is refused costs neither a thread nor memory.
 
 #include <sys/types.h>
 
@@ -9,33 +10,38 @@
 #include <map>
 
 #include "platform/core/Guarded.h"
+#include "platform/rpc/Server.h"
 
 namespace platform::rpc {
 
-enum class Admitted { Serve, Refuse, Drop };
+enum class Admitted { Serve, TooMany, Denied };
 
 class Admission {
   public:
-    Admission(std::size_t maxConnections, unsigned maxCallsPerSecond)
-        : m_maxConnections(maxConnections), m_maxCallsPerSecond(maxCallsPerSecond) {}
+    /// `options` must outlive this object.
+    explicit Admission(const ServerOptions& options) : m_options(options) {}
 
-    /// Counts a connection of `user` unless the answer is Drop; Leave ends it.
-    Admitted Enter(uid_t user);
+    /// Decides about a new connection, which costs a call, and counts it if it is to be served; Leave ends
+    /// that. `Accept` is asked only where there is room. One thread at a time.
+    Admitted Enter(const Peer& caller);
     void Leave(uid_t user);
 
-    /// Whether `user` may make a call now.
+    /// Whether `user` may make a call now. Any thread.
     bool TakeCall(uid_t user);
 
   private:
     struct User {
-        std::size_t Connections = 0;
-        double Calls = 0;  ///< that may be made at once
-        std::int64_t Updated = 0;
+        std::size_t connections = 0;
+        double calls = 0;  ///< that may be made at once
+        std::int64_t updated = 0;
     };
+    using Users = std::map<uid_t, User>;
 
-    const std::size_t m_maxConnections;
-    const unsigned m_maxCallsPerSecond;
-    Guarded<std::map<uid_t, User>> m_users;
+    bool HasRoom(uid_t user);
+
+    const ServerOptions& m_options;
+    std::size_t m_connections = 0;
+    Guarded<Users> m_users;
 };
 
 }  // namespace platform::rpc

@@ -14,6 +14,7 @@
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
+#include "platform/rpc/Refusals.h"
 #include "platform/rpc/ServerConnection.h"
 
 namespace platform::rpc {
@@ -22,6 +23,10 @@ namespace {
 
 /// How long accepting rests when the process has run out of descriptors.
 constexpr int kExhaustedPauseMilliseconds = 100;
+
+/// How many connections of one listener are accepted before others and those that are refused have their
+/// turn.
+constexpr int kAcceptedAtOnce = 16;
 
 void Ring(int doorbell) noexcept {
     const std::uint64_t one = 1;
@@ -84,26 +89,34 @@ void ServerCall::InvokeCallback(std::int32_t code, std::u16string_view text, std
     m_connection.InvokeCallback(values);
 }
 
-/// A connection and its thread. Destroying it waits for the thread.
+/// A served connection and its thread. Destroying it waits for the thread.
 struct Server::Session {
-    Session(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served, int doorbell)
-        : Connection(shared, std::move(socket), peer, served), Thread([this, &shared, doorbell] {
+    Session(ServerShared& shared, FileDescriptor socket, const Peer& peer, int doorbell)
+        : Shared(shared),
+          Connection(shared, std::move(socket), peer, Admitted::Serve),
+          Thread([this, doorbell] {
               Connection.Run();
-              shared.Admission.Leave(Connection.Caller().Uid);
-              --shared.Connections;
               Done = true;
               Ring(doorbell);
           }) {}
+    ~Session() {
+        Thread.join();
+        Shared.Admission.Leave(Connection.Caller().Uid);
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
+    ServerShared& Shared;
     ServerConnection Connection;
     std::atomic<bool> Done = false;
-    std::jthread Thread;
+    std::thread Thread;
 };
 
 Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures,
                ServerOptions options)
     : m_shared(new ServerShared{interface, std::move(procedures), std::move(options)}),
-      m_doorbell(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+      m_doorbell(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_refusals(new Refusals(*m_shared)) {
     if (m_doorbell.Get() < 0) {
         throw ExceptionFromErrno("create the server's event", errno);
     }
@@ -139,65 +152,75 @@ void Server::Run() {
     };
     std::ranges::for_each(m_listening, listenAt);
     std::ranges::for_each(m_adopted, listenAt);
+    const std::size_t own = waits.size();
 
     bool exhausted = false;
     while (!m_stopping) {
-        const nfds_t watched = exhausted ? 1 : waits.size();
-        if (poll(waits.data(), watched, exhausted ? kExhaustedPauseMilliseconds : -1) < 0 && errno != EINTR) {
+        for (std::size_t i = 1; i < own; ++i) {
+            waits[i].events = exhausted ? 0 : POLLIN;
+        }
+        waits.resize(own);
+        m_refusals->AppendTo(waits);
+        const int pause = exhausted ? kExhaustedPauseMilliseconds : m_refusals->MillisecondsLeft();
+        if (poll(waits.data(), waits.size(), pause) < 0 && errno != EINTR) {
             throw ExceptionFromErrno("wait for clients", errno);
         }
         std::uint64_t rings = 0;
         [[maybe_unused]] const ssize_t size = read(m_doorbell.Get(), &rings, sizeof rings);
         m_sessions.remove_if([](const Session& session) { return session.Done.load(); });
+        m_refusals->Answer(std::span(waits).subspan(own));
         exhausted = false;
-        for (std::size_t i = 1; i < watched && !m_stopping; ++i) {
-            exhausted |= waits[i].revents != 0 && !Accept(waits[i].fd);
+        for (std::size_t i = 1; i < own && !m_stopping; ++i) {
+            exhausted |= waits[i].revents != 0 && !AcceptWaiting(waits[i].fd);
         }
+        m_connections = m_sessions.size() + m_refusals->Size();
     }
     EndSessions();
 }
 
 void Server::EndSessions() noexcept {
+    m_refusals->Clear();
     for (Session& session : m_sessions) {
         session.Connection.Shutdown();
     }
     m_sessions.clear();
+    m_connections = 0;
 }
 
 /// False when the process has no descriptors or threads left for another client.
-bool Server::Accept(int listener) {
-    FileDescriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
-    if (socket.Get() < 0) {
-        return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != ENOBUFS;
-    }
-    try {
-        const Peer peer = PeerOf(socket.Get());
-        const Admitted admitted = m_shared->Admission.Enter(peer.Uid);
-        if (admitted == Admitted::Drop) {
-            return true;
+bool Server::AcceptWaiting(int listener) {
+    for (int i = 0; i < kAcceptedAtOnce; ++i) {
+        FileDescriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+        if (!socket) {
+            return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != ENOBUFS;
         }
-        ++m_shared->Connections;
         try {
-            m_sessions.emplace_back(*m_shared, std::move(socket), peer, admitted == Admitted::Serve,
-                                    m_doorbell.Get());
-        } catch (...) {
-            m_shared->Admission.Leave(peer.Uid);
-            --m_shared->Connections;
-            throw;
+            Admit(std::move(socket));
+        } catch (const std::exception& exception) {
+            OutputDebugStringW(u"rpc: client turned away: " + FromUtf8(exception.what()));
+            return false;
         }
-    } catch (const std::exception& exception) {
-        OutputDebugStringW(u"rpc: client turned away: " + FromUtf8(exception.what()));
-        return false;
     }
     return true;
 }
 
-std::size_t Server::OpenContexts() const {
-    return m_shared->Associations.OpenContexts();
+void Server::Admit(FileDescriptor socket) {
+    const Peer peer = PeerOf(socket.Get());
+    const Admitted admitted = m_shared->Admission.Enter(peer);
+    if (admitted != Admitted::Serve) {
+        m_refusals->Add(std::move(socket), peer, admitted);
+        return;
+    }
+    try {
+        m_sessions.emplace_back(*m_shared, std::move(socket), peer, m_doorbell.Get());
+    } catch (...) {
+        m_shared->Admission.Leave(peer.Uid);
+        throw;
+    }
 }
 
-std::size_t Server::Connections() const {
-    return m_shared->Connections;
+std::size_t Server::OpenContexts() const {
+    return m_shared->Associations.OpenContexts();
 }
 
 }  // namespace platform::rpc

@@ -1,8 +1,8 @@
 #pragma once
 
-// The serving side: listens at endpoints, answers an interface's procedures. Each connection has a thread of
-// its own, so a slow, silent or hostile client delays no other; each user may hold a limited
-// number of connections.
+// The serving side: listens at endpoints, answers an interface's procedures. Each connection that is served
+// has a thread of its own, so a slow, silent or hostile client delays no other. Their number is limited, per
+// user and in total; a connection that is not served is answered by the thread that accepts.
 
 #include <atomic>
 #include <chrono>
@@ -22,6 +22,7 @@
 
 namespace platform::rpc {
 
+class Refusals;
 class ServerConnection;
 struct ServerShared;
 
@@ -71,19 +72,29 @@ class ServerCall {
 using ServerProcedure = std::function<void(ServerCall&)>;
 
 struct ServerOptions {
-    /// Whether a caller may call; asked once a connection, on its thread. Each call of one that may not fails
-    /// with status 5. Empty: everybody may.
+    /// Whether a caller may call; asked once per connection on the thread in Run, which accepts no other one
+    /// until it returns. The calls of one that may not fail with status 5. Empty: everybody may.
     std::function<bool(const Peer&)> Accept{};
 
     std::size_t MaxRequestBytes = std::size_t{1} << 20;
 
-    /// Up to as many more are answered "server too busy"; beyond that connections are closed silently.
+    /// Connections that are served at once. Calls on further ones fail with status 1723.
+    std::size_t MaxConnections = 1024;
     std::size_t MaxConnectionsPerUser = 32;
+
+    /// Connections that are kept at once until they have got their refusal; beyond that the oldest is closed
+    /// without it.
+    std::size_t MaxRefusals = 128;
 
     /// Connections of one association share this.
     std::size_t MaxContextsPerConnection = 8;
 
-    /// Of one user, all connections together; one that goes over fails with status 1723. 0: no limit.
+    /// Of answers that a client has not read yet, per connection; a longer answer waits for its reader. The
+    /// kernel takes up to twice as many. 0: the system's default.
+    int MaxUnreadBytes = 0;
+
+    /// Of one user, all connections together, a new connection counting as one; what goes over fails with
+    /// status 1723. 0: no limit.
     unsigned MaxCallsPerSecond = 0;
 
     /// Closes a connection that says nothing and holds no context, that stops in the middle of a message, or
@@ -117,24 +128,27 @@ class Server {
     /// Ends Run, also one that has yet to begin. Any thread, and any signal handler.
     void Stop() noexcept;
 
-    /// Any thread.
+    /// Any thread. Connections include those that are being refused.
     std::size_t OpenContexts() const;
-    std::size_t Connections() const;
+    std::size_t Connections() const { return m_connections; }
 
   private:
     struct Session;
 
-    bool Accept(int listener);
+    bool AcceptWaiting(int listener);
+    void Admit(FileDescriptor socket);
     void EndSessions() noexcept;
 
     const std::unique_ptr<ServerShared> m_shared;
     FileDescriptor m_doorbell;
     std::atomic<bool> m_stopping = false;
+    std::atomic<std::size_t> m_connections = 0;
 
     // The thread in Run.
     std::list<ListeningSocket> m_listening;
     std::list<FileDescriptor> m_adopted;
     std::list<Session> m_sessions;
+    const std::unique_ptr<Refusals> m_refusals;
 };
 
 }  // namespace platform::rpc

@@ -12,27 +12,27 @@ namespace platform::rpc {
 
 namespace {
 
-/// How long a client that is one too many may take to ask.
-constexpr std::chrono::milliseconds kRefusalLimit{1000};
-
 bool Serves(const SyntaxId& ours, const SyntaxId& asked) {
     return ours.Uuid == asked.Uuid && ours.Major == asked.Major && ours.Minor >= asked.Minor;
 }
 
 }  // namespace
 
-ServerConnection::ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served)
+ServerConnection::ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer,
+                                   Admitted admitted)
     : m_shared(shared),
       m_socket(std::move(socket)),
       m_peer(peer),
-      m_served(served),
-      m_reassembly(shared.Options.MaxRequestBytes) {
-    LimitWaits(m_socket.Get(), served ? shared.Options.IdleClose : kRefusalLimit);
+      m_admitted(admitted),
+      m_reassembly(admitted == Admitted::Serve ? shared.Options.MaxRequestBytes : 0) {
+    LimitWaits(m_socket.Get(), shared.Options.IdleClose);
+    if (shared.Options.MaxUnreadBytes != 0) {
+        LimitSendBuffer(m_socket.Get(), shared.Options.MaxUnreadBytes);
+    }
 }
 
 void ServerConnection::Run() noexcept {
     try {
-        m_accepted = !m_shared.Options.Accept || m_shared.Options.Accept(m_peer);
         while (const auto pdu = Receive()) {
             if (!Handle(*pdu)) {
                 break;
@@ -44,6 +44,24 @@ void ServerConnection::Run() noexcept {
     }
     m_association.reset();
     Shutdown();
+}
+
+bool ServerConnection::HandleArrived() noexcept {
+    try {
+        const ssize_t received = ReceiveSome(m_socket.Get(), m_stream.Room());
+        if (received <= 0) {
+            return received < 0 && errno == EAGAIN;
+        }
+        m_stream.Received(static_cast<std::size_t>(received));
+        while (const auto pdu = m_stream.Next()) {
+            if (!Handle(*pdu)) {
+                return false;
+            }
+        }
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 void ServerConnection::Shutdown() noexcept {
@@ -103,7 +121,7 @@ bool ServerConnection::Negotiate(const Pdu& pdu) {
     if (isBind != (m_association == nullptr) || !m_reassembly.IsEmpty()) {
         throw RpcException(status::kProtocolError);
     }
-    if (!m_served) {
+    if (m_admitted == Admitted::TooMany) {
         return Refuse(pdu, NakReason::LocalLimit);
     }
     if (pdu.AuthLength != 0) {
@@ -161,11 +179,11 @@ bool ServerConnection::Serve(const Call& request) {
         m_message.clear();
         AppendFault(m_message, m_call, fault, m_executed ? 0 : pdu_flag::kDidNotExecute);
     }
-    return !m_lost && Send();
+    return !m_lost && Send() && m_admitted == Admitted::Serve;
 }
 
 void ServerConnection::Dispatch(const Call& request) {
-    if (!m_accepted) {
+    if (m_admitted != Admitted::Serve) {
         throw RpcException(status::kAccessDenied);
     }
     const auto syntax = m_syntaxes.find(m_call.ContextId);

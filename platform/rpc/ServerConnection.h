@@ -1,7 +1,7 @@
 #pragma once
 
-// One connection of a server: negotiates, puts requests together, runs procedures, answers. Runs on a thread
-// of its own; only Shutdown comes from another one.
+// One connection of a server: negotiates, puts requests together, runs procedures, answers. One thread at a
+// time; only Shutdown comes from another one.
 
 #include <map>
 #include <memory>
@@ -22,21 +22,24 @@ struct ServerShared {
     const std::vector<ServerProcedure> Procedures;
     const ServerOptions Options;
     AssociationTable Associations{Options.MaxContextsPerConnection};
-    rpc::Admission Admission{Options.MaxConnectionsPerUser, Options.MaxCallsPerSecond};
-    std::atomic<std::size_t> Connections = 0;
+    rpc::Admission Admission{Options};
 };
 
 class ServerConnection {
   public:
-    /// A connection that is not `served` has its bind refused as one too many.
-    ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, bool served);
+    ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, Admitted admitted);
 
-    /// Serves until either side ends. The descriptor stays open until this object goes.
+    /// Serves until either side ends; blocks. The descriptor stays open until this object is destroyed.
     void Run() noexcept;
+
+    /// In place of Run, without waiting: handles what has arrived. False when the connection has ended, as it
+    /// does with the first answer to one that is not to be served.
+    bool HandleArrived() noexcept;
 
     /// Any thread. Makes Run return once the procedure that is running has ended.
     void Shutdown() noexcept;
 
+    int Descriptor() const { return m_socket.Get(); }
     const Peer& Caller() const { return m_peer; }
 
     /// During a call: calls the client back on the same connection.
@@ -57,8 +60,7 @@ class ServerConnection {
     ServerShared& m_shared;
     const FileDescriptor m_socket;
     const Peer m_peer;
-    const bool m_served;
-    bool m_accepted = false;
+    const Admitted m_admitted;
     std::shared_ptr<Association> m_association;
     std::map<std::uint16_t, const TransferSyntax*> m_syntaxes;
     std::uint16_t m_maxTransmit = kFragmentSize;

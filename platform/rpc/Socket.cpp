@@ -136,6 +136,14 @@ void LimitWaits(int socket, std::chrono::milliseconds limit) {
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
+void LimitSendBuffer(int socket, int bytes) {
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &bytes, sizeof bytes);
+}
+
+void SetNonBlocking(int socket) {
+    fcntl(socket, F_SETFL, O_NONBLOCK);
+}
+
 bool SendAll(int socket, ByteView bytes) {
     while (!bytes.empty()) {
         const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);

@@ -42,6 +42,12 @@ void Connect(int socket, const std::string& path, const std::function<bool()>& i
 /// Ends sending and receiving that has made no headway for `limit`; zero: never.
 void LimitWaits(int socket, std::chrono::milliseconds limit);
 
+/// Limits the bytes that are sent and not yet received (SO_SNDBUF).
+void LimitSendBuffer(int socket, int bytes);
+
+/// From here on nothing waits: what would, fails with EAGAIN.
+void SetNonBlocking(int socket);
+
 /// Sends everything; false when the connection is gone, or nobody has read for longer than the socket's time
 /// limit.
 bool SendAll(int socket, ByteView bytes);

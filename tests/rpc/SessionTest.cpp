@@ -5,12 +5,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <deque>
+#include <filesystem>
 #include <future>
 
 #include "platform/core/Exception.h"
-#include "platform/tasks/Clock.h"
+#include "platform/rpc/Admission.h"
 #include "platform/tasks/ThreadPool.h"
 #include "tests/support/RpcSupport.h"
+#include "tests/support/TestClock.h"
 
 namespace platform::rpc::test {
 
@@ -116,10 +119,24 @@ TEST_F(SessionTest, ManyClientsAndManyThreadsOfOneClient) {
     }
 }
 
-TEST_F(SessionTest, ACallerThatIsNotAcceptedGetsAccessDenied) {
-    const auto isStranger = [](const Peer& peer) { return peer.Pid != getpid() || peer.Uid != geteuid(); };
-    TestService service({}, {.Accept = isStranger});
+TEST_F(SessionTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
+    TestClock clock;
+    const ClockScope scope(clock);
+    std::atomic<pid_t> refused = getpid();
+    TestService service({},
+                        {.Accept = [&](const Peer& peer) { return peer.Pid != refused; }, .MaxRefusals = 20});
+    using std::filesystem::directory_iterator;
+    const auto threads = [] { return std::distance(directory_iterator("/proc/self/task"), {}); };
+    const auto before = threads();
     EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kAccessDenied);
+    std::deque<RawClient> silent(21);
+    EXPECT_TRUE(silent.front().Receive().empty()) << "the oldest makes room";
+    EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kAccessDenied);
+    EXPECT_EQ(threads(), before);
+    refused = 0;
+    clock.Advance(std::chrono::seconds(1));
+    Client().Open();
+    EXPECT_TRUE(silent.back().Receive().empty()) << "has not asked in time";
 }
 
 TEST_F(SessionTest, AListenerOfAnotherUserIsNotTrusted) {
@@ -134,26 +151,50 @@ TEST_F(SessionTest, AListenerOfAnotherUserIsNotTrusted) {
 }
 
 TEST_F(SessionTest, ConnectionsContextsAndCallsASecondAreLimited) {
-    struct SetClock : Clock {
-        std::atomic<std::int64_t> Now = 0;
-        std::int64_t FileTime() override { return 0; }
-        std::int64_t Steady() override { return Now; }
-        SystemTime LocalTime() override { return {}; }
-        std::int32_t TimeZoneBias() override { return 0; }
-        bool SleepFor(std::chrono::milliseconds) override { return true; }
-    } clock;
+    TestClock clock;
     const ClockScope scope(clock);
     TestService service({},
-                        {.MaxConnectionsPerUser = 1, .MaxContextsPerConnection = 1, .MaxCallsPerSecond = 3});
+                        {.MaxConnectionsPerUser = 1, .MaxContextsPerConnection = 1, .MaxCallsPerSecond = 4});
     Client client;
     client.Open();
     EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kServerTooBusy) << "a second connection";
     EXPECT_EQ(StatusOf([&] { client.Open(); }), status::kServerTooBusy) << "a second context";
     EXPECT_EQ(StatusOf([&] { client.Read(); }), status::kOk);
     EXPECT_EQ(StatusOf([&] { client.Read(); }), status::kServerTooBusy) << "a fourth call";
-    clock.Now += 10'000'000 / 3 + 1;
+    clock.Advance(std::chrono::milliseconds(250));
     EXPECT_EQ(StatusOf([&] { client.Read(); }), status::kOk);
     EXPECT_EQ(StatusOf([&] { client.Read(); }), status::kServerTooBusy);
+}
+
+TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
+    TestClock clock;
+    const ClockScope scope(clock);
+    const ServerOptions options{.Accept = [](const Peer& peer) { return peer.Uid < 10; },
+                                .MaxConnections = 3,
+                                .MaxConnectionsPerUser = 2,
+                                .MaxCallsPerSecond = 4};
+    Admission admission(options);
+    const auto enter = [&](uid_t user) { return admission.Enter({.Uid = user}); };
+    for (uid_t stranger = 10; stranger < 80; ++stranger) {
+        EXPECT_EQ(enter(stranger), Admitted::Denied);
+    }
+    EXPECT_EQ(enter(1), Admitted::Serve);
+    EXPECT_EQ(enter(1), Admitted::Serve);
+    EXPECT_EQ(enter(1), Admitted::TooMany) << "of one user";
+    EXPECT_EQ(enter(2), Admitted::Serve);
+    EXPECT_EQ(enter(3), Admitted::TooMany) << "of all users";
+    const auto comeAgain = [&] {
+        admission.Leave(1);
+        return enter(1);
+    };
+    EXPECT_EQ(comeAgain(), Admitted::Serve);
+    EXPECT_EQ(comeAgain(), Admitted::Serve);
+    EXPECT_EQ(comeAgain(), Admitted::TooMany) << "in a second";
+    EXPECT_EQ(enter(3), Admitted::Serve) << "in the room of the one that left";
+    EXPECT_FALSE(admission.TakeCall(1));
+    clock.Advance(std::chrono::milliseconds(250));
+    EXPECT_TRUE(admission.TakeCall(1));
+    EXPECT_FALSE(admission.TakeCall(1));
 }
 
 TEST_F(SessionTest, ListeningTakesADeadSocketButNotALivingOne) {

@@ -4,9 +4,11 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 
 namespace platform::rpc::test {
 
@@ -111,6 +113,7 @@ void TestService::Stop() {
 
 RawClient::RawClient() : m_socket(CreateSocket()) {
     Connect(m_socket.Get(), EndpointScope::Socket(), [] { return false; });
+    LimitWaits(m_socket.Get(), std::chrono::seconds(60));
 }
 
 Bytes RawClient::ReceiveLast() {
@@ -126,6 +129,9 @@ Bytes RawClient::Receive() {
     std::optional<Pdu> pdu;
     while (!(pdu = m_stream.Next())) {
         const ssize_t size = ReceiveSome(m_socket.Get(), m_stream.Room());
+        if (size < 0 && errno == EAGAIN) {
+            throw std::runtime_error("the service neither answers nor closes the connection");
+        }
         if (size <= 0) {
             return {};
         }
