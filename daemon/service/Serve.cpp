@@ -31,22 +31,59 @@ constexpr std::chrono::seconds kUsualIdleExit = 120s;
 constexpr std::chrono::seconds kStuck =
     60s;  // the longest honest call waits a few seconds for the system bus
 
-bool MayConnect(Procedures& procedures, const Peer& peer) {
-    const bool may = procedures.MayCall(peer);
-    if (!may) {
-        Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
-                                   std::to_string(peer.Pid) + ") has no active session on a seat");
+/// Writes a line for each caller that is refused, a few a second at most: a flood must not fill the journal,
+/// nor wait for it.
+class RefusalLog {
+  public:
+    void Add(const Peer& peer) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - m_begin >= 1s) {
+            if (m_count > kLines) {
+                Log(Priority::Warning, "access denied: " + std::to_string(m_count - kLines) + " more times");
+            }
+            m_begin = now;
+            m_count = 0;
+        }
+        if (++m_count <= kLines) {
+            Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
+                                       std::to_string(peer.Pid) + ") has no active session on a seat");
+        }
     }
-    return may;
-}
 
-/// Bounds for one user; generous for any number of windows, small against a flood.
+  private:
+    static constexpr std::size_t kLines = 10;
+
+    std::chrono::steady_clock::time_point m_begin;
+    std::size_t m_count = 0;
+};
+
+// What the service takes at most must fit into MemoryMax of kelvane-service.service. docs/service.md says
+// where the bytes of a connection go; `kelvane-bench flood` measures them.
+constexpr std::size_t kKiB = 1024;
+constexpr std::size_t kMaxConnections = 256;
+constexpr std::size_t kMaxRefusals = 128;
+constexpr std::size_t kConnectionBytes = 352 * kKiB;
+constexpr std::size_t kRefusalBytes = 16 * kKiB;
+constexpr std::size_t kOtherBytes = 16 * kKiB * kKiB;
+constexpr std::size_t kMemoryMax = 128 * kKiB * kKiB;
+static_assert(kMaxConnections * kConnectionBytes + kMaxRefusals * kRefusalBytes + kOtherBytes < kMemoryMax);
+
+/// Generous for any number of windows, small against a flood.
 platform::rpc::ServerOptions Limits(Procedures& procedures) {
     platform::rpc::ServerOptions limits;
-    limits.Accept = [&procedures](const Peer& peer) { return MayConnect(procedures, peer); };
-    limits.MaxRequestBytes = std::size_t{1} << 16;
-    limits.MaxConnectionsPerUser = 128;
+    limits.Accept = [&procedures, refusals = RefusalLog()](const Peer& peer) mutable {
+        const bool may = procedures.MayCall(peer);
+        if (!may) {
+            refusals.Add(peer);
+        }
+        return may;
+    };
+    limits.MaxRequestBytes = 16 * kKiB;
+    limits.MaxConnections = kMaxConnections;
+    limits.MaxConnectionsPerUser = 32;
+    limits.MaxRefusals = kMaxRefusals;
     limits.MaxContextsPerConnection = 4;
+    limits.MaxUnreadBytes = 16 * kKiB;
     limits.MaxCallsPerSecond = 1000;
     limits.IdleClose = 30s;
     return limits;
