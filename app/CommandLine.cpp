@@ -8,7 +8,7 @@ constexpr platform::ProgramOption kOptions[] = {
     {.Name = "text",
      .Help = "print the pages' rows as \"label: value\" lines instead of opening a window",
      .Exclusive = true},
-    {.Name = "json", .Help = "the same as one JSON object", .Exclusive = true},
+    {.Name = "json", .Help = "print them as one JSON object, the same in every language", .Exclusive = true},
     {.Name = "screenshot",
      .Argument = "FILE",
      .Help = "save a picture of the filled window as PNG and end",

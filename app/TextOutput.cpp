@@ -2,114 +2,135 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string>
+#include <span>
+#include <vector>
 
 #include "app/CommandLine.h"
+#include "pages/CachedRecord.h"
+#include "pages/main/SystemInfoRecord.h"
+#include "pages/usbc/USBTypeCRecord.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/StandardOutput.h"
 #include "platform/core/Text.h"
-#include "platform/resources/ResourceLoader.h"
-#include "platform/world/Application.h"
-#include "platform/xaml/Controls.h"
-#include "platform/xaml/Navigation.h"
-#include "platform/xaml/Window.h"
-#include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
 namespace {
 
-/// The keys that the values have in JSON, by the names of the elements that show them. They never change.
-struct JsonKey {
-    std::u16string_view element;
+/// One value of a record.
+struct Field {
+    /// Its place among the record's values.
+    std::size_t place;
+    /// Its key in JSON, which never changes.
     const char* key;
-};
-constexpr JsonKey kJsonKeys[] = {
-    {u"SysInfoValue0", "productName"},        {u"SysInfoValue1", "productNumber"},
-    {u"SysInfoValue2", "processor"},          {u"SysInfoValue3", "memory"},
-    {u"SysInfoValue4", "operatingSystem"},    {u"SysInfoValue5", "firmwareVersion"},
-    {u"SysInfoValue6", "systemBoard"},        {u"SerialNumber", "serialNumber"},
-    {u"SysInfoValue8", "buildIdentifier"},    {u"BiosPasswordValue", "biosPassword"},
-    {u"UsbTypeCValue1", "usbStandard"},       {u"UsbTypeCValue2", "powerDelivery"},
-    {u"UsbTypeCValue3", "displayPortOutput"}, {u"UsbTypeCValue4", "thunderboltOrUsb4"},
-    {u"UsbTypeCValue5", "charging"},          {u"UsbTypeCValue6", "maximumPower"},
+    /// The resource key of its label.
+    std::u16string_view label;
 };
 
-/// The text that an element shows; empty for one that shows none.
-std::u16string TextOf(const platform::UIElement& element) {
-    if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
-        return block->Text();
-    }
-    if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
-        return box->Text();
-    }
-    return {};
+constexpr std::size_t kBiosPassword = kSystemInfoRows;
+
+// In the order of the pages' rows.
+constexpr Field kSystemInformation[] = {
+    {0, "productName", u"SysInfoLabel0/Text"},
+    {1, "productNumber", u"SysInfoLabel1/Text"},
+    {kSerialNumberField, "serialNumber", u"SerialNumberLabel/Text"},
+    {2, "processor", u"SysInfoLabel2/Text"},
+    {kMemoryField, "memory", u"SysInfoLabel3/Text"},
+    {4, "operatingSystem", u"SysInfoLabel4/Text"},
+    {5, "firmwareVersion", u"SysInfoLabel5/Text"},
+    {6, "systemBoard", u"SysInfoLabel6/Text"},
+    {8, "buildIdentifier", u"SysInfoLabel8/Text"},
+    {kBiosPassword, "biosPassword", u"BiosPasswordLabel/Text"},
+};
+constexpr Field kUsbTypeC[] = {
+    {0, "usbStandard", u"UsbTypeCLabel1/Text"},       {2, "displayPortOutput", u"UsbTypeCLabel3/Text"},
+    {3, "thunderboltOrUsb4", u"UsbTypeCLabel4/Text"}, {1, "powerDelivery", u"UsbTypeCLabel2/Text"},
+    {4, "charging", u"UsbTypeCLabel5/Text"},          {5, "maximumPower", u"UsbTypeCLabel6/Text"},
+};
+
+/// What stands in JSON for the display texts that a record's values lead to.
+struct NeutralText {
+    std::u16string_view key;
+    std::u16string_view text;
+};
+constexpr NeutralText kNeutralTexts[] = {
+    {u"Usable/Text", u"usable"},
+    {u"BiosCredentialValueNone/Text", u"none"},
+    {u"BiosCredentialValuePassword/Text", u"password"},
+    {u"BiosCredentialValueVeldra/Text", u"veldra"},
+    {u"Supported/Text", u"yes"},
+    {u"NotSupported/Text", u"no"},
+    {u"USB31Gen1/Text", u"USB 3.2 Gen 1"},
+    {u"USB31Gen2/Text", u"USB 3.2 Gen 2"},
+};
+
+DisplayTexts NeutralTexts() {
+    return {.Lookup = [](std::u16string_view key) {
+        const auto* const found = std::ranges::find(kNeutralTexts, key, &NeutralText::key);
+        return std::u16string(found != std::end(kNeutralTexts) ? found->text : key);
+    }};
 }
 
-void CollectRows(const platform::UIElement& element, std::vector<VisibleRow>& rows) {
-    if (const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element)) {
-        const auto* const label = framework->Accessibility().LabeledBy;
-        if (label != nullptr && label->Visibility() == platform::Visibility::Visible &&
-            element.Visibility() == platform::Visibility::Visible) {
-            rows.push_back({.name = framework->Name(), .label = TextOf(*label), .value = TextOf(element)});
-        }
+/// By place; empty where a value is not known. Without the BIOS password where its row is hidden.
+using Values = std::vector<std::u16string>;
+
+Values SystemInformation(const DisplayTexts& texts) {
+    SystemInfo info;
+    if (MainViewModel::GetInstance()->IsSysInfoReadCompleted()) {
+        const auto record = CachedRecord(&MainViewModel::GetSysInfo, MainViewModel::kSysDataCapacity);
+        info = InterpretSystemInfo(record, texts).Value.value_or(info);
     }
-    for (const auto* const child : element.Children()) {
-        CollectRows(*child, rows);
+    Values values;
+    for (const auto& row : info.Rows) {
+        values.push_back(row.value_or(u""));
     }
+    if (info.Bios != SystemInfo::BiosRow::Hidden) {
+        values.push_back(info.BiosPassword.value_or(u""));
+    }
+    return values;
 }
 
-std::vector<VisibleRow> RowsOfWindow() {
-    const auto& content = platform::Window::Current()->Content();
-    return content ? VisibleRows(*content) : std::vector<VisibleRow>();
+Values UsbTypeC(const DisplayTexts& texts) {
+    Values values(kUsbTypeCFields);
+    if (MainViewModel::GetInstance()->IsUsbTypeCInfoReadCompleted()) {
+        const auto record =
+            CachedRecord(&MainViewModel::GetUsbTypeCInfo, MainViewModel::kUsbTypeCDataCapacity);
+        std::ranges::transform(InterpretUsbTypeC(record, texts).Values, values.begin(),
+                               [](const auto& value) { return value.value_or(u""); });
+    }
+    return values;
 }
 
-bool HasValues(const std::vector<VisibleRow>& rows) {
-    return std::any_of(rows.begin(), rows.end(), [](const VisibleRow& row) { return !row.value.empty(); });
+bool HasValues(const Values& values) {
+    return !std::ranges::all_of(values, &std::u16string::empty);
 }
 
-/// A line for each row. What would forge rows or steer the terminal becomes a blank.
-std::string TextLines(const std::vector<VisibleRow>& rows) {
+/// A line for each value. What would forge rows or steer the terminal becomes a blank.
+std::string TextLines(std::span<const Field> fields, const Values& values, const DisplayTexts& texts) {
     std::string lines;
-    for (const auto& row : rows) {
-        auto line = row.label + (row.value.empty() ? u":" : u": ") + row.value;
-        std::replace_if(line.begin(), line.end(), platform::SteersTerminal, u' ');
-        lines += platform::ToValidUtf8(line) + "\n";
+    for (const auto& field : fields) {
+        if (field.place < values.size()) {
+            const auto& value = values[field.place];
+            auto line = texts.Lookup(field.label) + (value.empty() ? u":" : u": ") + value;
+            std::ranges::replace_if(line, platform::SteersTerminal, u' ');
+            lines += platform::ToValidUtf8(line) + "\n";
+        }
     }
     return lines;
 }
 
-/// {"productName": "...", ...}: the values as they are shown; those that are not known are left out.
-std::string JsonObject(const std::vector<VisibleRow>& rows) {
+std::string JsonObject(std::span<const Field> fields, const Values& values) {
     std::string object;
-    for (const auto& row : rows) {
-        const auto* const found = std::find_if(std::begin(kJsonKeys), std::end(kJsonKeys),
-                                               [&](const JsonKey& key) { return key.element == row.name; });
-        if (found != std::end(kJsonKeys) && !row.value.empty()) {
+    for (const auto& field : fields) {
+        if (field.place < values.size() && !values[field.place].empty()) {
             object += object.empty() ? "" : ", ";
-            object += std::string("\"") + found->key + "\": " + platform::ToJson(row.value);
+            object += std::string("\"") + field.key + "\": " + platform::ToJson(values[field.place]);
         }
     }
     return "{" + object + "}";
 }
 
-/// Returns false when the output cannot be written, which has been said.
-bool Write(OutputFormat format, const std::vector<VisibleRow>& main,
-           const std::vector<VisibleRow>& usbTypeC) {
-    if (format == OutputFormat::Json) {
-        return platform::WriteStandardOutput(kProgram.Name, "{\"systemInformation\": " + JsonObject(main) +
-                                                                ", \"usbTypeC\": " + JsonObject(usbTypeC) +
-                                                                "}\n");
-    }
-    std::string text = TextLines(main);
-    if (HasValues(usbTypeC)) {
-        const auto heading = platform::ResourceLoader::GetForCurrentView()->GetString(u"UsbTypeCTitle/Text");
-        text += "\n" + platform::ToValidUtf8(heading) + "\n" + TextLines(usbTypeC);
-    }
-    return platform::WriteStandardOutput(kProgram.Name, text);
-}
-
-/// Why no row has a value, and the way out.
+/// Why there is no value, and the way out.
 const char* ReasonForNoValues() {
     const auto viewModel = MainViewModel::GetInstance();
     if (!viewModel->IsRpcInitialised()) {
@@ -121,42 +142,33 @@ const char* ReasonForNoValues() {
                "and try again.";
     }
     return "the record of system information that the service gave cannot be used (KELVANE_TRACE=1 shows "
-           "why); check that "
-           "kelvane-service is of the same version as kelvane.";
+           "why); check that kelvane-service is of the same version as kelvane.";
 }
 
 }  // namespace
 
-std::vector<VisibleRow> VisibleRows(const platform::UIElement& root) {
-    std::vector<VisibleRow> rows;
-    CollectRows(root, rows);
-    return rows;
+std::string RecordsAs(OutputFormat format) {
+    if (format == OutputFormat::Json) {
+        const auto texts = NeutralTexts();
+        return "{\"systemInformation\": " + JsonObject(kSystemInformation, SystemInformation(texts)) +
+               ", \"usbTypeC\": " + JsonObject(kUsbTypeC, UsbTypeC(texts)) + "}\n";
+    }
+    const auto texts = PackageTexts();
+    auto text = TextLines(kSystemInformation, SystemInformation(texts), texts);
+    if (const auto values = UsbTypeC(texts); HasValues(values)) {
+        text += "\n" + platform::ToValidUtf8(texts.Lookup(u"UsbTypeCTitle/Text")) + "\n" +
+                TextLines(kUsbTypeC, values, texts);
+    }
+    return text;
 }
 
-void WritePages(OutputFormat format, std::function<void(int status)> done) {
-    platform::Application::WhenIdle([format, done = std::move(done)] {
-        const auto main = RowsOfWindow();
-        if (!HasValues(main)) {
-            Write(format, main, {});
-            platform::WriteStandardError({"kelvane: ", ReasonForNoValues()});
-            done(1);
-            return;
-        }
-        if (!MainViewModel::GetInstance()->IsUsbTypeCInfoReadCompleted()) {
-            done(Write(format, main, {}) ? 0 : 1);
-            return;
-        }
-        try {
-            std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content())
-                ->Navigate(u"Kelvane.USBTypeCPage");
-        } catch (...) {
-            // Ends the application; what is known is not lost.
-            Write(format, main, {});
-            throw;
-        }
-        platform::Application::WhenIdle(
-            [format, main, done] { done(Write(format, main, RowsOfWindow()) ? 0 : 1); });
-    });
+int WriteRecords(OutputFormat format) {
+    const bool written = platform::WriteStandardOutput(kProgram.Name, RecordsAs(format));
+    if (!HasValues(SystemInformation(PackageTexts()))) {
+        platform::WriteStandardError({"kelvane: ", ReasonForNoValues()});
+        return 1;
+    }
+    return written ? 0 : 1;
 }
 
 }  // namespace Kelvane

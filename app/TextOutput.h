@@ -1,32 +1,25 @@
 #pragma once
 
-// The pages as text, for a terminal and for programs. User-interface thread.
+// The machine's data as text, for a terminal and for programs, made from the records that the view model has
+// cached. User-interface thread.
 
-#include <functional>
 #include <string>
-#include <vector>
-
-#include "platform/xaml/UIElement.h"
 
 namespace Kelvane {
 
-enum class OutputFormat { Text, Json };
-
-/// One visible row of a page.
-struct VisibleRow {
-    /// The name of the element that shows the value.
-    std::u16string name;
-    std::u16string label;
-    std::u16string value;
+enum class OutputFormat {
+    /// A "label: value" line for each row of the pages, in the user's language.
+    Text,
+    /// One object. Keys and values are the same in every language; a value that is not known is left out.
+    Json,
 };
 
-/// The rows below `root` in reading order: each visible element that a visible label names, whether or not a
-/// collapsed panel holds them.
-std::vector<VisibleRow> VisibleRows(const platform::UIElement& root);
+/// What the records say, in valid UTF-8.
+std::string RecordsAs(OutputFormat format);
 
-/// Once the application is idle, writes the main page's rows to standard output, and then, when the machine
-/// has them, those of the USB Type-C page, to which it navigates. When the main page was not filled, says why
-/// and what to do on standard error. Calls `done` with the exit status: 0 filled and written, 1 not.
-void WritePages(OutputFormat format, std::function<void(int status)> done);
+/// Writes the records to standard output; when there is no value, says why and what to do on standard error.
+/// Call it once the application is idle. Returns the exit status: 0 when there was a value and the output is
+/// written, else 1.
+int WriteRecords(OutputFormat format);
 
 }  // namespace Kelvane

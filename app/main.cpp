@@ -25,8 +25,8 @@ int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
     headless::HeadlessWorld world({.Words = line.Words});
     int status = 1;
     const int ended = platform::Application::Start(world, [&] {
-        Kelvane::WritePages(format, [&status](int written) {
-            status = written;
+        platform::Application::WhenIdle([&status, format] {
+            status = Kelvane::WriteRecords(format);
             platform::Application::Exit();
         });
         return Kelvane::App::Create();

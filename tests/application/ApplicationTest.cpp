@@ -39,6 +39,30 @@ class Watchdog {
 constexpr std::size_t kTimeLength = 13;
 constexpr const char* kLevels[] = {"Verbose ", "Information ", "Warning ", "Error ", "Critical "};
 
+/// Texts in quotes, so that blanks show.
+void Describe(const platform::UIElement& element, std::string& lines) {
+    const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element);
+    auto line = platform::ToUtf8(framework != nullptr ? framework->Name() : u"");
+    if (element.Visibility() != platform::Visibility::Visible) {
+        line += " hidden";
+    }
+    if (const auto* const ring = dynamic_cast<const platform::ProgressRing*>(&element)) {
+        line += ring->IsActive() ? " active" : " at rest";
+    } else if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
+        line += " " + platform::ToJson(block->Text());
+    } else if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
+        line += " " + platform::ToJson(box->Text());
+    }
+    if (!line.empty() && framework != nullptr) {
+        const auto* const label =
+            dynamic_cast<const platform::FrameworkElement*>(framework->Accessibility().LabeledBy);
+        lines += line + (label != nullptr ? " by " + platform::ToUtf8(label->Name()) : "") + "\n";
+    }
+    for (const auto* const child : element.Children()) {
+        Describe(*child, lines);
+    }
+}
+
 }  // namespace
 
 ApplicationTest::ApplicationTest() {
@@ -121,6 +145,14 @@ std::u16string ApplicationTest::Text(std::u16string_view name) {
 
 bool ApplicationTest::IsVisible(std::u16string_view name) {
     return Find<platform::UIElement>(name)->Visibility() == platform::Visibility::Visible;
+}
+
+std::string ApplicationTest::Shown() {
+    const auto& content = *platform::Window::Current()->Content();
+    std::string lines = content.FlowDirection() == platform::FlowDirection::LeftToRight ? "left to right\n"
+                                                                                        : "right to left\n";
+    Describe(content, lines);
+    return lines;
 }
 
 std::u16string ApplicationTest::CurrentPage() {

@@ -46,6 +46,9 @@ class ApplicationTest : public testing::Test {
     bool IsVisible(std::u16string_view name);
     void Press(std::u16string_view name) { Find<platform::Button>(name)->Invoke(); }
 
+    /// What the window shows: a line for each element that has a name or a text, in reading order.
+    std::string Shown();
+
     /// The full name of the page that the window shows, and how often the service has been asked for a
     /// procedure.
     std::u16string CurrentPage();

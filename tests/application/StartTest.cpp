@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "app/TextOutput.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/Window.h"
@@ -266,22 +265,6 @@ INSTANTIATE_TEST_SUITE_P(
                                   "<UserControl><Grid x:Name='TitleBarLayoutRoot'/></UserControl>",
                                   ": the element 'TitleBarDragArea' is missing\n"}),
     [](const auto& damaged) { return std::string(damaged.param.name); });
-
-TEST_F(StartTest, TextOutputKeepsItsRowsWhenTheNextPageCannotBeLoaded) {
-    const PackageScope package;
-    package.Write("USBTypeCPage.xaml", "<Page>\n<Nonsense/></Page>");
-    auto fields = Letters(10);
-    fields[0] = u"a\nSerial number: x\u009B\u202E";
-    m_systemInformation = Record(fields);
-    m_usbTypeC = u"x, USB 4<.^.>";
-    StartService();
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Run({[] { WritePages(OutputFormat::Text, [](int) { FAIL() << "the failure is the end"; }); }}),
-              1);
-    const auto text = testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(text.starts_with("Product name: a Serial number: x  \nProduct number: b\n")) << text;
-    EXPECT_NE(m_errors.find("USBTypeCPage.xaml:2: "), std::string::npos) << m_errors;
-}
 
 TEST_F(StartTest, ASuspensionCancelsInOrderAndASleepIsFollowedByALogOfItsOwn) {
     StartService();
