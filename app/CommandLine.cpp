@@ -4,6 +4,9 @@ namespace Kelvane {
 
 namespace {
 
+constexpr std::chrono::seconds kDefaultTimeout(30);
+constexpr std::chrono::seconds kLongestTimeout = std::chrono::hours(24);
+
 constexpr platform::ProgramOption kOptions[] = {
     {.Name = "text",
      .Help = "print the pages' rows as \"label: value\" lines instead of opening a window",
@@ -13,6 +16,9 @@ constexpr platform::ProgramOption kOptions[] = {
      .Argument = "FILE",
      .Help = "save a picture of the filled window as PNG and end",
      .Exclusive = true},
+    {.Name = "timeout",
+     .Argument = "SECONDS",
+     .Help = "how long these three wait for the service's data (default: 30; 0: as long as it takes)"},
     // How the session bus starts the program, see org.kelvane.Kelvane.service.
     {.Name = "gapplication-service"},
 };
@@ -29,8 +35,8 @@ constinit const platform::Program kProgram{
         "kelvane: URI, are launch arguments: a start with any counts as one by the hotkey. A WORD that "
         "begins with \"-\" comes after \"--\".",
     .Notes = R"(The data comes from the system service kelvane-service, which must be running.
-Exit status: 0 success; 1 no data, or a failure; 2 wrong usage; 3 no display for
-a window.
+Exit status: 0 success; 1 data is missing, or a failure; 2 wrong usage; 3 no
+display for a window.
 
 Environment:
   KELVANE_TRACE=1            write the trace to standard error as it happens
@@ -45,12 +51,17 @@ Environment:
 
 CommandLine ReadCommandLine(const platform::ProgramArguments& arguments) {
     using Action = CommandLine::Action;
-    return {.Wanted = arguments.Has("text")   ? Action::Text
-                      : arguments.Has("json") ? Action::Json
-                                              : Action::Window,
-            .Screenshot = arguments.Value("screenshot").value_or(""),
-            .Background = arguments.Has("gapplication-service"),
-            .Words = arguments.Words()};
+    CommandLine line{.Wanted = arguments.Has("text")   ? Action::Text
+                               : arguments.Has("json") ? Action::Json
+                                                       : Action::Window,
+                     .Screenshot = arguments.Value("screenshot").value_or(""),
+                     .Timeout = arguments.Seconds("timeout", kLongestTimeout).value_or(kDefaultTimeout),
+                     .Background = arguments.Has("gapplication-service"),
+                     .Words = arguments.Words()};
+    if (arguments.Has("timeout") && line.Wanted == Action::Window && line.Screenshot.empty()) {
+        throw platform::WrongUsage("--timeout goes with --text, --json or --screenshot");
+    }
+    return line;
 }
 
 }  // namespace Kelvane

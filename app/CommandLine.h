@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@ struct CommandLine {
     Action Wanted = Action::Window;
     /// Where to save a picture of the window; empty for none.
     std::string Screenshot;
+    /// How long outputs and pictures wait for the service; 0: as long as it takes.
+    std::chrono::seconds Timeout{};
     /// Started by the desktop in the background, without a window.
     bool Background = false;
     /// The launch arguments, or one URI.

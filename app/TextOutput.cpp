@@ -5,12 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "app/CommandLine.h"
 #include "pages/CachedRecord.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "pages/usbc/USBTypeCRecord.h"
-#include "platform/core/StandardError.h"
-#include "platform/core/StandardOutput.h"
 #include "platform/core/Text.h"
 
 namespace Kelvane {
@@ -130,21 +127,6 @@ std::string JsonObject(std::span<const Field> fields, const Values& values) {
     return "{" + object + "}";
 }
 
-/// Why there is no value, and the way out.
-const char* ReasonForNoValues() {
-    const auto viewModel = MainViewModel::GetInstance();
-    if (!viewModel->IsRpcInitialised()) {
-        return "the system service cannot be reached; start kelvane-service (see 'kelvane-service --help') "
-               "and try again.";
-    }
-    if (!viewModel->IsSysInfoReadCompleted()) {
-        return "the system service did not give its record of system information; restart kelvane-service "
-               "and try again.";
-    }
-    return "the record of system information that the service gave cannot be used (KELVANE_TRACE=1 shows "
-           "why); check that kelvane-service is of the same version as kelvane.";
-}
-
 }  // namespace
 
 std::string RecordsAs(OutputFormat format) {
@@ -162,13 +144,8 @@ std::string RecordsAs(OutputFormat format) {
     return text;
 }
 
-int WriteRecords(OutputFormat format) {
-    const bool written = platform::WriteStandardOutput(kProgram.Name, RecordsAs(format));
-    if (!HasValues(SystemInformation(PackageTexts()))) {
-        platform::WriteStandardError({"kelvane: ", ReasonForNoValues()});
-        return 1;
-    }
-    return written ? 0 : 1;
+bool HasSystemInformation() {
+    return HasValues(SystemInformation(NeutralTexts()));
 }
 
 }  // namespace Kelvane

@@ -17,9 +17,7 @@ enum class OutputFormat {
 /// What the records say, in valid UTF-8.
 std::string RecordsAs(OutputFormat format);
 
-/// Writes the records to standard output; when there is no value, says why and what to do on standard error.
-/// Call it once the application is idle. Returns the exit status: 0 when there was a value and the output is
-/// written, else 1.
-int WriteRecords(OutputFormat format);
+/// Whether the system-information record has a value.
+bool HasSystemInformation();
 
 }  // namespace Kelvane

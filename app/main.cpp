@@ -1,7 +1,9 @@
 #include <csignal>
+#include <optional>
 
 #include "app/App.h"
 #include "app/CommandLine.h"
+#include "app/ServiceReport.h"
 #include "app/TextOutput.h"
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/desktop/Display.h"
@@ -23,15 +25,23 @@ constexpr int kNoDisplay = 3;
 int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
     platform::RequireStandardOutput();
     headless::HeadlessWorld world({.Words = line.Words});
-    int status = 1;
+    std::optional<int> status;
     const int ended = platform::Application::Start(world, [&] {
-        platform::Application::WhenIdle([&status, format] {
-            status = Kelvane::WriteRecords(format);
+        Kelvane::WhenServiceAnswered(world.Loop(), line.Timeout, [&status, format](bool answered) {
+            status = 1;
+            if (answered) {
+                const bool written =
+                    platform::WriteStandardOutput(Kelvane::kProgram.Name, Kelvane::RecordsAs(format));
+                status = Kelvane::ReportMissingData() && written ? 0 : 1;
+            }
             platform::Application::Exit();
         });
         return Kelvane::App::Create();
     });
-    return ended != 0 ? ended : status;
+    if (ended == 0 && !status) {
+        std::fputs("kelvane: the program was ended before the system service had answered.\n", stderr);
+    }
+    return ended != 0 ? ended : status.value_or(1);
 }
 
 /// Opens the window, or hands the start to the program that shows one already.
@@ -45,6 +55,7 @@ int RunWindow(const CommandLine& line) {
     const bool takesPicture = !line.Screenshot.empty();
     const auto world = desktop::CreateDesktopWorld(
         {.Words = line.Words, .SingleInstance = !takesPicture, .Background = line.Background});
+    bool complete = true;
     std::string problem = takesPicture ? "the program was ended before" : "";
     const auto savePicture = [&] {
         world->SavePicture(line.Screenshot, [&problem](const std::string& error) {
@@ -54,7 +65,15 @@ int RunWindow(const CommandLine& line) {
     };
     const int ended = platform::Application::Start(*world, [&] {
         if (takesPicture) {
-            platform::Application::WhenIdle(savePicture);
+            Kelvane::WhenServiceAnswered(world->Loop(), line.Timeout, [&](bool answered) {
+                complete = answered && Kelvane::ReportMissingData();
+                if (answered) {
+                    savePicture();
+                } else {
+                    problem.clear();
+                    platform::Application::Exit();
+                }
+            });
         }
         return Kelvane::App::Create();
     });
@@ -62,7 +81,7 @@ int RunWindow(const CommandLine& line) {
         platform::WriteStandardError({"kelvane: the picture could not be saved: ", problem});
         return 1;
     }
-    return ended;
+    return ended == 0 && !complete ? 1 : ended;
 }
 
 int Run(const CommandLine& line) {

@@ -93,21 +93,22 @@ std::int32_t RpcClient::StartUSBC() noexcept {
         Guard([this] { NdrClientCall3(kHotkeyRpc, procedure::StartUSBC, {m_hContext}); }));
 }
 
-std::int64_t RpcClient::ReadSysInfo(char16_t* destination, std::int32_t capacity) noexcept {
+std::int64_t RpcClient::ReadSysInfo(char16_t* destination, std::int32_t capacity, Status* copied) noexcept {
     OutputDebugStringW(u"Inside RpcClient::ReadSysInfo() ");
     if (destination == nullptr) {
         OutputDebugStringW(u"NULL == SysData");
         return -1;
     }
-    return Read(procedure::ReadSysInfo, destination, capacity,
+    return Read(procedure::ReadSysInfo, destination, capacity, copied,
                 {.CopyFailed = u"Failed to copy pSysdata", .Contents = u"Sys Info = "});
 }
 
-std::int64_t RpcClient::ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity) noexcept {
+std::int64_t RpcClient::ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity,
+                                         Status* copied) noexcept {
     if (destination == nullptr) {
         return -1;
     }
-    return Read(procedure::ReadUSBTypeCInfo, destination, capacity,
+    return Read(procedure::ReadUSBTypeCInfo, destination, capacity, copied,
                 {.CopyFailed = u"Failed to copy USBTypeC Data", .Contents = nullptr});
 }
 
@@ -118,6 +119,17 @@ std::int32_t RpcClient::SetUEFIFlag() noexcept {
         return 1;
     }
     return Guard([&] { CallForText(procedure::SetUEFIFlag, reply); }) == 0 ? 0 : 1;
+}
+
+std::u16string RpcClient::ListenerName() const noexcept {
+    char16_t* name = nullptr;
+    if (platform::rpc::RpcBindingInqAuthInfoW(m_hBinding, &name) != platform::rpc::status::kOk) {
+        return {};
+    }
+    std::u16string copy;
+    Guard([&] { copy = name; });
+    platform::rpc::RpcStringFreeW(&name);
+    return copy;
 }
 
 RpcClient::~RpcClient() {
@@ -135,7 +147,7 @@ void RpcClient::CallForText(procedure::Number number, TextReply& reply) {
 }
 
 std::int64_t RpcClient::Read(procedure::Number number, char16_t* destination, std::int32_t capacity,
-                             const ReadTraces& traces) {
+                             Status* copied, const ReadTraces& traces) {
     TextReply reply;
     if (reply.Cell == nullptr || m_hContext == nullptr) {
         return -1;
@@ -146,8 +158,14 @@ std::int64_t RpcClient::Read(procedure::Number number, char16_t* destination, st
     if (*reply.Cell == nullptr) {
         return -1;
     }
+    Status copy = platform::rpc::status::kOk;
     if (!platform::CopyText(destination, std::min(reply.Length, capacity), *reply.Cell)) {
         OutputDebugStringW(traces.CopyFailed);
+        copy = reply.Length > capacity ? platform::rpc::status::kStringTooLong
+                                       : platform::rpc::status::kBadStubData;
+    }
+    if (copied != nullptr) {
+        *copied = copy;
     }
     if (traces.Contents != nullptr) {
         OutputDebugStringW(traces.Contents);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "service/HotkeyRpc.h"
 
@@ -29,12 +30,18 @@ class RpcClient {
 
     /// Copies the record and its zero into `destination`, which has room for `capacity` characters; a record
     /// that does not fit leaves it empty. 0: read, -1: no context, memory, destination or text, else the
-    /// status of the call.
-    std::int64_t ReadSysInfo(char16_t* destination, std::int32_t capacity) noexcept;
-    std::int64_t ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity) noexcept;
+    /// status of the call. `*copied` is set when the result is 0: 0 when the record was copied, else 1743 for
+    /// one that is too long, 1783 for one without its zero.
+    std::int64_t ReadSysInfo(char16_t* destination, std::int32_t capacity,
+                             platform::rpc::Status* copied = nullptr) noexcept;
+    std::int64_t ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity,
+                                  platform::rpc::Status* copied = nullptr) noexcept;
 
     /// 0: the call went through, 1: it did not.
     std::int32_t SetUEFIFlag() noexcept;
+
+    /// The name of the user whose process listens at the endpoint; empty when Initialize has reached none.
+    std::u16string ListenerName() const noexcept;
 
   private:
     struct TextReply;
@@ -42,7 +49,7 @@ class RpcClient {
 
     void CallForText(procedure::Number number, TextReply& reply);
     std::int64_t Read(procedure::Number number, char16_t* destination, std::int32_t capacity,
-                      const ReadTraces& traces);
+                      platform::rpc::Status* copied, const ReadTraces& traces);
 
     platform::rpc::RPC_BINDING_HANDLE m_hBinding = nullptr;
     RPC_CONTEXT m_hContext = nullptr;

@@ -8,6 +8,7 @@
 
 #include "logging/Trace.h"
 #include "platform/core/Text.h"
+#include "platform/core/UserName.h"
 #include "platform/tasks/task.h"
 
 namespace Kelvane {
@@ -23,6 +24,15 @@ constexpr std::size_t BufferSize(std::int32_t capacity) {
 
 std::unique_ptr<char16_t[]> AllocateBuffer(std::int32_t capacity) {
     return std::unique_ptr<char16_t[]>(new (std::nothrow) char16_t[BufferSize(capacity)]());
+}
+
+/// Nothing for status 0.
+std::optional<ServiceProblem> ProblemFor(std::int64_t status, const RpcClient& client) {
+    if (status == 0) {
+        return std::nullopt;
+    }
+    return ServiceProblem{
+        .Status = status, .Listener = client.ListenerName(), .User = platform::CurrentUserName()};
 }
 
 /// The first step of every chain. It never stops the chain: the second step finds out for itself.
@@ -48,7 +58,7 @@ void RunChain(const std::shared_ptr<MainViewModel>& viewModel, MethodName connec
 /// What differs between the two records.
 struct MainViewModel::RecordKind {
     std::int32_t capacity;
-    std::int64_t (RpcClient::*call)(char16_t*, std::int32_t);
+    std::int64_t (RpcClient::*call)(char16_t*, std::int32_t, platform::rpc::Status*);
 
     MethodName read;
     std::u16string_view bufferIsNull;
@@ -176,10 +186,13 @@ std::int64_t MainViewModel::InitialiseRpcConnection() {
         }
         m_pRpcClient.reset(new (std::nothrow) RpcClient);
         if (!m_pRpcClient) {
+            m_connectionProblem.With([](auto& last) { last = ServiceProblem(); });
             trace.Error(u"RPC Client Pointer Creation failed");
             return;
         }
         result = m_pRpcClient->Initialize();
+        m_connectionProblem.With(
+            [problem = ProblemFor(result, *m_pRpcClient)](auto& last) { last = problem; });
         trace.Information(u"ReadSysInfo Initialization Return Status = ", result);
         if (result == 0) {
             m_bRpcInitialised.store(true);
@@ -198,7 +211,8 @@ std::int64_t MainViewModel::ReadUSBTypeCInfo(char16_t* buffer, std::int32_t capa
     return Read(kUsbTypeCInfo, buffer, capacity);
 }
 
-std::int64_t MainViewModel::Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity) {
+std::int64_t MainViewModel::Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity,
+                                 std::optional<ServiceProblem>* problem) {
     std::int64_t result = -1;
     Traced(kind.read, [&](const Trace& trace) {
         if (buffer == nullptr) {
@@ -211,7 +225,11 @@ std::int64_t MainViewModel::Read(const RecordKind& kind, char16_t* buffer, std::
             trace.Error(kNoClient);
             return;
         }
-        result = ((*client).*kind.call)(buffer, capacity);
+        platform::rpc::Status copied = platform::rpc::status::kOk;
+        result = ((*client).*kind.call)(buffer, capacity, &copied);
+        if (problem != nullptr) {
+            *problem = ProblemFor(result != 0 ? result : copied, *client);
+        }
         trace.Information(kind.returnedStatus, result);
         if (result != 0) {
             trace.Error(kind.readFailed);
@@ -267,7 +285,9 @@ void MainViewModel::ReadDetails(const RecordKind& kind, Record& record) {
             std::array<char16_t, BufferSize(kSysDataCapacity)> text{};
             record.data.With(
                 [&](const Buffer& data) { std::copy_n(data.get(), BufferSize(kind.capacity), text.data()); });
-            const auto result = Read(kind, text.data(), kind.capacity);
+            std::optional<ServiceProblem> problem;
+            const auto result = Read(kind, text.data(), kind.capacity, &problem);
+            record.problem.With([&](auto& last) { last = std::move(problem); });
             step.Information(kind.stepStatus, result);
             if (result != 0) {
                 step.Error(kind.notCompleted);
@@ -282,6 +302,13 @@ void MainViewModel::ReadDetails(const RecordKind& kind, Record& record) {
             step.Information(u"RPC Connection Status = ", m_sysInfo.readCompleted.load());
         });
     });
+}
+
+std::optional<ServiceProblem> MainViewModel::ProblemOf(const Record& record) const {
+    if (!IsRpcInitialised()) {
+        return m_connectionProblem.With([](const auto& problem) { return problem; });
+    }
+    return record.problem.With([](const auto& problem) { return problem; });
 }
 
 void MainViewModel::LaunchSysInfo() {

@@ -7,10 +7,12 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "platform/core/Guarded.h"
 #include "platform/tasks/BlockingMutex.h"
 #include "service/RpcClient.h"
+#include "viewmodel/ServiceProblem.h"
 
 namespace Kelvane {
 
@@ -62,6 +64,10 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     bool IsUsbTypeCInfoReadCompleted() const { return m_usbTypeCInfo.readCompleted.load(); }
     /// The service is, or once was, connected.
     bool IsRpcInitialised() const { return m_bRpcInitialised.load(); }
+    /// What kept the record from being read at the last attempt, or from being copied; nothing when it is
+    /// there, or when there was no attempt.
+    std::optional<ServiceProblem> SysInfoProblem() const { return ProblemOf(m_sysInfo); }
+    std::optional<ServiceProblem> UsbTypeCInfoProblem() const { return ProblemOf(m_usbTypeCInfo); }
 
   private:
     using Buffer = std::unique_ptr<char16_t[]>;
@@ -70,6 +76,7 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     struct Record {
         platform::Guarded<Buffer> data;
         std::atomic<bool> readCompleted = false;
+        platform::Guarded<std::optional<ServiceProblem>> problem;
     };
     struct RecordKind;
     static const RecordKind kSysInfo;
@@ -83,13 +90,17 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     std::shared_ptr<RpcClient> Client() const;
 
     void Launch(const Tool& tool);
-    std::int64_t Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity);
+    std::int64_t Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity,
+                      std::optional<ServiceProblem>* problem = nullptr);
+    std::optional<ServiceProblem> ProblemOf(const Record& record) const;
     void ReadDetails(const RecordKind& kind, Record& record);
     void Get(const RecordKind& kind, const Record& record, char16_t* buffer, std::int32_t capacity) const;
 
     Record m_sysInfo;
     Record m_usbTypeCInfo;
     std::atomic<bool> m_bRpcInitialised = false;
+    /// Of the last attempt to connect.
+    platform::Guarded<std::optional<ServiceProblem>> m_connectionProblem;
 
     /// Held while a connection is being made, so that two chains make one; that takes as long as the service
     /// does.

@@ -39,6 +39,10 @@ Status RpcStringFreeW(char16_t** string) noexcept;
 /// progress.
 Status RpcBindingFree(RPC_BINDING_HANDLE* binding) noexcept;
 
+/// The user whose process listens at the endpoint, by name, as the first connection found it. Status 1746 as
+/// long as there was none. The caller releases `*serverPrincipalName` with RpcStringFreeW.
+Status RpcBindingInqAuthInfoW(RPC_BINDING_HANDLE binding, char16_t** serverPrincipalName) noexcept;
+
 /// One argument of a call. A counted text takes two: pointer to its length, pointer to the pointer to its
 /// characters.
 using RpcArgument = std::variant<RPC_BINDING_HANDLE, RPC_CONTEXT_HANDLE, RPC_CONTEXT_HANDLE*, std::int32_t,

@@ -32,7 +32,7 @@ Status StatusOfNak(std::uint16_t reason) {
         case NakReason::LocalLimit:
             return status::kServerTooBusy;
         case NakReason::Version:
-            return status::kProtocolError;
+            return status::kRevisionMismatch;
         case NakReason::Authentication:
             return status::kUnknownAuthentication;
         default:
@@ -134,8 +134,9 @@ void Binding::Establish(const InterfaceDescription& interface) {
     try {
         // Whoever may create files in the endpoints' directory could pose as the service.
         const Peer peer = PeerOf(m_socket.Get());
+        m_listener = peer.Uid;
         if (peer.Uid != 0 && peer.Uid != geteuid()) {
-            throw RpcException(status::kAccessDenied);
+            throw RpcException(status::kMutualAuthenticationFailed);
         }
         BindInterface(interface);
     } catch (...) {
@@ -221,7 +222,7 @@ ByteView Binding::Exchange(const InterfaceDescription& interface, const CallValu
                 if (call->Header.Type == PduType::Request) {
                     AnswerCallback(interface, sent, *call);
                 } else if (call->IsTooLong) {
-                    fault = status::kOutOfMemory;
+                    fault = status::kStringTooLong;
                 } else {
                     return call->Stub;
                 }

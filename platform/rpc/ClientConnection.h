@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -33,6 +34,9 @@ class Binding {
     void Call(const InterfaceDescription& interface, const Procedure& procedure, const CallValues& in,
               const std::function<void(const CallValues& out)>& receive);
 
+    /// The user whose process listens; nothing until a connection was made. Any thread.
+    std::optional<uid_t> Listener() const { return m_listener; }
+
     /// Only inside `receive`. The context is valid until it is closed or the binding goes.
     ClientContext* OpenContext(const ContextHandle& handle) {
         return &m_contexts.emplace_back(ClientContext{this, handle});
@@ -58,6 +62,7 @@ class Binding {
     std::atomic<int> m_descriptor = -1;
     std::atomic<bool> m_cancelled = false;
     std::atomic<std::thread::id> m_caller;
+    std::atomic<std::optional<uid_t>> m_listener;
 
     // Guarded by m_mutex, which a call holds from beginning to end.
     std::mutex m_mutex;

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/core/UserName.h"
 #include "platform/rpc/Binding.h"
 #include "platform/rpc/ClientConnection.h"
 #include "platform/rpc/Socket.h"
@@ -97,6 +98,13 @@ std::string PathOf(const Parts& parts) {
     return parts.Endpoint.empty() ? std::string() : EndpointPath(parts.Endpoint);
 }
 
+/// For the caller to release with RpcStringFreeW.
+char16_t* CopyOf(std::u16string_view text) {
+    auto copy = std::make_unique<char16_t[]>(text.size() + 1);
+    std::ranges::copy(text, copy.get());
+    return copy.release();
+}
+
 template <typename Body>
 Status Guard(Body body) noexcept {
     try {
@@ -132,9 +140,7 @@ Status RpcStringBindingComposeW(const char16_t* objectUuid, const char16_t* prot
             }
             text += u']';
         }
-        auto composed = std::make_unique<char16_t[]>(text.size() + 1);
-        std::ranges::copy(text, composed.get());
-        *stringBinding = composed.release();
+        *stringBinding = CopyOf(text);
     });
 }
 
@@ -144,6 +150,19 @@ Status RpcBindingFromStringBindingW(const char16_t* stringBinding, RPC_BINDING_H
             throw RpcException(status::kInvalidStringBinding);
         }
         *binding = std::make_unique<Binding>(PathOf(Parse(stringBinding))).release();
+    });
+}
+
+Status RpcBindingInqAuthInfoW(RPC_BINDING_HANDLE binding, char16_t** serverPrincipalName) noexcept {
+    return Guard([&] {
+        if (binding == nullptr) {
+            throw RpcException(status::kInvalidBinding);
+        }
+        const auto listener = binding->Listener();
+        if (!listener) {
+            throw RpcException(status::kBindingHasNoAuthentication);
+        }
+        *serverPrincipalName = CopyOf(UserName(*listener));
     });
 }
 

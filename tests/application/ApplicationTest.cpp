@@ -71,7 +71,8 @@ ApplicationTest::ApplicationTest() {
     RegisterPages();
 }
 
-void ApplicationTest::StartService() {
+void ApplicationTest::StartService(std::map<unsigned, platform::rpc::ServerProcedure> others,
+                                   platform::rpc::ServerOptions options) {
     const auto answer = [this](ServerCall& call, const std::optional<std::u16string>& text) {
         ++m_calls[call.Procedure()];
         m_onRead();
@@ -81,11 +82,12 @@ void ApplicationTest::StartService() {
         ++m_calls[call.Procedure()];
         m_onRequest();
     };
-    m_service.emplace(std::map<unsigned, platform::rpc::ServerProcedure>{
+    others.merge(std::map<unsigned, platform::rpc::ServerProcedure>{
         {procedure::StartMSInfoApp, request},
         {procedure::ReadSysInfo, [=, this](ServerCall& call) { answer(call, m_systemInformation); }},
         {procedure::ReadUSBTypeCInfo, [=, this](ServerCall& call) { answer(call, m_usbTypeC); }},
         {procedure::SetUEFIFlag, request}});
+    m_service.emplace(std::move(others), std::move(options));
 }
 
 int ApplicationTest::Run(std::vector<Step> steps) {

@@ -34,8 +34,9 @@ class ApplicationTest : public testing::Test {
     /// before has led to nothing more; then ends it as a closed window does. Returns the exit status.
     int Run(std::vector<Step> steps = {});
 
-    /// The service answers reads with the two records below.
-    void StartService();
+    /// The service answers reads with the two records below, and whatever else as `others` say.
+    void StartService(std::map<unsigned, platform::rpc::ServerProcedure> others = {},
+                      platform::rpc::ServerOptions options = {});
 
     /// The element of this name in the window.
     template <typename Element>
@@ -75,14 +76,13 @@ class ApplicationTest : public testing::Test {
     std::function<void()> m_onRequest = [] {};
     /// What the last run wrote to standard error beside the trace.
     std::string m_errors;
-
     TestClock m_clock;
+    platform::rpc::test::EndpointScope m_endpoints;
 
   private:
     std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);
 
     tests::StateFolderScope m_state;
-    platform::rpc::test::EndpointScope m_endpoints;
     platform::ClockScope m_clockScope{m_clock};
     std::array<std::atomic<int>, 13> m_calls{};
     std::optional<platform::rpc::test::TestService> m_service;

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -104,6 +105,8 @@ TEST(CommandLine, WrongUsageIsOneSentenceAndStatus2) {
         {"kelvane --screenshot= x.png", "--screenshot needs an argument"},
         {"kelvane --screenshot --text", "--screenshot needs an argument"},
         {"kelvane --text=yes", "--text takes no argument"},
+        {"kelvane --timeout 5", "--timeout goes with --text, --json or --screenshot"},
+        {"kelvane --text --timeout 1m", "--timeout takes a whole number of seconds, 86400 at most"},
         {"kelvane --text", "KELVANE_PACKAGE_DIRECTORY names '/dev/null', which is not a folder",
          "KELVANE_PACKAGE_DIRECTORY=/dev/null"},
         {"kelvane", "KELVANE_COLOR_SCHEME is 'Dark'; set it to light or dark", "KELVANE_COLOR_SCHEME=Dark"},
@@ -171,6 +174,17 @@ TEST(CommandLine, AWrongTypeInTheSettingsIsExplainedAndChangesNothing) {
     }
 }
 
+TEST(CommandLine, OutputsWithoutTheServiceHaveStatus1AndAReason) {
+    for (const auto* const output : {"--text", "--json"}) {
+        const auto run =
+            tests::RunProgram(std::string("kelvane ") + output, "KELVANE_RPC_DIRECTORY=/dev/null");
+        EXPECT_EQ(run.Status, 1);
+        EXPECT_TRUE(run.Errors.starts_with("kelvane: The system service is not running. Start "))
+            << run.Errors;
+        EXPECT_EQ(std::ranges::count(run.Errors, '\n'), 1) << run.Errors;
+    }
+}
+
 Kelvane::CommandLine Read(const std::vector<std::string>& arguments) {
     return Kelvane::ReadCommandLine(platform::ParseArguments(Kelvane::kProgram, arguments));
 }
@@ -187,6 +201,8 @@ TEST(CommandLine, WordsAreLaunchArgumentsWhereverOptionsStand) {
     EXPECT_EQ(Read({"--screenshot=-x.png"}).Screenshot, "-x.png");
     EXPECT_EQ(Read({}).Wanted, Action::Window);
     EXPECT_FALSE(Read({}).Background);
+    EXPECT_EQ(Read({"--text"}).Timeout, std::chrono::seconds(30));
+    EXPECT_EQ(Read({"--json", "--timeout=0"}).Timeout, std::chrono::seconds(0));
     EXPECT_TRUE(Read({"--gapplication-service"}).Background);
 }
 

@@ -147,7 +147,7 @@ TEST_F(SessionTest, AListenerOfAnotherUserIsNotTrusted) {
     ASSERT_EQ(seteuid(65534), 0);
     TestService service;
     ASSERT_EQ(seteuid(0), 0);
-    EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kAccessDenied);
+    EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kMutualAuthenticationFailed);
 }
 
 TEST_F(SessionTest, ConnectionsContextsAndCallsASecondAreLimited) {

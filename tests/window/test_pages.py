@@ -161,6 +161,14 @@ class Pages(unittest.TestCase):
         gone(program, "progress bar", "Reading the machine’s data")
         self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
 
+    def test_a_picture_without_data_is_a_failure_with_its_reason(self):
+        for service, status, errors in (("rpc", 0, []), ("nowhere", 1, ["kelvane: The system service is not running."])):
+            with self.subTest(service):
+                program = self.start("--screenshot", f"{self.folder}/{service}.png", service=service)
+                self.assertEqual(program.ended(), status)
+                self.assertEqual([line[:len(error)] for line, error in zip(program.errors, errors, strict=True)], errors)
+                self.assertTrue(os.path.exists(f"{self.folder}/{service}.png"))
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

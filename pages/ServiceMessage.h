@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "pages/DisplayTexts.h"
+#include "viewmodel/ServiceProblem.h"
+
+namespace Kelvane {
+
+/// What a user reads of a problem with the service, as sentences.
+struct ServiceMessage {
+    /// What it is.
+    std::u16string Title;
+    /// What to do.
+    std::u16string Message;
+};
+
+ServiceMessage MessageOf(const ServiceProblem& problem, const DisplayTexts& texts);
+
+}  // namespace Kelvane
