@@ -1,11 +1,9 @@
 #include "pages/main/MainPage.h"
 
-#include "platform/tasks/task.h"
 #include "platform/xaml/Window.h"
 #include "service/HotkeyRpc.h"
 #include "tests/application/ApplicationTest.h"
 #include "tests/support/PackageScope.h"
-#include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
@@ -22,23 +20,6 @@ class MainPageTest : public ApplicationTest {
 
     std::u16string Glyph() { return Find<platform::FontIcon>(u"ExpandIcon")->Glyph(); }
 };
-
-TEST_F(MainPageTest, ShowsTheLongestRecordAndNoneThatIsLonger) {
-    const auto letters = Record(Letters(10));
-    const std::u16string first(998 - letters.size(), u'x');
-    m_systemInformation = first + letters;
-    StartService();
-    Run({[&] {
-             EXPECT_EQ(Text(u"SysInfoValue0"), first + u"a");
-             m_systemInformation = u"x" + *m_systemInformation;
-             platform::create_task([] { MainViewModel::GetInstance()->ReadSysInfoDetailsAsync(); });
-         },
-         [&] {
-             char16_t record[1000]{u'?'};
-             MainViewModel::GetInstance()->GetSysInfo(record, 999);
-             EXPECT_EQ(std::u16string(record), u"");
-         }});
-}
 
 TEST_F(MainPageTest, KeepsWhatASecondFillDoesNotKnow) {
     StartService();

@@ -74,6 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutputCase{"ShortForm", Record(Letters(10)), u""},
         OutputCase{"OldForm", u"a,b,c,d,e,f,g,h,i,16,k,l", u"x, USB 4"},
         OutputCase{"OldFormWithBiosPassword", u"a,b,c,8 GB,e,f,g,h,i,0x10,k", u"x, USB 4,<.^.>"},
+        OutputCase{"LongestRecord", std::u16string(943, u'x') + Record(Letters(10)), kPorts},
         OutputCase{"TooFewFields", Record(Letters(9)), kPorts},
         OutputCase{
             "HostileValues",
