@@ -1,15 +1,20 @@
 #include "tests/application/ApplicationTest.h"
 
-#include <algorithm>
+#include <unistd.h>
+
 #include <cstdlib>
+#include <cstring>
 #include <future>
 #include <iostream>
 #include <sstream>
 #include <thread>
 
+#include "logging/LoggingHandler.h"
 #include "package/PackageContent.h"
 #include "platform/xaml/Navigation.h"
 #include "platform/xaml/Window.h"
+#include "tests/application/TraceText.h"
+#include "tests/support/Golden.h"
 
 namespace Kelvane {
 
@@ -35,9 +40,10 @@ class Watchdog {
     }};
 };
 
-/// "HH:MM:SS.mmm LEVEL " comes before each message of the trace.
-constexpr std::size_t kTimeLength = 13;
-constexpr const char* kLevels[] = {"Verbose ", "Information ", "Warning ", "Error ", "Critical "};
+/// Begins a section of the trace, or is a line of its own in it.
+void Mark(const std::string& text) {
+    LoggingHandler::GetInstance().LogVerbose(platform::FromUtf8(text));
+}
 
 /// Texts in quotes, so that blanks show.
 void Describe(const platform::UIElement& element, std::string& lines) {
@@ -66,7 +72,6 @@ void Describe(const platform::UIElement& element, std::string& lines) {
 }  // namespace
 
 ApplicationTest::ApplicationTest() {
-    setenv("KELVANE_TRACE", "1", 1);
     platform::SetPackageFiles(PackageContent());
     RegisterPages();
 }
@@ -94,10 +99,16 @@ int ApplicationTest::Run(std::vector<Step> steps) {
     m_world = std::make_unique<headless::HeadlessWorld>(m_options);
     std::size_t next = 0;
     std::function<void()> take = [&] {
-        if (next == steps.size()) {
-            m_options.HasWindow ? m_world->Window().RequestClose() : platform::Application::Exit();
+        if (m_closed) {
             return;
         }
+        MarkShown();
+        if (next == steps.size()) {
+            Mark("== end");
+            m_options.HasWindow ? Close() : platform::Application::Exit();
+            return;
+        }
+        Mark("== step " + std::to_string(next + 1));
         steps[next++]();
         platform::Application::WhenIdle(take);
     };
@@ -107,21 +118,38 @@ int ApplicationTest::Run(std::vector<Step> steps) {
         platform::Application::WhenIdle(take);
         return App::Create();
     });
-    m_trace.clear();
-    m_errors.clear();
-    std::istringstream output(testing::internal::GetCapturedStderr());
-    for (std::string line; std::getline(output, line);) {
-        const auto* const level =
-            std::find_if(std::begin(kLevels), std::end(kLevels), [&](const std::string& each) {
-                return line.size() > kTimeLength && line.compare(kTimeLength, each.size(), each) == 0;
-            });
-        if (level != std::end(kLevels)) {
-            m_trace.push_back(line.substr(kTimeLength + std::string(*level).size()));
-        } else {
-            m_errors += line + "\n";
-        }
-    }
+    m_errors = testing::internal::GetCapturedStderr();
     return status;
+}
+
+void ApplicationTest::Press(std::u16string_view name) {
+    Mark("> press " + platform::ToUtf8(name));
+    Find<platform::Button>(name)->Invoke();
+}
+
+void ApplicationTest::PressKey(platform::VirtualKey key) {
+    Mark("> key " + platform::ToUtf8(platform::NameOf(key)));
+    m_world->Window().PressKey(key);
+}
+
+void ApplicationTest::Close() {
+    m_closed = true;
+    m_world->Window().RequestClose();
+}
+
+std::string ApplicationTest::Trace(bool whole) const {
+    auto text = TraceText(tests::ReadFolder(StoredLogs()), static_cast<std::uint32_t>(gettid()), whole) +
+                (m_errors.empty() ? "" : "== standard error\n" + m_errors);
+    // A PackageScope's, which has another name each time.
+    const char* const folder = std::getenv("KELVANE_PACKAGE_DIRECTORY");
+    for (std::size_t at = 0; folder != nullptr && (at = text.find(folder)) != std::string::npos;) {
+        text.replace(at, std::strlen(folder), "PACKAGE");
+    }
+    return text;
+}
+
+void ApplicationTest::ExpectTrace(const std::string& name, bool whole) const {
+    tests::ExpectGolden("application/traces/" + name + ".txt", Trace(whole));
 }
 
 std::shared_ptr<platform::UIElement> ApplicationTest::FindElement(platform::UIElement& root,
@@ -138,17 +166,6 @@ std::shared_ptr<platform::UIElement> ApplicationTest::FindElement(platform::UIEl
     return nullptr;
 }
 
-std::u16string ApplicationTest::Text(std::u16string_view name) {
-    if (const auto box = Find<platform::TextBox>(name)) {
-        return box->Text();
-    }
-    return Find<platform::TextBlock>(name)->Text();
-}
-
-bool ApplicationTest::IsVisible(std::u16string_view name) {
-    return Find<platform::UIElement>(name)->Visibility() == platform::Visibility::Visible;
-}
-
 std::string ApplicationTest::Shown() {
     const auto& content = *platform::Window::Current()->Content();
     std::string lines = content.FlowDirection() == platform::FlowDirection::LeftToRight ? "left to right\n"
@@ -157,26 +174,15 @@ std::string ApplicationTest::Shown() {
     return lines;
 }
 
-std::u16string ApplicationTest::CurrentPage() {
-    if (Find<platform::Button>(u"BackButton")) {
-        return u"USBTypeCPage";
-    }
-    return Find<platform::Button>(u"OkButton") ? u"RunSystemDiagnostics" : u"MainPage";
-}
-
-std::vector<std::string> ApplicationTest::TraceOf(const std::vector<std::string>& methods) const {
-    std::vector<std::string> lines;
-    for (const auto& line : m_trace) {
-        if (std::any_of(methods.begin(), methods.end(),
-                        [&](const auto& method) { return line.starts_with(method); })) {
-            lines.push_back(line);
+void ApplicationTest::MarkShown() {
+    std::set<std::string> shown;
+    std::istringstream lines(platform::Window::Current()->Content() ? Shown() : "nothing\n");
+    for (std::string line; std::getline(lines, line);) {
+        if (shown.insert(line).second && !m_shown.contains(line)) {
+            Mark("| " + line);
         }
     }
-    return lines;
-}
-
-bool ApplicationTest::HasTraced(const std::string& text) const {
-    return std::find(m_trace.begin(), m_trace.end(), text) != m_trace.end();
+    m_shown = std::move(shown);
 }
 
 std::u16string Record(const std::vector<std::u16string>& fields) {

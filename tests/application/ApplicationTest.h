@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,25 +44,25 @@ class ApplicationTest : public testing::Test {
     std::shared_ptr<Element> Find(std::u16string_view name) {
         return std::dynamic_pointer_cast<Element>(FindElement(*platform::Window::Current()->Content(), name));
     }
-    std::u16string Text(std::u16string_view name);
-    bool IsVisible(std::u16string_view name);
-    void Press(std::u16string_view name) { Find<platform::Button>(name)->Invoke(); }
+    /// What a user does; it is in the trace as a line of its own.
+    void Press(std::u16string_view name);
+    void PressKey(platform::VirtualKey key);
+    /// Closes the window; no further step is taken.
+    void Close();
 
     /// What the window shows: a line for each element that has a name or a text, in reading order.
     std::string Shown();
 
-    /// The full name of the page that the window shows, and how often the service has been asked for a
-    /// procedure.
-    std::u16string CurrentPage();
+    /// How often the service has been asked for a procedure.
     int Calls(unsigned procedure) const { return m_calls[procedure].load(); }
 
-    /// The trace of the last run, without times and levels; `Of` those whose method begins with one of the
-    /// names.
-    const std::vector<std::string>& TraceLines() const { return m_trace; }
-    std::vector<std::string> TraceOf(const std::vector<std::string>& methods) const;
-    bool HasTraced(const std::string& text) const;
-
     std::filesystem::path StoredLogs() const { return m_state.Stored(); }
+
+    /// The log of the last run, what was new in the window after each step, and standard error; without the
+    /// start and the end, unless `whole`.
+    std::string Trace(bool whole = false) const;
+    /// Compares it with the golden file of that name in tests/application/traces.
+    void ExpectTrace(const std::string& name, bool whole = false) const;
 
     headless::HeadlessOptions m_options{
         .Insets = {.Left = 0, .Right = 114}, .LocaleName = "en_US.UTF-8", .Languages = {u"en-US"}};
@@ -74,19 +75,21 @@ class ApplicationTest : public testing::Test {
     std::function<void()> m_onRead = [] {};
     /// Runs in the service before the answer to a request that is no read.
     std::function<void()> m_onRequest = [] {};
-    /// What the last run wrote to standard error beside the trace.
+    /// What the last run wrote to standard error.
     std::string m_errors;
     TestClock m_clock;
     platform::rpc::test::EndpointScope m_endpoints;
 
   private:
+    void MarkShown();
     std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);
 
     tests::StateFolderScope m_state;
     platform::ClockScope m_clockScope{m_clock};
     std::array<std::atomic<int>, 13> m_calls{};
+    bool m_closed = false;
+    std::set<std::string> m_shown;
     std::optional<platform::rpc::test::TestService> m_service;
-    std::vector<std::string> m_trace;
 };
 
 /// A record of these fields joined by the new separator.

@@ -1,7 +1,8 @@
 #include "tests/application/TraceText.h"
 
 #include <algorithm>
-#include <iterator>
+#include <array>
+#include <span>
 
 #include "platform/core/Text.h"
 
@@ -9,54 +10,65 @@ namespace Kelvane {
 
 namespace {
 
-constexpr const char* kHeadings[] = {"# user interface\n", "# workers\n", "# workers: system information\n",
-                                     "# workers: USB Type-C\n"};
-/// What the names of each read's methods begin with.
-constexpr std::u16string_view kReads[] = {u"Kelvane::MainViewModel::ReadSysInfo",
-                                          u"Kelvane::MainViewModel::ReadU"};
+constexpr std::array kHeadings = {"# user interface\n", "# workers\n", "# workers: system information\n",
+                                  "# workers: USB Type-C\n"};
+constexpr std::size_t kWorkers = 1;
 
-constexpr std::u16string_view kOtherReadsFlag = u"RPC Connection Status = ";
+/// The heading of a worker's line while two reads run at once, by what the names of their methods begin with.
+std::size_t HeadingOfRead(const std::u16string& text) {
+    return text.starts_with(u"Kelvane::MainViewModel::ReadSysInfo") ? 2
+           : text.starts_with(u"Kelvane::MainViewModel::ReadU")     ? 3
+                                                                    : kWorkers;
+}
 
-/// Lines that belong together, under the heading of this number.
-struct Part {
-    std::size_t heading;
-    std::uint32_t thread;
-    std::string lines;
-};
+std::string SectionText(std::span<const platform::etl::TraceEvent> events,
+                        std::uint32_t userInterfaceThread) {
+    const bool readsAtOnce = std::ranges::any_of(
+        events, [](const auto& event) { return event.text.ends_with(u"Launching from Hotkey"); });
+    std::array<std::vector<std::string>, kHeadings.size()> parts;
+    for (const auto& event : events) {
+        auto line = platform::ToUtf8(event.text) + "\n";
+        if (line[0] != '>' && line[0] != '|') {
+            line.insert(0, {platform::LoggingLevelName(event.level)[0], ' '});
+        }
+        const auto heading = event.thread == userInterfaceThread ? 0
+                             : readsAtOnce                       ? HeadingOfRead(event.text)
+                                                                 : kWorkers;
+        // The USB Type-C read shows the other read's flag, which may have ended or not.
+        constexpr std::string_view kFlag = "RPC Connection Status = ";
+        if (const auto flag = line.find(kFlag); heading > 2 && flag != std::string::npos) {
+            line.replace(flag + kFlag.size(), std::string::npos, "true or false\n");
+        }
+        parts[heading].push_back(std::move(line));
+    }
+    if (readsAtOnce) {
+        // What both do under the same name.
+        std::ranges::sort(parts[kWorkers]);
+    }
+    std::string text;
+    for (std::size_t heading = 0; heading < parts.size(); ++heading) {
+        text += parts[heading].empty() ? "" : kHeadings[heading];
+        for (const auto& line : parts[heading]) {
+            text += line;
+        }
+    }
+    return text;
+}
 
 }  // namespace
 
-std::string TraceText(const std::vector<platform::etl::TraceEvent>& events,
-                      std::uint32_t userInterfaceThread) {
-    const bool readsAtOnce = std::ranges::any_of(
-        events, [](const auto& event) { return event.text.ends_with(u"Launching from Hotkey"); });
-    std::vector<Part> parts;
-    for (const auto& event : events) {
-        std::size_t heading = event.thread == userInterfaceThread ? 0 : 1;
-        std::uint32_t thread = 0;
-        if (heading != 0 && readsAtOnce) {
-            const auto* const read = std::ranges::find_if(
-                kReads, [&](const auto& method) { return event.text.starts_with(method); });
-            // What both reads do under the same name stays together by its thread.
-            heading = read == std::end(kReads) ? 1 : 2 + static_cast<std::size_t>(read - kReads);
-            thread = heading == 1 ? event.thread : 0;
-        }
-        auto part = std::ranges::find_if(
-            parts, [&](const Part& each) { return each.heading == heading && each.thread == thread; });
-        if (part == parts.end()) {
-            part = parts.insert(part, {.heading = heading, .thread = thread, .lines = {}});
-        }
-        part->lines += platform::LoggingLevelName(event.level)[0];
-        // The flag is the other read's, which may not have ended yet.
-        const auto flag = heading == 3 ? event.text.find(kOtherReadsFlag) : std::u16string::npos;
-        part->lines += " " + platform::ToUtf8(event.text.substr(0, flag)) +
-                       (flag == std::u16string::npos ? "\n" : "RPC Connection Status = true or false\n");
-    }
-    std::ranges::stable_sort(parts, {}, &Part::heading);
+std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std::uint32_t userInterfaceThread,
+                      bool whole) {
     std::string text;
-    for (const auto& part : parts) {
-        const bool isFirst = &part == &parts.front() || (&part)[-1].heading != part.heading;
-        text += (isFirst ? kHeadings[part.heading] : "") + part.lines;
+    std::string heading = "== start";
+    for (auto at = events.begin(); at != events.end();) {
+        const auto next =
+            std::find_if(at, events.end(), [](const auto& event) { return event.text.starts_with(u"=="); });
+        if (at != next && (whole || heading.starts_with("== step"))) {
+            text += heading + "\n" + SectionText({at, next}, userInterfaceThread);
+        }
+        heading = next != events.end() ? platform::ToUtf8(next->text) : "";
+        at = next != events.end() ? next + 1 : next;
     }
     return text;
 }

@@ -10,8 +10,12 @@ namespace Kelvane {
 
 /// A log as a text that is the same after each run: each message behind the first letter of its level, the
 /// user-interface thread's first, then those of the workers, which run one after the other. Only the two
-/// reads of a hotkey start run at once: there the lines of each read follow by themselves.
-std::string TraceText(const std::vector<platform::etl::TraceEvent>& events,
-                      std::uint32_t userInterfaceThread);
+/// reads of a hotkey start run at once: there the lines of each read follow by themselves, and those of
+/// methods that both call are sorted. A message that begins with "==" is the test's own and begins a section,
+/// all workers having ended; one that begins with
+/// ">" or "|" says what the user did or saw. Without `whole` only sections named "== step ..." are in the
+/// text.
+std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std::uint32_t userInterfaceThread,
+                      bool whole);
 
 }  // namespace Kelvane

@@ -9,31 +9,30 @@
 
 namespace tests {
 
+namespace {
+
+std::vector<std::string> Lines(std::istream& text) {
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+}  // namespace
+
 void ExpectGolden(const std::string& path, const std::string& text) {
     const auto file = std::filesystem::path(KELVANE_TESTS) / path;
     if (std::getenv("KELVANE_RENEW_GOLDEN") != nullptr) {
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file) << text;
-        return;
     }
     std::ifstream golden(file);
-    std::istringstream actual(text);
-    std::string expectedLine;
-    std::string line;
-    for (int number = 1;; ++number) {
-        const bool isExpected = static_cast<bool>(std::getline(golden, expectedLine));
-        const bool isThere = static_cast<bool>(std::getline(actual, line));
-        if (!isExpected && !isThere) {
-            return;
-        }
-        if (isExpected != isThere || expectedLine != line) {
-            ADD_FAILURE() << "tests/" << path << ", line " << number
-                          << "\n  golden: " << (isExpected ? expectedLine : "(no such line)")
-                          << "\n  now:    " << (isThere ? line : "(no such line)")
-                          << "\ntests/renew-golden writes what is now; git diff shows the whole difference";
-            return;
-        }
-    }
+    std::istringstream now(text);
+    const auto before = Lines(golden);
+    const auto after = Lines(now);
+    EXPECT_TRUE(before == after) << "tests/" << path << "; tests/renew-golden writes what is now\n"
+                                 << testing::internal::edit_distance::CreateUnifiedDiff(before, after);
 }
 
 }  // namespace tests
