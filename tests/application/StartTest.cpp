@@ -149,44 +149,6 @@ TEST_F(StartTest, AWorldWithoutAWindowIsTracedAndReadsNothing) {
     EXPECT_EQ(Calls(procedure::ReadSysInfo), 0);
 }
 
-/// A call from the world, in which `fail` throws.
-struct FailingCall {
-    const char* name;
-    void (*cause)(headless::HeadlessWorld& world, std::function<void()> fail);
-
-    friend void PrintTo(const FailingCall& call, std::ostream* out) { *out << call.name; }
-};
-
-class FailingCallTest : public StartTest, public testing::WithParamInterface<FailingCall> {};
-
-TEST_P(FailingCallTest, EndsTheApplicationWithItsMessageAndASavedLog) {
-    EXPECT_EQ(Run({[&] { GetParam().cause(*m_world, [] { throw std::logic_error("broken"); }); }}), 1);
-    EXPECT_EQ(m_errors, "kelvane: broken\n");
-    EXPECT_EQ(tests::Names(StoredLogs()).size(), 1U);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Calls, FailingCallTest,
-    testing::Values(FailingCall{"PostedWork", [](auto& world, auto fail) { world.Loop().Post(fail); }},
-                    FailingCall{"Timer", [](auto& world, auto fail) { world.Loop().PostAfter({}, fail); }},
-                    FailingCall{"Key",
-                                [](auto& world, auto fail) {
-                                    world.Window().Content()->KeyDown().Add([fail](auto&, auto&) { fail(); });
-                                    world.Window().PressKey(platform::VirtualKey::A);
-                                }},
-                    FailingCall{"CaptionButtons",
-                                [](auto& world, auto fail) {
-                                    world.Window().Content()->AddBinding(fail);
-                                    world.Window().SetOverlayInsets({});
-                                }},
-                    FailingCall{"Suspension",
-                                [](auto& world, auto fail) {
-                                    platform::Application::Current()->Suspending().Add(
-                                        [fail](auto&, auto&) { fail(); });
-                                    world.Window().RequestClose();
-                                }}),
-    [](const auto& call) { return std::string(call.param.name); });
-
 /// A markup file that cannot be used, and the way to it: the start, then buttons, then a later start; the
 /// file is damaged before the last step.
 struct DamagedMarkup {

@@ -12,25 +12,6 @@ namespace {
 
 constexpr auto kNormal = CoreDispatcherPriority::Normal;
 
-TEST(Dispatcher, QueuesEvenOnItsOwnThreadAndKeepsTheOrder) {
-    headless::HeadlessLoop loop;
-    const auto dispatcher = std::make_shared<CoreDispatcher>(loop);
-    std::string order;
-    dispatcher->RunAsync(kNormal, [&] {
-        dispatcher->RunAsync(kNormal, [&] { order += "c"; });
-        order += "a";
-    });
-    const auto failed = dispatcher->RunAsync(kNormal, [&] {
-        order += "b";
-        throw Exception(result::kFail, u"broken");
-    });
-    dispatcher->RunAsync(kNormal, [&] { dispatcher->RunAsync(kNormal, [&] { loop.Quit(); }); });
-    loop.Run();
-    EXPECT_EQ(order, "abc");
-    EXPECT_THROW(failed.get(), Exception);
-    EXPECT_EQ(dispatcher->Pending(), 0U);
-}
-
 TEST(Dispatcher, RefusesWorkOnceTheWindowIsGoneAndDestroysItOnItsOwnThread) {
     const UserInterfaceThreadMark mark;
     headless::HeadlessLoop loop;

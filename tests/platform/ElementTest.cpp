@@ -3,7 +3,6 @@
 #include <optional>
 #include <thread>
 
-#include "backends/headless/HeadlessWindow.h"
 #include "platform/core/Exception.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Navigation.h"
@@ -16,14 +15,6 @@ namespace {
 
 class ElementTest : public testing::Test {
   protected:
-    /// A window that shows `root`.
-    void Show(const std::shared_ptr<UIElement>& root) {
-        m_peer = m_window.CreatePeer(m_client, {});
-        root->EnterWindow(*m_peer);
-        m_peer->SetContent(root.get());
-        root->RaiseLoaded();
-    }
-
     std::shared_ptr<Button> AddButton(Panel& panel) {
         auto button = std::make_shared<Button>();
         panel.Append(button);
@@ -31,14 +22,6 @@ class ElementTest : public testing::Test {
     }
 
     UserInterfaceThreadMark m_mark;
-    headless::HeadlessWindow m_window{{.Width = 640, .Height = 210}};
-
-  private:
-    struct Client final : WindowClient {
-        void CloseRequested() override {}
-        void OverlayInsetsChanged() override {}
-    } m_client;
-    std::unique_ptr<WindowPeer> m_peer;
 };
 
 TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
@@ -103,37 +86,6 @@ TEST_F(ElementTest, DirectionIsInheritedUntilAnElementHasItsOwn) {
     inner->FlowDirection(FlowDirection::LeftToRight);
     EXPECT_EQ(text->FlowDirection(), FlowDirection::LeftToRight);
     EXPECT_EQ(told, 2);
-}
-
-TEST_F(ElementTest, LoadedComesOnceForEachEntryIntoTheWindow) {
-    const auto root = std::make_shared<ContentControl>();
-    const auto panel = std::make_shared<StackPanel>();
-    const auto button = AddButton(*panel);
-    std::string order;
-    button->Loaded().Add([&](UIElement&, const RoutedEventArgs&) { order += "b"; });
-    panel->Loaded().Add([&](UIElement&, const RoutedEventArgs&) { order += "p"; });
-    Show(root);
-    root->Content(panel);
-    EXPECT_EQ(order, "bp");
-    root->Content(nullptr);
-    EXPECT_EQ(button->Peer(), nullptr);
-    root->Content(panel);
-    EXPECT_EQ(order, "bpbp");
-}
-
-TEST_F(ElementTest, TabVisitsWhatIsVisibleUnlessAHandlerSwallowsIt) {
-    const auto root = std::make_shared<StackPanel>();
-    const auto first = AddButton(*root);
-    const auto hidden = AddButton(*root);
-    hidden->Visibility(Visibility::Collapsed);
-    const auto last = AddButton(*root);
-    Show(root);
-    first->Focus();
-    m_window.PressKey(VirtualKey::Tab);
-    EXPECT_EQ(m_window.Focused(), last.get());
-    root->KeyDown().Add([](UIElement&, KeyRoutedEventArgs& args) { args.Handled = true; });
-    m_window.PressKey(VirtualKey::Tab);
-    EXPECT_EQ(m_window.Focused(), last.get());
 }
 
 TEST_F(ElementTest, AButtonInACollapsedPanelCannotBePressed) {

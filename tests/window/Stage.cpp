@@ -1,23 +1,28 @@
-// A window with one page of every kind of element, driven by commands on the standard input and telling on
-// the standard output what reaches the layer. The window tests look at it from outside, as a user's tools do.
+// A window with one page of every kind of element, on the desktop or without a screen, driven by commands on
+// the standard input; what reaches the layer is written to the standard output. Without a screen, commands
+// stand for the user as well. Usage: kelvane-stage [--headless | --headless-without-sound] WORDS...
 
+#include <algorithm>
 #include <iostream>
 #include <map>
-#include <optional>
 #include <sstream>
 #include <thread>
 
 #include "backends/desktop/DesktopWorld.h"
 #include "backends/desktop/Display.h"
+#include "backends/headless/HeadlessWorld.h"
 #include "platform/core/EndSignals.h"
 #include "platform/core/Exception.h"
+#include "platform/core/Guarded.h"
 #include "platform/core/Text.h"
-#include "platform/media/SpeechEngine.h"
+#include "platform/media/Clipboard.h"
 #include "platform/world/Application.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/MarkupAttributes.h"
 #include "platform/xaml/Navigation.h"
+#include "platform/xaml/Panels.h"
+#include "platform/xaml/TypeRegistry.h"
 #include "platform/xaml/Window.h"
 
 namespace {
@@ -30,8 +35,38 @@ void Tell(const std::string& line) {
     std::cout << line + "\n" << std::flush;
 }
 
-std::string Word(Words& words) {
-    std::string word;
+/// Where the next failure is wanted, and of which kind: an exception of the layer's, one of the library's, or
+/// one of neither.
+struct WantedFailure {
+    std::string line;
+    int kind = 0;
+};
+
+platform::Guarded<WantedFailure> g_failure;
+
+/// Any thread. Tells what the world has called; fails there when that is wanted.
+void Report(const std::string& line) {
+    Tell(line);
+    const auto [message, kind] = g_failure.With([&](WantedFailure& wanted) {
+        const bool isMet = !wanted.line.empty() && line.starts_with(wanted.line);
+        return isMet ? std::exchange(wanted, {}) : WantedFailure();
+    });
+    if (message.empty()) {
+        return;
+    }
+    switch (kind) {
+        case 0:
+            throw platform::Exception(platform::result::kFail, platform::FromUtf8(message));
+        case 1:
+            throw std::runtime_error(message);
+        default:
+            throw 0;
+    }
+}
+
+template <typename T = std::string>
+T Next(Words& words) {
+    T word{};
     words >> word;
     return word;
 }
@@ -46,6 +81,17 @@ std::string NameOf(const platform::UIElement& element) {
     return platform::ToUtf8(dynamic_cast<const FrameworkElement&>(element).Name());
 }
 
+/// Reports when it is asked for its children after a change of its layout.
+class LayoutReporter final : public platform::StackPanel {
+  public:
+    std::vector<UIElement*> Children() const override {
+        if (Layout().Width) {
+            Report("layout");
+        }
+        return {};
+    }
+};
+
 class StagePage final : public platform::Page {
   public:
     StagePage() : m_elements(platform::LoadComponent(*this, u"ms-appx:///Stage.xaml", Code())) {}
@@ -56,16 +102,23 @@ class StagePage final : public platform::Page {
     }
 
   private:
+    static auto KeyHandler(const std::string& what) {
+        return [what](platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
+            Report(what + " " + NameOf(sender) + " " + std::to_string(static_cast<unsigned>(args.Key)));
+            args.Handled = args.Key != platform::VirtualKey::Tab;
+        };
+    }
+
     static platform::ComponentCode Code() {
         platform::ComponentCode code;
-        code.EventHandlers.emplace(u"Clicked",
-                                   [](platform::UIElement& sender, const platform::RoutedEventArgs&) {
-                                       Tell("clicked " + NameOf(sender));
-                                   });
-        code.KeyHandlers.emplace(u"Key", [](platform::UIElement& sender, platform::KeyRoutedEventArgs& args) {
-            Tell("key " + NameOf(sender) + " " + std::to_string(static_cast<unsigned>(args.Key)));
-            args.Handled = args.Key != platform::VirtualKey::Tab;
+        code.EventHandlers.emplace(u"Clicked", [](UIElement& sender, const platform::RoutedEventArgs&) {
+            Report("clicked " + NameOf(sender));
         });
+        code.EventHandlers.emplace(u"Loaded", [](UIElement& sender, const platform::RoutedEventArgs&) {
+            Report("loaded " + NameOf(sender));
+        });
+        code.KeyHandlers.emplace(u"KeyDown", KeyHandler("keydown"));
+        code.KeyHandlers.emplace(u"KeyUp", KeyHandler("keyup"));
         return code;
     }
 
@@ -74,27 +127,31 @@ class StagePage final : public platform::Page {
 
 class Stage final : public platform::Application {
   public:
-    explicit Stage(desktop::DesktopWorld& world) : m_world(world) {}
+    /// One of the worlds is `world`, the other null.
+    Stage(platform::World& world, desktop::DesktopWorld* desktop, headless::HeadlessWorld* headless)
+        : m_world(world), m_desktop(desktop), m_headless(headless) {
+        Suspending().Add([](Application&, platform::SuspendingEventArgs&) { Report("suspended"); });
+    }
 
-    /// User-interface thread.
+    /// Commands separated by semicolons. User-interface thread.
     void Obey(const std::string& line) {
-        Words words(line);
-        const auto command = kCommands.find(Word(words));
-        if (command != kCommands.end()) {
-            command->second(*this, words);
+        std::istringstream commands(line);
+        for (std::string command; std::getline(commands, command, ';');) {
+            Words words(command);
+            kCommands.at(Next(words))(*this, words);
         }
     }
 
   protected:
     void OnLaunched(const platform::LaunchActivatedEventArgs& args) override {
-        Tell((args.PrelaunchActivated ? "prelaunched " : "launched ") + platform::ToUtf8(args.Arguments));
+        Report((args.PrelaunchActivated ? "prelaunched " : "launched ") + platform::ToUtf8(args.Arguments));
         if (!args.PrelaunchActivated) {
             Show();
         }
     }
 
     void OnActivated(const platform::ActivatedEventArgs& args) override {
-        Tell("activated " + platform::ToUtf8(args.Uri.Query()));
+        Report("activated " + platform::ToUtf8(args.Uri.Query()));
         Show();
     }
 
@@ -107,117 +164,189 @@ class Stage final : public platform::Application {
             platform::ApplicationView::PreferredLaunchViewSize({640, 210});
             platform::ApplicationView::PreferredLaunchWindowingMode(
                 platform::ApplicationViewWindowingMode::PreferredLaunchViewSize);
-            m_page = std::make_shared<StagePage>();
-            window.Content(m_page);
+            Reload();
         }
         window.Activate();
     }
 
-    void Set(Words& words) {
-        auto& element = m_page->Find(Word(words));
-        const auto attribute = Word(words);
-        platform::markup::SetAttribute(element, attribute, Rest(words));
+    void Reload() {
+        m_page = std::make_shared<StagePage>();
+        platform::Window::Current()->Content(m_page);
     }
 
     void Icon(Words& words) {
         auto icon = std::make_shared<platform::FontIcon>();
         icon->Glyph(u"\uEC61");
         icon->Foreground({platform::Colors::Green});
-        dynamic_cast<platform::Button&>(m_page->Find(Word(words))).Content(std::move(icon));
-    }
-
-    void Resize(Words& words) {
-        platform::Size size;
-        words >> size.Width >> size.Height;
-        platform::ApplicationView::GetForCurrentView().TryResizeView(size);
+        dynamic_cast<platform::Button&>(m_page->Find(Next(words))).Content(std::move(icon));
     }
 
     void TellSize() {
         const auto size = platform::ApplicationView::GetForCurrentView().VisibleBounds();
         const auto insets = platform::Window::Current()->Peer()->SystemOverlayInsets();
-        std::ostringstream line;
-        line << "size " << size.Width << " " << size.Height << " insets " << insets.Left << " "
-             << insets.Right;
-        Tell(line.str());
+        Tell("size " + std::to_string(size.Width) + " " + std::to_string(size.Height) + " " +
+             std::to_string(insets.Left) + " " + std::to_string(insets.Right));
+    }
+
+    static void Dispatch() {
+        const auto post = [dispatcher =
+                               platform::CoreWindow::GetForCurrentThread()->Dispatcher()](auto handler) {
+            dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, handler);
+        };
+        post([post] {
+            post([] { Tell("ran third"); });
+            Tell("ran first");
+        });
+        post([] {
+            Tell("ran second");
+            throw platform::Exception(platform::result::kFail, u"broken");
+        });
+        Tell("ran nothing yet");
     }
 
     void Speak(Words& words) {
         auto& speech = m_world.Speech();
-        const auto voices = speech.Voices();
-        const auto female = std::find_if(voices.begin(), voices.end(), [](const auto& voice) {
-            return voice.Gender == platform::VoiceGender::Female;
-        });
-        const auto stream = std::make_shared<platform::SpeechSynthesisStream>(speech.Synthesize(
-            platform::FromUtf8(Rest(words)), female != voices.end() ? *female : voices.at(0)));
-        const auto sounding = std::count_if(stream->Samples.begin(), stream->Samples.end(),
-                                            [](std::int16_t sample) { return sample != 0; });
-        Tell("samples " + std::to_string(stream->Samples.size()) + " " + std::to_string(stream->SampleRate) +
-             " " + std::to_string(sounding));
+        const auto stream = std::make_shared<platform::SpeechSynthesisStream>(
+            speech.Synthesize(platform::FromUtf8(Rest(words)), speech.Voices().at(0)));
+        Tell("samples " + std::to_string(std::count_if(stream->Samples.begin(), stream->Samples.end(),
+                                                       [](auto sample) { return sample != 0; })));
         m_playback = speech.Play(stream, [](const std::exception_ptr& failure) {
-            Tell(failure ? "sound failed" : "sound ended");
+            Report(failure ? "sound failed" : "sound ended");
         });
+    }
+
+    /// What a user perceives without a screen: the focus, how many characters have been heard, the clipboard.
+    void Look() {
+        std::size_t heard = 0;
+        for (const auto& sound : m_headless->Spoken().Sounds()) {
+            heard += sound.State == headless::HeadlessSpeech::SoundState::Ended ? sound.Text.size() : 0;
+        }
+        const auto* const focused = m_headless->Window().Focused();
+        Tell("looks\t" + (focused != nullptr ? NameOf(*focused) : "") + "\t" + std::to_string(heard) + "\t" +
+             platform::ToUtf8(m_headless->ClipboardText()));
+    }
+
+    void Read(Words& words) {
+        const auto& element = m_page->Find(Next(words));
+        const auto* const block = dynamic_cast<const platform::TextBlock*>(&element);
+        const auto& text =
+            block != nullptr ? block->Text() : dynamic_cast<const platform::TextBox&>(element).Text();
+        Tell((element.IsShown() ? "reads\t" : "hidden\t") + platform::ToUtf8(text));
     }
 
     using Command = void (*)(Stage&, Words&);
     static const std::map<std::string, Command, std::less<>> kCommands;
 
-    desktop::DesktopWorld& m_world;
+    platform::World& m_world;
+    desktop::DesktopWorld* m_desktop;
+    headless::HeadlessWorld* m_headless;
     std::shared_ptr<StagePage> m_page;
     std::unique_ptr<platform::Playback> m_playback;
 };
 
 const std::map<std::string, Stage::Command, std::less<>> Stage::kCommands = {
-    {"set", [](Stage& stage, Words& words) { stage.Set(words); }},
+    {"set",
+     [](Stage& stage, Words& words) {
+         auto& element = stage.m_page->Find(Next(words));
+         const auto attribute = Next(words);
+         platform::markup::SetAttribute(element, attribute, Rest(words));
+     }},
     {"icon", [](Stage& stage, Words& words) { stage.Icon(words); }},
-    {"resize", [](Stage& stage, Words& words) { stage.Resize(words); }},
+    {"resize",
+     [](Stage&, Words& words) {
+         const auto width = Next<double>(words);
+         platform::ApplicationView::GetForCurrentView().TryResizeView({width, Next<double>(words)});
+     }},
     {"size", [](Stage& stage, Words&) { stage.TellSize(); }},
+    // The caption buttons change their side.
+    {"mirror",
+     [](Stage& stage, Words&) {
+         stage.m_page->FlowDirection(platform::FlowDirection::RightToLeft);
+         stage.m_page->AddBinding([] { Report("insets"); });
+         if (stage.m_headless != nullptr) {
+             stage.m_headless->Window().SetOverlayInsets({.Left = 120});
+         }
+     }},
     {"speak", [](Stage& stage, Words& words) { stage.Speak(words); }},
     {"hush", [](Stage& stage, Words&) { stage.m_playback.reset(); }},
-    {"focus", [](Stage& stage, Words& words) { stage.m_page->Find(Word(words)).Focus(); }},
+    {"focus", [](Stage& stage, Words& words) { stage.m_page->Find(Next(words)).Focus(); }},
     {"titlebar",
      [](Stage& stage, Words& words) {
-         platform::Window::Current()->SetTitleBar(stage.m_page->Find(Word(words)).shared_from_this());
+         platform::Window::Current()->SetTitleBar(stage.m_page->Find(Next(words)).shared_from_this());
      }},
-    {"clipboard",
-     [](Stage& stage, Words& words) { stage.m_world.SetClipboardText(platform::FromUtf8(Rest(words))); }},
-    {"reload",
-     [](Stage& stage, Words&) {
-         stage.m_page = std::make_shared<StagePage>();
-         platform::Window::Current()->Content(stage.m_page);
+    {"copy",
+     [](Stage&, Words& words) {
+         platform::DataPackage package;
+         package.SetText(platform::FromUtf8(Rest(words)));
+         platform::Clipboard::SetContent(package);
      }},
+    {"reload", [](Stage& stage, Words&) { stage.Reload(); }},
     {"picture",
      [](Stage& stage, Words& words) {
-         stage.m_world.SavePicture(Rest(words), [](const std::string& error) { Tell("picture " + error); });
+         stage.m_desktop->SavePicture(Rest(words),
+                                      [](const std::string& error) { Report("picture " + error); });
+     }},
+    {"dispatch", [](Stage&, Words&) { Dispatch(); }},
+    {"timer",
+     [](Stage& stage, Words&) {
+         stage.m_world.Loop().PostAfter(std::chrono::milliseconds(1), [] { Report("timer"); });
+     }},
+    {"fail",
+     [](Stage&, Words& words) {
+         const auto kind = Next<int>(words);
+         g_failure.With([&](WantedFailure& wanted) { wanted = {Rest(words), kind}; });
      }},
     {"exit", [](Stage&, Words&) { platform::Application::Exit(); }},
+    {"look", [](Stage& stage, Words&) { stage.Look(); }},
+    {"read", [](Stage& stage, Words& words) { stage.Read(words); }},
+    {"hold",
+     [](Stage& stage, Words& words) {
+         const auto key = static_cast<platform::VirtualKey>(Next<unsigned>(words));
+         const auto modifiers = static_cast<platform::VirtualKeyModifiers>(Next<unsigned>(words));
+         stage.m_headless->Window().HoldKey(key, modifiers);
+     }},
+    {"release",
+     [](Stage& stage, Words& words) {
+         stage.m_headless->Window().ReleaseKey(static_cast<platform::VirtualKey>(Next<unsigned>(words)));
+     }},
+    {"click",
+     [](Stage& stage, Words& words) {
+         dynamic_cast<platform::Button&>(stage.m_page->Find(Next(words))).Invoke();
+     }},
+    {"close", [](Stage& stage, Words&) { stage.m_headless->Window().RequestClose(); }},
 };
 
 }  // namespace
 
 int main(int count, char** arguments) {
     platform::BlockEndSignals();
-    if (!desktop::DisplayAvailable()) {
+    platform::RegisterType(u"Kelvane.LayoutReporter", [] { return std::make_shared<LayoutReporter>(); });
+    std::vector<std::string> words(arguments + 1, arguments + count);
+    const bool withoutSound = std::erase(words, "--headless-without-sound") > 0;
+    std::unique_ptr<desktop::DesktopWorld> desktop;
+    std::unique_ptr<headless::HeadlessWorld> headless;
+    if (std::erase(words, "--headless") > 0 || withoutSound) {
+        headless = std::make_unique<headless::HeadlessWorld>(headless::HeadlessOptions{
+            .Words = words, .Voices = std::vector<platform::VoiceInformation>(1), .HasSound = !withoutSound});
+    } else if (desktop::DisplayAvailable()) {
+        const bool background = std::erase(words, "--gapplication-service") > 0;
+        desktop = desktop::CreateDesktopWorld({.Words = words, .Background = background});
+    } else {
         std::cerr << "no display\n";
         return 2;
     }
-    desktop::DesktopOptions options;
-    options.Words.assign(arguments + 1, arguments + count);
-    options.Background = std::erase(options.Words, "--gapplication-service") > 0;
-    const auto world = desktop::CreateDesktopWorld(std::move(options));
+    platform::World& world = desktop ? static_cast<platform::World&>(*desktop) : *headless;
     // Ends with the process: reading the standard input cannot be broken off.
     std::thread([&world] {
         for (std::string line; std::getline(std::cin, line);) {
-            world->Loop().Post([line] {
+            world.Loop().Post([line] {
                 if (const auto stage = std::dynamic_pointer_cast<Stage>(platform::Application::Current())) {
-                    try {
-                        stage->Obey(line);
-                    } catch (const std::exception& failure) {
-                        Tell(std::string("failed ") + failure.what());
-                    }
+                    stage->Obey(line);
                 }
             });
         }
         platform::Application::Exit();
     }).detach();
-    return platform::Application::Start(*world, [&world] { return std::make_shared<Stage>(*world); });
+    return platform::Application::Start(
+        world, [&] { return std::make_shared<Stage>(world, desktop.get(), headless.get()); });
 }

@@ -87,7 +87,7 @@ class Program:
         return until(next_line, f"a line {start!r} in {self.lines[self.seen:]}")
 
     def ended(self):
-        self.process.stdin.close()
+        """Waits until the program ends by itself; its status."""
         status = self.process.wait(LIMIT)
         for reader in self.readers:
             reader.join(LIMIT)
@@ -120,6 +120,11 @@ class Program:
         """The X window's number."""
         return until(lambda: run("xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid)).stdout.split(),
                      "the window")[0]
+
+
+class Stage(Program):
+    def __init__(self, *arguments, **environment):
+        super().__init__("kelvane-stage", *arguments, KELVANE_PACKAGE_DIRECTORY=f"{BIN}/../stage", **environment)
 
 
 def everything(node):

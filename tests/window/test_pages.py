@@ -38,10 +38,10 @@ class Pages(unittest.TestCase):
             "--usb-type-c", f"{cls.folder}/usb", "--configuration", f"{cls.folder}/configuration"))
         until(lambda: os.path.exists(f"{cls.folder}/rpc/HotkeyRpcEndpoint"), "the service's socket")
 
-    def start(self, *words, service="rpc", **environment):
+    def start(self, *words, service="rpc", state="state", **environment):
         return self.enterContext(Program(
             "kelvane", *words, KELVANE_RPC_DIRECTORY=f"{self.folder}/{service}",
-            XDG_STATE_HOME=f"{self.folder}/state", PULSE_SERVER=f"unix:{self.folder}/no-sound", **environment))
+            XDG_STATE_HOME=f"{self.folder}/{state}", PULSE_SERVER=f"unix:{self.folder}/no-sound", **environment))
 
     def sees(self, program, rows):
         for label, text in rows.items():
@@ -85,6 +85,16 @@ class Pages(unittest.TestCase):
         self.assertEqual((program.ended(), program.errors), (0, []))
         logs = f"{self.folder}/state/kelvane/LocalState/Kelvane_LogFiles"
         self.assertTrue(os.listdir(logs), "the trace of the run has been saved")
+
+    def test_a_failure_in_the_window_ends_the_program_with_its_log_saved(self):
+        with open(f"{self.folder}/USBTypeCPage.xaml", "w", encoding="utf-8") as markup:
+            markup.write("<Page>\n<Nonsense/></Page>")
+        program = self.start(state="failed", KELVANE_PACKAGE_DIRECTORY=self.folder)
+        self.sees(program, ALWAYS)
+        press(program, "USB Type-C")
+        self.assertEqual(program.ended(), 1)
+        self.assertIn("USBTypeCPage.xaml:2: unknown element <Nonsense>", "".join(program.errors))
+        self.assertEqual(len(os.listdir(f"{self.folder}/failed/kelvane/LocalState/Kelvane_LogFiles")), 1)
 
     def test_pages_come_and_go(self):
         program = self.start()
