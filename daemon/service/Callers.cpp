@@ -77,7 +77,7 @@ bool IsOnRemoteDesktop(uid_t user) {
 
 }  // namespace
 
-bool MayCall(const platform::rpc::Peer& caller, uid_t service, const Presence& presence,
+bool MayCall(const platform::rpc::SocketCredentials& caller, uid_t service, const Presence& presence,
              const Access& opened) {
     const bool inGroup = opened.Group && (caller.Gid == *opened.Group ||
                                           std::ranges::count(caller.Groups, *opened.Group) != 0);
@@ -94,7 +94,7 @@ Callers::Callers(std::string configuration, uid_t owner)
     CurrentRules();
 }
 
-bool Callers::MayCall(const platform::rpc::Peer& caller) {
+bool Callers::MayCall(const platform::rpc::SocketCredentials& caller) {
     const Access rules = CurrentRules();
     return daemon_service::MayCall(caller, geteuid(), ReadPresence(caller.Uid, rules.RemoteDesktops), rules);
 }

@@ -20,7 +20,7 @@ struct Presence {
 };
 
 /// Root and the service's own user always; a user on a seat; others as the administrator opened it.
-bool MayCall(const platform::rpc::Peer& caller, uid_t service, const Presence& presence,
+bool MayCall(const platform::rpc::SocketCredentials& caller, uid_t service, const Presence& presence,
              const Access& opened);
 
 /// As the session manager has it now; nobody is present where none runs. Remote desktops are looked for only
@@ -34,7 +34,7 @@ class Callers {
     Callers(std::string configuration, uid_t owner);
 
     /// Waits for nothing but files. While the configuration cannot be followed it opens nothing further.
-    bool MayCall(const platform::rpc::Peer& caller);
+    bool MayCall(const platform::rpc::SocketCredentials& caller);
 
   private:
     /// The configuration's part on callers, read again when the file has changed.

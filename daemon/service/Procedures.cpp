@@ -13,9 +13,9 @@ namespace daemon_service {
 
 namespace {
 
-using platform::rpc::Peer;
 using platform::rpc::RpcException;
 using platform::rpc::ServerCall;
+using platform::rpc::SocketCredentials;
 using Text = std::optional<std::u16string>;
 
 /// What stands behind a context handle: the texts that its client wrote last. Connections of one client may
@@ -39,7 +39,7 @@ Text Sent(const ServerCall& call, std::size_t parameter) {
     return text;
 }
 
-std::string Caller(const Peer& caller) {
+std::string Caller(const SocketCredentials& caller) {
     return "user " + std::to_string(caller.Uid) + " (process " + std::to_string(caller.Pid) + ")";
 }
 
@@ -105,7 +105,7 @@ std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
 }
 
 template <typename Action>
-auto Procedures::Act(const std::string& what, const Peer& caller, Action action) {
+auto Procedures::Act(const std::string& what, const SocketCredentials& caller, Action action) {
     try {
         Log(Priority::Notice, Caller(caller) + " asks: " + what);
         if (!MayCall(caller)) {
@@ -124,12 +124,12 @@ std::chrono::steady_clock::duration Procedures::OldestCall() const {
     });
 }
 
-void Procedures::StartTool(Tool tool, const Peer& caller) {
+void Procedures::StartTool(Tool tool, const SocketCredentials& caller) {
     Act("start the " + std::string(ToolName(tool)) + " tool", caller,
         [&] { m_tools.Start(tool, caller.Uid, CurrentConfiguration()); });
 }
 
-std::u16string Procedures::SetUefiFlag(const Peer& caller) {
+std::u16string Procedures::SetUefiFlag(const SocketCredentials& caller) {
     const std::string sentence = Act("run the diagnostics at the next start", caller,
                                      [&] { return SetFirmwareFlag(CurrentConfiguration().Firmware); });
     Log(Priority::Notice, sentence);

@@ -23,7 +23,7 @@ class Procedures {
     Procedures(const Options& options, bool byManager);
 
     /// Who is answered. Any thread.
-    bool MayCall(const platform::rpc::Peer& caller) { return m_callers.MayCall(caller); }
+    bool MayCall(const platform::rpc::SocketCredentials& caller) { return m_callers.MayCall(caller); }
 
     /// In the interface's order. The functions refer to this object.
     std::vector<platform::rpc::ServerProcedure> Table();
@@ -37,12 +37,12 @@ class Procedures {
 
     /// As it is now; throws ActionError.
     Configuration CurrentConfiguration() const;
-    void StartTool(Tool tool, const platform::rpc::Peer& caller);
+    void StartTool(Tool tool, const platform::rpc::SocketCredentials& caller);
     /// Does an action and answers for its failure: in the log, and by its status to the caller. A connection
     /// may be older than its user's turn at the machine, so an action asks again who sits there.
     template <typename Action>
-    auto Act(const std::string& what, const platform::rpc::Peer& caller, Action action);
-    std::u16string SetUefiFlag(const platform::rpc::Peer& caller);
+    auto Act(const std::string& what, const platform::rpc::SocketCredentials& caller, Action action);
+    std::u16string SetUefiFlag(const platform::rpc::SocketCredentials& caller);
 
     // Constant after construction.
     const std::string m_configuration;

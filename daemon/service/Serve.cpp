@@ -24,8 +24,8 @@ namespace daemon_service {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::rpc::Peer;
 using platform::rpc::Server;
+using platform::rpc::SocketCredentials;
 
 constexpr std::chrono::seconds kUsualIdleExit = 120s;
 constexpr std::chrono::seconds kStuck =
@@ -35,7 +35,7 @@ constexpr std::chrono::seconds kStuck =
 /// nor wait for it.
 class RefusalLog {
   public:
-    void Add(const Peer& peer) {
+    void Add(const SocketCredentials& caller) {
         const auto now = std::chrono::steady_clock::now();
         if (now - m_begin >= 1s) {
             if (m_count > kLines) {
@@ -45,8 +45,8 @@ class RefusalLog {
             m_count = 0;
         }
         if (++m_count <= kLines) {
-            Log(Priority::Warning, "access denied: user " + std::to_string(peer.Uid) + " (process " +
-                                       std::to_string(peer.Pid) + ") has no active session on a seat");
+            Log(Priority::Warning, "access denied: user " + std::to_string(caller.Uid) + " (process " +
+                                       std::to_string(caller.Pid) + ") has no active session on a seat");
         }
     }
 
@@ -71,10 +71,10 @@ static_assert(kMaxConnections * kConnectionBytes + kMaxRefusals * kRefusalBytes 
 /// Generous for any number of windows, small against a flood.
 platform::rpc::ServerOptions Limits(Procedures& procedures) {
     platform::rpc::ServerOptions limits;
-    limits.Accept = [&procedures, refusals = RefusalLog()](const Peer& peer) mutable {
-        const bool may = procedures.MayCall(peer);
+    limits.Accept = [&procedures, refusals = RefusalLog()](const SocketCredentials& caller) mutable {
+        const bool may = procedures.MayCall(caller);
         if (!may) {
-            refusals.Add(peer);
+            refusals.Add(caller);
         }
         return may;
     };

@@ -10,7 +10,7 @@ namespace {
 constexpr double kTicksPerSecond = 10'000'000;
 }
 
-Admitted Admission::Enter(const Peer& caller) {
+Admitted Admission::Enter(const SocketCredentials& caller) {
     if (!HasRoom(caller.Uid)) {
         return Admitted::TooMany;
     }

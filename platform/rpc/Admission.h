@@ -23,7 +23,7 @@ class Admission {
 
     /// Decides about a new connection, which costs a call, and counts it if it is to be served; Leave ends
     /// that. `Accept` is asked only where there is room. One thread at a time.
-    Admitted Enter(const Peer& caller);
+    Admitted Enter(const SocketCredentials& caller);
     void Leave(uid_t user);
 
     /// Whether `user` may make a call now. Any thread.

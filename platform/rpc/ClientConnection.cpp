@@ -133,9 +133,9 @@ void Binding::Establish(const InterfaceDescription& interface) {
     Connect(m_socket.Get(), m_path, [this] { return m_cancelled.load(); });
     try {
         // Whoever may create files in the endpoints' directory could pose as the service.
-        const Peer peer = PeerOf(m_socket.Get());
-        m_listener = peer.Uid;
-        if (peer.Uid != 0 && peer.Uid != geteuid()) {
+        const SocketCredentials listener = CredentialsOf(m_socket.Get());
+        m_listener = listener.Uid;
+        if (listener.Uid != 0 && listener.Uid != geteuid()) {
             throw RpcException(status::kMutualAuthenticationFailed);
         }
         BindInterface(interface);

@@ -15,7 +15,7 @@ constexpr std::int64_t kTimeToAsk = 1000 * kTicksPerMillisecond;
 
 }  // namespace
 
-void Refusals::Add(FileDescriptor socket, const Peer& caller, Admitted why) {
+void Refusals::Add(FileDescriptor socket, const SocketCredentials& caller, Admitted why) {
     SetNonBlocking(socket.Get());
     if (m_refused.size() >= m_shared.Options.MaxRefusals) {
         m_refused.pop_front();

@@ -20,7 +20,7 @@ class Refusals {
     explicit Refusals(ServerShared& shared) : m_shared(shared) {}
 
     /// `why` is not Serve.
-    void Add(FileDescriptor socket, const Peer& caller, Admitted why);
+    void Add(FileDescriptor socket, const SocketCredentials& caller, Admitted why);
 
     /// Appends what to poll for.
     void AppendTo(std::vector<pollfd>& waits) const;
@@ -37,7 +37,7 @@ class Refusals {
 
   private:
     struct Refused {
-        Refused(ServerShared& shared, FileDescriptor socket, const Peer& caller, Admitted why,
+        Refused(ServerShared& shared, FileDescriptor socket, const SocketCredentials& caller, Admitted why,
                 std::int64_t end)
             : connection(shared, std::move(socket), caller, why), until(end) {}
 

@@ -48,7 +48,7 @@ ServerCall::ServerCall(ServerConnection& connection, const rpc::Procedure& proce
     }
 }
 
-const Peer& ServerCall::Caller() const {
+const SocketCredentials& ServerCall::Caller() const {
     return m_connection.Caller();
 }
 
@@ -91,9 +91,9 @@ void ServerCall::InvokeCallback(std::int32_t code, std::u16string_view text, std
 
 /// A served connection and its thread. Destroying it waits for the thread.
 struct Server::Session {
-    Session(ServerShared& shared, FileDescriptor socket, const Peer& peer, int doorbell)
+    Session(ServerShared& shared, FileDescriptor socket, const SocketCredentials& caller, int doorbell)
         : Shared(shared),
-          Connection(shared, std::move(socket), peer, Admitted::Serve),
+          Connection(shared, std::move(socket), caller, Admitted::Serve),
           Thread([this, doorbell] {
               Connection.Run();
               Done = true;
@@ -205,16 +205,16 @@ bool Server::AcceptWaiting(int listener) {
 }
 
 void Server::Admit(FileDescriptor socket) {
-    const Peer peer = PeerOf(socket.Get());
-    const Admitted admitted = m_shared->Admission.Enter(peer);
+    const SocketCredentials caller = CredentialsOf(socket.Get());
+    const Admitted admitted = m_shared->Admission.Enter(caller);
     if (admitted != Admitted::Serve) {
-        m_refusals->Add(std::move(socket), peer, admitted);
+        m_refusals->Add(std::move(socket), caller, admitted);
         return;
     }
     try {
-        m_sessions.emplace_back(*m_shared, std::move(socket), peer, m_doorbell.Get());
+        m_sessions.emplace_back(*m_shared, std::move(socket), caller, m_doorbell.Get());
     } catch (...) {
-        m_shared->Admission.Leave(peer.Uid);
+        m_shared->Admission.Leave(caller.Uid);
         throw;
     }
 }

@@ -34,7 +34,7 @@ class ServerCall {
                std::shared_ptr<void> context);
 
     unsigned Procedure() const { return m_procedure.Number; }
-    const Peer& Caller() const;
+    const SocketCredentials& Caller() const;
 
     std::int32_t Long(std::size_t parameter) const;
     std::int64_t Hyper(std::size_t parameter) const;
@@ -74,7 +74,7 @@ using ServerProcedure = std::function<void(ServerCall&)>;
 struct ServerOptions {
     /// Whether a caller may call; asked once per connection on the thread in Run, which accepts no other one
     /// until it returns. The calls of one that may not fail with status 5. Empty: everybody may.
-    std::function<bool(const Peer&)> Accept{};
+    std::function<bool(const SocketCredentials&)> Accept{};
 
     std::size_t MaxRequestBytes = std::size_t{1} << 20;
 

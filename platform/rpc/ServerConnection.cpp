@@ -18,11 +18,11 @@ bool Serves(const SyntaxId& ours, const SyntaxId& asked) {
 
 }  // namespace
 
-ServerConnection::ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer,
-                                   Admitted admitted)
+ServerConnection::ServerConnection(ServerShared& shared, FileDescriptor socket,
+                                   const SocketCredentials& caller, Admitted admitted)
     : m_shared(shared),
       m_socket(std::move(socket)),
-      m_peer(peer),
+      m_caller(caller),
       m_admitted(admitted),
       m_reassembly(admitted == Admitted::Serve ? shared.Options.MaxRequestBytes : 0) {
     LimitWaits(m_socket.Get(), shared.Options.IdleClose);
@@ -39,7 +39,7 @@ void ServerConnection::Run() noexcept {
             }
         }
     } catch (const std::exception& exception) {
-        OutputDebugStringW(u"rpc: connection of user " + ToText(m_peer.Uid) + u" closed: " +
+        OutputDebugStringW(u"rpc: connection of user " + ToText(m_caller.Uid) + u" closed: " +
                            FromUtf8(exception.what()));
     }
     m_association.reset();
@@ -132,7 +132,7 @@ bool ServerConnection::Negotiate(const Pdu& pdu) {
         if (body.MaxReceive < kSmallestFragmentSize) {
             return Refuse(pdu, NakReason::NotSpecified);
         }
-        m_association = m_shared.Associations.Join(body.AssociationGroup, m_peer.Uid);
+        m_association = m_shared.Associations.Join(body.AssociationGroup, m_caller.Uid);
         if (m_association == nullptr) {
             return Refuse(pdu, NakReason::NotSpecified);
         }
@@ -196,7 +196,7 @@ void ServerConnection::Dispatch(const Call& request) {
     if (request.IsTooLong) {
         throw RpcException(fault::kRemoteNoMemory);
     }
-    if (!m_shared.Admission.TakeCall(m_peer.Uid)) {
+    if (!m_shared.Admission.TakeCall(m_caller.Uid)) {
         throw RpcException(fault::kServerTooBusy);
     }
     const Procedure& procedure = m_shared.Interface.Procedures[m_call.Operation];

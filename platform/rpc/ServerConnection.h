@@ -27,7 +27,8 @@ struct ServerShared {
 
 class ServerConnection {
   public:
-    ServerConnection(ServerShared& shared, FileDescriptor socket, const Peer& peer, Admitted admitted);
+    ServerConnection(ServerShared& shared, FileDescriptor socket, const SocketCredentials& caller,
+                     Admitted admitted);
 
     /// Serves until either side ends; blocks. The descriptor stays open until this object is destroyed.
     void Run() noexcept;
@@ -40,7 +41,7 @@ class ServerConnection {
     void Shutdown() noexcept;
 
     int Descriptor() const { return m_socket.Get(); }
-    const Peer& Caller() const { return m_peer; }
+    const SocketCredentials& Caller() const { return m_caller; }
 
     /// During a call: calls the client back on the same connection.
     void InvokeCallback(const CallValues& values);
@@ -59,7 +60,7 @@ class ServerConnection {
 
     ServerShared& m_shared;
     const FileDescriptor m_socket;
-    const Peer m_peer;
+    const SocketCredentials m_caller;
     const Admitted m_admitted;
     std::shared_ptr<Association> m_association;
     std::map<std::uint16_t, const TransferSyntax*> m_syntaxes;

@@ -165,7 +165,7 @@ ssize_t ReceiveSome(int socket, std::span<std::byte> room) {
     }
 }
 
-Peer PeerOf(int socket) {
+SocketCredentials CredentialsOf(int socket) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
     if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {

@@ -18,7 +18,7 @@
 namespace platform::rpc {
 
 /// Who is at the other end, as the kernel says: for a server as of connect, for a client as of listen.
-struct Peer {
+struct SocketCredentials {
     pid_t Pid = 0;
     uid_t Uid = 0;
     gid_t Gid = 0;
@@ -56,7 +56,7 @@ bool SendAll(int socket, ByteView bytes);
 ssize_t ReceiveSome(int socket, std::span<std::byte> room);
 
 /// Throws RpcException (kAccessDenied) when the kernel does not tell.
-Peer PeerOf(int socket);
+SocketCredentials CredentialsOf(int socket);
 
 /// A socket file that listens; it is removed at the end if it is still this one.
 class ListeningSocket {

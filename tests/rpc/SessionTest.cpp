@@ -123,8 +123,8 @@ TEST_F(SessionTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
     TestClock clock;
     const ClockScope scope(clock);
     std::atomic<pid_t> refused = getpid();
-    TestService service({},
-                        {.Accept = [&](const Peer& peer) { return peer.Pid != refused; }, .MaxRefusals = 20});
+    TestService service({}, {.Accept = [&](const SocketCredentials& caller) { return caller.Pid != refused; },
+                             .MaxRefusals = 20});
     using std::filesystem::directory_iterator;
     const auto threads = [] { return std::distance(directory_iterator("/proc/self/task"), {}); };
     const auto before = threads();
@@ -169,7 +169,7 @@ TEST_F(SessionTest, ConnectionsContextsAndCallsASecondAreLimited) {
 TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
     TestClock clock;
     const ClockScope scope(clock);
-    const ServerOptions options{.Accept = [](const Peer& peer) { return peer.Uid < 10; },
+    const ServerOptions options{.Accept = [](const SocketCredentials& caller) { return caller.Uid < 10; },
                                 .MaxConnections = 3,
                                 .MaxConnectionsPerUser = 2,
                                 .MaxCallsPerSecond = 4};

@@ -178,7 +178,7 @@ TEST(StringBindingTest, IsComposedAndParsed) {
     EXPECT_EQ(StatusOf([&] { client.Open(); }), status::kEndpointNotRegistered);
 }
 
-class PeerTest : public testing::Test {
+class ConversationTest : public testing::Test {
   protected:
     /// What opening a context ends with when the service sends `replies`, hexadecimal, with blanks between
     /// them.
@@ -201,13 +201,13 @@ class PeerTest : public testing::Test {
     const std::string m_opened = Rows("open")[0][3].substr(m_ack.size() + 1);
 };
 
-TEST_F(PeerTest, AnswersBecomeTheRightStatus) {
+TEST_F(ConversationTest, AnswersBecomeTheRightStatus) {
     for (const auto& row : Rows("open")) {
         EXPECT_EQ(OpenAgainst(row[3], row.size() > 4 ? row[4] : ""), std::stoul(row[2])) << row[1];
     }
 }
 
-TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
+TEST_F(ConversationTest, DamagedAnswersNeverHurtTheClient) {
     ForEachDamage(FromHex(m_ack), [&](const Bytes& damaged) { OpenAgainst(ToHex(damaged)); });
     ForEachDamage(FromHex(m_opened), [&](const Bytes& damaged) {
         const Status status = OpenAgainst(m_ack + " " + ToHex(damaged));
@@ -215,7 +215,7 @@ TEST_F(PeerTest, DamagedAnswersNeverHurtTheClient) {
     });
 }
 
-TEST_F(PeerTest, TheServiceAnswersStrangeClients) {
+TEST_F(ConversationTest, TheServiceAnswersStrangeClients) {
     TestService service;
     for (const auto& row : Rows("serve")) {
         RawClient raw;
@@ -258,7 +258,7 @@ struct RawSession : RawClient {
     std::uint32_t Group = 0;
 };
 
-TEST_F(PeerTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
+TEST_F(ConversationTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
     TestService service;
     auto first = std::make_unique<RawSession>();
     const Bytes handle = first->Open();
@@ -272,7 +272,7 @@ TEST_F(PeerTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
     EXPECT_EQ(service.Server->OpenContexts(), 0U);
 }
 
-TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
+TEST_F(ConversationTest, DamagedRequestsNeverHurtTheService) {
     TestService service;
     RawSession owner;
     Bytes stub = owner.Open();
@@ -289,7 +289,7 @@ TEST_F(PeerTest, DamagedRequestsNeverHurtTheService) {
     EXPECT_TRUE(owner.Reads(Bytes(stub.begin(), stub.begin() + 20)));
 }
 
-TEST_F(PeerTest, SlowSilentAndDeafClientsDelayNobody) {
+TEST_F(ConversationTest, SlowSilentAndDeafClientsDelayNobody) {
     TestService service;
     service.Record = std::u16string(30'000, u'x');
     const RawClient silent;
@@ -305,7 +305,7 @@ TEST_F(PeerTest, SlowSilentAndDeafClientsDelayNobody) {
     EXPECT_TRUE(client.Read());
 }
 
-TEST_F(PeerTest, OnlySilenceWithoutAContextEndsAConnection) {
+TEST_F(ConversationTest, OnlySilenceWithoutAContextEndsAConnection) {
     TestService service({}, {.IdleClose = std::chrono::milliseconds(30)});
     // On a busy machine a client may be too late with its context.
     std::optional<Client> client;
