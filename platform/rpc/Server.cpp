@@ -90,26 +90,27 @@ void ServerCall::InvokeCallback(std::int32_t code, std::u16string_view text, std
 }
 
 /// A served connection and its thread. Destroying it waits for the thread.
-struct Server::Session {
-    Session(ServerShared& shared, FileDescriptor socket, const SocketCredentials& caller, int doorbell)
-        : Shared(shared),
-          Connection(shared, std::move(socket), caller, Admitted::Serve),
-          Thread([this, doorbell] {
-              Connection.Run();
-              Done = true;
+struct Server::ServedConnection {
+    ServedConnection(ServerShared& sharedByAll, FileDescriptor socket, const SocketCredentials& caller,
+                     int doorbell)
+        : shared(sharedByAll),
+          connection(sharedByAll, std::move(socket), caller, Admitted::Serve),
+          thread([this, doorbell] {
+              connection.Run();
+              done = true;
               Ring(doorbell);
           }) {}
-    ~Session() {
-        Thread.join();
-        Shared.Admission.Leave(Connection.Caller().Uid);
+    ~ServedConnection() {
+        thread.join();
+        shared.Admission.Leave(connection.Caller().Uid);
     }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    ServedConnection(const ServedConnection&) = delete;
+    ServedConnection& operator=(const ServedConnection&) = delete;
 
-    ServerShared& Shared;
-    ServerConnection Connection;
-    std::atomic<bool> Done = false;
-    std::thread Thread;
+    ServerShared& shared;
+    ServerConnection connection;
+    std::atomic<bool> done = false;
+    std::thread thread;
 };
 
 Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures,
@@ -126,7 +127,7 @@ Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedur
 }
 
 Server::~Server() {
-    EndSessions();
+    EndServed();
 }
 
 void Server::Listen(std::u16string_view endpoint) {
@@ -167,23 +168,23 @@ void Server::Run() {
         }
         std::uint64_t rings = 0;
         [[maybe_unused]] const ssize_t size = read(m_doorbell.Get(), &rings, sizeof rings);
-        m_sessions.remove_if([](const Session& session) { return session.Done.load(); });
+        m_served.remove_if([](const ServedConnection& served) { return served.done.load(); });
         m_refusals->Answer(std::span(waits).subspan(own));
         exhausted = false;
         for (std::size_t i = 1; i < own && !m_stopping; ++i) {
             exhausted |= waits[i].revents != 0 && !AcceptWaiting(waits[i].fd);
         }
-        m_connections = m_sessions.size() + m_refusals->Size();
+        m_connections = m_served.size() + m_refusals->Size();
     }
-    EndSessions();
+    EndServed();
 }
 
-void Server::EndSessions() noexcept {
+void Server::EndServed() noexcept {
     m_refusals->Clear();
-    for (Session& session : m_sessions) {
-        session.Connection.Shutdown();
+    for (ServedConnection& served : m_served) {
+        served.connection.Shutdown();
     }
-    m_sessions.clear();
+    m_served.clear();
     m_connections = 0;
 }
 
@@ -212,7 +213,7 @@ void Server::Admit(FileDescriptor socket) {
         return;
     }
     try {
-        m_sessions.emplace_back(*m_shared, std::move(socket), caller, m_doorbell.Get());
+        m_served.emplace_back(*m_shared, std::move(socket), caller, m_doorbell.Get());
     } catch (...) {
         m_shared->Admission.Leave(caller.Uid);
         throw;

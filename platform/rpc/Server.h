@@ -133,11 +133,11 @@ class Server {
     std::size_t Connections() const { return m_connections; }
 
   private:
-    struct Session;
+    struct ServedConnection;
 
     bool AcceptWaiting(int listener);
     void Admit(FileDescriptor socket);
-    void EndSessions() noexcept;
+    void EndServed() noexcept;
 
     const std::unique_ptr<ServerShared> m_shared;
     FileDescriptor m_doorbell;
@@ -147,7 +147,7 @@ class Server {
     // The thread in Run.
     std::list<ListeningSocket> m_listening;
     std::list<FileDescriptor> m_adopted;
-    std::list<Session> m_sessions;
+    std::list<ServedConnection> m_served;
     const std::unique_ptr<Refusals> m_refusals;
 };
 

@@ -229,7 +229,7 @@ TEST_F(ConversationTest, TheServiceAnswersStrangeClients) {
 }
 
 /// A connection that is bound.
-struct RawSession : RawClient {
+struct BoundConnection : RawClient {
     static Bytes Bind(std::uint32_t group) {
         Bytes bind;
         AppendBind(bind, PduType::Bind, 1,
@@ -239,7 +239,7 @@ struct RawSession : RawClient {
     static Bytes Request(std::uint16_t procedure, ByteView stub) {
         return MessageOf({.CallId = 2, .Operation = procedure}, stub);
     }
-    explicit RawSession(std::uint32_t group = 0) {
+    explicit BoundConnection(std::uint32_t group = 0) {
         Send(Bind(group));
         if (const Bytes response = Receive(); !response.empty()) {
             Group = Cursor(ByteView(response).subspan(20), 0).Take<std::uint32_t>();
@@ -260,11 +260,11 @@ struct RawSession : RawClient {
 
 TEST_F(ConversationTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
     TestService service;
-    auto first = std::make_unique<RawSession>();
+    auto first = std::make_unique<BoundConnection>();
     const Bytes handle = first->Open();
-    auto second = std::make_unique<RawSession>(first->Group);
+    auto second = std::make_unique<BoundConnection>(first->Group);
     EXPECT_TRUE(second->Reads(handle));
-    EXPECT_FALSE(RawSession().Reads(handle));
+    EXPECT_FALSE(BoundConnection().Reads(handle));
     first.reset();
     EXPECT_TRUE(second->Reads(handle));
     second.reset();
@@ -274,13 +274,13 @@ TEST_F(ConversationTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
 
 TEST_F(ConversationTest, DamagedRequestsNeverHurtTheService) {
     TestService service;
-    RawSession owner;
+    BoundConnection owner;
     Bytes stub = owner.Open();
     Append(
         stub,
         FromHex("0403020103000000000000000000020000000000030000000000000041004200000000000000000000000000"));
-    Bytes message = RawSession::Bind(owner.Group);
-    Append(message, RawSession::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
+    Bytes message = BoundConnection::Bind(owner.Group);
+    Append(message, BoundConnection::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
     ForEachDamage(message, [](const Bytes& damaged) {
         RawClient raw;
         raw.Send(damaged);
@@ -294,11 +294,11 @@ TEST_F(ConversationTest, SlowSilentAndDeafClientsDelayNobody) {
     service.Record = std::u16string(30'000, u'x');
     const RawClient silent;
     RawClient slow;
-    slow.Send(ByteView(RawSession::Bind(0)).first(20));
-    RawSession deaf;
+    slow.Send(ByteView(BoundConnection::Bind(0)).first(20));
+    BoundConnection deaf;
     const Bytes handle = deaf.Open();
     for (int i = 0; i < 20; ++i) {  // their answers fill the socket, and nobody reads
-        deaf.Send(RawSession::Request(Kelvane::procedure::ReadSysInfo, handle));
+        deaf.Send(BoundConnection::Request(Kelvane::procedure::ReadSysInfo, handle));
     }
     Client client;
     client.Open();
@@ -311,11 +311,11 @@ TEST_F(ConversationTest, OnlySilenceWithoutAContextEndsAConnection) {
     std::optional<Client> client;
     while (StatusOf([&client] { client.emplace().Open(); }) != status::kOk) {
     }
-    std::optional<RawSession> halfWay;
+    std::optional<BoundConnection> halfWay;
     while (halfWay.emplace().Open().empty()) {
     }
     RawClient silent;
-    halfWay->Send(ByteView(RawSession::Request(0, {})).first(5));
+    halfWay->Send(ByteView(BoundConnection::Request(0, {})).first(5));
     EXPECT_TRUE(silent.Receive().empty());
     EXPECT_TRUE(halfWay->Receive().empty());
     EXPECT_TRUE(client->Read());

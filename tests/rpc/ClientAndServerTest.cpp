@@ -22,7 +22,7 @@ namespace {
 using testing::Optional;
 namespace procedure = Kelvane::procedure;
 
-class SessionTest : public testing::Test {
+class ClientAndServerTest : public testing::Test {
   protected:
     EndpointScope m_endpoints;
 };
@@ -30,7 +30,7 @@ class SessionTest : public testing::Test {
 std::u16string g_called;
 Client* g_client = nullptr;
 
-TEST_F(SessionTest, AWholeSessionWithFragmentsAndACallbackInEachTransferSyntax) {
+TEST_F(ClientAndServerTest, AWholeSessionWithFragmentsAndACallbackInEachTransferSyntax) {
     const std::u16string text(50'000, u'x');
     TestService service({}, {.MaxRequestBytes = 2 * text.size() + 100});
     for (const bool ndrOnly : {true, false}) {
@@ -58,7 +58,7 @@ TEST_F(SessionTest, AWholeSessionWithFragmentsAndACallbackInEachTransferSyntax) 
     }
 }
 
-TEST_F(SessionTest, FailuresOfProceduresReachTheClientAsStatus) {
+TEST_F(ClientAndServerTest, FailuresOfProceduresReachTheClientAsStatus) {
     std::function<void(ServerCall&)> body;
     TestService service({{procedure::ReadSysInfo, [&](ServerCall& call) { body(call); }}});
     Client client;
@@ -77,7 +77,7 @@ TEST_F(SessionTest, FailuresOfProceduresReachTheClientAsStatus) {
     }
 }
 
-TEST_F(SessionTest, ReferencesThatAreNullAreRefusedBeforeAnythingIsSent) {
+TEST_F(ClientAndServerTest, ReferencesThatAreNullAreRefusedBeforeAnythingIsSent) {
     Client client;  // nobody listens
     std::int32_t length = 0;
     char16_t* text = nullptr;
@@ -101,7 +101,7 @@ TEST_F(SessionTest, ReferencesThatAreNullAreRefusedBeforeAnythingIsSent) {
     EXPECT_EQ(call(6, {client.Context, &length, &text}), status::kInvalidBound);
 }
 
-TEST_F(SessionTest, ManyClientsAndManyThreadsOfOneClient) {
+TEST_F(ClientAndServerTest, ManyClientsAndManyThreadsOfOneClient) {
     TestService service;
     Client shared;
     shared.Open();
@@ -119,7 +119,7 @@ TEST_F(SessionTest, ManyClientsAndManyThreadsOfOneClient) {
     }
 }
 
-TEST_F(SessionTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
+TEST_F(ClientAndServerTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
     TestClock clock;
     const ClockScope scope(clock);
     std::atomic<pid_t> refused = getpid();
@@ -139,7 +139,7 @@ TEST_F(SessionTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
     EXPECT_TRUE(silent.back().Receive().empty()) << "has not asked in time";
 }
 
-TEST_F(SessionTest, AListenerOfAnotherUserIsNotTrusted) {
+TEST_F(ClientAndServerTest, AListenerOfAnotherUserIsNotTrusted) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can listen as another user";
     }
@@ -150,7 +150,7 @@ TEST_F(SessionTest, AListenerOfAnotherUserIsNotTrusted) {
     EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kMutualAuthenticationFailed);
 }
 
-TEST_F(SessionTest, ConnectionsContextsAndCallsASecondAreLimited) {
+TEST_F(ClientAndServerTest, ConnectionsContextsAndCallsASecondAreLimited) {
     TestClock clock;
     const ClockScope scope(clock);
     TestService service({},
@@ -197,7 +197,7 @@ TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
     EXPECT_FALSE(admission.TakeCall(1));
 }
 
-TEST_F(SessionTest, ListeningTakesADeadSocketButNotALivingOne) {
+TEST_F(ClientAndServerTest, ListeningTakesADeadSocketButNotALivingOne) {
     const std::string directory = m_endpoints.Directory() + "/new/folder";
     setenv("KELVANE_RPC_DIRECTORY", directory.c_str(), 1);
     {
@@ -224,7 +224,7 @@ TEST_F(SessionTest, ListeningTakesADeadSocketButNotALivingOne) {
     server.Stop();
 }
 
-TEST_F(SessionTest, StoppingThePoolUnblocksACall) {
+TEST_F(ClientAndServerTest, StoppingThePoolUnblocksACall) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
