@@ -139,15 +139,16 @@ TEST_F(ServiceReportTest, AServiceThatDoesNotAnswerIsWaitedForAndGivenUp) {
     Run({[&] {
         stuck.emplace(platform::rpc::test::EndpointScope::Socket());
         platform::create_task([] { MainViewModel::GetInstance()->ReadSysInfoDetailsAsync(); });
-        WhenServiceAnswered(m_world->Loop(), std::chrono::seconds(3), [&](bool answered) {
+        auto& loop = m_world->Loop();
+        WhenServiceAnswered(loop, std::chrono::seconds(3), [](bool answered) {
             std::fputs(answered ? "answered\n" : "given up\n", stderr);
-            m_world->Window().RequestClose();
         });
-        // After what was asked for at the same time before.
-        m_world->Loop().PostAfter(std::chrono::seconds(2), [&] {
+        // Each comes after what was asked for at the same time before.
+        loop.PostAfter(std::chrono::seconds(2), [&] {
             std::fputs("1 s later\n", stderr);
             m_clock.Advance(std::chrono::seconds(1));
         });
+        loop.PostAfter(std::chrono::seconds(3), [&] { m_world->Window().RequestClose(); });
         m_clock.Advance(std::chrono::seconds(2));
     }});
     EXPECT_EQ(m_errors,
