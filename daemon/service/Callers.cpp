@@ -15,8 +15,9 @@ namespace daemon_service {
 
 namespace {
 
-/// More of one user's sessions are not looked at: whoever accepts connections waits for the answer.
-constexpr std::size_t kMaxSessions = 64;
+/// More of one user's active sessions are not looked at: all that wait to be accepted wait for the answer
+/// too.
+constexpr std::size_t kMaxSessions = 16;
 
 /// A text that sd-login(3) allocated; empty where it reports nothing.
 template <typename Query>
