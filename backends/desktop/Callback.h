@@ -42,7 +42,7 @@ guint AddIdle(int priority, Handler handler, gpointer data) {
     return g_idle_add_full(priority, Callback(handler), data, nullptr);
 }
 
-/// `destroy` is called once the source has gone.
+/// `destroy` is called when the source is destroyed.
 template <typename Handler, typename Destroy>
 guint AddTimeout(int priority, guint milliseconds, Handler handler, gpointer data, Destroy destroy) {
     return g_timeout_add_full(priority, milliseconds, Callback(handler), data, Callback(destroy));

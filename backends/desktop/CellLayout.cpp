@@ -28,8 +28,8 @@ Span SpanOf(const Cell& cell, GtkOrientation orientation, std::size_t count) {
     return {first, std::clamp(wanted, 1, tracks - first)};
 }
 
-/// The largest width or height that an element may be given, its margin included; the widget's own smallest
-/// size goes before.
+/// The largest width or height that an element may be given, its margin included. The widget's own smallest
+/// size takes precedence.
 int Limit(const Cell& cell, GtkOrientation orientation) {
     const auto& layout = cell.Layout;
     const bool horizontal = orientation == GTK_ORIENTATION_HORIZONTAL;

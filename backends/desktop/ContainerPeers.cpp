@@ -152,7 +152,7 @@ class ButtonPeer final : public ContentPeer {
     }
 
   private:
-    /// A button without a name of its own is called by the text in it.
+    /// The name of a button without one is the text in it.
     void UpdateName() {
         const auto& accessibility = Element().Accessibility();
         const auto children = Element().Children();

@@ -174,8 +174,7 @@ void DesktopWindow::ApplySize() {
     }
     gtk_window_set_default_size(m_window.get(), m_wish->width, m_wish->height);
     LaidOut();
-    // A window manager that maps or restores the window meanwhile may answer with the size that it knew
-    // before.
+    // A window manager that is just mapping or restoring the window may answer with the earlier size.
     constexpr int kRetries = 20;
     m_retriesLeft = kRetries;
     if (m_wish && !m_sizeRetry.IsPending()) {

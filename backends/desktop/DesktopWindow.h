@@ -69,7 +69,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     ResizeBorder m_resizeBorder;
 
     platform::UIElement* m_root = nullptr;
-    /// The element asked for, which may enter the window later or be gone: only compared.
+    /// The element asked for, which may enter the window later or be destroyed: only compared.
     const platform::UIElement* m_titleBar = nullptr;
     GtkPeer* m_dragArea = nullptr;
     std::vector<GtkPeer*> m_awaitingLabel;

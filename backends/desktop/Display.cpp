@@ -31,7 +31,7 @@ class VariableScope {
     const char* m_name;
 };
 
-/// False where the libraries would start a bus of their own, which nobody else listens to.
+/// False where the libraries would start a private bus, which no other program uses.
 bool HasSessionBus() {
     const GCharPtr socket(g_build_filename(g_get_user_runtime_dir(), "bus", nullptr));
     if (g_getenv("DBUS_SESSION_BUS_ADDRESS") == nullptr &&

@@ -39,7 +39,7 @@ const char* IconName(std::u16string_view glyph) {
     return found == std::end(kIcons) ? "image-missing-symbolic" : found->name;
 }
 
-/// An icon beside a text says nothing that the text does not; one with a name is read out.
+/// Screen readers skip an icon without a name: the text beside it says the same.
 GtkWidget* NewImage(const platform::FrameworkElement& element) {
     const auto role =
         element.Accessibility().Name.empty() ? GTK_ACCESSIBLE_ROLE_PRESENTATION : GTK_ACCESSIBLE_ROLE_IMG;

@@ -79,7 +79,7 @@ class Sound {
     Sound(const Sound&) = delete;
     Sound& operator=(const Sound&) = delete;
 
-    /// The loop's thread does the rest, so that a failure is never told before this returns.
+    /// The loop's thread does the rest, so that a failure is never reported before this returns.
     void Start(pa_mainloop_api* api) {
         m_api = api;
         const auto connect = [](pa_mainloop_api*, pa_defer_event* start, void* self) {

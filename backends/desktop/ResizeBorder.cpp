@@ -7,7 +7,7 @@ namespace {
 constexpr int kEdge = 4;
 constexpr int kCorner = 12;
 
-/// A strip by its place; physical, whatever the direction of the texts.
+/// A strip by its place: the physical left and right, also when texts run from right to left.
 struct Strip {
     GdkSurfaceEdge edge;
     GtkAlign across;

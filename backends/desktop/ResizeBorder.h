@@ -4,7 +4,7 @@
 
 namespace desktop {
 
-/// The edges and corners that an undecorated window is resized by: thin strips over its content. They go
+/// The edges and corners that an undecorated window is resized by: thin strips over its content, hidden
 /// while the window is maximized. User-interface thread.
 class ResizeBorder {
   public:

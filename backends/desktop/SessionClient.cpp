@@ -99,7 +99,7 @@ int SessionClient::Run(platform::WorldClient& client) {
         m_loop.Post([this] { Started({}, true); });
     }
 
-    // The layer says when it ends, not the last window.
+    // The layer ends the run (EventLoop::Quit), not the last window.
     g_application_hold(application);
     const int status = g_application_run(application, 1, arguments);
 

@@ -13,7 +13,7 @@ namespace desktop {
 
 class Loop;
 
-/// The program as a member of the user's session: one instance, starts, the session's end.
+/// The program as a client of the user's session: one instance, starts, the session's end.
 /// User-interface thread.
 class SessionClient {
   public:

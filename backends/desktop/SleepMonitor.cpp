@@ -63,7 +63,7 @@ void SleepMonitor::Inhibit() {
         g_variant_new("(ssss)", "sleep", g_get_application_name(), "Saving the log", "delay"), "(h)",
         G_DBUS_CALL_FLAGS_NO_AUTO_START, m_cancellable.get(),
         [](GObject* source, GAsyncResult* result, gpointer self) {
-            // Fails as well when the monitor has gone meanwhile.
+            // Fails as well when the monitor has been destroyed.
             GUnixFDList* list = nullptr;
             const GVariantPtr reply(g_dbus_connection_call_with_unix_fd_list_finish(G_DBUS_CONNECTION(source),
                                                                                     &list, result, nullptr));
@@ -83,7 +83,7 @@ void SleepMonitor::Inhibit() {
 
 void SleepMonitor::PrepareForSleep(bool starting) {
     if (starting) {
-        // The last owner closes the token: this handler's, or whoever is still at work.
+        // The last copy of the token closes it: this one, or that of a suspension in progress.
         m_client.SleepAnnounced(
             [inhibitor = std::exchange(m_inhibitor, nullptr)]() mutable { inhibitor.reset(); });
     } else {

@@ -7,8 +7,8 @@
 
 namespace desktop {
 
-/// Hears from the login manager that the machine is about to sleep, and keeps it awake until the layer is
-/// done. A machine without a login manager never says anything. User-interface thread.
+/// Listens to the login manager's signal that the machine is about to sleep, and delays the sleep until the
+/// layer is done. Without a login manager nothing is reported. User-interface thread.
 class SleepMonitor {
   public:
     explicit SleepMonitor(platform::WorldClient& client);

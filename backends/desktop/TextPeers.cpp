@@ -110,7 +110,7 @@ class TextBoxPeer final : public GtkPeer {
         } else if (property == ElementProperty::Selection) {
             gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         } else if (property == ElementProperty::Accessibility) {
-            // Asked for its tool tip, even if the element has none of its own.
+            // The query-tooltip signal is wanted even if the element has no tool tip.
             gtk_widget_set_has_tooltip(Widget(), TRUE);
         }
     }
@@ -147,7 +147,7 @@ class TextBoxPeer final : public GtkPeer {
                                          std::max(kLeastCharacters, (TextWidth() + pixels - 1) / pixels));
     }
 
-    /// A box stands beside its label, whatever is in it.
+    /// The text stands at the label's side of the box in both directions of writing.
     void UpdateAlignment() {
         auto* const editable = GTK_EDITABLE(Widget());
         gtk_editable_set_alignment(editable, RunsAgainst(Widget(), gtk_editable_get_text(editable)) ? 1 : 0);

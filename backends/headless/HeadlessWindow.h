@@ -6,8 +6,8 @@
 
 namespace headless {
 
-/// A window that nobody sees, but that remembers what a person would: its size, its content, and where the
-/// keyboard focus is. User-interface thread.
+/// A window without a screen that remembers what a person would perceive: its size, its content, and where
+/// the keyboard focus is. User-interface thread.
 class HeadlessWindow {
   public:
     explicit HeadlessWindow(platform::Size size) : m_size(size) {}

@@ -24,7 +24,7 @@ struct ElementLayout {
     bool operator==(const ElementLayout&) const = default;
 };
 
-/// What assistive technology is told of an element.
+/// What assistive technology reads of an element.
 struct ElementAccessibility {
     /// The name of an element that shows no text of its own.
     std::u16string Name;

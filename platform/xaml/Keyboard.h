@@ -60,7 +60,7 @@ class Keyboard {
     /// nothing until they are released.
     void FocusLost() { m_stale = m_held; }
 
-    /// The window is no longer told of keys, nor of their release.
+    /// Key releases are not reported from here on: another window has the focus.
     void ReleaseAll();
 
   private:

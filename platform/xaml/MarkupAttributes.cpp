@@ -155,7 +155,7 @@ using E = FrameworkElement;
 using L = ElementLayout;
 using A = ElementAccessibility;
 
-// One row an attribute and kind of element.
+// One row per attribute and kind of element.
 constexpr Attribute kAttributes[] = {
     {"Visibility", On<E, [](E& e, Value v) { e.Visibility(OneOf(v, kVisibilities)); }>},
     {"FlowDirection", On<E, [](E& e, Value v) { e.FlowDirection(OneOf(v, kDirections)); }>},

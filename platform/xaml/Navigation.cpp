@@ -67,7 +67,7 @@ std::shared_ptr<Page> Frame::CreatePage(const Entry& entry) {
 }
 
 void Frame::Prepare(Page& page, const Entry& entry) {
-    // The page that is left may be the one whose handler navigates: it goes when that handler has ended.
+    // The page that is left may be the one whose handler navigates: it is destroyed after that handler.
     if (const auto window = CoreWindow::GetForCurrentThread(); window && Content()) {
         window->Dispatcher()->RunAsync(CoreDispatcherPriority::Normal, [left = Content()] {});
     }

@@ -10,7 +10,7 @@ struct NavigationEventArgs {
     std::u16string Parameter;
 };
 
-/// What a frame tells when a page could not be loaded.
+/// What a frame reports when a page could not be loaded.
 struct NavigationFailedEventArgs {
     /// Full name of the page's type ("Kelvane.MainPage").
     std::u16string SourcePageType;
@@ -55,7 +55,7 @@ class Frame : public ContentControl {
 
     std::shared_ptr<Page> CreatePage(const Entry& entry);
 
-    /// Tells the page that it is about to be shown. It may refuse with an exception, so frame and history
+    /// Calls the page's OnNavigatedTo. It may refuse with an exception, so frame and history
     /// change afterwards only.
     void Prepare(Page& page, const Entry& entry);
 

@@ -23,7 +23,7 @@ class ElementPeer {
     virtual void Focus() = 0;
 };
 
-/// What a window tells the layer. User-interface thread.
+/// What a window reports to the layer. User-interface thread.
 class WindowClient {
   public:
     virtual ~WindowClient() = default;
@@ -40,7 +40,7 @@ class WindowPeer {
     virtual ~WindowPeer() = default;
 
     /// Makes a peer for an element that enters the window. The element's parent has its peer already; its
-    /// children get theirs afterwards, and after them the parent's peer is told of ElementProperty::Children.
+    /// children get theirs afterwards, and then the parent's peer is updated with ElementProperty::Children.
     virtual std::unique_ptr<ElementPeer> CreatePeer(UIElement& element) = 0;
 
     /// The root of the tree that the window shows; null for none. The element has its peer.
@@ -50,7 +50,7 @@ class WindowPeer {
     virtual void Activate() = 0;
 
     /// The element that the window is moved by; null for the window's own title bar. The element has its
-    /// peer; when the peer goes, the window has none.
+    /// peer; when the peer is destroyed, the window has its own title bar again.
     virtual void SetTitleBar(UIElement* element) = 0;
 
     virtual void SetPreferredMinSize(Size size) = 0;

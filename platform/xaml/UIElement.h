@@ -65,7 +65,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     /// Raised each time the element has entered a window, after its children's.
     Event<UIElement&, const RoutedEventArgs&>& Loaded() { return m_loaded; }
 
-    /// Raised when a property of the element has a new value, after the peer has been told.
+    /// Raised when a property of the element has a new value, after its peer has been updated.
     Event<UIElement&, ElementProperty>& PropertyChanged() { return m_propertyChanged; }
 
     /// For peers: a key went down (or up) while the element had the focus. Returns whether somebody handled
@@ -104,7 +104,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
         Changed(property);
     }
 
-    /// Tells the peer.
+    /// Updates the peer and raises PropertyChanged.
     void Changed(ElementProperty property);
 
     /// Adding a child is three steps: Adopt refuses an element that has a parent, the derived class stores

@@ -15,7 +15,7 @@ BIN = os.environ["KELVANE_BIN"]
 
 
 def until(condition, what):
-    """Returns the condition's first true value; an object that vanishes meanwhile counts as false."""
+    """Returns the condition's first true value; an object that vanishes under it counts as false."""
     end = time.monotonic() + LIMIT
     while True:
         try:

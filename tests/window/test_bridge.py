@@ -30,7 +30,7 @@ class Bridge(unittest.TestCase):
     def test_properties_reach_assistive_technology(self):
         stage = self.stage
         rows = [
-            # What is said to the stage, then the role, name, text and description that are seen; no text: gone.
+            # The command, then the role, name, text and description that are seen; no text: the element disappears.
             ("set Value0 Text Ωmega 三 16 GB", LABEL, "Product name", "Ωmega 三 16 GB", ""),
             ("set Label0 Text Model", LABEL, "Model", "Ωmega 三 16 GB", ""),
             ("set Copy0 ToolTipService.ToolTip To the clipboard", BUTTON, "Copy the product name", "",
@@ -93,7 +93,7 @@ class Bridge(unittest.TestCase):
             return int(words["X"]), int(words["Y"]), int(words["WIDTH"]), int(words["HEIGHT"])
 
         def mouse(what, act, wanted):
-            """Acts with the mouse until the place is wanted: what comes before the window has been laid out anew, or
+            """Acts with the mouse until the place is wanted: what comes before the window's next layout, or
             soon after an earlier click, counts for nothing."""
 
             def attempt():
