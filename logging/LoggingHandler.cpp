@@ -229,13 +229,13 @@ void LoggingHandler::OnAppSuspending(platform::Application&, platform::Suspendin
         return;
     }
     m_suspending = true;
-    CloseSessionSaveFinalLogFile().then(
-        [self = shared_from_this(), deferral](const platform::task<File>& saved) {
+    // Completed last: whoever waits for it may then destroy what the steps before used.
+    CloseSessionSaveFinalLogFile()
+        .then([self = shared_from_this()](const platform::task<File>& saved) {
             self->FinishSuspension(saved);
-            self->InTurn([self] { self->KeepNewestFiles(); }).then([deferral](const platform::task<void>&) {
-                deferral->Complete();
-            });
-        });
+            return self->InTurn([self] { self->KeepNewestFiles(); });
+        })
+        .then([deferral](const platform::task<void>&) { deferral->Complete(); });
 }
 
 platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFile() {

@@ -12,6 +12,7 @@
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/storage/Places.h"
+#include "platform/tasks/ThreadPool.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
@@ -27,6 +28,12 @@ class TestApplication final : public platform::Application {
 
 class Handler : public testing::Test {
   protected:
+    /// The handler's work on workers keeps it, and uses the clock.
+    ~Handler() override {
+        m_handler.reset();
+        platform::ThreadPool::Default().Stop();
+    }
+
     void Start() {
         m_handler = Kelvane::LoggingHandler::Create(*m_application);
         m_handler->StatusChanged().Add(
