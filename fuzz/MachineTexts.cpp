@@ -132,11 +132,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         input.remove_prefix(std::min(content.size() + 1, input.size()));
     }
-    daemon_service::Tree tree(root);
-    const auto information = daemon_service::ReadSystemInformation(tree);
+    daemon_service::MachineFiles files(root);
+    const auto information = daemon_service::ReadSystemInformation(files);
     fuzz::Require(information.size() == 10 || information.size() == 11);
     Check(information, daemon_service::kSystemInformationLimit);
-    const auto typeC = daemon_service::ReadUsbTypeC(tree);
+    const auto typeC = daemon_service::ReadUsbTypeC(files);
     fuzz::Require(typeC.empty() || typeC.size() == 6);
     Check(typeC, daemon_service::kUsbTypeCLimit);
     return 0;

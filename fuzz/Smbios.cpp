@@ -14,11 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::filesystem::remove_all(fuzz::Folder() / "sys");
     fuzz::WriteFile(size % 2 == 0 ? "sys/firmware/dmi/tables/DMI" : "sys/firmware/dmi/entries/17-0/raw",
                     table);
-    daemon_service::Tree tree(fuzz::Folder());
-    fuzz::Require(daemon_service::ReadSmbios(tree) == table);
+    daemon_service::MachineFiles files(fuzz::Folder());
+    fuzz::Require(daemon_service::ReadSmbios(files) == table);
 
     const auto structures = daemon_service::ParseSmbios(table);
-    daemon_service::ReadBiosPassword(tree, structures);
+    daemon_service::ReadBiosPassword(files, structures);
     const auto installed = daemon_service::InstalledMemory(structures);
     std::size_t read = 0;
     for (const daemon_service::SmbiosStructure& structure : structures) {

@@ -26,14 +26,14 @@ struct Verdict {
 };
 
 /// Documentation/ABI/testing/sysfs-class-firmware-attributes of the kernel.
-Verdict FromAttributes(Tree& tree) {
+Verdict FromAttributes(MachineFiles& files) {
     Verdict verdict;
     const std::string classFolder = "/sys/class/firmware-attributes/";
-    for (const std::string& driver : tree.List(classFolder)) {
+    for (const std::string& driver : files.List(classFolder)) {
         const std::string folder = classFolder + driver + "/authentication/";
-        for (const std::string& name : tree.List(folder)) {
+        for (const std::string& name : files.List(folder)) {
             const auto attribute = [&](const char* file) {
-                return std::string(Trimmed(tree.Read(folder + name + "/" + file).value_or("")));
+                return std::string(Trimmed(files.Read(folder + name + "/" + file).value_or("")));
             };
             const std::string role = attribute("role");
             if (role != "bios-admin" && role != "power-on") {
@@ -75,8 +75,8 @@ Verdict FromTables(std::span<const SmbiosStructure> tables) {
 
 }  // namespace
 
-std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const SmbiosStructure> tables) {
-    const Verdict attributes = FromAttributes(tree);
+std::optional<BiosCredential> ReadBiosPassword(MachineFiles& files, std::span<const SmbiosStructure> tables) {
+    const Verdict attributes = FromAttributes(files);
     auto status = attributes.Result();
     if (!status) {
         Verdict fromTables = FromTables(tables);
@@ -84,7 +84,7 @@ std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const Smbio
         status = fromTables.Result();
     }
     if (!status) {
-        tree.Note(
+        files.Note(
             "BIOS password: no value: neither /sys/class/firmware-attributes nor a firmware table of type 24 "
             "tells");
     }

@@ -6,8 +6,8 @@
 #include <optional>
 #include <span>
 
+#include "daemon/machine/MachineFiles.h"
 #include "daemon/machine/Smbios.h"
-#include "daemon/machine/Tree.h"
 
 namespace daemon_service {
 
@@ -16,6 +16,6 @@ enum class BiosCredential { None = 0, Password = 1, OtherKind = 16 };
 
 /// From the kernel's firmware-attributes class, else from the firmware's table of type 24; nothing if neither
 /// reports one. Uncertain states are never reported as None.
-std::optional<BiosCredential> ReadBiosPassword(Tree& tree, std::span<const SmbiosStructure> tables);
+std::optional<BiosCredential> ReadBiosPassword(MachineFiles& files, std::span<const SmbiosStructure> tables);
 
 }  // namespace daemon_service

@@ -64,18 +64,18 @@ std::optional<std::u16string> ReleaseValue(std::string_view release, std::string
     return Value(text);
 }
 
-std::string ReadOsRelease(Tree& tree) {
+std::string ReadOsRelease(MachineFiles& files) {
     for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-        if (auto content = tree.Read(path)) {
+        if (auto content = files.Read(path)) {
             return *std::move(content);
         }
     }
-    tree.Note("operating system: neither /etc/os-release nor /usr/lib/os-release can be read");
+    files.Note("operating system: neither /etc/os-release nor /usr/lib/os-release can be read");
     return {};
 }
 
-std::optional<std::u16string> KernelRelease(Tree& tree) {
-    return FileValue(tree, "/proc/sys/kernel/osrelease");
+std::optional<std::u16string> KernelRelease(MachineFiles& files) {
+    return FileValue(files, "/proc/sys/kernel/osrelease");
 }
 
 /// "10/05/2023" to "2023-10-05"; anything else stays as it is.
@@ -111,15 +111,15 @@ struct CoreKind {
 };
 
 /// "4 x CORTEX-A55, 4 x CORTEX-A76" from the cores' compatible strings, in order of appearance.
-std::optional<std::u16string> DeviceTreeCores(Tree& tree) {
+std::optional<std::u16string> DeviceTreeCores(MachineFiles& files) {
     const std::string folder = std::string(kDeviceTree) + "cpus";
     std::vector<CoreKind> kinds;
-    for (const std::string& name : tree.List(folder)) {
+    for (const std::string& name : files.List(folder)) {
         if (!name.starts_with("cpu@")) {
             continue;
         }
         const std::u16string model =
-            Model(LastString(tree.Read(PathOf({folder, name, "compatible"})).value_or("")));
+            Model(LastString(files.Read(PathOf({folder, name, "compatible"})).value_or("")));
         if (IsPlaceholder(model)) {
             continue;
         }
@@ -137,14 +137,14 @@ std::optional<std::u16string> DeviceTreeCores(Tree& tree) {
 }
 
 /// "BCM2712 (4 x CORTEX-A76)" from the board's and the cores' compatible strings.
-std::optional<std::u16string> DeviceTreeProcessor(Tree& tree) {
+std::optional<std::u16string> DeviceTreeProcessor(MachineFiles& files) {
     std::optional<std::u16string> text;
-    if (const auto board = tree.Read(std::string(kDeviceTree) + "compatible")) {
+    if (const auto board = files.Read(std::string(kDeviceTree) + "compatible")) {
         if (auto chip = Model(LastString(*board)); !IsPlaceholder(chip)) {
             text = std::move(chip);
         }
     }
-    if (const auto cores = DeviceTreeCores(tree)) {
+    if (const auto cores = DeviceTreeCores(files)) {
         text = text ? *text + u" (" + *cores + u")" : *cores;
     }
     return text;
@@ -152,14 +152,14 @@ std::optional<std::u16string> DeviceTreeProcessor(Tree& tree) {
 
 }  // namespace
 
-Product ReadProduct(Tree& tree) {
+Product ReadProduct(MachineFiles& files) {
     Product product;
-    const auto name = FileValue(tree, "/sys/class/dmi/id/product_name");
-    const auto version = FileValue(tree, "/sys/class/dmi/id/product_version");
-    product.Number = FileValue(tree, "/sys/class/dmi/id/product_sku");
+    const auto name = FileValue(files, "/sys/class/dmi/id/product_name");
+    const auto version = FileValue(files, "/sys/class/dmi/id/product_version");
+    product.Number = FileValue(files, "/sys/class/dmi/id/product_sku");
     if (name && LooksLikeCode(*name)) {
         for (const char* file : {"product_version", "product_family", "board_name"}) {
-            const auto readable = FileValue(tree, std::string("/sys/class/dmi/id/") + file);
+            const auto readable = FileValue(files, std::string("/sys/class/dmi/id/") + file);
             if (readable && LooksLikeName(*readable)) {
                 product.Name = readable;
                 product.Number = product.Number ? product.Number : name;
@@ -168,13 +168,13 @@ Product ReadProduct(Tree& tree) {
         }
     }
     if (!product.Name) {
-        product.Name = FirstValue(tree, "product name",
+        product.Name = FirstValue(files, "product name",
                                   {"/sys/class/dmi/id/product_name", "/sys/class/dmi/id/product_version",
                                    "/sys/class/dmi/id/product_family", "/sys/class/dmi/id/board_name",
                                    "/sys/firmware/devicetree/base/model"});
     }
     if (!product.Name) {
-        if (const auto hypervisor = FileValue(tree, "/sys/hypervisor/type")) {
+        if (const auto hypervisor = FileValue(files, "/sys/hypervisor/type")) {
             product.Name = u"Virtual machine (" + *hypervisor + u")";
         }
     }
@@ -182,15 +182,15 @@ Product ReadProduct(Tree& tree) {
         product.Number = version;
     }
     if (!product.Number) {
-        tree.Note(
+        files.Note(
             "product number: no value: neither product_sku nor product_version in /sys/class/dmi/id tells "
             "one");
     }
     return product;
 }
 
-std::optional<std::u16string> ReadProcessor(Tree& tree, std::span<const SmbiosStructure> tables) {
-    if (const auto cpuinfo = tree.Read("/proc/cpuinfo")) {
+std::optional<std::u16string> ReadProcessor(MachineFiles& files, std::span<const SmbiosStructure> tables) {
+    if (const auto cpuinfo = files.Read("/proc/cpuinfo")) {
         if (const auto model = LineValue(*cpuinfo, "model name", ':')) {
             if (auto value = Value(*model)) {
                 return value;
@@ -204,17 +204,17 @@ std::optional<std::u16string> ReadProcessor(Tree& tree, std::span<const SmbiosSt
             }
         }
     }
-    auto value = DeviceTreeProcessor(tree);
+    auto value = DeviceTreeProcessor(files);
     if (!value) {
-        tree.Note(
+        files.Note(
             "processor: no value: /proc/cpuinfo has no \"model name\", no firmware table names one, no "
             "device tree");
     }
     return value;
 }
 
-std::optional<std::u16string> ReadOperatingSystem(Tree& tree) {
-    const std::string release = ReadOsRelease(tree);
+std::optional<std::u16string> ReadOperatingSystem(MachineFiles& files) {
+    const std::string release = ReadOsRelease(files);
     auto text = ReleaseValue(release, "PRETTY_NAME");
     if (!text) {
         text = ReleaseValue(release, "NAME");
@@ -223,30 +223,30 @@ std::optional<std::u16string> ReadOperatingSystem(Tree& tree) {
             *text += u" " + *version;
         }
     }
-    if (const auto kernel = KernelRelease(tree)) {
+    if (const auto kernel = KernelRelease(files)) {
         Join(text, u", ", u"Linux " + *kernel);
     }
     return text;
 }
 
-std::optional<std::u16string> ReadFirmwareVersion(Tree& tree) {
+std::optional<std::u16string> ReadFirmwareVersion(MachineFiles& files) {
     auto text =
-        FirstValue(tree, "firmware version",
+        FirstValue(files, "firmware version",
                    {"/sys/class/dmi/id/bios_version", "/sys/firmware/devicetree/base/chosen/u-boot,version"});
-    if (const auto date = FileValue(tree, "/sys/class/dmi/id/bios_date")) {
+    if (const auto date = FileValue(files, "/sys/class/dmi/id/bios_date")) {
         Join(text, u", ", IsoDate(*date));
     }
-    if (text && tree.Read("/sys/firmware/efi/fw_platform_size")) {
+    if (text && files.Read("/sys/firmware/efi/fw_platform_size")) {
         *text += u", UEFI";
     }
     return text;
 }
 
-std::optional<std::u16string> ReadSystemBoard(Tree& tree) {
+std::optional<std::u16string> ReadSystemBoard(MachineFiles& files) {
     std::optional<std::u16string> text;
-    if (const auto name = FirstValue(tree, "system board", {"/sys/class/dmi/id/board_name"})) {
-        const auto vendor = FileValue(tree, "/sys/class/dmi/id/board_vendor");
-        const auto version = FileValue(tree, "/sys/class/dmi/id/board_version");
+    if (const auto name = FirstValue(files, "system board", {"/sys/class/dmi/id/board_name"})) {
+        const auto vendor = FileValue(files, "/sys/class/dmi/id/board_vendor");
+        const auto version = FileValue(files, "/sys/class/dmi/id/board_version");
         for (const auto& part : {vendor, name, version}) {
             if (part) {
                 Join(text, u" ", *part);
@@ -256,20 +256,20 @@ std::optional<std::u16string> ReadSystemBoard(Tree& tree) {
     return text;
 }
 
-std::optional<std::u16string> ReadSerialNumber(Tree& tree) {
-    return FirstValue(tree, "serial number",
+std::optional<std::u16string> ReadSerialNumber(MachineFiles& files) {
+    return FirstValue(files, "serial number",
                       {"/sys/class/dmi/id/product_serial", "/sys/class/dmi/id/board_serial",
                        "/sys/class/dmi/id/chassis_serial", "/sys/firmware/devicetree/base/serial-number"});
 }
 
-std::optional<std::u16string> ReadBuildIdentifier(Tree& tree) {
-    const std::string release = ReadOsRelease(tree);
+std::optional<std::u16string> ReadBuildIdentifier(MachineFiles& files) {
+    const std::string release = ReadOsRelease(files);
     for (const char* key : {"BUILD_ID", "IMAGE_VERSION"}) {
         if (auto value = ReleaseValue(release, key)) {
             return value;
         }
     }
-    return KernelRelease(tree);
+    return KernelRelease(files);
 }
 
 }  // namespace daemon_service

@@ -32,8 +32,8 @@ std::optional<std::uint64_t> DeviceSize(const SmbiosStructure& device) {
 }
 
 /// What the boot's device manager read from the same tables and keeps for everybody.
-std::optional<std::uint64_t> DeviceManagerMemory(Tree& tree) {
-    const auto database = tree.Read("/run/udev/data/+dmi:id");
+std::optional<std::uint64_t> DeviceManagerMemory(MachineFiles& files) {
+    const auto database = files.Read("/run/udev/data/+dmi:id");
     if (!database) {
         return std::nullopt;
     }
@@ -64,25 +64,25 @@ std::optional<std::uint64_t> DeviceManagerMemory(Tree& tree) {
 }
 
 /// Memory that is online, by blocks; does not see what the firmware keeps for itself.
-std::optional<std::uint64_t> OnlineMemory(Tree& tree) {
+std::optional<std::uint64_t> OnlineMemory(MachineFiles& files) {
     const std::string folder = "/sys/devices/system/memory";
-    const auto text = tree.Read(folder + "/block_size_bytes");
+    const auto text = files.Read(folder + "/block_size_bytes");
     const auto blockBytes = text ? Number(*text, 16) : std::nullopt;
     if (!blockBytes || *blockBytes == 0 || *blockBytes > kMost) {
         return std::nullopt;
     }
     std::uint64_t sum = 0;
-    for (const std::string& name : tree.List(folder)) {
+    for (const std::string& name : files.List(folder)) {
         if (name.starts_with("memory") &&
-            Trimmed(tree.Read(PathOf({folder, name, "online"})).value_or("")) == "1" && sum < kMost) {
+            Trimmed(files.Read(PathOf({folder, name, "online"})).value_or("")) == "1" && sum < kMost) {
             sum += *blockBytes;
         }
     }
     return sum > 0 ? std::optional(sum) : std::nullopt;
 }
 
-std::optional<std::uint64_t> UsableMemory(Tree& tree) {
-    const auto meminfo = tree.Read("/proc/meminfo");
+std::optional<std::uint64_t> UsableMemory(MachineFiles& files) {
+    const auto meminfo = files.Read("/proc/meminfo");
     auto total = meminfo ? LineValue(*meminfo, "MemTotal", ':') : std::nullopt;
     if (!total || !total->ends_with(" kB")) {
         return std::nullopt;
@@ -130,22 +130,22 @@ std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> ta
     return sum > 0 ? std::optional(sum) : std::nullopt;
 }
 
-std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables) {
-    const auto usable = UsableMemory(tree);
+std::optional<std::u16string> ReadMemory(MachineFiles& files, std::span<const SmbiosStructure> tables) {
+    const auto usable = UsableMemory(files);
     if (!usable) {
-        tree.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
+        files.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
     }
     // A source that tells less than what is in use does not know everything; the next one may.
     const auto tells = [&usable](const auto& bytes) { return bytes && *bytes >= usable.value_or(0); };
     auto installed = InstalledMemory(tables);
     if (!tells(installed)) {
-        installed = DeviceManagerMemory(tree);
+        installed = DeviceManagerMemory(files);
     }
     if (!tells(installed)) {
-        installed = OnlineMemory(tree);
+        installed = OnlineMemory(files);
     }
     if (!tells(installed)) {
-        tree.Note("memory: no source tells the installed size");
+        files.Note("memory: no source tells the installed size");
         return usable ? std::optional(Amount(*usable) + u" usable") : std::nullopt;
     }
     return usable ? Amount(*installed) + u" (" + Amount(*usable) + u" usable)" : Amount(*installed);

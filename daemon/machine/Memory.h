@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
+#include "daemon/machine/MachineFiles.h"
 #include "daemon/machine/Smbios.h"
-#include "daemon/machine/Tree.h"
 
 namespace daemon_service {
 
@@ -18,6 +18,6 @@ std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> ta
 
 /// "16 GB (15.6 GB usable)"; "15.6 GB usable" where no source tells an installed size that is as large; "16
 /// GB" where only that is known. 1 GB is 2^30 bytes. Pages find and translate the word "usable".
-std::optional<std::u16string> ReadMemory(Tree& tree, std::span<const SmbiosStructure> tables);
+std::optional<std::u16string> ReadMemory(MachineFiles& files, std::span<const SmbiosStructure> tables);
 
 }  // namespace daemon_service

@@ -173,18 +173,18 @@ std::string WithoutIdentifiers(std::string_view path, std::string_view content) 
 
 std::vector<std::string> Record(const std::string& root, const std::string& folder) {
     const Writer writer(folder);
-    Tree tree(root, {.File = [&writer](const std::string& path,
-                                       std::string_view content) { writer.File(path, content); },
-                     .Link = [&writer](const std::string& path,
-                                       const std::string& target) { writer.Link(path, target); }});
-    ReadSystemInformation(tree);
-    ReadUsbTypeC(tree);
+    MachineFiles files(root, {.File = [&writer](const std::string& path,
+                                                std::string_view content) { writer.File(path, content); },
+                              .Link = [&writer](const std::string& path,
+                                                const std::string& target) { writer.Link(path, target); }});
+    ReadSystemInformation(files);
+    ReadUsbTypeC(files);
     // Sources that this machine did not need, because an earlier one told: a fault may lie in the choice.
-    ReadSmbios(tree);
+    ReadSmbios(files);
     for (const char* path : {"/run/udev/data/+dmi:id", "/usr/lib/os-release"}) {
-        tree.Read(path);
+        files.Read(path);
     }
-    return tree.Notes();
+    return files.Notes();
 }
 
 }  // namespace daemon_service

@@ -83,16 +83,16 @@ std::vector<SmbiosStructure> ParseSmbios(std::string_view table) {
     return structures;
 }
 
-std::string ReadSmbios(Tree& tree) {
-    if (auto table = tree.Read("/sys/firmware/dmi/tables/DMI")) {
+std::string ReadSmbios(MachineFiles& files) {
+    if (auto table = files.Read("/sys/firmware/dmi/tables/DMI")) {
         return *std::move(table);
     }
     std::string table;
     const std::string entries = "/sys/firmware/dmi/entries";
-    for (const std::string& name : tree.List(entries)) {
+    for (const std::string& name : files.List(entries)) {
         for (const char* type : {"4-", "8-", "16-", "17-", "24-"}) {
             if (name.starts_with(type)) {
-                table += tree.Read(PathOf({entries, name, "raw"})).value_or("");
+                table += files.Read(PathOf({entries, name, "raw"})).value_or("");
             }
         }
     }

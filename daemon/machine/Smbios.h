@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
 
@@ -44,6 +44,6 @@ std::vector<SmbiosStructure> ParseSmbios(std::string_view table);
 
 /// The table's bytes from /sys/firmware/dmi/tables/DMI or, where that cannot be read, put together from
 /// /sys/firmware/dmi/entries for the types named above. Empty if neither can be had.
-std::string ReadSmbios(Tree& tree);
+std::string ReadSmbios(MachineFiles& files);
 
 }  // namespace daemon_service

@@ -16,25 +16,25 @@ static_assert(9 * kFieldLimit + 2 + 4 + 10 * kFieldSeparator.size() <= kSystemIn
 
 }  // namespace
 
-std::vector<Field> ReadSystemInformation(Tree& tree) {
-    const std::string bytes = ReadSmbios(tree);
+std::vector<Field> ReadSystemInformation(MachineFiles& files) {
+    const std::string bytes = ReadSmbios(files);
     const std::vector<SmbiosStructure> tables = ParseSmbios(bytes);
 
     std::vector<Field> fields;
     const auto add = [&fields](std::u16string_view label, const std::optional<std::u16string>& value) {
         fields.push_back({label, Capped(value.value_or(u"null"), kFieldLimit)});
     };
-    const Product product = ReadProduct(tree);
+    const Product product = ReadProduct(files);
     add(u"Product name", product.Name);
     add(u"Product number", product.Number);
-    add(u"Processor", ReadProcessor(tree, tables));
-    add(u"Memory", ReadMemory(tree, tables));
-    add(u"Operating system", ReadOperatingSystem(tree));
-    add(u"Firmware version", ReadFirmwareVersion(tree));
-    add(u"System board", ReadSystemBoard(tree));
-    add(u"Serial number", ReadSerialNumber(tree));
-    add(u"Build identifier", ReadBuildIdentifier(tree));
-    if (const auto credential = ReadBiosPassword(tree, tables)) {
+    add(u"Processor", ReadProcessor(files, tables));
+    add(u"Memory", ReadMemory(files, tables));
+    add(u"Operating system", ReadOperatingSystem(files));
+    add(u"Firmware version", ReadFirmwareVersion(files));
+    add(u"System board", ReadSystemBoard(files));
+    add(u"Serial number", ReadSerialNumber(files));
+    add(u"Build identifier", ReadBuildIdentifier(files));
+    if (const auto credential = ReadBiosPassword(files, tables)) {
         add(u"BIOS password", platform::ToText(static_cast<int>(*credential)));
     }
     add(u"Trailing field", std::nullopt);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
 
@@ -22,8 +22,8 @@ struct Field {
     std::u16string Text;
 };
 
-/// In record order. Never throws for what the tree holds.
-std::vector<Field> ReadSystemInformation(Tree& tree);
+/// In record order. Never throws for what the files hold.
+std::vector<Field> ReadSystemInformation(MachineFiles& files);
 
 /// The fields' texts joined by the separator.
 std::u16string Joined(const std::vector<Field>& fields);

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
 
@@ -28,9 +28,9 @@ struct TypeCPort {
 
 /// One entry a port. Where the kernel knows no Type-C class, the firmware's table of connectors (type 8) may
 /// tell that ports exist, and nothing else of them.
-std::vector<TypeCPort> ReadTypeCPorts(Tree& tree);
+std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files);
 
 /// The most that the power objects in `folder` (".../source-capabilities") offer, in milliwatts.
-std::optional<std::uint64_t> MostPower(Tree& tree, const std::string& folder);
+std::optional<std::uint64_t> MostPower(MachineFiles& files, const std::string& folder);
 
 }  // namespace daemon_service

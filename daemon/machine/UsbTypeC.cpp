@@ -84,8 +84,8 @@ std::vector<Field> UsbTypeCFields(const std::vector<TypeCPort>& ports) {
             {u"Maximum power", Watts(best.Milliwatts)}};
 }
 
-std::vector<Field> ReadUsbTypeC(Tree& tree) {
-    return UsbTypeCFields(ReadTypeCPorts(tree));
+std::vector<Field> ReadUsbTypeC(MachineFiles& files) {
+    return UsbTypeCFields(ReadTypeCPorts(files));
 }
 
 }  // namespace daemon_service

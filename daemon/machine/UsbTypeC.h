@@ -12,7 +12,7 @@ namespace daemon_service {
 /// In record order; none for a machine without a port, whose record is the empty text.
 std::vector<Field> UsbTypeCFields(const std::vector<TypeCPort>& ports);
 
-/// The fields for the ports of `tree`. Never throws for what it holds.
-std::vector<Field> ReadUsbTypeC(Tree& tree);
+/// The fields for the ports of `files`. Never throws for what it holds.
+std::vector<Field> ReadUsbTypeC(MachineFiles& files);
 
 }  // namespace daemon_service

@@ -119,11 +119,11 @@ std::optional<std::u16string> Value(std::string_view bytes) {
     return text;
 }
 
-std::optional<std::u16string> FirstValue(Tree& tree, std::string_view what,
+std::optional<std::u16string> FirstValue(MachineFiles& files, std::string_view what,
                                          std::initializer_list<const char*> paths) {
     std::string reasons;
     for (const char* path : paths) {
-        const auto content = tree.Read(path);
+        const auto content = files.Read(path);
         if (content) {
             if (auto value = Value(*content)) {
                 return value;
@@ -131,15 +131,15 @@ std::optional<std::u16string> FirstValue(Tree& tree, std::string_view what,
         }
         reasons += reasons.empty() ? "" : "; ";
         reasons += path;
-        reasons +=
-            content ? " holds only \"" + platform::ToValidUtf8(Clean(*content)) + "\"" : ": " + tree.Reason();
+        reasons += content ? " holds only \"" + platform::ToValidUtf8(Clean(*content)) + "\""
+                           : ": " + files.Reason();
     }
-    tree.Note(std::string(what) + ": no value: " + reasons);
+    files.Note(std::string(what) + ": no value: " + reasons);
     return std::nullopt;
 }
 
-std::optional<std::u16string> FileValue(Tree& tree, const std::string& path) {
-    const auto content = tree.Read(path);
+std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path) {
+    const auto content = files.Read(path);
     return content ? Value(*content) : std::nullopt;
 }
 

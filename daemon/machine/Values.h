@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
 
@@ -25,11 +25,11 @@ std::optional<std::u16string> Value(std::string_view bytes);
 
 /// The value of the first of the files that has one. When none has, a note tells for each file why, beginning
 /// with `what`.
-std::optional<std::u16string> FirstValue(Tree& tree, std::string_view what,
+std::optional<std::u16string> FirstValue(MachineFiles& files, std::string_view what,
                                          std::initializer_list<const char*> paths);
 
 /// The file's value, without a note.
-std::optional<std::u16string> FileValue(Tree& tree, const std::string& path);
+std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path);
 
 /// At most `limit` UTF-16 units; a longer text ends in "…". Never cuts a surrogate pair.
 std::u16string Capped(std::u16string text, std::size_t limit);

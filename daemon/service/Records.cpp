@@ -55,9 +55,9 @@ std::optional<std::u16string> Records::SystemInformation() {
     if (m_systemInformationFile) {
         return FileText(*m_systemInformationFile);
     }
-    Tree tree(m_sysroot);
-    std::u16string record = Joined(ReadSystemInformation(tree));
-    LogNews(m_systemInformationNotes, tree.Notes());
+    MachineFiles files(m_sysroot);
+    std::u16string record = Joined(ReadSystemInformation(files));
+    LogNews(m_systemInformationNotes, files.Notes());
     return record;
 }
 
@@ -65,9 +65,9 @@ std::optional<std::u16string> Records::UsbTypeC() {
     if (m_usbTypeCFile) {
         return FileText(*m_usbTypeCFile);
     }
-    Tree tree(m_sysroot);
-    std::u16string record = Joined(ReadUsbTypeC(tree));
-    LogNews(m_usbTypeCNotes, tree.Notes());
+    MachineFiles files(m_sysroot);
+    std::u16string record = Joined(ReadUsbTypeC(files));
+    LogNews(m_usbTypeCNotes, files.Notes());
     return record;
 }
 
@@ -79,11 +79,11 @@ void Records::LogNews(platform::Guarded<Notes>& known, const Notes& notes) {
 }
 
 bool PrintRecords(const std::string& sysroot) {
-    Tree tree(sysroot);
-    const auto text = Printed("System information", ReadSystemInformation(tree)) +
-                      Printed("USB Type-C", ReadUsbTypeC(tree));
+    MachineFiles files(sysroot);
+    const auto text = Printed("System information", ReadSystemInformation(files)) +
+                      Printed("USB Type-C", ReadUsbTypeC(files));
     const bool written = platform::WriteStandardOutput(kProgram.Name, text);
-    for (const std::string& note : tree.Notes()) {
+    for (const std::string& note : files.Notes()) {
         Log(Priority::Information, note);
     }
     return written;

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 #include "daemon/service/Callers.h"
 #include "daemon/service/Log.h"
 #include "daemon/service/Procedures.h"
@@ -150,7 +150,7 @@ int Serve(const Options& options) {
     if (options.Directory) {
         setenv("KELVANE_RPC_DIRECTORY", options.Directory->c_str(), 1);
     }
-    const Tree tree(options.Sysroot);  // says at once when it cannot be opened
+    const MachineFiles files(options.Sysroot);  // says at once when it cannot be opened
 
     const int sockets = sd_listen_fds(1);
     Procedures procedures(options, sockets > 0);

@@ -177,17 +177,17 @@ TEST(SystemInformation, OsReleaseQuotesAndFallbacks) {
 }
 
 // A link in a recorded tree that leads out of it must not show the files of the machine that serves the tree.
-TEST(Tree, LinksStayBelowTheRootAndOddFilesAreRefused) {
+TEST(MachineFiles, LinksStayBelowTheRootAndOddFilesAreRefused) {
     RecordedMachine machine;
     machine.Link("/etc/os-release", "/../../../../etc/passwd").Link("/proc/cpuinfo", "/etc/os-release");
     const std::string pipe = machine.Root() + "/proc/meminfo";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_THAT(machine.SystemInformation(), testing::Not(HasSubstr("root")));
     EXPECT_THAT(machine.Notes(), Contains(HasSubstr("/proc/meminfo: not a regular file")));
-    EXPECT_THROW(Tree("/nonexistent/tree"), std::exception);
+    EXPECT_THROW(MachineFiles("/nonexistent/tree"), std::exception);
 }
 
-TEST(Tree, AnOpeningThatFailsByChanceIsTriedAgainAndOneThatAlwaysDoesIsReported) {
+TEST(MachineFiles, AnOpeningThatFailsByChanceIsTriedAgainAndOneThatAlwaysDoesIsReported) {
     RecordedMachine machine;
     BuildLaptop(machine);
     const std::string record = machine.SystemInformation() + machine.UsbTypeC();
@@ -196,14 +196,14 @@ TEST(Tree, AnOpeningThatFailsByChanceIsTriedAgainAndOneThatAlwaysDoesIsReported)
         EXPECT_EQ(machine.SystemInformation() + machine.UsbTypeC(), record) << error;
     }
     g_failures = {.Error = EAGAIN, .Each = 1'000'000};
-    Tree tree(machine.Root());
-    EXPECT_FALSE(tree.Read("/proc/cpuinfo"));
-    EXPECT_TRUE(tree.List("/sys/class/typec").empty());
-    EXPECT_FALSE(tree.LinkTarget("/etc/os-release"));
+    MachineFiles files(machine.Root());
+    EXPECT_FALSE(files.Read("/proc/cpuinfo"));
+    EXPECT_TRUE(files.List("/sys/class/typec").empty());
+    EXPECT_FALSE(files.LinkTarget("/etc/os-release"));
     g_failures = {};
-    EXPECT_THAT(tree.Notes(), testing::ElementsAre("/proc/cpuinfo: Resource temporarily unavailable",
-                                                   "/sys/class/typec: Resource temporarily unavailable",
-                                                   "/etc/os-release: Resource temporarily unavailable"));
+    EXPECT_THAT(files.Notes(), testing::ElementsAre("/proc/cpuinfo: Resource temporarily unavailable",
+                                                    "/sys/class/typec: Resource temporarily unavailable",
+                                                    "/etc/os-release: Resource temporarily unavailable"));
 }
 
 /// Takes openat2 away from this process, as the sandbox of the service's unit does.
@@ -219,12 +219,12 @@ void ForbidOpenat2() {
     prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
 }
 
-TEST(Tree, ThisMachineIsReadInTheSandboxToo) {
+TEST(MachineFiles, ThisMachineIsReadInTheSandboxToo) {
     EXPECT_EXIT(
         {
             ForbidOpenat2();
-            Tree tree("/");
-            std::_Exit(tree.Read("/proc/meminfo") && !tree.List("/proc").empty() ? 0 : 1);
+            MachineFiles files("/");
+            std::_Exit(files.Read("/proc/meminfo") && !files.List("/proc").empty() ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }

@@ -112,24 +112,24 @@ RecordedMachine& RecordedMachine::Hub(int bus, const std::string& speed, const s
 }
 
 std::string RecordedMachine::SystemInformation() const {
-    Tree tree(Root());
-    return platform::ToUtf8(Joined(ReadSystemInformation(tree)));
+    MachineFiles files(Root());
+    return platform::ToUtf8(Joined(ReadSystemInformation(files)));
 }
 
 std::string RecordedMachine::UsbTypeC() const {
-    Tree tree(Root());
-    return platform::ToUtf8(Joined(ReadUsbTypeC(tree)));
+    MachineFiles files(Root());
+    return platform::ToUtf8(Joined(ReadUsbTypeC(files)));
 }
 
 std::string RecordedMachine::Field(std::size_t index) const {
-    Tree tree(Root());
-    return platform::ToUtf8(ReadSystemInformation(tree).at(index).Text);
+    MachineFiles files(Root());
+    return platform::ToUtf8(ReadSystemInformation(files).at(index).Text);
 }
 
 std::vector<std::string> RecordedMachine::Notes() const {
-    Tree tree(Root());
-    ReadSystemInformation(tree);
-    return tree.Notes();
+    MachineFiles files(Root());
+    ReadSystemInformation(files);
+    return files.Notes();
 }
 
 void BuildLaptop(RecordedMachine& machine) {

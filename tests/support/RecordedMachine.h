@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
 

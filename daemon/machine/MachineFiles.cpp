@@ -1,4 +1,4 @@
-#include "daemon/machine/Tree.h"
+#include "daemon/machine/MachineFiles.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -56,7 +56,7 @@ std::optional<std::string> ReadAll(int descriptor) {
             return std::nullopt;
         }
         content.append(buffer, static_cast<std::size_t>(count));
-        if (content.size() > Tree::kMaxFileBytes) {
+        if (content.size() > MachineFiles::kMaxFileBytes) {
             errno = EFBIG;
             return std::nullopt;
         }
@@ -82,10 +82,10 @@ std::string PathOf(std::initializer_list<std::string_view> parts) {
     return path;
 }
 
-Tree::Tree(const std::string& root, Witness witness)
+MachineFiles::MachineFiles(const std::string& root, Observer observer)
     : m_isMachine(root == "/"),
       m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
-      m_witness(std::move(witness)) {
+      m_observer(std::move(observer)) {
     if (!m_root) {
         throw platform::ExceptionFromErrno("open " + root, errno);
     }
@@ -94,7 +94,7 @@ Tree::Tree(const std::string& root, Witness witness)
     }
 }
 
-platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
+platform::FileDescriptor MachineFiles::Open(const std::string& path, int flags) {
     for (int tries = 1;; ++tries) {
         const int descriptor = OpenOnce(path, flags);
         if (descriptor >= 0 || (errno != EAGAIN && errno != EINTR) || tries == kOpenTries) {
@@ -105,7 +105,7 @@ platform::FileDescriptor Tree::Open(const std::string& path, int flags) {
 
 /// Below a recorded tree no link leads out of it. The machine itself needs no such care, and the sandbox of
 /// the service's unit, which serves nothing else, has no openat2 (RestrictSUIDSGID takes it away).
-int Tree::OpenOnce(const std::string& path, int flags) const {
+int MachineFiles::OpenOnce(const std::string& path, int flags) const {
     if (m_isMachine) {
         return open(path.c_str(), flags | O_CLOEXEC);
     }
@@ -115,7 +115,7 @@ int Tree::OpenOnce(const std::string& path, int flags) const {
     return static_cast<int>(syscall(SYS_openat2, m_root.Get(), path.c_str(), &how, sizeof how));
 }
 
-std::optional<std::string> Tree::Read(const std::string& path) {
+std::optional<std::string> MachineFiles::Read(const std::string& path) {
     // O_NONBLOCK: a pipe in a recorded tree must not hold the service up.
     platform::FileDescriptor file;
     const auto* credential = std::ranges::find(kCredentials, path, &Credential::path);
@@ -138,14 +138,14 @@ std::optional<std::string> Tree::Read(const std::string& path) {
     if (!content) {
         return Missing(path, errno);
     }
-    if (m_witness.File) {
-        m_witness.File(path, *content);
+    if (m_observer.File) {
+        m_observer.File(path, *content);
     }
     return content;
 }
 
 /// A file that is absent is the only case that is nobody's fault and gets no note.
-std::nullopt_t Tree::Missing(const std::string& path, int error) {
+std::nullopt_t MachineFiles::Missing(const std::string& path, int error) {
     const bool absent = MeansAbsent(error);
     m_reason = absent ? "absent" : std::strerror(error);
     if (!absent) {
@@ -154,7 +154,7 @@ std::nullopt_t Tree::Missing(const std::string& path, int error) {
     return std::nullopt;
 }
 
-std::vector<std::string> Tree::List(const std::string& path) {
+std::vector<std::string> MachineFiles::List(const std::string& path) {
     std::vector<std::string> names;
     platform::FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(folder ? fdopendir(folder.Get()) : nullptr, closedir);
@@ -180,7 +180,7 @@ std::vector<std::string> Tree::List(const std::string& path) {
     return names;
 }
 
-std::optional<std::string> Tree::LinkTarget(const std::string& path) {
+std::optional<std::string> MachineFiles::LinkTarget(const std::string& path) {
     const platform::FileDescriptor link = Open(path, O_PATH | O_NOFOLLOW);
     char target[4096];
     const ssize_t length = link ? readlinkat(link.Get(), "", target, sizeof target) : -1;
@@ -188,13 +188,13 @@ std::optional<std::string> Tree::LinkTarget(const std::string& path) {
         return Missing(path, errno);
     }
     std::string text(target, static_cast<std::size_t>(length));
-    if (m_witness.Link) {
-        m_witness.Link(path, text);
+    if (m_observer.Link) {
+        m_observer.Link(path, text);
     }
     return text;
 }
 
-void Tree::Note(std::string note) {
+void MachineFiles::Note(std::string note) {
     if (std::ranges::find(m_notes, note) == m_notes.end()) {
         m_notes.push_back(std::move(note));
     }

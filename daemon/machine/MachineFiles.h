@@ -2,7 +2,8 @@
 
 // The files that describe a machine, below a root directory: "/" for this machine, any recorded tree else.
 // Every reader takes what it knows from here and nowhere else, so a recorded tree gives the same answers as
-// the machine it came from. A tree is used by one thread at a time; it is cheap, so each call makes its own.
+// the machine it came from. An object is used by one thread at a time; it is cheap, so each call makes its
+// own.
 
 #include <cstddef>
 #include <functional>
@@ -19,10 +20,10 @@ namespace daemon_service {
 /// The parts with "/" between them.
 std::string PathOf(std::initializer_list<std::string_view> parts);
 
-class Tree {
+class MachineFiles {
   public:
     /// Told of each file (`content`) and symbolic link (`target`) that was read, for the recorder.
-    struct Witness {
+    struct Observer {
         std::function<void(const std::string& path, std::string_view content)> File;
         std::function<void(const std::string& path, const std::string& target)> Link;
     };
@@ -32,7 +33,7 @@ class Tree {
 
     /// `root` is an existing directory; symbolic links in it, absolute ones too, stay below it. Throws
     /// platform::Exception when it cannot be opened.
-    explicit Tree(const std::string& root = "/", Witness witness = {});
+    explicit MachineFiles(const std::string& root = "/", Observer observer = {});
 
     /// The content of a regular file; nothing if it is absent, unreadable, not a regular file or too large.
     /// Every reason but absence becomes a note.
@@ -60,7 +61,7 @@ class Tree {
 
     bool m_isMachine;
     platform::FileDescriptor m_root;
-    Witness m_witness;
+    Observer m_observer;
     std::string m_credentials;  // folder of files that the service manager read for us; empty without
     std::string m_reason;
     std::vector<std::string> m_notes;
