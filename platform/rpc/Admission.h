@@ -10,7 +10,7 @@
 #include <map>
 
 #include "platform/core/Guarded.h"
-#include "platform/rpc/Server.h"
+#include "platform/rpc/ServerOptions.h"
 
 namespace platform::rpc {
 

@@ -12,11 +12,11 @@
 
 namespace platform::rpc {
 
-class Binding;
+class ClientConnection;
 struct ClientContext;
 
 /// A server that calls can be made to. Null is no binding.
-using RPC_BINDING_HANDLE = Binding*;
+using RPC_BINDING_HANDLE = ClientConnection*;
 
 /// An open context; it belongs to its binding and ends with CloseContext or the binding. Null is no context.
 using RPC_CONTEXT_HANDLE = ClientContext*;

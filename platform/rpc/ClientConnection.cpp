@@ -65,8 +65,8 @@ std::size_t ChooseAccepted(const BindAckBody& ack, const std::vector<BindElement
 
 }  // namespace
 
-void Binding::Call(const InterfaceDescription& interface, const Procedure& procedure, const CallValues& in,
-                   const std::function<void(const CallValues& out)>& receive) {
+void ClientConnection::Call(const InterfaceDescription& interface, const Procedure& procedure,
+                            const CallValues& in, const std::function<void(const CallValues& out)>& receive) {
     if (m_caller.load() == std::this_thread::get_id()) {
         throw RpcException(status::kCallInProgress);
     }
@@ -107,19 +107,19 @@ void Binding::Call(const InterfaceDescription& interface, const Procedure& proce
 /// Runs on the thread that stops the pool, while the call that it cancels may be connecting, sending or
 /// receiving. The descriptor stays open until the binding goes, so its number cannot have become another
 /// file's.
-void Binding::Cancel() noexcept {
+void ClientConnection::Cancel() noexcept {
     m_cancelled = true;
     if (const int socket = m_descriptor; socket >= 0) {
         shutdown(socket, SHUT_RDWR);
     }
 }
 
-void Binding::Break() noexcept {
+void ClientConnection::Break() noexcept {
     m_broken = true;
     shutdown(m_socket.Get(), SHUT_RDWR);
 }
 
-void Binding::Establish(const InterfaceDescription& interface) {
+void ClientConnection::Establish(const InterfaceDescription& interface) {
     if (m_bound) {
         return;
     }
@@ -146,7 +146,7 @@ void Binding::Establish(const InterfaceDescription& interface) {
     m_bound = true;
 }
 
-void Binding::BindInterface(const InterfaceDescription& interface) {
+void ClientConnection::BindInterface(const InterfaceDescription& interface) {
     BindBody bind;
     for (const TransferSyntax& syntax : kTransferSyntaxes) {
         bind.Elements.push_back({.ContextId = static_cast<std::uint16_t>(bind.Elements.size()),
@@ -180,14 +180,14 @@ void Binding::BindInterface(const InterfaceDescription& interface) {
 }
 
 /// Sends m_message.
-void Binding::Send(Status whenLost) {
+void ClientConnection::Send(Status whenLost) {
     if (!SendAll(m_socket.Get(), m_message)) {
         Break();
         throw RpcException(m_cancelled ? status::kCallCancelled : whenLost);
     }
 }
 
-Pdu Binding::Receive(Status whenLost) {
+Pdu ClientConnection::Receive(Status whenLost) {
     while (true) {
         if (const auto pdu = m_stream.Next()) {
             return *pdu;
@@ -202,7 +202,7 @@ Pdu Binding::Receive(Status whenLost) {
 
 /// Waits for the response to the call that was sent, answers callbacks until then, and returns its stub data.
 /// A fault leaves the connection usable, everything else that fails does not.
-ByteView Binding::Exchange(const InterfaceDescription& interface, const CallValues& sent) {
+ByteView ClientConnection::Exchange(const InterfaceDescription& interface, const CallValues& sent) {
     Status fault = status::kOk;
     try {
         while (fault == status::kOk) {
@@ -235,8 +235,8 @@ ByteView Binding::Exchange(const InterfaceDescription& interface, const CallValu
     throw RpcException(fault);
 }
 
-void Binding::AnswerCallback(const InterfaceDescription& interface, const CallValues& sent,
-                             const rpc::Call& request) {
+void ClientConnection::AnswerCallback(const InterfaceDescription& interface, const CallValues& sent,
+                                      const rpc::Call& request) {
     if ((interface.Flags & interface_flag::kHasCallbacks) == 0 || request.Header.ContextId != m_contextId) {
         throw RpcException(status::kProtocolError);
     }

@@ -19,14 +19,14 @@
 namespace platform::rpc {
 
 struct ClientContext {
-    Binding* Owner;
+    ClientConnection* Owner;
     ContextHandle Handle;
 };
 
-class Binding {
+class ClientConnection {
   public:
     /// `path` of the listening socket; empty when no endpoint was given.
-    explicit Binding(std::string path) : m_path(std::move(path)) {}
+    explicit ClientConnection(std::string path) : m_path(std::move(path)) {}
 
     /// Sends the request made of `in`, waits for the response, and hands its values to `receive` while they
     /// are valid. Any thread; blocks. Throws RpcException. After a failure that leaves the place in the
@@ -35,7 +35,10 @@ class Binding {
               const std::function<void(const CallValues& out)>& receive);
 
     /// The user whose process listens; nothing until a connection was made. Any thread.
-    std::optional<uid_t> Listener() const { return m_listener; }
+    std::optional<uid_t> Listener() const {
+        const auto user = m_listener.load();
+        return user >= 0 ? std::optional(static_cast<uid_t>(user)) : std::nullopt;
+    }
 
     /// Only inside `receive`. The context is valid until it is closed or the binding goes.
     ClientContext* OpenContext(const ContextHandle& handle) {
@@ -62,7 +65,7 @@ class Binding {
     std::atomic<int> m_descriptor = -1;
     std::atomic<bool> m_cancelled = false;
     std::atomic<std::thread::id> m_caller;
-    std::atomic<std::optional<uid_t>> m_listener;
+    std::atomic<std::int64_t> m_listener = -1;
 
     // Guarded by m_mutex, which a call holds from beginning to end.
     std::mutex m_mutex;

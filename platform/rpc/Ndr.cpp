@@ -15,9 +15,9 @@ const Layout& LayoutOf(const TransferSyntax& syntax, Item item) {
 }
 
 /// Visitor that writes.
-class Writer {
+class NdrWriter {
   public:
-    Writer(const TransferSyntax& syntax, Bytes& out) : m_syntax(syntax), m_out(out), m_start(out.size()) {}
+    NdrWriter(const TransferSyntax& syntax, Bytes& out) : m_syntax(syntax), m_out(out), m_start(out.size()) {}
 
     void Number(Item item, std::uint64_t value) { Put(item, &value); }
     void Context(const ContextHandle& handle) { Put(Item::Context, &handle); }
@@ -56,9 +56,9 @@ class Writer {
 };
 
 /// Visitor that reads, and trusts nothing.
-class Reader {
+class NdrReader {
   public:
-    Reader(const TransferSyntax& syntax, ByteView stub)
+    NdrReader(const TransferSyntax& syntax, ByteView stub)
         : m_syntax(syntax), m_cursor(stub, status::kBadStubData) {}
 
     void Number(Item item, std::int64_t& value) {
@@ -174,13 +174,13 @@ const TransferSyntax* FindTransferSyntax(const SyntaxId& id) {
 
 void Marshal(const TransferSyntax& syntax, const Procedure& procedure, Direction direction,
              const CallValues& values, Bytes& out) {
-    Writer writer(syntax, out);
+    NdrWriter writer(syntax, out);
     Walk(procedure, direction, writer, values);
 }
 
 void Unmarshal(const TransferSyntax& syntax, const Procedure& procedure, Direction direction, ByteView stub,
                CallValues& values) {
-    Reader reader(syntax, stub);
+    NdrReader reader(syntax, stub);
     Walk(procedure, direction, reader, values);
 }
 

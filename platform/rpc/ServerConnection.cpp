@@ -212,7 +212,8 @@ void ServerConnection::RunProcedure(const Procedure& procedure, CallValues& valu
     const ContextHandle handle = values.Context;
     const bool passedIn = procedure.PassesContext(Direction::In);
     const auto context = passedIn ? m_association->Find(handle) : nullptr;
-    call.emplace(*this, procedure, values, context);
+    call.emplace(m_caller, procedure, values, context,
+                 [this](const CallValues& sent) { InvokeCallback(sent); });
     m_executed = true;
     m_shared.Procedures[procedure.Number](*call);
     if (!procedure.PassesContext(Direction::Out) || call->Context() == context) {

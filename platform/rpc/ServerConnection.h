@@ -12,7 +12,8 @@
 #include "platform/rpc/Association.h"
 #include "platform/rpc/Ndr.h"
 #include "platform/rpc/Pdu.h"
-#include "platform/rpc/Server.h"
+#include "platform/rpc/ServerCall.h"
+#include "platform/rpc/ServerOptions.h"
 
 namespace platform::rpc {
 
@@ -43,9 +44,6 @@ class ServerConnection {
     int Descriptor() const { return m_socket.Get(); }
     const SocketCredentials& Caller() const { return m_caller; }
 
-    /// During a call: calls the client back on the same connection.
-    void InvokeCallback(const CallValues& values);
-
   private:
     std::optional<Pdu> Receive();
     bool MayStaySilent() const;
@@ -55,6 +53,7 @@ class ServerConnection {
     void Choose(const BindBody& body, std::vector<BindResult>& results);
     bool Serve(const Call& request);
     void Dispatch(const Call& request);
+    void InvokeCallback(const CallValues& values);
     void RunProcedure(const Procedure& procedure, CallValues& values, std::optional<ServerCall>& call);
     bool Send();
 

@@ -149,7 +149,7 @@ Status RpcBindingFromStringBindingW(const char16_t* stringBinding, RPC_BINDING_H
         if (stringBinding == nullptr) {
             throw RpcException(status::kInvalidStringBinding);
         }
-        *binding = std::make_unique<Binding>(PathOf(Parse(stringBinding))).release();
+        *binding = std::make_unique<ClientConnection>(PathOf(Parse(stringBinding))).release();
     });
 }
 
