@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "platform/core/Exception.h"
-#include "platform/diagnostics/LoggingChannel.h"
+#include "platform/diagnostics/LoggingLevel.h"
 
 namespace Kelvane {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/core/ProgramOptions.h"
-#include "platform/diagnostics/LoggingChannel.h"
+#include "platform/diagnostics/LoggingLevel.h"
 
 namespace logtool {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/diagnostics/LoggingChannel.h"
+#include "platform/diagnostics/LoggingLevel.h"
 
 namespace platform::etl {
 

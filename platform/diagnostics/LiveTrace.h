@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "platform/diagnostics/LoggingChannel.h"
+#include "platform/diagnostics/LoggingLevel.h"
 
 namespace platform {
 

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <mutex>
 
 #include "platform/core/Exception.h"
@@ -63,16 +62,6 @@ std::uint32_t CurrentThread() {
 const auto g_process = static_cast<std::uint32_t>(getpid());
 
 }  // namespace
-
-TraceMutex& TraceLock() {
-    static TraceMutex mutex;
-    return mutex;
-}
-
-const char* LoggingLevelName(LoggingLevel level) {
-    static constexpr std::array kNames = {"Verbose", "Information", "Warning", "Error", "Critical"};
-    return kNames[static_cast<std::size_t>(level)];
-}
 
 LoggingChannel::LoggingChannel(std::u16string_view name) : m_name(Repair(Cut(name, kNameLimit))) {}
 

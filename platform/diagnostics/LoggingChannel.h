@@ -5,15 +5,11 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/diagnostics/LoggingLevel.h"
+
 namespace platform {
 
 class LogFileRecorder;
-
-/// How much a message matters, by the platform's numbers.
-enum class LoggingLevel { Verbose = 0, Information = 1, Warning = 2, Error = 3, Critical = 4 };
-
-/// "Verbose" and so on.
-const char* LoggingLevelName(LoggingLevel level);
 
 /// A source of messages. Any thread.
 class LoggingChannel {
@@ -30,17 +26,16 @@ class LoggingChannel {
     /// platform exception when there is not enough memory to repair the text.
     void LogMessage(std::u16string_view text, LoggingLevel level);
 
-  private:
-    friend class FileLoggingSession;
+    /// Hands messages of `level` and above to the recorder as well; one that is attached already gets the new
+    /// level. TraceLock is taken.
+    void Attach(const std::shared_ptr<LogFileRecorder>& recorder, LoggingLevel level);
+    void Detach(const LogFileRecorder* recorder);
 
+  private:
     struct Recording {
         std::shared_ptr<LogFileRecorder> recorder;
         LoggingLevel level;
     };
-
-    // Sets the level of an attached recorder too. TraceLock is taken.
-    void Attach(const std::shared_ptr<LogFileRecorder>& recorder, LoggingLevel level);
-    void Detach(const LogFileRecorder* recorder);
 
     const std::u16string m_name;
 

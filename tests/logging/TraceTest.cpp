@@ -4,6 +4,7 @@
 
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/core/DebugOutput.h"
+#include "platform/diagnostics/LoggingChannel.h"
 #include "platform/world/Application.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
