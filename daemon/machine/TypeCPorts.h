@@ -16,6 +16,18 @@ namespace daemon_service {
 /// In rising order; Unknown means that only the port itself is known.
 enum class UsbGeneration { Unknown, Usb2, Usb3Gen1, Usb3Gen2, Usb3Gen2x2, Usb4 };
 
+/// Whether a port can do something. No only where a source says so.
+enum class Support { Unknown, No, Yes };
+
+/// What is plugged in, as far as the kernel knows; empty where it does not.
+struct TypeCPartner {
+    std::string ProductType;  ///< "hub", "peripheral", "psd", "ama" ... (sysfs product_type)
+    std::string Accessory;    ///< "audio", "debug"
+    std::string VendorId;     ///< four hexadecimal digits
+    std::string ProductId;
+    std::optional<bool> PowerDelivery;
+};
+
 struct TypeCPort {
     std::string Name;
     UsbGeneration Generation = UsbGeneration::Unknown;
@@ -24,6 +36,19 @@ struct TypeCPort {
     bool Thunderbolt = false;                   ///< Thunderbolt 3 or USB4
     bool Charging = false;                      ///< can take power in
     std::optional<std::uint64_t> Milliwatts{};  ///< most that it gives out
+
+    // What the details tell of the port beside that; empty, nothing or Unknown where no source says it.
+    std::string Location{};
+    std::vector<std::string> UsbStandards{};  ///< "USB 2.0", "USB 3.2 Gen 2", "USB4"
+    std::string DataRole{};                   ///< "host", "device", "dual"
+    std::string PowerRole{};                  ///< "source", "sink", "dual"
+    std::string PowerDeliveryRevision{};      ///< "3.0"
+    Support DisplayPortSupport = Support::Unknown;
+    Support ThunderboltSupport = Support::Unknown;
+    Support Usb4Support = Support::Unknown;
+    std::optional<std::uint64_t> SinkMilliwatts{};
+    std::optional<TypeCPartner> Partner{};
+    std::string Source{};
 };
 
 /// One entry a port. Where the kernel knows no Type-C class, the firmware's table of connectors (type 8) may

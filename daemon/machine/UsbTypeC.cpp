@@ -49,7 +49,7 @@ std::u16string DeviceField(UsbGeneration best, std::size_t ports) {
         .append(marker);
 }
 
-std::u16string Support(bool supported) {
+std::u16string SupportWord(bool supported) {
     return supported ? u"Supported" : u"NotSupported";
 }
 
@@ -77,10 +77,10 @@ std::vector<Field> UsbTypeCFields(const std::vector<TypeCPort>& ports) {
         best.Milliwatts = std::max(best.Milliwatts, port.Milliwatts);
     }
     return {{u"USB standard", DeviceField(best.Generation, ports.size())},
-            {u"Power delivery", Support(best.PowerDelivery)},
-            {u"DisplayPort output", Support(best.DisplayPort)},
-            {u"Thunderbolt or USB4", Support(best.Thunderbolt)},
-            {u"Charging", Support(best.Charging)},
+            {u"Power delivery", SupportWord(best.PowerDelivery)},
+            {u"DisplayPort output", SupportWord(best.DisplayPort)},
+            {u"Thunderbolt or USB4", SupportWord(best.Thunderbolt)},
+            {u"Charging", SupportWord(best.Charging)},
             {u"Maximum power", Watts(best.Milliwatts)}};
 }
 
