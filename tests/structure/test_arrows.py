@@ -70,6 +70,11 @@ class Arrows(unittest.TestCase):
         self.assertEqual([*structure.table_faults(structure.rows_of(table))],
                          ["docs/structure.md: platform/core uses platform/tasks, which has no row above it"])
 
+    def test_a_circle_of_files_in_one_folder_is_refused(self):
+        planted = FILES | {"platform/core/Text.h": FILES["platform/core/Text.h"] + '#include "platform/core/UserName.h"\n'}
+        self.assertIn("platform/core/UserName -> platform/core/Text", "".join(structure.circle_faults(planted)) * 2)
+
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
