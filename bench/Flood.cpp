@@ -41,7 +41,7 @@ namespace procedure = Kelvane::procedure;
 using namespace platform::rpc;
 using SteadyClock = std::chrono::steady_clock;
 
-/// Users above those of people, and nobody's on a usual machine.
+/// Above the user ids of people; unused on a usual machine.
 constexpr uid_t kFirstStranger = 90'000;
 constexpr uid_t kFirstAccepted = 80'000;
 
@@ -102,7 +102,7 @@ class RawConnection {
 };
 
 /// Makes the service take as much memory for the connection as it does for any: contexts with the longest
-/// texts, long messages, long requests in pieces, and answers that nobody reads.
+/// texts, long messages, long requests in pieces, and answers that are not read.
 void Burden(RawConnection& connection) {
     const Bytes characters(64'000, std::byte{'x'});
     CallValues values;

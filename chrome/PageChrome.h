@@ -23,7 +23,7 @@ void WrapInTitleBar(platform::Page& page, std::shared_ptr<CustomTitleBar>& title
 std::shared_ptr<CustomTitleBar> UnwrapFromTitleBar(platform::Page& page,
                                                    std::shared_ptr<CustomTitleBar>& titleBar);
 
-/// Stops the ring of a page's title bar, unless the page has lost it meanwhile.
+/// Stops the ring of a page's title bar, unless the page no longer has one.
 void StopRing(const std::shared_ptr<CustomTitleBar>& titleBar);
 
 /// Leads the root frame back one page, when there is one, after `unwrap` has given the present page its own

@@ -134,7 +134,7 @@ std::u16string RpcClient::ListenerName() const noexcept {
 
 RpcClient::~RpcClient() {
     if (m_hContext != nullptr) {
-        // Nobody is left to hear that the service could not be told; the context ends with the connection.
+        // A failure has no one to report to; the service ends the context with the connection.
         Guard([this] { NdrClientCall3(kHotkeyRpc, procedure::CloseContext, {&m_hContext}); });
     }
     if (m_hBinding != nullptr) {

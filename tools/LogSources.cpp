@@ -43,13 +43,13 @@ std::tuple<std::int64_t, std::int64_t, std::uint32_t> KeyOf(const etl::FileHeade
     return {header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId};
 }
 
-/// Only what is known to be gone is: an error may hide it as well.
+/// True only where the file certainly does not exist; another error may hide an existing one.
 bool IsGone(const std::filesystem::path& path) {
     std::error_code failure;
     return std::filesystem::status(path, failure).type() == std::filesystem::file_type::not_found;
 }
 
-/// The log and live files of a folder, newest first, and those of which it cannot be told.
+/// The log and live files of a folder, newest first, and those whose time cannot be read.
 std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, std::error_code& failure) {
     std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
     for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
@@ -129,7 +129,7 @@ void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
             }
             files.resize(place.newest);
         }
-        // Live files first: what leaves them meanwhile is met as a log file.
+        // Live files first: a message stored between the two listings is then found in a log file.
         std::stable_partition(files.begin(), files.end(), IsLive);
     } else if (place.mayBeMissing && IsGone(place.path)) {
         return;
@@ -193,7 +193,7 @@ void LogSources::AddLiveFile(const std::filesystem::path& path, std::vector<Sour
             sources.push_back({.key = KeyOf(*header), .path = path, .offset = offset, .isLive = true});
         }
     }
-    // One that is being made holds nothing at first; whoever names it wants to know.
+    // A live file is empty while it is created; that is an error only for a file named by the user.
     std::error_code gone;
     const auto size = std::filesystem::file_size(path, gone);
     if (!isOne && (IsNamed(path) || (!gone && size != 0 && size < sizeof(etl::FileHeader)))) {
@@ -213,7 +213,7 @@ std::vector<std::byte> LogSources::BytesOf(const Source& source) {
     }
     auto bytes = platform::ReadUpTo(file, source.path, source.offset, length);
     if (source.isLive) {
-        // What was read is whole unless the image has been put to its next use meanwhile.
+        // The copy is complete unless the image was reused while it was read.
         const auto header = HeaderAt(source.path, source.offset);
         if (!header || KeyOf(*header) != source.key || header->LogFile.BuffersWritten < 2) {
             m_again = true;

@@ -40,8 +40,8 @@ class LogSources {
     LogSources(std::vector<Place> places, OnEvent onEvent, OnProblem onProblem, OnLoss onLoss);
 
     /// Hands out all messages that have not been handed out before, file by file in the order of the files'
-    /// starts. Each problem and loss is handed out once, whatever copies there are. Returns whether there was
-    /// any file.
+    /// starts. Each problem and loss is handed out once, also where several copies of a file are read.
+    /// Returns whether there was any file.
     bool Poll();
 
   private:
@@ -86,7 +86,8 @@ class LogSources {
     std::map<Key, std::vector<bool>> m_handedOut;
     /// What has been said of which log file, or of which path when that does not tell the file apart.
     std::set<std::tuple<Key, std::filesystem::path, std::string>> m_said;
-    /// Log files that need no second look as long as they are what they were; none for what cannot be told.
+    /// Log files already read, which are not read again while unchanged; none where that cannot be
+    /// determined.
     std::map<std::filesystem::path, std::optional<Stamp>> m_finished;
     /// Something has moved since the places were listed.
     bool m_again = false;

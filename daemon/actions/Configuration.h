@@ -29,7 +29,7 @@ struct FirmwareRequest {
     std::string Entry;  ///< the boot loader's name of the entry
 };
 
-/// Who is answered besides root, the service's own user and whoever sits at the machine.
+/// Who is answered besides root, the service's own user and users with an active session on a seat.
 struct Access {
     bool RemoteDesktops = false;
     std::optional<gid_t> Group;  ///< members, with or without a session

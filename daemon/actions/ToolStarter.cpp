@@ -88,7 +88,7 @@ struct SpawnSettings {
     posix_spawn_file_actions_t Files{};
 };
 
-/// In a session of its own, with fresh signals and without the service's streams.
+/// In a new session, with default signals and without the service's streams.
 void Spawn(Command command) {
     SpawnSettings settings;
     sigset_t none;
@@ -116,7 +116,7 @@ void Spawn(Command command) {
     }
 }
 
-/// The word as the service manager must be told it: in the arguments of a command, but not in its path, "$"
+/// The word as the service manager expects it: in the arguments of a command, but not in its path, "$"
 /// begins a variable and "$$" stands for itself (systemd.service(5)).
 std::string Verbatim(std::string_view word) {
     std::string text;

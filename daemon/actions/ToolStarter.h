@@ -40,7 +40,7 @@ class ToolStarter {
 };
 
 /// Replaces this process by the tool, started by the current user's own service manager, so that it gets the
-/// session's display and outlives nobody's request. Returns only by throwing ActionError.
+/// session's display and ends with that session. Returns only by throwing ActionError.
 [[noreturn]] void BecomeTool(Tool tool, const Configuration& configuration);
 
 }  // namespace daemon_service

@@ -72,7 +72,7 @@ std::int32_t ParseStatusCode(std::u16string_view field) {
     return std::stoi(std::wstring(field.begin(), field.end()), nullptr, 0);
 }
 
-/// The resource key of the text that tells which BIOS credential a status code stands for.
+/// The resource key of the name of the BIOS credential that a status code stands for.
 std::u16string_view BiosCredentialKey(std::int32_t code) {
     if (code >= 16 && code <= 255) {
         return u"BiosCredentialValueVeldra/Text";
@@ -149,7 +149,7 @@ SystemInfoReading InterpretSystemInfo(std::u16string_view record, const DisplayT
 UsbTypeCOffer InterpretUsbTypeCOffer(std::u16string_view record) {
     UsbTypeCOffer offer;
     const auto firstField = ParseSystemInfo(record, kFieldSeparator, offer.Lines).front();
-    // The subfields only appear in the trace; the rule goes by the commas of the whole field.
+    // The subfields only appear in the trace; the rule cuts the whole field at commas.
     ParseSystemInfo(firstField, kSubfieldSeparator, offer.Lines);
     offer.HasPage = NamesGeneration(firstField);
     return offer;

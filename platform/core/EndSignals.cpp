@@ -15,7 +15,7 @@ sigset_t Signals() {
     return signals;
 }
 
-/// True for a signal that whoever started the program told it to ignore (nohup, a job in the background of a
+/// True for a signal that the program was started to ignore (nohup, a job in the background of a
 /// script). sigwait hands out a blocked signal all the same.
 bool IsIgnored(int signal) {
     struct sigaction action {};

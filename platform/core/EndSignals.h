@@ -11,8 +11,8 @@ namespace platform {
 /// threads that it starts, so that EndSignals gets them. Call it first in main.
 void BlockEndSignals();
 
-/// Waits for those signals on a thread of its own, and calls the handler there for each that the program was
-/// not told to ignore, until it is destroyed; then the destroying thread lets them through again. Create and
+/// Waits for those signals on its own thread, and calls the handler there for each that was not ignored when
+/// the program started. The destructor ends that and unblocks the signals for the calling thread. Create and
 /// destroy it on the same thread.
 class EndSignals {
   public:

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Counts open deferrals; the last one to go tells that all are done.
+/// Counts open deferrals; calls back when the last one is completed.
 struct SuspendingOperation::Counter {
     explicit Counter(std::function<void()> done) : allDone(std::move(done)) {}
     ~Counter() { allDone(); }

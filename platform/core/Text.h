@@ -34,8 +34,8 @@ constexpr bool SteersTerminal(char32_t point) {
 }
 
 /// `text`, which is UTF-8, as one line that a terminal only shows: what would steer it stands as in a JSON
-/// string (\n, \u001B), a backslash as two, a byte that is not UTF-8 as \xFF. So the text can be told from
-/// the line.
+/// string (\n, \u001B), a backslash as two, a byte that is not UTF-8 as \xFF. So the text can be
+/// distinguished from the line.
 std::string ToVisible(std::string_view text);
 
 /// The text as a JSON string with its quotes, in valid UTF-8, of which nothing steers a terminal.

@@ -16,7 +16,7 @@ inline constexpr std::uint32_t ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr std::uint32_t ERROR_INVALID_FLAGS = 1004;
 
 /// Writes the asked text of the user's locale, with its zero, into `buffer` of `size` characters. Returns the
-/// characters written, or 0 on failure; GetLastError then tells why. Any thread.
+/// characters written, or 0 on failure, with the reason in GetLastError. Any thread.
 int GetLocaleInfoW(std::uint32_t locale, std::uint32_t type, char16_t* buffer, int size);
 
 /// The calling thread's last error of GetLocaleInfoW.

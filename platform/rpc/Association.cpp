@@ -72,7 +72,7 @@ std::shared_ptr<Association> AssociationTable::Join(std::uint32_t group, uid_t u
 }
 
 std::size_t AssociationTable::OpenContexts() const {
-    // Associations are let go outside the lock: the last reference runs the destructors of their contexts.
+    // Associations are released outside the lock: the last reference runs the destructors of their contexts.
     std::vector<std::shared_ptr<Association>> held;
     m_table.With([&](const Table& table) {
         for (const auto& entry : table.Associations) {

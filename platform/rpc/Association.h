@@ -13,7 +13,7 @@
 
 namespace platform::rpc {
 
-/// Held by its connections. When the last one has gone, the states of the contexts still open go as well.
+/// Held by its connections. When the last one closes, the states of contexts still open are destroyed.
 class Association {
   public:
     Association(std::uint32_t group, uid_t user, std::size_t maxContexts)
@@ -22,7 +22,8 @@ class Association {
     std::uint32_t Group() const { return m_group; }
     uid_t User() const { return m_user; }
 
-    /// A new handle that nobody can guess. Throws RpcException (fault::kServerTooBusy) at the limit.
+    /// A new handle, a random number that cannot be guessed. Throws RpcException (fault::kServerTooBusy) at
+    /// the limit.
     ContextHandle Open(std::shared_ptr<void> state);
 
     /// Throws RpcException (fault::kContextMismatch) for a handle that is not open.

@@ -60,7 +60,7 @@ inline void Append(Bytes& out, ByteView bytes) {
     out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-/// Appends the bytes of `value`, which must have no padding of its own.
+/// Appends the bytes of `value`, which must contain no padding.
 template <typename T>
 void Append(Bytes& out, const T& value) requires std::is_trivially_copyable_v<T> &&
     (!std::is_convertible_v<T, ByteView>) {

@@ -36,7 +36,7 @@ class Arguments {
     std::span<const RpcArgument> m_rest;
 };
 
-/// Where a text that the call returns goes.
+/// Where a returned text is stored.
 struct OutText {
     std::int32_t* Length = nullptr;
     char16_t** Text = nullptr;
@@ -152,7 +152,7 @@ class ClientCall {
         }
     }
 
-    /// The characters and a zero after them, so that whoever reads up to a zero stays inside.
+    /// The characters and a zero after them, so that a caller who reads up to a zero stays inside.
     char16_t* AllocateText(ByteView characters) const {
         void* block = m_interface.Allocate(characters.size() + sizeof(char16_t));
         if (block == nullptr) {

@@ -105,8 +105,8 @@ void ClientConnection::Call(const InterfaceDescription& interface, const Procedu
 }
 
 /// Runs on the thread that stops the pool, while the call that it cancels may be connecting, sending or
-/// receiving. The descriptor stays open until the binding goes, so its number cannot have become another
-/// file's.
+/// receiving. The descriptor stays open until the binding is destroyed, so its number cannot have become
+/// another file's.
 void ClientConnection::Cancel() noexcept {
     m_cancelled = true;
     if (const int socket = m_descriptor; socket >= 0) {

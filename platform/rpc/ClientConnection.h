@@ -40,7 +40,7 @@ class ClientConnection {
         return user >= 0 ? std::optional(static_cast<uid_t>(user)) : std::nullopt;
     }
 
-    /// Only inside `receive`. The context is valid until it is closed or the binding goes.
+    /// Only inside `receive`. The context is valid until it is closed or the binding is destroyed.
     ClientContext* OpenContext(const ContextHandle& handle) {
         return &m_contexts.emplace_back(ClientContext{this, handle});
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 // The protocol's data units as values: reading what arrives, writing what is sent (C706 12.6). Knows no
-// sockets. Whatever cannot be read as the protocol says throws kProtocolError. No locking of its own.
+// sockets. What breaks the protocol throws kProtocolError. Does no locking.
 
 #include <cstdint>
 #include <optional>

@@ -33,7 +33,7 @@ class Server {
     Server& operator=(const Server&) = delete;
 
     /// Before Run. Listens at an endpoint of EndpointDirectory(), which is created (0755) if missing.
-    /// Replaces a socket that nobody listens on and refuses to take one from a running service. Any user may
+    /// Replaces a socket without a listener and refuses to take one from a running service. Any user may
     /// connect. Throws a platform exception, or RpcException for an endpoint name that cannot be one.
     void Listen(std::u16string_view endpoint);
 

@@ -50,8 +50,8 @@ class ServerCall {
     /// The state behind the context handle that the client sent; null in a procedure that opens one.
     const std::shared_ptr<void>& Context() const { return m_context; }
 
-    /// In a procedure that passes the handle out: opens a context, or closes it with null. The state goes
-    /// with its last reference: when it is closed, or when the client's last connection closes.
+    /// In a procedure that passes the handle out: opens a context, or closes it with null. The state is
+    /// destroyed with its last reference: when it is closed, or when the client's last connection closes.
     void SetContext(std::shared_ptr<void> context) { m_context = std::move(context); }
 
   private:

@@ -17,7 +17,7 @@
 
 namespace platform::rpc {
 
-/// What the connections of one server share. Constant, or with locks of its own.
+/// What the connections of one server share. Constant, or with internal locks.
 struct ServerShared {
     const InterfaceDescription& Interface;
     const std::vector<ServerProcedure> Procedures;

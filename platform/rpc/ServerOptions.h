@@ -32,7 +32,7 @@ struct ServerOptions {
     /// kernel takes up to twice as many. 0: the system's default.
     int MaxUnreadBytes = 0;
 
-    /// Of one user, all connections together, a new connection counting as one; what goes over fails with
+    /// Of one user, all connections together, a new connection counting as one; what exceeds it fails with
     /// status 1723. 0: no limit.
     unsigned MaxCallsPerSecond = 0;
 

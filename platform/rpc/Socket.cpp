@@ -73,7 +73,7 @@ std::vector<gid_t> SupplementaryGroups(int socket) {
     return {groups.data(), groups.data() + size / sizeof(gid_t)};
 }
 
-/// Every directory that is made can be entered by all users, whatever the process's mask.
+/// Every directory that is made can be entered by all users, independent of the process's mask.
 void CreateDirectories(const std::filesystem::path& directory) {
     std::filesystem::path made;
     for (const auto& name : directory) {

@@ -48,7 +48,7 @@ void LimitSendBuffer(int socket, int bytes);
 /// From here on nothing waits: what would, fails with EAGAIN.
 void SetNonBlocking(int socket);
 
-/// Sends everything; false when the connection is gone, or nobody has read for longer than the socket's time
+/// Sends everything; false when the connection is closed, or the peer has not read for the socket's time
 /// limit.
 bool SendAll(int socket, ByteView bytes);
 
@@ -61,8 +61,8 @@ SocketCredentials CredentialsOf(int socket);
 /// A socket file that listens; it is removed at the end if it is still this one.
 class ListeningSocket {
   public:
-    /// Creates the directory (0755) if need be, and in it a lock file, which stays, replaces a socket that
-    /// nobody listens on, refuses one where somebody does (kAlreadyExists). Any user may connect. Accepting
+    /// Creates the directory (0755) if need be, and in it a lock file, which stays, replaces a socket
+    /// without a listener, refuses one with a listener (kAlreadyExists). Any user may connect. Accepting
     /// does not block. Throws a platform exception.
     explicit ListeningSocket(const std::string& path);
     ~ListeningSocket();

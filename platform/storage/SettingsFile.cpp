@@ -195,7 +195,7 @@ void SaveSettings(const std::filesystem::path& file, const PropertyMap& values) 
     const std::string text = stream.str();
 
     EnsureFolder(file.parent_path());
-    // A name of its own, so that two processes never write into one file.
+    // A unique name, so that two processes never write into one file.
     auto fresh = file;
     fresh += ".new-" + std::to_string(getpid());
     const auto opened = OpenFile(fresh, O_WRONLY | O_CREAT | O_TRUNC);

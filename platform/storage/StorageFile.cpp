@@ -46,7 +46,7 @@ void CopyAndSync(const std::filesystem::path& from, const std::filesystem::path&
     }
 }
 
-/// Copies to another file system, then removes the source. The copy has a name of its own until it is whole
+/// Copies to another file system, then removes the source. The copy has a temporary name until it is complete
 /// and on the disk.
 int CopyAndRemove(const std::filesystem::path& from, const std::filesystem::path& to, bool replace) {
     auto fresh = to;

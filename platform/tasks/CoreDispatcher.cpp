@@ -26,7 +26,7 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
         }
         m_pending.fetch_add(1);
         state.queue.push_back({.handler = std::move(handler), .ended = ended});
-        // Under the lock, so that nothing is posted to a loop that goes after Close.
+        // Under the lock, so that nothing is posted to a loop that is destroyed after Close.
         m_loop.Post([self = shared_from_this()] { self->RunNext(); });
         return true;
     });

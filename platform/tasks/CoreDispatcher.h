@@ -26,7 +26,7 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
 
     /// Any thread. Queues `handler` for the user-interface thread, also when called there; handlers run, and
     /// are destroyed, in the order of their posting. The task ends with the handler, or fails with its
-    /// exception. Once the window is gone, the handler is refused: the task ends cancelled, and the handler
+    /// exception. Once the window is closed, the handler is refused: the task ends cancelled, and the handler
     /// is destroyed unrun by the next Close.
     task<void> RunAsync(CoreDispatcherPriority priority, std::function<void()> handler);
 

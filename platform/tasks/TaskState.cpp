@@ -31,7 +31,7 @@ TaskStateBase::~TaskStateBase() {
     try {
         std::rethrow_exception(m_failure);
     } catch (const task_canceled&) {
-        // A cancelled task that nobody waits for is what cancelling is for.
+        // A cancelled task without an observer is no error.
     } catch (...) {
         ReportUnobserved(std::current_exception());
     }

@@ -90,7 +90,7 @@ void ThreadPool::Work() {
         } catch (...) {
             ReportUnobserved(std::current_exception());
         }
-        // What the work captured goes before it counts as done.
+        // Destroys what the work captured before it counts as done.
         work = nullptr;
         lock.lock();
         --m_running;
@@ -111,7 +111,7 @@ void ThreadPool::Work() {
         // Stop waits for the last one, and joins.
         return;
     }
-    // A worker that stood in for a blocked one leaves; whoever starts the next one joins it.
+    // This worker replaced a blocked one and ends; the next start of a worker joins its thread.
     const auto self = std::find_if(m_threads.begin(), m_threads.end(), [](const std::jthread& thread) {
         return thread.get_id() == std::this_thread::get_id();
     });

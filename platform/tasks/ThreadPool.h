@@ -38,7 +38,7 @@ class ThreadPool {
     void OnIdle(std::function<void()> callback);
 
     /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and
-    /// the work that it still queues, has ended and the workers are gone. Not on a worker.
+    /// the work that it still queues, has ended and all workers have ended. Not on a worker.
     void Stop();
 
   private:
@@ -51,7 +51,7 @@ class ThreadPool {
     const std::size_t m_base;
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
-    /// Of its own, so that a wake-up meant for a worker never goes to whoever waits for the end.
+    /// Apart from m_wake, so that a wake-up meant for a worker never wakes Stop instead.
     std::condition_variable m_workerLeft;
     std::deque<std::function<void()>> m_queue;
     std::vector<std::jthread> m_threads;
@@ -76,7 +76,7 @@ class BlockingRegion {
     BlockingRegion(const BlockingRegion&) = delete;
     BlockingRegion& operator=(const BlockingRegion&) = delete;
 
-    /// Throws when work is waiting that no worker can do meanwhile: what it would end may never end.
+    /// Throws when work is queued and no worker is left to do it: the wait might depend on that work.
     void VerifyProgress() const;
 
   private:

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Reports an exception that nobody will ever see on the standard error stream. Any thread; never throws.
+/// Reports an exception that no caller can observe on the standard error stream. Any thread; never throws.
 void ReportUnobserved(std::exception_ptr exception) noexcept;
 
 }  // namespace platform

@@ -78,8 +78,8 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
 
 }  // namespace detail
 
-/// Work that ends with a T, with an exception, or cancelled. An exception that nobody waits for, gets, or
-/// continues from is reported on the standard error stream when the last handle goes.
+/// Work that ends with a T, with an exception, or cancelled. An exception that no wait, get or
+/// continuation observes is reported on the standard error stream when the last handle is destroyed.
 template <typename T>
 class task {
   public:
@@ -167,7 +167,7 @@ template <typename R, typename Call>
 void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& state,
              std::shared_ptr<Call> call) {
     std::exception_ptr failure;
-    // What the call captured goes before the task counts as ended.
+    // Destroys what the call captured before the task counts as ended.
     try {
         if constexpr (Unwrapped<R>::kIsTask) {
             const auto source = TaskAccess::StateOf((*call)());
@@ -191,7 +191,7 @@ void RunInto(const std::shared_ptr<TaskState<typename Unwrapped<R>::Type>>& stat
     } catch (...) {
         failure = std::current_exception();
     }
-    // After the catch block has let go of the exception: from here on it belongs to the task alone.
+    // After the catch block has released the exception, so that the task holds the only reference.
     if (failure) {
         call.reset();
         state->Fail(std::move(failure));

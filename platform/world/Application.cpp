@@ -247,7 +247,7 @@ void ApplicationRun::WhenIdle(std::function<void()> handler) {
 }
 
 void ApplicationRun::CheckIdle() {
-    // Workers first: without them nobody can post any more.
+    // Workers first: only they post.
     if (!m_started || ThreadPool::Default().Outstanding() != 0 || m_dispatcher->Pending() != 0) {
         return;
     }

@@ -26,7 +26,7 @@ struct ElementLayout {
 
 /// What assistive technology reads of an element.
 struct ElementAccessibility {
-    /// The name of an element that shows no text of its own.
+    /// For screen readers: the name of an element without a text.
     std::u16string Name;
     /// The element whose text is this one's name. Not owning; belongs to the same page.
     UIElement* LabeledBy = nullptr;

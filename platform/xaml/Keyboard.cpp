@@ -32,7 +32,7 @@ Button* FindButton(UIElement& root, Matches matches) {
     return nullptr;
 }
 
-/// The element that Tab goes to from `focused`, from the last to the first; null when there is none.
+/// The element that Tab moves to from `focused`, from the last to the first; null when there is none.
 UIElement* NextFocus(UIElement& root, const UIElement* focused, bool back) {
     auto order = TabOrder(root);
     if (back) {

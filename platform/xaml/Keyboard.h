@@ -15,7 +15,7 @@ namespace platform {
 class Button;
 class UIElement;
 
-/// The elements that Tab goes to, in reading order: those of `root` that are visible and can take the focus.
+/// The elements that Tab moves to, in reading order: those of `root` that are visible and can take the focus.
 /// What holds such an element is none itself.
 std::vector<UIElement*> TabOrder(UIElement& root);
 
@@ -30,7 +30,7 @@ UIElement* FirstFocus(UIElement& root);
 struct KeyPress {
     VirtualKey Key = VirtualKey::None;
     VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
-    /// Tells the physical key from the others, whatever it types.
+    /// Identifies the physical key, independent of the keyboard layout.
     std::uint32_t ScanCode = 0;
 };
 

@@ -18,7 +18,7 @@ void RegisterType(std::u16string_view fullName, TypeFactory factory);
 
 /// Creates an element of a registered type; throws a platform exception for a name that is not known, for a
 /// type that is just being created (it would contain itself without end), and when markup could not be loaded
-/// meanwhile, even if the type's constructor caught that exception. User-interface thread.
+/// during that, even if the type's constructor caught that exception. User-interface thread.
 std::shared_ptr<UIElement> ActivateType(std::u16string_view fullName);
 
 /// For the markup reader: makes the ActivateType in progress, if there is one, fail with `failure`. The first
