@@ -2,41 +2,19 @@
 
 #include <strings.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <limits>
 
+#include "platform/core/FileTime.h"
 #include "platform/core/Text.h"
 
 namespace logtool {
 
 namespace {
-
-/// FILETIME of the Unix epoch.
-constexpr std::int64_t kUnixEpoch = 116444736000000000;
-constexpr std::int64_t kUnitsPerSecond = 10000000;
-
-struct Moment {
-    tm calendar{};
-    /// The part of the second, in 100 ns.
-    int units = 0;
-};
-
-Moment MomentOf(std::int64_t fileTime, bool utc) {
-    // Damaged files hold any time; what a calendar cannot show stands as its limit.
-    constexpr std::int64_t kLast = 2650467743990000000;
-    const auto unix = std::clamp<std::int64_t>(fileTime, 0, kLast) - kUnixEpoch;
-    const auto seconds = static_cast<std::time_t>(
-        std::floor(static_cast<long double>(unix) / static_cast<long double>(kUnitsPerSecond)));
-    Moment moment;
-    moment.units = static_cast<int>(unix - seconds * kUnitsPerSecond);
-    utc ? gmtime_r(&seconds, &moment.calendar) : localtime_r(&seconds, &moment.calendar);
-    return moment;
-}
 
 /// The seconds in "10m"; too many for a number stand as the most that one holds.
 std::optional<std::int64_t> ParseAgo(std::string_view text) {
@@ -53,38 +31,40 @@ std::optional<std::int64_t> ParseAgo(std::string_view text) {
     return error != std::errc() || count > kMost / seconds ? kMost : count * seconds;
 }
 
-/// Takes ".605" off the front of `text`, in 100 ns; digits beyond those are dropped.
-std::int64_t TakeFraction(const char*& text) {
+/// Takes ".605" off the front of `text`; digits beyond 100 ns are dropped.
+platform::ClockUnits TakeFraction(const char*& text) {
+    platform::ClockUnits fraction{};
     if (text[0] != '.' || text[1] < '0' || text[1] > '9') {
-        return 0;
+        return fraction;
     }
-    std::int64_t units = 0;
-    auto value = kUnitsPerSecond;
+    platform::ClockUnits digit = std::chrono::seconds(1);
     for (++text; *text >= '0' && *text <= '9'; ++text) {
-        value /= 10;
-        units += (*text - '0') * value;
+        digit /= 10;
+        fraction += (*text - '0') * digit;
     }
-    return units;
+    return fraction;
 }
 
 }  // namespace
 
 std::string TextLine(const platform::etl::TraceEvent& event, bool utc) {
-    const auto moment = MomentOf(event.fileTime, utc);
+    const auto moment = platform::CalendarTimeOf(event.fileTime, utc);
     std::array<char, 80> head;
-    const auto length = std::strftime(head.data(), head.size(), "%Y-%m-%d %H:%M:%S", &moment.calendar);
-    std::snprintf(head.data() + length, head.size() - length, ".%03d %s %u:%u ", moment.units / 10000,
-                  platform::LoggingLevelName(event.level), event.process, event.thread);
+    const auto length = std::strftime(head.data(), head.size(), "%Y-%m-%d %H:%M:%S", &moment.Calendar);
+    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(moment.Fraction).count();
+    std::snprintf(head.data() + length, head.size() - length, ".%03d %s %u:%u ",
+                  static_cast<int>(milliseconds), platform::LoggingLevelName(event.level), event.process,
+                  event.thread);
     return head.data() + platform::ToVisible(platform::ToUtf8(event.text));
 }
 
 std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
-    const auto moment = MomentOf(event.fileTime, utc);
+    const auto moment = platform::CalendarTimeOf(event.fileTime, utc);
     std::array<char, 64> time;
-    auto length = std::strftime(time.data(), time.size(), "%Y-%m-%dT%H:%M:%S", &moment.calendar);
-    length += static_cast<std::size_t>(
-        std::snprintf(time.data() + length, time.size() - length, ".%07d", moment.units));
-    const auto offset = moment.calendar.tm_gmtoff / 60;
+    auto length = std::strftime(time.data(), time.size(), "%Y-%m-%dT%H:%M:%S", &moment.Calendar);
+    length += static_cast<std::size_t>(std::snprintf(time.data() + length, time.size() - length, ".%07d",
+                                                     static_cast<int>(moment.Fraction.count())));
+    const auto offset = moment.Calendar.tm_gmtoff / 60;
     if (utc) {
         time[length++] = 'Z';
         time[length] = 0;
@@ -110,35 +90,35 @@ std::optional<platform::LoggingLevel> ParseLevel(std::string_view text) {
 
 std::optional<std::int64_t> ParseSince(const std::string& text, bool utc, std::int64_t now) {
     if (const auto ago = ParseAgo(text)) {
-        return *ago > now / kUnitsPerSecond ? 0 : now - *ago * kUnitsPerSecond;
+        return *ago > now / platform::kClockUnitsPerSecond ? 0 : now - *ago * platform::kClockUnitsPerSecond;
     }
     for (const std::string_view format : {"%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M",
                                           "%Y-%m-%d %H:%M", "%Y-%m-%d", "%H:%M:%S", "%H:%M"}) {
         const bool hasDate = format.starts_with("%Y");
-        tm calendar{};
+        platform::CalendarTime time;
         if (!hasDate) {
-            const auto today = MomentOf(now, utc).calendar;
-            calendar.tm_year = today.tm_year;
-            calendar.tm_mon = today.tm_mon;
-            calendar.tm_mday = today.tm_mday;
+            const auto today = platform::CalendarTimeOf(now, utc).Calendar;
+            time.Calendar.tm_year = today.tm_year;
+            time.Calendar.tm_mon = today.tm_mon;
+            time.Calendar.tm_mday = today.tm_mday;
         }
-        const char* end = strptime(text.c_str(), format.data(), &calendar);
+        const char* end = strptime(text.c_str(), format.data(), &time.Calendar);
         if (end == nullptr) {
             continue;
         }
-        const auto units = format.ends_with("%S") ? TakeFraction(end) : 0;
-        long offset = 0;
+        if (format.ends_with("%S")) {
+            time.Fraction = TakeFraction(end);
+        }
+        std::chrono::seconds offset{};
         bool isUtc = utc;
         if ((*end == 'Z' || *end == '+' || *end == '-') && hasDate && format.find("%H") != format.npos) {
             tm zone{};
             end = strptime(end, "%z", &zone);
-            offset = zone.tm_gmtoff;
+            offset = std::chrono::seconds(zone.tm_gmtoff);
             isUtc = true;
         }
         if (end != nullptr && *end == 0) {
-            calendar.tm_isdst = -1;
-            const std::int64_t seconds = (isUtc ? timegm(&calendar) : mktime(&calendar)) - offset;
-            return kUnixEpoch + seconds * kUnitsPerSecond + units;
+            return platform::FileTimeOf(time, isUtc) - platform::ClockUnits(offset).count();
         }
     }
     return {};

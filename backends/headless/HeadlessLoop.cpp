@@ -1,15 +1,10 @@
 #include "backends/headless/HeadlessLoop.h"
 
 #include "platform/core/EnterLayer.h"
+#include "platform/core/FileTime.h"
 #include "platform/tasks/Clock.h"
 
 namespace headless {
-
-namespace {
-
-using SteadyUnits = std::chrono::duration<std::int64_t, std::ratio<1, 10000000>>;
-
-}  // namespace
 
 void HeadlessLoop::Post(std::function<void()> work) {
     const std::lock_guard lock(m_mutex);
@@ -18,7 +13,7 @@ void HeadlessLoop::Post(std::function<void()> work) {
 }
 
 void HeadlessLoop::PostAfter(std::chrono::milliseconds delay, std::function<void()> work) {
-    const auto due = platform::CurrentClock().Steady() + SteadyUnits(delay).count();
+    const auto due = platform::CurrentClock().Steady() + platform::ClockUnits(delay).count();
     const std::lock_guard lock(m_mutex);
     m_timers.emplace(due, std::move(work));
     m_wake.notify_one();
@@ -47,7 +42,7 @@ void HeadlessLoop::Run() {
             work = nullptr;
             lock.lock();
         } else if (!m_timers.empty()) {
-            m_wake.wait_for(lock, SteadyUnits(m_timers.begin()->first - now));
+            m_wake.wait_for(lock, platform::ClockUnits(m_timers.begin()->first - now));
         } else {
             m_wake.wait(lock);
         }

@@ -92,7 +92,6 @@ inline constexpr std::uint32_t kTimerResolution = 156250;
 /// Sequential, sizes in KB, one stream of buffers.
 inline constexpr std::uint32_t kLogFileMode = 0x10002001;
 inline constexpr std::uint32_t kCpuSpeedInMHz = 1000;
-inline constexpr std::int64_t kTicksPerSecond = 10000000;
 inline constexpr std::uint32_t kClockTypeCounter = 1;
 inline constexpr std::uint32_t kClockTypeSystemTime = 2;
 

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstring>
 
+#include "platform/core/FileTime.h"
+
 namespace platform::etl {
 
 namespace {
@@ -126,7 +128,7 @@ void EventTraceImage::Prepare(std::u16string_view sessionName, std::u16string_vi
                       .TimeZone = {},
                       .Padding = 0,
                       .BootTime = 0,
-                      .PerfFreq = kTicksPerSecond,
+                      .PerfFreq = kClockUnitsPerSecond,
                       .StartTime = 0,
                       .ClockType = kClockTypeCounter,
                       .BuffersLost = 0};

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "platform/core/Exception.h"
+#include "platform/core/FileTime.h"
 #include "platform/core/Text.h"
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/storage/FileDescriptor.h"
@@ -60,11 +61,12 @@ struct TimeScale {
         // Wraps instead of overflowing: the numbers may be anything.
         const auto ticks = static_cast<std::int64_t>(static_cast<std::uint64_t>(stamp) -
                                                      static_cast<std::uint64_t>(systemTime));
-        const auto rest =
-            static_cast<std::int64_t>(static_cast<double>(ticks % frequency) *
-                                      static_cast<double>(kTicksPerSecond) / static_cast<double>(frequency));
-        const auto units = static_cast<std::uint64_t>(ticks / frequency) * std::uint64_t{kTicksPerSecond} +
-                           static_cast<std::uint64_t>(rest);
+        const auto rest = static_cast<std::int64_t>(static_cast<double>(ticks % frequency) *
+                                                    static_cast<double>(kClockUnitsPerSecond) /
+                                                    static_cast<double>(frequency));
+        const auto units =
+            static_cast<std::uint64_t>(ticks / frequency) * std::uint64_t{kClockUnitsPerSecond} +
+            static_cast<std::uint64_t>(rest);
         return static_cast<std::int64_t>(static_cast<std::uint64_t>(startTime) + units);
     }
 };

@@ -2,13 +2,10 @@
 
 #include <algorithm>
 
+#include "platform/core/FileTime.h"
 #include "platform/tasks/Clock.h"
 
 namespace platform::rpc {
-
-namespace {
-constexpr double kTicksPerSecond = 10'000'000;
-}
 
 Admitted Admission::Enter(const SocketCredentials& caller) {
     if (!HasRoom(caller.Uid)) {
@@ -38,8 +35,8 @@ bool Admission::TakeCall(uid_t user) {
     }
     const std::int64_t now = CurrentClock().Steady();
     const auto callsOf = [&](const User& state) {
-        return std::min(most,
-                        state.calls + static_cast<double>(now - state.updated) / kTicksPerSecond * most);
+        const std::chrono::duration<double> passed = ClockUnits(now - state.updated);
+        return std::min(most, state.calls + passed.count() * most);
     };
     return m_users.With([&](Users& users) {
         if (!users.contains(user)) {

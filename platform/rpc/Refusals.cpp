@@ -2,16 +2,15 @@
 
 #include <algorithm>
 
+#include "platform/core/FileTime.h"
 #include "platform/tasks/Clock.h"
 
 namespace platform::rpc {
 
 namespace {
 
-constexpr std::int64_t kTicksPerMillisecond = 10'000;
-
 /// How long a client may take to ask.
-constexpr std::int64_t kTimeToAsk = 1000 * kTicksPerMillisecond;
+constexpr ClockUnits kTimeToAsk = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -20,7 +19,8 @@ void Refusals::Add(FileDescriptor socket, const SocketCredentials& caller, Admit
     if (m_refused.size() >= m_shared.Options.MaxRefusals) {
         m_refused.pop_front();
     }
-    m_refused.emplace_back(m_shared, std::move(socket), caller, why, CurrentClock().Steady() + kTimeToAsk);
+    m_refused.emplace_back(m_shared, std::move(socket), caller, why,
+                           CurrentClock().Steady() + kTimeToAsk.count());
 }
 
 void Refusals::AppendTo(std::vector<pollfd>& waits) const {
@@ -33,8 +33,9 @@ int Refusals::MillisecondsLeft() const {
     if (m_refused.empty()) {
         return -1;
     }
-    const std::int64_t left = m_refused.front().until - CurrentClock().Steady();
-    return static_cast<int>(std::max<std::int64_t>(left / kTicksPerMillisecond + 1, 0));
+    const ClockUnits left(m_refused.front().until - CurrentClock().Steady());
+    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(left).count();
+    return static_cast<int>(std::max<std::int64_t>(milliseconds + 1, 0));
 }
 
 void Refusals::Answer(std::span<const pollfd> waits) {

@@ -5,15 +5,13 @@
 #include <limits>
 #include <mutex>
 
+#include "platform/core/FileTime.h"
 #include "platform/tasks/ThreadPool.h"
 
 namespace platform {
 
 namespace {
 
-/// FILETIME of the Unix epoch.
-constexpr std::int64_t kUnixEpoch = 116444736000000000;
-constexpr std::int64_t kUnitsPerSecond = 10000000;
 /// How far apart readings may lie that count as one (1 us), and how often better ones are looked for.
 constexpr std::int64_t kAtOnce = 10;
 constexpr int kReadings = 10;
@@ -21,12 +19,12 @@ constexpr int kReadings = 10;
 std::int64_t Read(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
-    return now.tv_sec * kUnitsPerSecond + now.tv_nsec / 100;
+    return now.tv_sec * kClockUnitsPerSecond + now.tv_nsec / 100;
 }
 
 class MachineClock final : public Clock {
   public:
-    std::int64_t FileTime() override { return Read(CLOCK_REALTIME) + kUnixEpoch; }
+    std::int64_t FileTime() override { return Read(CLOCK_REALTIME) + kUnixEpochFileTime; }
 
     std::int64_t Steady() override { return Read(CLOCK_BOOTTIME); }
 

@@ -8,6 +8,7 @@
 
 #include "logging/LogRetention.h"
 #include "platform/core/Exception.h"
+#include "platform/core/FileTime.h"
 #include "platform/core/Text.h"
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/storage/ApplicationData.h"
@@ -79,7 +80,7 @@ class Handler : public testing::Test {
         std::vector<std::byte> memory(platform::etl::kFileSize);
         platform::etl::EventTraceImage image(memory.data());
         image.Prepare(u"Kelvane_Session", u"Kelvane_Session.etl", 0);
-        image.Begin(1, 1, m_clock.FileTime() + fromNow / 1min * 60 * platform::etl::kTicksPerSecond, 0);
+        image.Begin(1, 1, m_clock.FileTime() + platform::ClockUnits(fromNow).count(), 0);
         image.Append({.channel = u"c", .text = u"t"}, 0);
         platform::EnsureFolder(path.parent_path());
         std::ofstream(path).write(reinterpret_cast<const char*>(memory.data()),

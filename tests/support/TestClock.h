@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "platform/core/FileTime.h"
 #include "platform/tasks/Clock.h"
 
 /// A clock that stands still until it is told to go on; sleeping moves it on at once.
@@ -22,7 +23,7 @@ class TestClock : public platform::Clock {
         return true;
     }
 
-    void Advance(std::chrono::milliseconds duration) { m_units += duration.count() * 10000; }
+    void Advance(platform::ClockUnits duration) { m_units += duration.count(); }
 
     /// Local time at the start.
     platform::SystemTime Local{.Year = 2026,
