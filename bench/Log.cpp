@@ -118,8 +118,8 @@ void ReadBack(const Load& load, const std::filesystem::path& folder, Outcome& ou
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         std::int64_t first = 0;
         const auto summary = read(entry.path(), [](const auto&) {});
-        first = summary.header.systemTime;
-        outcome.lost += summary.header.eventsLost;
+        first = summary.Header.SystemTime;
+        outcome.lost += summary.Header.EventsLost;
         outcome.bytes += entry.file_size();
         files.emplace_back(first, entry.path());
     }
@@ -133,8 +133,8 @@ void ReadBack(const Load& load, const std::filesystem::path& folder, Outcome& ou
     for (const auto& [time, path] : files) {
         read(path, [&](const platform::etl::TraceEvent& event) {
             ++outcome.readBack;
-            const auto thread = static_cast<std::size_t>(event.text.at(kDigits) - u'A');
-            outcome.inOrder &= event.text == expected.at(thread).Next();
+            const auto thread = static_cast<std::size_t>(event.Text.at(kDigits) - u'A');
+            outcome.inOrder &= event.Text == expected.at(thread).Next();
         });
     }
 }

@@ -20,7 +20,7 @@ namespace etl = platform::etl;
 void Read(std::span<const std::byte> file) {
     try {
         etl::ReadEventTrace(file, [&](const etl::TraceEvent& event) {
-            fuzz::Require(event.position + event.text.size() <= file.size());
+            fuzz::Require(event.Position + event.Text.size() <= file.size());
         });
     } catch (const platform::Exception&) {
         // Refused.
@@ -124,7 +124,7 @@ std::vector<std::string> fuzz::Seeds() {
         image.Prepare(u"session", u"file.etl", -60);
         image.Begin(1, 2, 133'000'000'000'000'000, 1000);
         for (const int level : {0, 1, 2, 3, 4}) {
-            image.Append({.channel = u"channel", .text = u"text", .level = level, .thread = 1, .process = 2},
+            image.Append({.Channel = u"channel", .Text = u"text", .Level = level, .Thread = 1, .Process = 2},
                          2000 + level);
         }
         if (completed) {

@@ -74,11 +74,11 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, 
 }
 
 std::vector<std::string> ProblemsOf(etl::TraceSummary summary) {
-    if (summary.foreignEvents != 0) {
-        summary.problems.push_back(std::to_string(summary.foreignEvents) +
+    if (summary.ForeignEvents != 0) {
+        summary.Problems.push_back(std::to_string(summary.ForeignEvents) +
                                    " events of other programs' providers are not shown");
     }
-    return std::move(summary.problems);
+    return std::move(summary.Problems);
 }
 
 }  // namespace
@@ -234,7 +234,7 @@ void LogSources::ReadSource(const Source& source) {
     auto& handedOut = source.key == Key() ? unknown : m_handedOut[source.key];
     handedOut.resize(std::max(handedOut.size(), bytes.size() / etl::kRecordAlignment));
     const auto summary = etl::ReadEventTrace(bytes, [&](const etl::TraceEvent& event) {
-        const auto index = event.position / etl::kRecordAlignment;
+        const auto index = event.Position / etl::kRecordAlignment;
         if (!handedOut[index]) {
             handedOut[index] = true;
             m_onEvent(event);
@@ -258,7 +258,7 @@ void LogSources::ReadSource(const Source& source) {
     for (const auto& problem : problems) {
         Say(m_onProblem, source, problem);
     }
-    if (const auto lost = summary.header.eventsLost; lost != 0) {
+    if (const auto lost = summary.Header.EventsLost; lost != 0) {
         Say(m_onLoss, source,
             std::to_string(lost) + (lost == 1 ? " message was lost" : " messages were lost"));
     }

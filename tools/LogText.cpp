@@ -48,18 +48,18 @@ platform::ClockUnits TakeFraction(const char*& text) {
 }  // namespace
 
 std::string TextLine(const platform::etl::TraceEvent& event, bool utc) {
-    const auto moment = platform::CalendarTimeOf(event.fileTime, utc);
+    const auto moment = platform::CalendarTimeOf(event.FileTime, utc);
     std::array<char, 80> head;
     const auto length = std::strftime(head.data(), head.size(), "%Y-%m-%d %H:%M:%S", &moment.Calendar);
     const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(moment.Fraction).count();
     std::snprintf(head.data() + length, head.size() - length, ".%03d %s %u:%u ",
-                  static_cast<int>(milliseconds), platform::LoggingLevelName(event.level), event.process,
-                  event.thread);
-    return head.data() + platform::ToVisible(platform::ToUtf8(event.text));
+                  static_cast<int>(milliseconds), platform::LoggingLevelName(event.Level), event.Process,
+                  event.Thread);
+    return head.data() + platform::ToVisible(platform::ToUtf8(event.Text));
 }
 
 std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
-    const auto moment = platform::CalendarTimeOf(event.fileTime, utc);
+    const auto moment = platform::CalendarTimeOf(event.FileTime, utc);
     std::array<char, 64> time;
     auto length = std::strftime(time.data(), time.size(), "%Y-%m-%dT%H:%M:%S", &moment.Calendar);
     length += static_cast<std::size_t>(std::snprintf(time.data() + length, time.size() - length, ".%07d",
@@ -73,9 +73,9 @@ std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
                       std::labs(offset) / 60, std::labs(offset) % 60);
     }
     return std::string("{\"time\":\"") + time.data() + "\",\"level\":\"" +
-           platform::LoggingLevelName(event.level) + "\",\"process\":" + std::to_string(event.process) +
-           ",\"thread\":" + std::to_string(event.thread) + ",\"channel\":" + platform::ToJson(event.channel) +
-           ",\"message\":" + platform::ToJson(event.text) + "}";
+           platform::LoggingLevelName(event.Level) + "\",\"process\":" + std::to_string(event.Process) +
+           ",\"thread\":" + std::to_string(event.Thread) + ",\"channel\":" + platform::ToJson(event.Channel) +
+           ",\"message\":" + platform::ToJson(event.Text) + "}";
 }
 
 std::optional<platform::LoggingLevel> ParseLevel(std::string_view text) {

@@ -65,7 +65,7 @@ int Run(const logtool::LogOptions& options) {
     logtool::LogSources sources(
         std::move(places),
         [&](const platform::etl::TraceEvent& event) {
-            if (event.level < options.Level || (options.Since && event.fileTime < *options.Since)) {
+            if (event.Level < options.Level || (options.Since && event.FileTime < *options.Since)) {
                 return;
             }
             const auto line =

@@ -149,7 +149,7 @@ void EventTraceImage::Begin(std::uint32_t thread, std::uint32_t process, std::in
 
 bool EventTraceImage::Append(const Message& message, std::int64_t steady) {
     const std::size_t size =
-        sizeof(EventHeader) + (message.channel.size() + message.text.size() + 2) * sizeof(char16_t);
+        sizeof(EventHeader) + (message.Channel.size() + message.Text.size() + 2) * sizeof(char16_t);
     const auto padded = static_cast<std::uint32_t>(Align(size));
     const bool opensBuffer = m_offset + padded > kBufferSize;
     if (opensBuffer) {
@@ -164,13 +164,13 @@ bool EventTraceImage::Append(const Message& message, std::int64_t steady) {
     }
     auto& buffer = Buffer(m_buffer);
     auto* const record = reinterpret_cast<std::byte*>(&buffer) + m_offset;
-    const auto id = static_cast<std::uint8_t>(kLevelBase - message.level);
+    const auto id = static_cast<std::uint8_t>(kLevelBase - message.Level);
     *reinterpret_cast<EventHeader*>(record) = {.Size = static_cast<std::uint16_t>(size),
                                                .HeaderType = kHeaderTypeEvent64,
                                                .Flags = 0,
                                                .EventProperty = 0,
-                                               .ThreadId = message.thread,
-                                               .ProcessId = message.process,
+                                               .ThreadId = message.Thread,
+                                               .ProcessId = message.Process,
                                                .TimeStamp = steady,
                                                .ProviderId = kChannelProvider,
                                                .Id = id,
@@ -183,8 +183,8 @@ bool EventTraceImage::Append(const Message& message, std::int64_t steady) {
                                                .KernelTime = 0,
                                                .UserTime = 0,
                                                .ActivityId = {}};
-    auto* at = AppendText(record + sizeof(EventHeader), message.channel);
-    at = AppendText(at, message.text);
+    auto* at = AppendText(record + sizeof(EventHeader), message.Channel);
+    at = AppendText(at, message.Text);
     std::memset(at, 0, padded - size);
     m_offset += padded;
 

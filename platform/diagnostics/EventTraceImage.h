@@ -18,11 +18,11 @@ namespace platform::etl {
 /// One message, ready to be copied. The texts hold no zero and no lone surrogate, and the text keeps
 /// TextLimit.
 struct Message {
-    std::u16string_view channel;
-    std::u16string_view text;
-    int level = 0;
-    std::uint32_t thread = 0;
-    std::uint32_t process = 0;
+    std::u16string_view Channel;
+    std::u16string_view Text;
+    int Level = 0;
+    std::uint32_t Thread = 0;
+    std::uint32_t Process = 0;
 };
 
 class EventTraceImage {

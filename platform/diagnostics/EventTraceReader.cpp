@@ -71,9 +71,10 @@ struct TimeScale {
     }
 };
 
-class Reader {
+class TraceParser {
   public:
-    Reader(Bytes file, const std::function<void(TraceEvent&&)>& onEvent) : m_file(file), m_onEvent(onEvent) {}
+    TraceParser(Bytes file, const std::function<void(TraceEvent&&)>& onEvent)
+        : m_file(file), m_onEvent(onEvent) {}
 
     void ReadHeader() {
         if (m_file.size() < sizeof(FileHeader)) {
@@ -99,15 +100,15 @@ class Reader {
             Refuse(u"its header is damaged: the clock has no frequency");
         }
         m_written = header.LogFile.BuffersWritten;
-        auto& out = m_summary.header;
-        out.process = header.Record.ProcessId;
-        out.systemTime = header.Record.SystemTime;
-        out.startTime = header.LogFile.StartTime;
-        out.endTime = header.LogFile.EndTime;
-        out.eventsLost = header.LogFile.EventsLost;
+        auto& out = m_summary.Header;
+        out.Process = header.Record.ProcessId;
+        out.SystemTime = header.Record.SystemTime;
+        out.StartTime = header.LogFile.StartTime;
+        out.EndTime = header.LogFile.EndTime;
+        out.EventsLost = header.LogFile.EventsLost;
         Bytes names = m_file.subspan(sizeof(FileHeader),
                                      std::min<std::size_t>(m_file.size(), m_bufferSize) - sizeof(FileHeader));
-        out.sessionName = TakeText(names).value_or(u"");
+        out.SessionName = TakeText(names).value_or(u"");
     }
 
     TraceSummary Read() {
@@ -130,8 +131,8 @@ class Reader {
 
   private:
     void Problem(std::size_t at, const std::string& what) {
-        if (m_summary.problems.size() < kProblemLimit) {
-            m_summary.problems.push_back(at == 0 ? what : "at byte " + std::to_string(at) + ": " + what);
+        if (m_summary.Problems.size() < kProblemLimit) {
+            m_summary.Problems.push_back(at == 0 ? what : "at byte " + std::to_string(at) + ": " + what);
         }
     }
 
@@ -192,7 +193,7 @@ class Reader {
     void ReadEvent(const EventHeader& header, Bytes payload, std::size_t at) {
         if (header.ProviderId != kChannelProvider || header.Id < 1 || header.Id > kLevelBase ||
             (header.Flags & kEventFlagExtendedItems) != 0) {
-            ++m_summary.foreignEvents;
+            ++m_summary.ForeignEvents;
             return;
         }
         auto channel = TakeText(payload);
@@ -204,13 +205,13 @@ class Reader {
         if (!payload.empty()) {
             Problem(at, "a message ends before its record; others may be hidden behind it");
         }
-        m_onEvent({.fileTime = m_time.FileTime(header.TimeStamp),
-                   .level = static_cast<LoggingLevel>(kLevelBase - header.Id),
-                   .process = header.ProcessId,
-                   .thread = header.ThreadId,
-                   .channel = std::move(*channel),
-                   .text = std::move(*text),
-                   .position = at});
+        m_onEvent({.FileTime = m_time.FileTime(header.TimeStamp),
+                   .Level = static_cast<LoggingLevel>(kLevelBase - header.Id),
+                   .Process = header.ProcessId,
+                   .Thread = header.ThreadId,
+                   .Channel = std::move(*channel),
+                   .Text = std::move(*text),
+                   .Position = at});
     }
 
     const Bytes m_file;
@@ -224,7 +225,7 @@ class Reader {
 }  // namespace
 
 void CheckEventTrace(std::span<const std::byte> bytes) {
-    Reader(bytes, {}).ReadHeader();
+    TraceParser(bytes, {}).ReadHeader();
 }
 
 std::int64_t ReadStartTime(const std::filesystem::path& file) {
@@ -239,7 +240,7 @@ std::int64_t ReadStartTime(const std::filesystem::path& file) {
 
 TraceSummary ReadEventTrace(std::span<const std::byte> file,
                             const std::function<void(TraceEvent&&)>& onEvent) {
-    return Reader(file, onEvent).Read();
+    return TraceParser(file, onEvent).Read();
 }
 
 }  // namespace platform::etl

@@ -17,35 +17,35 @@ namespace platform::etl {
 
 /// What a file says of itself.
 struct TraceHeader {
-    std::uint32_t process = 0;
-    /// The clock reading and the FILETIME of the file's start; with `process` they tell files apart.
-    std::int64_t systemTime = 0;
-    std::int64_t startTime = 0;
+    std::uint32_t Process = 0;
+    /// The clock reading and the FILETIME of the file's start; with `Process` they tell files apart.
+    std::int64_t SystemTime = 0;
+    std::int64_t StartTime = 0;
     /// FILETIME; 0 while the file is being written.
-    std::int64_t endTime = 0;
-    std::uint32_t eventsLost = 0;
-    std::u16string sessionName;
+    std::int64_t EndTime = 0;
+    std::uint32_t EventsLost = 0;
+    std::u16string SessionName;
 };
 
 /// One message of a channel.
 struct TraceEvent {
     /// FILETIME: 100 ns units since 1601-01-01 UTC.
-    std::int64_t fileTime = 0;
-    LoggingLevel level = LoggingLevel::Verbose;
-    std::uint32_t process = 0;
-    std::uint32_t thread = 0;
-    std::u16string channel;
-    std::u16string text;
+    std::int64_t FileTime = 0;
+    LoggingLevel Level = LoggingLevel::Verbose;
+    std::uint32_t Process = 0;
+    std::uint32_t Thread = 0;
+    std::u16string Channel;
+    std::u16string Text;
     /// Where its record begins, in bytes from the file's start: the same in each copy of the file.
-    std::size_t position = 0;
+    std::size_t Position = 0;
 };
 
 struct TraceSummary {
-    TraceHeader header;
+    TraceHeader Header;
     /// Events of other providers, which are not handed out.
-    std::size_t foreignEvents = 0;
+    std::size_t ForeignEvents = 0;
     /// What is wrong with the file, in words, at most a few; empty for a sound file.
-    std::vector<std::string> problems;
+    std::vector<std::string> Problems;
 };
 
 /// Throws a platform exception when `bytes` do not begin like an event-trace file that can be read. The first

@@ -73,7 +73,7 @@ void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Messa
             m_current = m_free.front();
             m_free.pop_front();
             const auto steady = CurrentClock().Steady();
-            m_current->Begin(message.thread, message.process, FileTimeOf(steady), steady);
+            m_current->Begin(message.Thread, message.Process, FileTimeOf(steady), steady);
         }
     }
     ++m_lost;
@@ -178,12 +178,12 @@ void LogFileRecorder::WaitForFullImage(std::unique_lock<TraceMutex>& lock) {
 
 void LogFileRecorder::HandOutLeftovers() {
     const auto leftovers = m_files.TakeLeftovers(m_live->Path());
-    for (const auto& path : leftovers.files) {
+    for (const auto& path : leftovers.Files) {
         Report(path);
     }
-    if (leftovers.failure) {
+    if (leftovers.Failure) {
         try {
-            std::rethrow_exception(leftovers.failure);
+            std::rethrow_exception(leftovers.Failure);
         } catch (...) {
             WriteStandardError({"kelvane: a log file of an earlier run stays where it is (",
                                 CurrentException().what(), ")"});

@@ -135,8 +135,8 @@ LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
         try {
             action();
         } catch (...) {
-            if (!leftovers.failure) {
-                leftovers.failure = std::current_exception();
+            if (!leftovers.Failure) {
+                leftovers.Failure = std::current_exception();
             }
         }
     };
@@ -147,10 +147,10 @@ LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
         attempt([&] {
             const auto owner = LiveFileOf(path);
             if (owner == live) {
-                leftovers.files.push_back(path);
+                leftovers.Files.push_back(path);
             } else if (!LiveFile::IsInUse(owner)) {
                 try {
-                    leftovers.files.push_back(GiveName(path, live));
+                    leftovers.Files.push_back(GiveName(path, live));
                 } catch (const Exception&) {
                     // Another process that starts may have been faster.
                     if (std::filesystem::exists(path)) {
@@ -160,7 +160,7 @@ LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
             }
         });
     }
-    std::ranges::sort(leftovers.files, {}, etl::ReadStartTime);
+    std::ranges::sort(leftovers.Files, {}, etl::ReadStartTime);
     return leftovers;
 }
 

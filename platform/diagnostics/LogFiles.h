@@ -31,9 +31,9 @@ class LogFiles {
 
     struct Leftovers {
         /// The log files that ended processes left, now the caller's, in the order in which they were begun.
-        std::vector<std::filesystem::path> files;
+        std::vector<std::filesystem::path> Files;
         /// The first thing that failed; what it concerns stays for the next time.
-        std::exception_ptr failure;
+        std::exception_ptr Failure;
     };
 
     /// Stores what the live files of ended processes hold, and claims log files whose process has ended. The

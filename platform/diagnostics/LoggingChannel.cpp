@@ -78,11 +78,11 @@ void LoggingChannel::LogMessage(std::u16string_view text, LoggingLevel level) {
         }
         text = repaired;
     }
-    const etl::Message message{.channel = m_name,
-                               .text = Cut(text, etl::TextLimit(m_name.size())),
-                               .level = static_cast<int>(level),
-                               .thread = CurrentThread(),
-                               .process = g_process};
+    const etl::Message message{.Channel = m_name,
+                               .Text = Cut(text, etl::TextLimit(m_name.size())),
+                               .Level = static_cast<int>(level),
+                               .Thread = CurrentThread(),
+                               .Process = g_process};
     std::unique_lock lock(TraceLock());
     // Index loop: Write may release the lock and m_recordings may change.
     for (std::size_t i = 0; i < m_recordings.size(); ++i) {

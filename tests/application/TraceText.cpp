@@ -24,15 +24,15 @@ std::size_t HeadingOfRead(const std::u16string& text) {
 std::string SectionText(std::span<const platform::etl::TraceEvent> events,
                         std::uint32_t userInterfaceThread) {
     const bool readsAtOnce = std::ranges::any_of(
-        events, [](const auto& event) { return event.text.ends_with(u"Launching from Hotkey"); });
+        events, [](const auto& event) { return event.Text.ends_with(u"Launching from Hotkey"); });
     std::array<std::vector<std::string>, kHeadings.size()> parts;
     for (const auto& event : events) {
-        auto line = platform::ToUtf8(event.text) + "\n";
+        auto line = platform::ToUtf8(event.Text) + "\n";
         if (line[0] != '>' && line[0] != '|') {
-            line.insert(0, {platform::LoggingLevelName(event.level)[0], ' '});
+            line.insert(0, {platform::LoggingLevelName(event.Level)[0], ' '});
         }
-        const auto heading = event.thread == userInterfaceThread ? 0
-                             : readsAtOnce                       ? HeadingOfRead(event.text)
+        const auto heading = event.Thread == userInterfaceThread ? 0
+                             : readsAtOnce                       ? HeadingOfRead(event.Text)
                                                                  : kWorkers;
         // The USB Type-C read shows the other read's flag, which may have ended or not.
         constexpr std::string_view kFlag = "RPC Connection Status = ";
@@ -63,7 +63,7 @@ std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std:
     std::string heading = "== start";
     for (auto at = events.begin(); at != events.end();) {
         const auto next =
-            std::find_if(at, events.end(), [](const auto& event) { return event.text.starts_with(u"=="); });
+            std::find_if(at, events.end(), [](const auto& event) { return event.Text.starts_with(u"=="); });
         if (at != next && (whole || heading.starts_with("== step"))) {
             text += heading + "\n" + SectionText({at, next}, userInterfaceThread);
         }

@@ -53,9 +53,9 @@ std::u16string TextOf(int thread, int number) {
 class Expectation {
   public:
     void Take(const platform::etl::TraceEvent& event) {
-        const int thread = event.text.at(0) - u'0';
+        const int thread = event.Text.at(0) - u'0';
         const int number = m_next[thread]++;
-        EXPECT_EQ(event.text, TextOf(thread, number));
+        EXPECT_EQ(event.Text, TextOf(thread, number));
     }
     void Check(const Returned& returned) const {
         for (int thread = 0; thread < kThreads; ++thread) {

@@ -39,11 +39,11 @@ class Fault : public testing::Test {
         std::uint32_t lost = 0;
         std::vector<int> numbers;
         for (const auto& event : tests::ReadFolder(m_state.Logs())) {
-            numbers.push_back(std::stoi(platform::ToUtf8(event.text)));
+            numbers.push_back(std::stoi(platform::ToUtf8(event.Text)));
         }
         for (const auto& name : tests::Names(m_state.Logs())) {
             lost += platform::etl::ReadEventTrace(tests::ReadBytes(m_state.Logs() / name), [](auto&&) {
-                    }).header.eventsLost;
+                    }).Header.EventsLost;
         }
         EXPECT_TRUE(std::ranges::is_sorted(numbers));
         EXPECT_EQ(static_cast<int>(numbers.size() + lost), m_written - m_deleted);

@@ -81,7 +81,7 @@ class Handler : public testing::Test {
         platform::etl::EventTraceImage image(memory.data());
         image.Prepare(u"Kelvane_Session", u"Kelvane_Session.etl", 0);
         image.Begin(1, 1, m_clock.FileTime() + platform::ClockUnits(fromNow).count(), 0);
-        image.Append({.channel = u"c", .text = u"t"}, 0);
+        image.Append({.Channel = u"c", .Text = u"t"}, 0);
         platform::EnsureFolder(path.parent_path());
         std::ofstream(path).write(reinterpret_cast<const char*>(memory.data()),
                                   sizeof(platform::etl::FileHeader));
@@ -114,7 +114,7 @@ TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
     const auto path = m_state.Stored() / "Log-260305-090407045.etl";
     const auto events = tests::ReadSound(path);
     EXPECT_EQ(tests::Texts(events), (std::vector<std::u16string>{u"v", u"i", u"w", u"e", u"c"}));
-    EXPECT_EQ(events.back().channel, u"Kelvane_Channel");
+    EXPECT_EQ(events.back().Channel, u"Kelvane_Channel");
     EXPECT_EQ(Setting(kEnabled), PropertyValue(true));
     EXPECT_EQ(Setting(kSaved), PropertyValue(platform::FromPathBytes(path.native())));
     EXPECT_TRUE(Reports().empty());

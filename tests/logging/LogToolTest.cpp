@@ -19,7 +19,7 @@ class LogTool : public testing::Test {
   protected:
     logtool::LogSources Open(std::vector<logtool::Place> places) {
         return {std::move(places),
-                [this](const platform::etl::TraceEvent& event) { m_texts.push_back(event.text); },
+                [this](const platform::etl::TraceEvent& event) { m_texts.push_back(event.Text); },
                 [this](const std::filesystem::path& path, const std::string&) {
                     m_problems.push_back(path.filename());
                 },
@@ -38,7 +38,7 @@ class LogTool : public testing::Test {
         image.Prepare(u"S", u"S.etl", 0);
         image.Begin(1, 2, 133000000000000000, 1000);
         for (const auto& text : texts) {
-            image.Append({.channel = u"c", .text = text, .level = 0, .thread = 1, .process = 2}, 1000);
+            image.Append({.Channel = u"c", .Text = text, .Level = 0, .Thread = 1, .Process = 2}, 1000);
         }
         image.Complete(133000000000000000, lost);
         return image.Bytes();
@@ -156,12 +156,12 @@ TEST_F(LogTool, ShowsEachMessageOnceWhateverBecomesOfNamesAndCopies) {
 }
 
 TEST(LogText, ShowsEachMessageOnOneLine) {
-    const platform::etl::TraceEvent event{.fileTime = 134171714470451234,
-                                          .level = LoggingLevel::Warning,
-                                          .process = 12,
-                                          .thread = 34,
-                                          .channel = u"c",
-                                          .text = u"caf\u00E9\n\x1B[31m\x85\u202E\"\\\xD800"};
+    const platform::etl::TraceEvent event{.FileTime = 134171714470451234,
+                                          .Level = LoggingLevel::Warning,
+                                          .Process = 12,
+                                          .Thread = 34,
+                                          .Channel = u"c",
+                                          .Text = u"caf\u00E9\n\x1B[31m\x85\u202E\"\\\xD800"};
     EXPECT_EQ(logtool::TextLine(event, true),
               "2026-03-05 08:04:07.045 Warning 12:34 caf\xC3\xA9\\n\\u001B[31m\\u0085\\u202E\"\\\\\\uD800");
     setenv("TZ", "Europe/Berlin", 1);
@@ -170,7 +170,7 @@ TEST(LogText, ShowsEachMessageOnOneLine) {
         logtool::JsonLine(event, false),
         "{\"time\":\"2026-03-05T09:04:07.0451234+01:00\",\"level\":\"Warning\",\"process\":12,\"thread\":34,"
         "\"channel\":\"c\",\"message\":\"caf\xC3\xA9\\n\\u001B[31m\\u0085\\u202E\\\"\\\\\xEF\xBF\xBD\"}");
-    EXPECT_EQ(logtool::TextLine({.fileTime = INT64_MIN, .channel = {}, .text = {}}, true),
+    EXPECT_EQ(logtool::TextLine({.FileTime = INT64_MIN, .Channel = {}, .Text = {}}, true),
               "1601-01-01 00:00:00.000 Verbose 0:0 ");
 }
 

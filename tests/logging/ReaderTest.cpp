@@ -25,7 +25,7 @@ Read ReadAll(std::span<const std::byte> bytes) {
     Read read;
     try {
         read.summary = platform::etl::ReadEventTrace(
-            bytes, [&](TraceEvent&& event) { read.texts.push_back(std::move(event.text)); });
+            bytes, [&](TraceEvent&& event) { read.texts.push_back(std::move(event.Text)); });
     } catch (const platform::Exception&) {
         read.refused = true;
     }
@@ -39,21 +39,21 @@ std::vector<std::byte> SmallFile() {
     image.Prepare(u"Session", u"Session.etl", 0);
     image.Begin(1, 2, 133000000000000000, 1000);
     for (const char16_t* text : {u"one", u"two", u"three"}) {
-        image.Append({.channel = u"c", .text = text, .level = 1, .thread = 3, .process = 2}, 2000);
+        image.Append({.Channel = u"c", .Text = text, .Level = 1, .Thread = 3, .Process = 2}, 2000);
     }
     image.Complete(133000000000001000, 7);
     return {image.Bytes().begin(), image.Bytes().end()};
 }
 
-TEST(Reader, TellsTheFileApartAndItsLoss) {
+TEST(EventTraceReader, TellsTheFileApartAndItsLoss) {
     const auto read = ReadAll(SmallFile());
     EXPECT_EQ(read.texts, (std::vector<std::u16string>{u"one", u"two", u"three"}));
-    EXPECT_EQ(read.summary.header.eventsLost, 7U);
-    EXPECT_EQ(read.summary.header.systemTime, 1000);
-    EXPECT_EQ(read.summary.header.sessionName, u"Session");
+    EXPECT_EQ(read.summary.Header.EventsLost, 7U);
+    EXPECT_EQ(read.summary.Header.SystemTime, 1000);
+    EXPECT_EQ(read.summary.Header.SessionName, u"Session");
 }
 
-TEST(Reader, ReadsWhatIsWholeOfAFileCutAnywhere) {
+TEST(EventTraceReader, ReadsWhatIsWholeOfAFileCutAnywhere) {
     const auto file = SmallFile();
     const std::vector<std::size_t> ends = {0x10000 + 0x48 + 0x60, 0x10000 + 0x48 + 0xC0,
                                            0x10000 + 0x48 + 0x120};
@@ -67,11 +67,11 @@ TEST(Reader, ReadsWhatIsWholeOfAFileCutAnywhere) {
         const auto whole = std::ranges::count_if(ends, [&](std::size_t end) { return end - 8 <= length; });
         EXPECT_LE(read.texts.size(), static_cast<std::size_t>(whole)) << length;
         EXPECT_GE(read.texts.size() + 1, static_cast<std::size_t>(whole)) << length;
-        EXPECT_TRUE(read.refused || !read.summary.problems.empty()) << length;
+        EXPECT_TRUE(read.refused || !read.summary.Problems.empty()) << length;
     }
 }
 
-TEST(Reader, SurvivesDamageAtEveryByte) {
+TEST(EventTraceReader, SurvivesDamageAtEveryByte) {
     auto file = SmallFile();
     const auto damage = [&](std::size_t from, std::size_t to) {
         for (std::size_t at = from; at < to; ++at) {
@@ -83,7 +83,7 @@ TEST(Reader, SurvivesDamageAtEveryByte) {
                 EXPECT_LE(read.texts.size(), 3U) << at;
                 // A record's size that hides others, or the end of its own text, shows.
                 const bool isSize = at >= 0x10048 && at < 0x10168 && (at - 0x10048) % 0x60 < 2;
-                EXPECT_TRUE(!isSize || wrong == right || !read.summary.problems.empty()) << at;
+                EXPECT_TRUE(!isSize || wrong == right || !read.summary.Problems.empty()) << at;
                 // What completes a crashed run's file trusts nothing either.
                 auto copy = file;
                 const auto length = platform::etl::EventTraceImage::CompleteLeftover(copy);
@@ -99,16 +99,16 @@ TEST(Reader, SurvivesDamageAtEveryByte) {
     damage(0x10000, 0x10000 + 0x48 + 0x128);
 }
 
-TEST(Reader, GoesOnBehindADamagedBufferAndCountsForeignEvents) {
+TEST(EventTraceReader, GoesOnBehindADamagedBufferAndCountsForeignEvents) {
     std::vector<std::byte> memory(platform::etl::kFileSize);
     platform::etl::EventTraceImage image(memory.data());
     image.Prepare(u"S", u"S.etl", 0);
     image.Begin(1, 2, 133000000000000000, 0);
     const std::u16string large(20000, u'l');
     for (int i = 0; i < 3; ++i) {
-        image.Append({.channel = u"c", .text = large, .level = 0, .thread = 1, .process = 2}, 0);
+        image.Append({.Channel = u"c", .Text = large, .Level = 0, .Thread = 1, .Process = 2}, 0);
     }
-    image.Append({.channel = u"c", .text = u"last", .level = 0, .thread = 1, .process = 2}, 0);
+    image.Append({.Channel = u"c", .Text = u"last", .Level = 0, .Thread = 1, .Process = 2}, 0);
     image.Complete(133000000000000000, 0);
     memory[0x10000 + 0x48] = std::byte{1};  // a record too short
     memory[0x10000 + 0x49] = std::byte{0};
@@ -116,8 +116,8 @@ TEST(Reader, GoesOnBehindADamagedBufferAndCountsForeignEvents) {
     const auto read = ReadAll(image.Bytes());
     EXPECT_EQ(read.texts.size(), 2U);
     EXPECT_EQ(read.texts.back(), u"last");
-    EXPECT_EQ(read.summary.problems.size(), 1U);
-    EXPECT_EQ(read.summary.foreignEvents, 1U);
+    EXPECT_EQ(read.summary.Problems.size(), 1U);
+    EXPECT_EQ(read.summary.ForeignEvents, 1U);
 }
 
 }  // namespace

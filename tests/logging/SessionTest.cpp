@@ -22,7 +22,7 @@ using platform::LoggingChannel;
 using platform::LoggingLevel;
 
 /// A channel and a session whose files, but for the last, are collected.
-class Session : public testing::Test {
+class LoggingSession : public testing::Test {
   protected:
     std::shared_ptr<FileLoggingSession> Start() {
         auto session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
@@ -59,7 +59,7 @@ class Session : public testing::Test {
     platform::Guarded<std::vector<std::string>> m_generated;
 };
 
-TEST_F(Session, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
+TEST_F(LoggingSession, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
     const std::u16string longest(32675, u'x');
     std::u16string cutPair(32674, u'y');
     const struct {
@@ -89,15 +89,15 @@ TEST_F(Session, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
     events.insert(events.end(), rest.begin(), rest.end());
     ASSERT_EQ(events.size(), std::size(rows));
     for (std::size_t i = 0; i < events.size(); ++i) {
-        EXPECT_EQ(events[i].text, rows[i].read) << i;
-        EXPECT_EQ(events[i].level, rows[i].level) << i;
-        EXPECT_EQ(events[i].channel, u"Kelvane_Channel");
-        EXPECT_EQ(events[i].process, static_cast<std::uint32_t>(getpid()));
-        EXPECT_EQ(events[i].thread, static_cast<std::uint32_t>(gettid()));
+        EXPECT_EQ(events[i].Text, rows[i].read) << i;
+        EXPECT_EQ(events[i].Level, rows[i].level) << i;
+        EXPECT_EQ(events[i].Channel, u"Kelvane_Channel");
+        EXPECT_EQ(events[i].Process, static_cast<std::uint32_t>(getpid()));
+        EXPECT_EQ(events[i].Thread, static_cast<std::uint32_t>(gettid()));
     }
 }
 
-TEST_F(Session, WritesThePublishedBytes) {
+TEST_F(LoggingSession, WritesThePublishedBytes) {
     TestClock clock;
     clock.Bias = -60;
     const platform::ClockScope scope(clock);
@@ -141,7 +141,7 @@ class InterruptedClock final : public TestClock {
     std::atomic<std::int64_t> m_now = 0;
 };
 
-TEST_F(Session, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
+TEST_F(LoggingSession, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
     constexpr std::int64_t kHour = 36000000000;
     const std::u16string text(30000, u'x');
     for (const std::uint64_t interruptions : {0x0U, 0x1U, 0x6U, 0xF0U, 0x924924U, 0x5555U}) {
@@ -161,18 +161,18 @@ TEST_F(Session, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
         int back = 0;
         for (const auto& path : paths) {
             for (const auto& event : tests::ReadSound(path)) {
-                if (event.fileTime < time) {
+                if (event.FileTime < time) {
                     ++back;
-                    EXPECT_GT(time - event.fileTime, kHour / 2);
+                    EXPECT_GT(time - event.FileTime, kHour / 2);
                 }
-                time = event.fileTime;
+                time = event.FileTime;
             }
         }
         EXPECT_EQ(back, 1) << interruptions;
     }
 }
 
-TEST_F(Session, GoesOnToTheNextFileWhileFourThreadsWrite) {
+TEST_F(LoggingSession, GoesOnToTheNextFileWhileFourThreadsWrite) {
     constexpr int kThreads = 4;
     constexpr int kMessages = 5000;
     const auto session = Start();
@@ -195,13 +195,13 @@ TEST_F(Session, GoesOnToTheNextFileWhileFourThreadsWrite) {
     std::int64_t time = 0;
     for (const auto& path : paths) {
         for (const auto& event : tests::ReadSound(path)) {
-            const auto blank = event.text.find(u' ');
-            const int number = next[event.text.substr(0, blank)]++;
-            EXPECT_EQ(event.text.substr(blank + 1),
+            const auto blank = event.Text.find(u' ');
+            const int number = next[event.Text.substr(0, blank)]++;
+            EXPECT_EQ(event.Text.substr(blank + 1),
                       platform::ToText(number) + std::u16string(number % 97, u'.'));
-            EXPECT_EQ(event.level, static_cast<LoggingLevel>(number % 5));
-            EXPECT_GE(event.fileTime, time);
-            time = event.fileTime;
+            EXPECT_EQ(event.Level, static_cast<LoggingLevel>(number % 5));
+            EXPECT_GE(event.FileTime, time);
+            time = event.FileTime;
         }
     }
     EXPECT_EQ(next.size(), 4U);
@@ -211,7 +211,7 @@ TEST_F(Session, GoesOnToTheNextFileWhileFourThreadsWrite) {
     EXPECT_TRUE(tests::Names(m_state.Logs(), ".live").empty());
 }
 
-TEST_F(Session, RecordsOnlyAttachedChannelsAtTheirLevelAndNothingAfterTheEnd) {
+TEST_F(LoggingSession, RecordsOnlyAttachedChannelsAtTheirLevelAndNothingAfterTheEnd) {
     auto session = Start();
     const auto other = std::make_shared<LoggingChannel>(u"Other");
     session->AddLoggingChannel(other, LoggingLevel::Warning);
@@ -229,7 +229,7 @@ TEST_F(Session, RecordsOnlyAttachedChannelsAtTheirLevelAndNothingAfterTheEnd) {
     EXPECT_TRUE(Last(Start()).empty());
 }
 
-TEST_F(Session, HandsOutWhatAnEarlierSessionLeft) {
+TEST_F(LoggingSession, HandsOutWhatAnEarlierSessionLeft) {
     // Closed without a save, and then a file that nobody moved.
     Start()->Close();
     auto session = Start();

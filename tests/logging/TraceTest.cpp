@@ -37,8 +37,8 @@ std::vector<std::u16string> TraceOf(const std::function<void()>& body) {
               0);
     std::vector<std::u16string> lines;
     for (const auto& event : tests::ReadFolder(state.Stored())) {
-        const std::string level = platform::LoggingLevelName(event.level);
-        lines.push_back(std::u16string(level.begin(), level.end()) + u" " + event.text);
+        const std::string level = platform::LoggingLevelName(event.Level);
+        lines.push_back(std::u16string(level.begin(), level.end()) + u" " + event.Text);
     }
     return lines;
 }

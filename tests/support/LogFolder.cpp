@@ -52,7 +52,7 @@ std::vector<platform::etl::TraceEvent> ReadSound(const std::filesystem::path& pa
     std::vector<platform::etl::TraceEvent> events;
     const auto summary = platform::etl::ReadEventTrace(
         bytes, [&](platform::etl::TraceEvent&& event) { events.push_back(event); });
-    EXPECT_EQ(summary.problems, std::vector<std::string>()) << path;
+    EXPECT_EQ(summary.Problems, std::vector<std::string>()) << path;
     EXPECT_EQ(BrokenRules(bytes), std::vector<std::string>()) << path;
     return events;
 }
@@ -63,7 +63,7 @@ std::vector<platform::etl::TraceEvent> ReadFolder(const std::filesystem::path& f
         files.push_back(ReadSound(folder / name));
     }
     std::ranges::sort(files, {},
-                      [](const auto& events) { return events.empty() ? 0 : events.front().fileTime; });
+                      [](const auto& events) { return events.empty() ? 0 : events.front().FileTime; });
     std::vector<platform::etl::TraceEvent> all;
     for (auto& file : files) {
         std::ranges::move(file, std::back_inserter(all));
@@ -74,7 +74,7 @@ std::vector<platform::etl::TraceEvent> ReadFolder(const std::filesystem::path& f
 std::vector<std::u16string> Texts(const std::vector<platform::etl::TraceEvent>& events) {
     std::vector<std::u16string> texts;
     for (const auto& event : events) {
-        texts.push_back(event.text);
+        texts.push_back(event.Text);
     }
     return texts;
 }
