@@ -67,7 +67,7 @@ std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std:
         if (at != next && (whole || heading.starts_with("== step"))) {
             text += heading + "\n" + SectionText({at, next}, userInterfaceThread);
         }
-        heading = next != events.end() ? platform::ToUtf8(next->text) : "";
+        heading = next != events.end() ? platform::ToUtf8(next->Text) : "";
         at = next != events.end() ? next + 1 : next;
     }
     return text;
