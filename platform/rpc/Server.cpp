@@ -62,15 +62,20 @@ struct Server::ServedConnection {
 
 Server::Server(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures,
                ServerOptions options)
-    : m_shared(new ServerShared{interface, std::move(procedures), std::move(options)}),
+    : m_shared(new ServerShared{.Interfaces = {}, .Options = std::move(options)}),
       m_doorbell(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       m_refusals(new Refusals(*m_shared)) {
     if (m_doorbell.Get() < 0) {
         throw ExceptionFromErrno("create the server's event", errno);
     }
-    if (m_shared->Procedures.size() != interface.Procedures.size()) {
+    Add(interface, std::move(procedures));
+}
+
+void Server::Add(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures) {
+    if (procedures.size() != interface.Procedures.size()) {
         throw Exception(result::kInvalidArgument, u"The interface has another number of procedures");
     }
+    m_shared->Interfaces.push_back({interface, std::move(procedures)});
 }
 
 Server::~Server() {

@@ -27,6 +27,10 @@ class Server {
     Server(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures,
            ServerOptions options = {});
 
+    /// Before Run. Answers a further interface at the same endpoints: clients, limits and connections are the
+    /// same, and the caller names the interface when it binds.
+    void Add(const InterfaceDescription& interface, std::vector<ServerProcedure> procedures);
+
     /// Run must not be running.
     ~Server();
     Server(const Server&) = delete;

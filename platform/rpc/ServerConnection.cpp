@@ -139,25 +139,30 @@ bool ServerConnection::Negotiate(const Pdu& pdu) {
         m_maxTransmit = std::min(body.MaxReceive, kFragmentSize);
     }
     BindAckBody ack{.MaxTransmit = m_maxTransmit, .AssociationGroup = m_association->Group()};
-    Choose(body, ack.Results);
+    ack.Results.assign(body.Elements.size(),
+                       {.Result = kProviderRejection, .Reason = kReasonUnknownInterface});
+    for (const ServerShared::Served& served : m_shared.Interfaces) {
+        Choose(served, body, ack.Results);
+    }
     m_message.clear();
     AppendBindAck(m_message, isBind ? PduType::BindAck : PduType::AlterContextResponse, pdu.CallId, ack);
     return Send();
 }
 
-/// Accepts one of the syntaxes that are offered for our interface: NDR64 if it is among them, else NDR.
-void ServerConnection::Choose(const BindBody& body, std::vector<BindResult>& results) {
-    for (const BindElement& element : body.Elements) {
-        const bool known = Serves(m_shared.Interface.Id, element.Interface);
-        results.push_back({.Result = kProviderRejection,
-                           .Reason = known ? kReasonUnknownTransferSyntax : kReasonUnknownInterface});
+/// Accepts one of the syntaxes that are offered for the interface: NDR64 if it is among them, else NDR.
+void ServerConnection::Choose(const ServerShared::Served& served, const BindBody& body,
+                              std::vector<BindResult>& results) {
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (Serves(served.Interface.Id, body.Elements[i].Interface)) {
+            results[i].Reason = kReasonUnknownTransferSyntax;
+        }
     }
     for (const SyntaxId& preferred : {kNdr64, kNdr}) {
         for (std::size_t i = 0; i < results.size(); ++i) {
             const BindElement& element = body.Elements[i];
-            if (results[i].Reason == kReasonUnknownTransferSyntax &&
+            if (Serves(served.Interface.Id, element.Interface) &&
                 std::ranges::find(element.TransferSyntaxes, preferred) != element.TransferSyntaxes.end()) {
-                m_syntaxes[element.ContextId] = FindTransferSyntax(preferred);
+                m_presentations[element.ContextId] = {&served, FindTransferSyntax(preferred)};
                 results[i] = {.TransferSyntax = preferred};
                 return;
             }
@@ -186,11 +191,12 @@ void ServerConnection::Dispatch(const Call& request) {
     if (m_admitted != Admitted::Serve) {
         throw RpcException(status::kAccessDenied);
     }
-    const auto syntax = m_syntaxes.find(m_call.ContextId);
-    if (syntax == m_syntaxes.end()) {
+    const auto presentation = m_presentations.find(m_call.ContextId);
+    if (presentation == m_presentations.end()) {
         throw RpcException(fault::kInvalidPresentationContext);
     }
-    if (m_call.Operation >= m_shared.Interface.Procedures.size()) {
+    const auto& [served, syntax] = presentation->second;
+    if (m_call.Operation >= served->Interface.Procedures.size()) {
         throw RpcException(fault::kOperationOutOfRange);
     }
     if (request.IsTooLong) {
@@ -199,23 +205,24 @@ void ServerConnection::Dispatch(const Call& request) {
     if (!m_shared.Admission.TakeCall(m_caller.Uid)) {
         throw RpcException(fault::kServerTooBusy);
     }
-    const Procedure& procedure = m_shared.Interface.Procedures[m_call.Operation];
+    const Procedure& procedure = served->Interface.Procedures[m_call.Operation];
+    const ServerProcedure& body = served->Procedures[m_call.Operation];
     std::optional<ServerCall> call;
     NdrServerCallAll(
-        *syntax->second, procedure, request.Stub,
-        [&](CallValues& values) { RunProcedure(procedure, values, call); }, m_message);
+        *syntax, procedure, request.Stub,
+        [&](CallValues& values) { RunProcedure(body, procedure, values, call); }, m_message);
 }
 
 /// `call` owns the texts that are returned, so it belongs to the caller.
-void ServerConnection::RunProcedure(const Procedure& procedure, CallValues& values,
-                                    std::optional<ServerCall>& call) {
+void ServerConnection::RunProcedure(const ServerProcedure& body, const Procedure& procedure,
+                                    CallValues& values, std::optional<ServerCall>& call) {
     const ContextHandle handle = values.Context;
     const bool passedIn = procedure.PassesContext(Direction::In);
     const auto context = passedIn ? m_association->Find(handle) : nullptr;
     call.emplace(m_caller, procedure, values, context,
                  [this](const CallValues& sent) { InvokeCallback(sent); });
     m_executed = true;
-    m_shared.Procedures[procedure.Number](*call);
+    body(*call);
     if (!procedure.PassesContext(Direction::Out) || call->Context() == context) {
         return;
     }
@@ -226,10 +233,10 @@ void ServerConnection::RunProcedure(const Procedure& procedure, CallValues& valu
 }
 
 void ServerConnection::InvokeCallback(const CallValues& values) {
-    const TransferSyntax& syntax = *m_syntaxes.at(m_call.ContextId);
+    const auto& [served, syntax] = m_presentations.at(m_call.ContextId);
     Bytes message;
     BeginCall(message);
-    Marshal(syntax, m_shared.Interface.Callbacks.front(), Direction::In, values, message);
+    Marshal(*syntax, served->Interface.Callbacks.front(), Direction::In, values, message);
     CallHeader header = m_call;
     header.Operation = 0;
     FinishCall(message, header, m_maxTransmit);

@@ -3,6 +3,7 @@
 // One connection of a server: negotiates, puts requests together, runs procedures, answers. One thread at a
 // time; only Shutdown comes from another one.
 
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,8 +20,13 @@ namespace platform::rpc {
 
 /// What the connections of one server share. Constant, or with internal locks.
 struct ServerShared {
-    const InterfaceDescription& Interface;
-    const std::vector<ServerProcedure> Procedures;
+    /// An interface and what answers its procedures.
+    struct Served {
+        const InterfaceDescription& Interface;
+        const std::vector<ServerProcedure> Procedures;
+    };
+
+    std::list<Served> Interfaces;  ///< constant while the server runs
     const ServerOptions Options;
     AssociationTable Associations{Options.MaxContextsPerConnection};
     rpc::Admission Admission{Options};
@@ -45,16 +51,23 @@ class ServerConnection {
     const SocketCredentials& Caller() const { return m_caller; }
 
   private:
+    /// What a context id of the client's stands for.
+    struct Presentation {
+        const ServerShared::Served* Served;
+        const TransferSyntax* Syntax;
+    };
+
     std::optional<Pdu> Receive();
     bool MayStaySilent() const;
     bool Handle(const Pdu& pdu);
     bool Negotiate(const Pdu& pdu);
     bool Refuse(const Pdu& pdu, NakReason reason);
-    void Choose(const BindBody& body, std::vector<BindResult>& results);
+    void Choose(const ServerShared::Served& served, const BindBody& body, std::vector<BindResult>& results);
     bool Serve(const Call& request);
     void Dispatch(const Call& request);
     void InvokeCallback(const CallValues& values);
-    void RunProcedure(const Procedure& procedure, CallValues& values, std::optional<ServerCall>& call);
+    void RunProcedure(const ServerProcedure& body, const Procedure& procedure, CallValues& values,
+                      std::optional<ServerCall>& call);
     bool Send();
 
     ServerShared& m_shared;
@@ -62,7 +75,7 @@ class ServerConnection {
     const SocketCredentials m_caller;
     const Admitted m_admitted;
     std::shared_ptr<Association> m_association;
-    std::map<std::uint16_t, const TransferSyntax*> m_syntaxes;
+    std::map<std::uint16_t, Presentation> m_presentations;
     std::uint16_t m_maxTransmit = kFragmentSize;
     PduStream m_stream;
     Reassembly m_reassembly;
