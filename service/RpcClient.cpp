@@ -4,29 +4,13 @@
 
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Text.h"
+#include "service/ServiceBinding.h"
 
 namespace Kelvane {
 
 using platform::OutputDebugStringW;
 using platform::rpc::NdrClientCall3;
 using platform::rpc::Status;
-
-namespace {
-
-/// Runs `body` and returns the status of what it threw, or 0.
-template <typename Body>
-Status Guard(Body body) noexcept {
-    try {
-        body();
-        return platform::rpc::status::kOk;
-    } catch (const platform::rpc::RpcException& exception) {
-        return exception.Status();
-    } catch (...) {
-        return platform::rpc::status::kCallFailed;
-    }
-}
-
-}  // namespace
 
 /// A text that the service returns, and the cell that receives the pointer to it.
 struct RpcClient::TextReply {
@@ -57,20 +41,12 @@ std::int64_t RpcClient::Initialize() noexcept {
     if (m_hContext != nullptr) {
         return 1;
     }
-    char16_t* stringBinding = nullptr;
-    auto status = static_cast<std::int32_t>(platform::rpc::RpcStringBindingComposeW(
-        nullptr, kProtocolSequence, nullptr, kEndpoint, nullptr, &stringBinding));
-    if (status != 0) {
-        return status;
-    }
     if (m_hBinding != nullptr) {
         platform::rpc::RpcBindingFree(&m_hBinding);
     }
-    status =
-        static_cast<std::int32_t>(platform::rpc::RpcBindingFromStringBindingW(stringBinding, &m_hBinding));
-    const auto freed = static_cast<std::int32_t>(platform::rpc::RpcStringFreeW(&stringBinding));
-    if (status != 0 || freed != 0) {
-        return status != 0 ? status : freed;
+    auto status = static_cast<std::int32_t>(BindToService(&m_hBinding));
+    if (status != 0) {
+        return status;
     }
     if (m_hBinding != nullptr) {
         status = static_cast<std::int32_t>(Guard([this] {
@@ -119,17 +95,6 @@ std::int32_t RpcClient::SetUEFIFlag() noexcept {
         return 1;
     }
     return Guard([&] { CallForText(procedure::SetUEFIFlag, reply); }) == 0 ? 0 : 1;
-}
-
-std::u16string RpcClient::ListenerName() const noexcept {
-    char16_t* name = nullptr;
-    if (platform::rpc::RpcBindingInqAuthInfoW(m_hBinding, &name) != platform::rpc::status::kOk) {
-        return {};
-    }
-    std::u16string copy;
-    Guard([&] { copy = name; });
-    platform::rpc::RpcStringFreeW(&name);
-    return copy;
 }
 
 RpcClient::~RpcClient() {

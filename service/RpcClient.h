@@ -9,6 +9,7 @@
 #include <string>
 
 #include "service/HotkeyRpc.h"
+#include "service/ServiceBinding.h"
 
 namespace Kelvane {
 
@@ -41,7 +42,7 @@ class RpcClient {
     std::int32_t SetUEFIFlag() noexcept;
 
     /// The name of the user whose process listens at the endpoint; empty when Initialize has reached none.
-    std::u16string ListenerName() const noexcept;
+    std::u16string ListenerName() const noexcept { return Kelvane::ListenerName(m_hBinding); }
 
   private:
     struct TextReply;

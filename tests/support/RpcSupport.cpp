@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "service/DetailsRpc.h"
+
 namespace platform::rpc::test {
 
 namespace procedure = Kelvane::procedure;
@@ -78,7 +80,8 @@ EndpointScope::~EndpointScope() {
     std::filesystem::remove_all(m_directory);
 }
 
-TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerOptions options) {
+TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerOptions options,
+                         ServerProcedure readDetails) {
     std::vector<ServerProcedure> all(procedure::Count, [](ServerCall&) {});
     all[procedure::OpenContext] = [this](ServerCall& call) {
         call.SetContext(
@@ -99,6 +102,9 @@ TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerO
         all[number] = std::move(body);
     }
     Server.emplace(Kelvane::kHotkeyRpc, std::move(all), std::move(options));
+    if (readDetails) {
+        Server->Add(Kelvane::kDetailsRpc, {std::move(readDetails), [](ServerCall&) {}});
+    }
     Server->Listen(Kelvane::kEndpoint);
     m_thread = std::thread([this] { Server->Run(); });
 }

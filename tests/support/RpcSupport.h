@@ -43,7 +43,9 @@ class EndpointScope {
 /// A service on a thread of its own. Reads return `Record`, exchanges return what came.
 class TestService {
   public:
-    explicit TestService(std::map<unsigned, ServerProcedure> procedures = {}, ServerOptions options = {});
+    /// Has the details interface too where `readDetails` answers it.
+    explicit TestService(std::map<unsigned, ServerProcedure> procedures = {}, ServerOptions options = {},
+                         ServerProcedure readDetails = {});
     ~TestService() { Stop(); }
     void Stop();
 
