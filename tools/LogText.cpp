@@ -11,6 +11,7 @@
 
 #include "platform/core/FileTime.h"
 #include "platform/core/Text.h"
+#include "platform/data/JsonObject.h"
 
 namespace logtool {
 
@@ -72,10 +73,14 @@ std::string JsonLine(const platform::etl::TraceEvent& event, bool utc) {
         std::snprintf(time.data() + length, time.size() - length, "%c%02ld:%02ld", offset < 0 ? '-' : '+',
                       std::labs(offset) / 60, std::labs(offset) % 60);
     }
-    return std::string("{\"time\":\"") + time.data() + "\",\"level\":\"" +
-           platform::LoggingLevelName(event.Level) + "\",\"process\":" + std::to_string(event.Process) +
-           ",\"thread\":" + std::to_string(event.Thread) + ",\"channel\":" + platform::ToJson(event.Channel) +
-           ",\"message\":" + platform::ToJson(event.Text) + "}";
+    platform::JsonObject line;
+    line.SetNamedValue(u"time", platform::FromUtf8(time.data()));
+    line.SetNamedValue(u"level", platform::FromUtf8(platform::LoggingLevelName(event.Level)));
+    line.SetNamedValue(u"process", event.Process);
+    line.SetNamedValue(u"thread", event.Thread);
+    line.SetNamedValue(u"channel", event.Channel);
+    line.SetNamedValue(u"message", event.Text);
+    return platform::ToUtf8(line.Stringify());
 }
 
 std::optional<platform::LoggingLevel> ParseLevel(std::string_view text) {
