@@ -1,7 +1,7 @@
 // Firmware tables: everything that reads them, on any bytes.
 
 #include "daemon/machine/Smbios.h"
-#include "daemon/machine/BiosPassword.h"
+#include "daemon/machine/ReadMachine.h"
 #include "daemon/machine/Memory.h"
 #include "daemon/machine/Recorder.h"
 #include "daemon/machine/Values.h"
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Require(daemon_service::ReadSmbios(files) == table);
 
     const auto structures = daemon_service::ParseSmbios(table);
-    daemon_service::ReadBiosPassword(files, structures);
+    daemon_service::ReadSystem(files);
     const auto installed = daemon_service::InstalledMemory(structures);
     std::size_t read = 0;
     for (const daemon_service::SmbiosStructure& structure : structures) {

@@ -11,8 +11,9 @@
 #include <cstring>
 #include <utility>
 
-#include "daemon/machine/Values.h"
 #include "platform/core/Exception.h"
+#include "platform/core/Lines.h"
+#include "platform/storage/FileDescriptor.h"
 
 namespace daemon_service {
 
@@ -67,9 +68,9 @@ FirmwareRequest ParseFirmware(std::string_view value) {
         return {.By = FirmwareRequest::Method::Off, .Entry = {}};
     }
     constexpr std::string_view kEntry = "boot-entry ";
-    if (value.starts_with(kEntry) && !Trimmed(value.substr(kEntry.size())).empty()) {
+    if (value.starts_with(kEntry)) {
         return {.By = FirmwareRequest::Method::BootEntry,
-                .Entry = std::string(Trimmed(value.substr(kEntry.size())))};
+                .Entry = std::string(platform::Trimmed(value.substr(kEntry.size())))};
     }
     throw ConfigurationError("firmware-request is firmware-setup, \"boot-entry NAME\" or off");
 }
@@ -97,12 +98,11 @@ gid_t ParseGroup(const std::string& name) {
 }
 
 void ParseLine(std::string_view line, Configuration& configuration) {
-    const auto equals = line.find('=');
-    if (equals == std::string_view::npos) {
+    const auto pair = platform::CutLine(line, '=');
+    if (!pair) {
         throw ConfigurationError("expected \"key = value\"");
     }
-    const std::string_view key = Trimmed(line.substr(0, equals));
-    const std::string_view value = Trimmed(line.substr(equals + 1));
+    const auto [key, value] = *pair;
     if (key == "system-information-tool") {
         configuration.SystemInformationTool = SplitCommand(value);
     } else if (key == "usb-type-c-tool") {
@@ -153,10 +153,10 @@ const std::vector<Command>& Configuration::WellKnownTools(Tool tool) {
 
 Configuration ParseConfiguration(std::string_view text) {
     Configuration configuration;
-    for (int number = 1; !text.empty(); ++number) {
-        const auto end = std::min(text.find('\n'), text.size());
-        const std::string_view line = Trimmed(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
+    int number = 0;
+    for (const std::string_view raw : platform::Lines(text)) {
+        const std::string_view line = platform::Trimmed(raw);
+        ++number;
         if (line.empty() || line[0] == '#') {
             continue;
         }

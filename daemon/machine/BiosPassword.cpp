@@ -1,54 +1,97 @@
 #include "daemon/machine/BiosPassword.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "daemon/machine/Values.h"
+#include "platform/core/Text.h"
 
 namespace daemon_service {
 
 namespace {
 
 /// What several statements add up to: one that is set decides, one that is open keeps "none" from being told.
+/// Each names its source.
 struct Verdict {
-    bool Password = false;
-    bool OtherKind = false;
-    bool UnknownKind = false;  ///< one is set, and nobody says of which kind
-    bool Off = false;
-    bool Open = false;
+    std::string Password{};
+    std::string OtherKind{};
+    std::string UnknownKind{};  ///< one is set, and nobody says of which kind
+    std::string UnknownRole{};  ///< nobody says what it guards
+    std::string Off{};
+    std::string Open{};
+    Missing Why = Missing::Unknown;  ///< of Open
 
-    std::optional<BiosCredential> Result() const {
-        if (Password) {
-            return BiosCredential::Password;
+    Sourced<BiosCredential> Result() const {
+        if (!Password.empty()) {
+            return {.Value = BiosCredential::Password, .Source = Password};
         }
-        if (OtherKind) {
-            return BiosCredential::OtherKind;
+        if (!OtherKind.empty()) {
+            return {.Value = BiosCredential::OtherKind, .Source = OtherKind};
         }
-        return Off && !Open && !UnknownKind ? std::optional(BiosCredential::None) : std::nullopt;
+        for (const std::string* open : {&UnknownKind, &UnknownRole}) {
+            if (!open->empty()) {
+                return {.Source = *open, .Why = Missing::Unknown};
+            }
+        }
+        if (!Open.empty()) {
+            return {.Source = Open, .Why = Why};
+        }
+        if (!Off.empty()) {
+            return {.Value = BiosCredential::None, .Source = Off};
+        }
+        return {.Source = "sysfs class/firmware-attributes", .Why = Missing::Absent};
     }
 };
 
-/// Documentation/ABI/testing/sysfs-class-firmware-attributes of the kernel.
-Verdict FromAttributes(MachineFiles& files) {
+enum class Guards { Firmware, SomethingElse };
+
+struct Role {
+    std::u16string_view Name;
+    Guards What;
+};
+
+/// Documentation/ABI/testing/sysfs-class-firmware-attributes of the kernel. A role that is not here may guard
+/// the firmware, so it leaves the answer open.
+constexpr Role kRoles[] = {{u"bios-admin", Guards::Firmware},         {u"power-on", Guards::Firmware},
+                           {u"enhanced-bios-auth", Guards::Firmware}, {u"system-mgmt", Guards::SomethingElse},
+                           {u"hdd", Guards::SomethingElse},           {u"HDD", Guards::SomethingElse},
+                           {u"nvme", Guards::SomethingElse},          {u"NVMe", Guards::SomethingElse}};
+
+void JudgeAttribute(Sources& sources, const std::string& source, Verdict& verdict,
+                    std::vector<std::string>& kinds) {
+    const SourcedText role = sources.Text(source + "/role");
+    const auto* known = std::ranges::find(kRoles, role.Value.value_or(u""), &Role::Name);
+    if (known == std::end(kRoles)) {
+        verdict.UnknownRole = role.Source;
+        return;
+    }
+    if (known->What != Guards::Firmware) {
+        return;
+    }
+    const std::string path = source + "/is_enabled";
+    const auto content = sources.Files().Read("/sys/" + path.substr(path.find(' ') + 1));
+    const std::string_view enabled = content ? Trimmed(*content) : std::string_view();
+    if (enabled == "1") {
+        const std::u16string mechanism = sources.Text(source + "/mechanism").Value.value_or(u"");
+        (mechanism.empty()          ? verdict.UnknownKind
+         : mechanism == u"password" ? verdict.Password
+                                    : verdict.OtherKind) = path;
+        kinds.push_back(platform::ToUtf8(*role.Value));
+    } else if (enabled == "0") {
+        verdict.Off = path;
+    } else {
+        verdict.Open = path;
+        verdict.Why = content ? Missing::Damaged : sources.Files().Why();
+    }
+}
+
+Verdict FromAttributes(Sources& sources, std::vector<std::string>& kinds) {
     Verdict verdict;
-    const std::string classFolder = "/sys/class/firmware-attributes/";
-    for (const std::string& driver : files.List(classFolder)) {
-        const std::string folder = classFolder + driver + "/authentication/";
-        for (const std::string& name : files.List(folder)) {
-            const auto attribute = [&](const char* file) {
-                return std::string(Trimmed(files.Read(folder + name + "/" + file).value_or("")));
-            };
-            const std::string role = attribute("role");
-            if (role != "bios-admin" && role != "power-on") {
-                verdict.Open |= role.empty();
-                continue;  // passwords of disks and of management are not the firmware's
-            }
-            const std::string enabled = attribute("is_enabled");
-            if (enabled == "1") {
-                const std::string mechanism = attribute("mechanism");
-                verdict.Password |= mechanism == "password";
-                verdict.UnknownKind |= mechanism.empty();
-                verdict.OtherKind |= mechanism != "password" && !mechanism.empty();
-            }
-            verdict.Off |= enabled == "0";
-            verdict.Open |= enabled != "0" && enabled != "1";
+    const std::string folder = "class/firmware-attributes/";
+    for (const std::string& driver : sources.Files().List("/sys/" + folder)) {
+        const std::string authentication = folder + driver + "/authentication";
+        for (const std::string& name : sources.Files().List("/sys/" + authentication)) {
+            JudgeAttribute(sources, PathOf({"sysfs " + authentication, name}), verdict, kinds);
         }
     }
     return verdict;
@@ -65,9 +108,13 @@ Verdict FromTables(std::span<const SmbiosStructure> tables) {
         }
         for (const int shift : {6, 2}) {  // power-on password, administrator password
             const int status = *settings >> shift & 3;
-            verdict.Password |= status == kEnabled;
-            verdict.Off |= status == kDisabled;
-            verdict.Open |= status == kUnknown;
+            std::string* where = status == kEnabled    ? &verdict.Password
+                                 : status == kDisabled ? &verdict.Off
+                                 : status == kUnknown  ? &verdict.Open
+                                                       : nullptr;
+            if (where != nullptr) {
+                *where = "smbios 24.4";
+            }
         }
     }
     return verdict;
@@ -75,20 +122,17 @@ Verdict FromTables(std::span<const SmbiosStructure> tables) {
 
 }  // namespace
 
-std::optional<BiosCredential> ReadBiosPassword(MachineFiles& files, std::span<const SmbiosStructure> tables) {
-    const Verdict attributes = FromAttributes(files);
-    auto status = attributes.Result();
-    if (!status) {
-        Verdict fromTables = FromTables(tables);
-        fromTables.UnknownKind = attributes.UnknownKind;
-        status = fromTables.Result();
+Sourced<BiosCredential> ReadBiosPassword(Sources& sources, std::vector<std::string>& kinds) {
+    const Verdict attributes = FromAttributes(sources, kinds);
+    auto result = attributes.Result();
+    if (!result.Value) {
+        Verdict tables = FromTables(sources.Tables());
+        const bool silent = tables.Off.empty() && tables.Open.empty() && tables.Password.empty();
+        tables.UnknownKind = attributes.UnknownKind;
+        tables.UnknownRole = attributes.UnknownRole;
+        result = silent ? result : tables.Result();
     }
-    if (!status) {
-        files.Note(
-            "BIOS password: no value: neither /sys/class/firmware-attributes nor a firmware table of type 24 "
-            "tells");
-    }
-    return status;
+    return result;
 }
 
 }  // namespace daemon_service

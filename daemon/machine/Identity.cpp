@@ -1,8 +1,8 @@
 #include "daemon/machine/Identity.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
-#include <vector>
 
 #include "daemon/machine/Values.h"
 #include "platform/core/Text.h"
@@ -11,7 +11,8 @@ namespace daemon_service {
 
 namespace {
 
-constexpr auto kDeviceTree = "/sys/firmware/devicetree/base/";
+using Text = std::u16string;
+using Taken = std::optional<Text>;
 
 bool HasLower(std::u16string_view text) {
     return std::ranges::any_of(text, [](char16_t c) { return (c >= u'a' && c <= u'z') || c >= 0x80; });
@@ -34,52 +35,79 @@ bool LooksLikeName(std::u16string_view text) {
            !text.starts_with(u"Ver");
 }
 
-void Join(std::optional<std::u16string>& text, std::u16string_view separator, std::u16string_view more) {
-    if (text) {
-        *text += separator;
-        *text += more;
-    } else {
-        text = more;
-    }
+Taken IfName(const Text& text) {
+    return LooksLikeName(text) ? Taken(text) : std::nullopt;
 }
 
-/// A value of os-release, without the shell's quotes and escapes (os-release(5)).
-std::optional<std::u16string> ReleaseValue(std::string_view release, std::string_view key) {
-    const auto raw = LineValue(release, key, '=');
-    if (!raw) {
-        return std::nullopt;
-    }
-    std::string text;
-    char quote = 0;
-    for (std::size_t i = 0; i < raw->size(); ++i) {
-        const char c = (*raw)[i];
-        if (c == '\\' && quote != '\'' && i + 1 < raw->size()) {
-            text += (*raw)[++i];
-        } else if ((c == '"' || c == '\'') && (quote == 0 || quote == c)) {
-            quote = quote == 0 ? c : '\0';
-        } else {
-            text += c;
-        }
-    }
-    return Value(text);
+/// "Slate X1", but not "Notebook", "Desktop" or a brand alone: what a number makes one model of a family.
+Taken IfModel(const Text& text) {
+    return LooksLikeName(text) && HasDigit(text) ? Taken(text) : std::nullopt;
 }
 
-std::string ReadOsRelease(MachineFiles& files) {
-    for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-        if (auto content = files.Read(path)) {
-            return *std::move(content);
-        }
-    }
-    files.Note("operating system: neither /etc/os-release nor /usr/lib/os-release can be read");
-    return {};
+/// "ARMv7 Processor rev 4 (v7l)" names the instruction set.
+Taken UnlessArchitecture(const Text& text) {
+    return text.starts_with(u"ARMv") ? std::nullopt : Taken(text);
 }
 
-std::optional<std::u16string> KernelRelease(MachineFiles& files) {
-    return FileValue(files, "/proc/sys/kernel/osrelease");
+Taken VirtualMachineOf(const Text& hypervisor) {
+    return u"Virtual machine (" + hypervisor + u")";
+}
+
+/// The processor's own flag, where neither firmware nor device tree names the machine.
+Taken VirtualMachineByFlag(const Text& flags) {
+    return (u" " + flags + u" ").find(u" hypervisor ") != Text::npos ? Taken(u"Virtual machine")
+                                                                     : std::nullopt;
+}
+
+constexpr SourceRow kHypervisorFlag{"proc cpuinfo flags", VirtualMachineByFlag};
+
+constexpr SourceRow kHypervisor[] = {kHypervisorFlag, {"sysfs hypervisor/type"}};
+
+constexpr SourceRow kMaker[] = {{"sysfs class/dmi/id/sys_vendor"}, {"sysfs class/dmi/id/board_vendor"}};
+
+/// What names the product where `product_name` is an order code.
+constexpr SourceRow kReadableName[] = {{"sysfs class/dmi/id/product_version", IfName},
+                                       {"sysfs class/dmi/id/product_family", IfModel}};
+
+constexpr SourceRow kProductName[] = {{"sysfs class/dmi/id/product_name"},
+                                      {"sysfs class/dmi/id/product_version", IfName},
+                                      {"sysfs class/dmi/id/product_family"},
+                                      {"sysfs class/dmi/id/board_name"},
+                                      {"devicetree model"},
+                                      {"sysfs hypervisor/type", VirtualMachineOf},
+                                      kHypervisorFlag};
+
+constexpr SourceRow kSerialNumber[] = {{"sysfs class/dmi/id/product_serial"},
+                                       {"sysfs class/dmi/id/board_serial"},
+                                       {"sysfs class/dmi/id/chassis_serial"},
+                                       {"devicetree serial-number"}};
+
+/// Between the last two: chip and cores of the device tree.
+constexpr SourceRow kProcessor[] = {
+    {"proc cpuinfo model name", UnlessArchitecture}, {"proc cpuinfo Model Name"}, {"smbios 4.10"}};
+constexpr std::string_view kArchitecture = "proc cpuinfo model name";
+
+constexpr std::string_view kKernelRelease = "proc sys/kernel/osrelease";
+
+constexpr SourceRow kSystemName[] = {{"os-release PRETTY_NAME"}, {"os-release NAME"}};
+
+constexpr SourceRow kBuildIdentifier[] = {
+    {"os-release BUILD_ID"}, {"os-release IMAGE_VERSION"}, {kKernelRelease}};
+
+constexpr std::string_view kUBoot = "devicetree chosen/u-boot,version";
+constexpr SourceRow kFirmwareVersion[] = {{"sysfs class/dmi/id/bios_version"}, {kUBoot}};
+
+void Join(SourcedText& text, std::u16string_view separator, SourcedText more) {
+    if (text.Value && more.Value) {
+        *text.Value += separator;
+        *text.Value += *more.Value;
+    } else if (more.Value) {
+        text = std::move(more);
+    }
 }
 
 /// "10/05/2023" to "2023-10-05"; anything else stays as it is.
-std::u16string IsoDate(const std::u16string& date) {
+Text IsoDate(const Text& date) {
     constexpr std::u16string_view kPattern = u"dd/dd/dddd";
     const bool matches = std::ranges::equal(date, kPattern, [](char16_t c, char16_t wanted) {
         return wanted == u'd' ? c >= u'0' && c <= u'9' : c == wanted;
@@ -87,39 +115,73 @@ std::u16string IsoDate(const std::u16string& date) {
     return matches ? date.substr(6) + u'-' + date.substr(0, 2) + u'-' + date.substr(3, 2) : date;
 }
 
-/// The last of the zero-terminated strings in a device-tree property.
-std::string_view LastString(std::string_view property) {
-    while (property.ends_with('\0')) {
-        property.remove_suffix(1);
+const std::string kDeviceTree = "/sys/firmware/devicetree/base/";
+
+/// The strings of a device tree's property, most specific first (Devicetree Specification, "compatible").
+std::vector<std::string> Strings(MachineFiles& files, const std::string& property) {
+    const std::string content = files.Read(kDeviceTree + property).value_or("");
+    std::vector<std::string> strings;
+    for (std::size_t at = 0; at < content.size(); at += strings.back().size() + 1) {
+        strings.emplace_back(content.c_str() + at);
     }
-    const auto zero = property.rfind('\0');
-    return zero == std::string_view::npos ? property : property.substr(zero + 1);
+    std::erase(strings, "");
+    return strings;
 }
 
-/// The model part of a "maker,model" string in capitals.
-std::u16string Model(std::string_view compatible) {
-    std::u16string model = Clean(compatible.substr(compatible.find(',') + 1));
-    for (char16_t& c : model) {
+std::string_view ModelOf(std::string_view compatible) {
+    return compatible.substr(compatible.find(',') + 1);
+}
+
+/// An instruction set, or what stands in every tree of a kind.
+bool IsGeneric(std::string_view compatible) {
+    const std::string_view model = ModelOf(compatible);
+    return model.empty() || model == "riscv" || model == "riscv-virtio" || model == "dummy-virt" ||
+           model.starts_with("armv") || model.starts_with("arm-v") || model.ends_with("-platform");
+}
+
+Text InCapitals(std::string_view model) {
+    Text text = Clean(model);
+    for (char16_t& c : text) {
         c = c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
     }
-    return model;
+    return text;
+}
+
+/// The first string names the board. The last specific one is the chip, or its family, of which an earlier
+/// one then names the member: "maker,chip5800", "maker,chip5".
+Text DeviceTreeChip(MachineFiles& files) {
+    std::vector<std::string> strings = Strings(files, "compatible");
+    if (!strings.empty()) {
+        strings.erase(strings.begin());
+    }
+    std::erase_if(strings, IsGeneric);
+    if (strings.empty()) {
+        return {};
+    }
+    const std::string& last = strings.back();
+    const auto chip = std::ranges::find_if(strings, [&last](const std::string& each) {
+        return each.starts_with(last) &&
+               (each.size() == last.size() || (each[last.size()] >= '0' && each[last.size()] <= 'z'));
+    });
+    return InCapitals(ModelOf(*chip));
 }
 
 struct CoreKind {
-    std::u16string Model;
-    std::uint64_t Count = 0;
+    Text Model;
+    std::uint32_t Count = 0;
 };
 
-/// "4 x CORTEX-A55, 4 x CORTEX-A76" from the cores' compatible strings, in order of appearance.
-std::optional<std::u16string> DeviceTreeCores(MachineFiles& files) {
-    const std::string folder = std::string(kDeviceTree) + "cpus";
+/// In order of appearance.
+std::vector<CoreKind> DeviceTreeCores(MachineFiles& files) {
     std::vector<CoreKind> kinds;
-    for (const std::string& name : files.List(folder)) {
+    for (const std::string& name : files.List(kDeviceTree + "cpus")) {
         if (!name.starts_with("cpu@")) {
             continue;
         }
-        const std::u16string model =
-            Model(LastString(files.Read(PathOf({folder, name, "compatible"})).value_or("")));
+        const auto strings = Strings(files, PathOf({"cpus", name, "compatible"}));
+        auto specific = std::ranges::find_if_not(strings, IsGeneric);
+        specific = specific == strings.end() ? strings.begin() : specific;
+        const Text model = specific == strings.end() ? Text() : InCapitals(ModelOf(*specific));
         if (IsPlaceholder(model)) {
             continue;
         }
@@ -129,147 +191,227 @@ std::optional<std::u16string> DeviceTreeCores(MachineFiles& files) {
         }
         ++kind->Count;
     }
-    std::optional<std::u16string> cores;
-    for (const CoreKind& kind : kinds) {
-        Join(cores, u", ", platform::ToText(kind.Count) + u" x " + kind.Model);
-    }
-    return cores;
+    return kinds;
 }
 
-/// "BCM2712 (4 x CORTEX-A76)" from the board's and the cores' compatible strings.
-std::optional<std::u16string> DeviceTreeProcessor(MachineFiles& files) {
-    std::optional<std::u16string> text;
-    if (const auto board = files.Read(std::string(kDeviceTree) + "compatible")) {
-        if (auto chip = Model(LastString(*board)); !IsPlaceholder(chip)) {
-            text = std::move(chip);
-        }
+/// "BCM2712 (4 x CORTEX-A76)", "4 x CORTEX-A55, 4 x CORTEX-A76".
+SourcedText DeviceTreeProcessor(MachineFiles& files, std::span<const CoreKind> kinds) {
+    const Text chip = DeviceTreeChip(files);
+    Text cores;
+    for (const CoreKind& kind : kinds) {
+        cores += (cores.empty() ? u"" : u", ") + platform::ToText(kind.Count) + u" x " + kind.Model;
     }
-    if (const auto cores = DeviceTreeCores(files)) {
-        text = text ? *text + u" (" + *cores + u")" : *cores;
+    SourcedText text{.Source = "devicetree compatible"};
+    if (!IsPlaceholder(chip)) {
+        text.Value = cores.empty() ? chip : chip + u" (" + cores + u")";
+    } else if (!cores.empty()) {
+        text = {.Value = cores, .Source = "devicetree cpus"};
     }
     return text;
+}
+
+/// Logical processors by their "processor" lines, and cores by the two numbers that x86 gives each.
+void CountProcessors(MachineFiles& files, MachineDetails& machine) {
+    std::uint32_t threads = 0;
+    std::set<std::pair<std::string_view, std::string_view>> cores;
+    std::string_view package;
+    const std::string cpuinfo = files.Read("/proc/cpuinfo").value_or("");
+    for (const std::string_view line : platform::Lines(cpuinfo)) {
+        const auto pair = platform::CutLine(line, ':');
+        if (pair && pair->Key == "processor" && Number(pair->Value)) {
+            ++threads;
+        } else if (pair && pair->Key == "physical id") {
+            package = pair->Value;
+        } else if (pair && pair->Key == "core id") {
+            cores.emplace(package, pair->Value);
+        }
+    }
+    if (threads > 0) {
+        machine.ProcessorThreads = threads;
+    }
+    if (!cores.empty()) {
+        machine.ProcessorCores = static_cast<std::uint32_t>(cores.size());
+    }
+}
+
+void ReadProcessor(Sources& sources, MachineDetails& machine) {
+    const auto kinds = DeviceTreeCores(sources.Files());
+    CountProcessors(sources.Files(), machine);
+    std::uint32_t cores = 0;
+    for (const CoreKind& kind : kinds) {
+        cores += kind.Count;
+    }
+    if (!machine.ProcessorCores && cores > 0) {
+        machine.ProcessorCores = cores;
+    }
+    machine.Processor = sources.First(kProcessor);
+    if (!machine.Processor.Value) {
+        auto text = DeviceTreeProcessor(sources.Files(), kinds);
+        text = text.Value ? text : sources.Text(kArchitecture);
+        machine.Processor = text.Value ? text : machine.Processor;
+    }
+}
+
+/// Some makers put an order code into the name and the readable name into the version; then the two change
+/// places.
+void ReadProduct(Sources& sources, MachineDetails& machine) {
+    const SourcedText code = sources.Text("sysfs class/dmi/id/product_name");
+    const SourcedText version = sources.Text("sysfs class/dmi/id/product_version");
+    const SourcedText readable =
+        code.Value && LooksLikeCode(*code.Value) ? sources.First(kReadableName) : SourcedText();
+    machine.ProductName = readable.Value ? readable : sources.First(kProductName);
+    machine.ProductNumber = sources.Text("sysfs class/dmi/id/product_sku");
+    if (!machine.ProductNumber.Value && readable.Value) {
+        machine.ProductNumber = code;
+    }
+    if (!machine.ProductNumber.Value && version.Value && version.Value != machine.ProductName.Value) {
+        machine.ProductNumber = version;
+    }
+}
+
+void ReadOperatingSystem(Sources& sources, MachineDetails& machine) {
+    machine.OperatingSystem = sources.First(kSystemName);
+    if (machine.OperatingSystem.Source == kSystemName[1].Source) {
+        if (const auto version = sources.Text("os-release VERSION_ID").Value) {
+            *machine.OperatingSystem.Value += u" " + *version;
+        }
+    }
+    SourcedText kernel = sources.Text(kKernelRelease);
+    if (kernel.Value) {
+        *kernel.Value = u"Linux " + *kernel.Value;
+    }
+    Join(machine.OperatingSystem, u", ", std::move(kernel));
+}
+
+void ReadFirmware(Sources& sources, MachineDetails& machine) {
+    machine.FirmwareVersion = sources.First(kFirmwareVersion);
+    machine.FirmwareVersionAlone = machine.FirmwareVersion.Value.value_or(u"");
+    SourcedText date = sources.Text("sysfs class/dmi/id/bios_date");
+    if (date.Value) {
+        *date.Value = IsoDate(*date.Value);
+        machine.FirmwareDate = *date.Value;
+    }
+    Join(machine.FirmwareVersion, u", ", std::move(date));
+    if (sources.Files().Read("/sys/firmware/efi/fw_platform_size")) {
+        machine.FirmwareKind = "UEFI";
+        if (machine.FirmwareVersion.Value) {
+            *machine.FirmwareVersion.Value += u", UEFI";
+        }
+    } else if (machine.FirmwareVersion.Value) {
+        machine.FirmwareKind = machine.FirmwareVersion.Source == kUBoot ? "U-Boot" : "BIOS";
+    }
+}
+
+void ReadSystemBoard(Sources& sources, MachineDetails& machine) {
+    machine.SystemBoard = sources.Text("sysfs class/dmi/id/board_name");
+    if (machine.SystemBoard.Value) {
+        if (const auto vendor = sources.Text("sysfs class/dmi/id/board_vendor").Value) {
+            machine.SystemBoard.Value = *vendor + u" " + *machine.SystemBoard.Value;
+        }
+        Join(machine.SystemBoard, u" ", sources.Text("sysfs class/dmi/id/board_version"));
+    }
+}
+
+struct KindRow {
+    std::string_view Name;
+    MachineKind Kind;
+};
+
+/// Enclosure types of DMTF DSP0134, "System Enclosure or Chassis Types", and values of the device tree's
+/// "chassis-type". What tells no kind ("Other", "Docking Station", ...) is not here.
+constexpr KindRow kChassis[] = {{"3", MachineKind::Desktop},
+                                {"4", MachineKind::Desktop},
+                                {"5", MachineKind::Desktop},
+                                {"6", MachineKind::Desktop},
+                                {"7", MachineKind::Desktop},
+                                {"8", MachineKind::Laptop},
+                                {"9", MachineKind::Laptop},
+                                {"10", MachineKind::Laptop},
+                                {"11", MachineKind::Tablet},
+                                {"13", MachineKind::AllInOne},
+                                {"14", MachineKind::Laptop},
+                                {"15", MachineKind::Desktop},
+                                {"16", MachineKind::Desktop},
+                                {"17", MachineKind::Server},
+                                {"23", MachineKind::Server},
+                                {"24", MachineKind::Desktop},
+                                {"25", MachineKind::Server},
+                                {"28", MachineKind::Server},
+                                {"29", MachineKind::Server},
+                                {"30", MachineKind::Tablet},
+                                {"31", MachineKind::Laptop},
+                                {"32", MachineKind::Laptop},
+                                {"33", MachineKind::Board},
+                                {"34", MachineKind::Board},
+                                {"35", MachineKind::Desktop},
+                                {"36", MachineKind::Desktop},
+                                {"desktop", MachineKind::Desktop},
+                                {"laptop", MachineKind::Laptop},
+                                {"convertible", MachineKind::Laptop},
+                                {"server", MachineKind::Server},
+                                {"all-in-one", MachineKind::AllInOne},
+                                {"tablet", MachineKind::Tablet},
+                                {"handset", MachineKind::Tablet},
+                                {"embedded", MachineKind::Board}};
+
+/// Makers that there are only of virtual machines.
+constexpr std::u16string_view kVirtualMakers[] = {u"QEMU", u"VMware, Inc.", u"Xen", u"innotek GmbH",
+                                                  u"Bochs"};
+
+bool IsVirtual(Sources& sources, const MachineDetails& machine) {
+    const auto firmwareSays = [](const SmbiosStructure& structure) {
+        constexpr unsigned kVirtualMachine = 0x10;  // in extension byte 2 of the characteristics
+        return structure.Type == smbios::kFirmware &&
+               (structure.Byte(0x13).value_or(0) & kVirtualMachine) != 0;
+    };
+    const auto board = Strings(sources.Files(), "compatible");
+    return sources.First(kHypervisor).Value || std::ranges::any_of(sources.Tables(), firmwareSays) ||
+           std::ranges::count(kVirtualMakers, machine.Maker.Value.value_or(u"")) > 0 ||
+           (!board.empty() && (board[0] == "linux,dummy-virt" || board[0] == "riscv-virtio"));
+}
+
+void ReadKind(Sources& sources, MachineDetails& machine) {
+    if (IsVirtual(sources, machine)) {
+        machine.Kind = MachineKind::Virtual;
+        return;
+    }
+    for (const std::string_view source : {"sysfs class/dmi/id/chassis_type", "devicetree chassis-type"}) {
+        const std::string text = platform::ToValidUtf8(sources.Text(source).Value.value_or(u""));
+        const auto* row = std::ranges::find(kChassis, text, &KindRow::Name);
+        if (row != std::end(kChassis)) {
+            machine.Kind = row->Kind;
+            return;
+        }
+    }
+    if (sources.Text("devicetree model").Value) {
+        machine.Kind = MachineKind::Board;
+    }
+}
+
+void ReadMaker(Sources& sources, MachineDetails& machine) {
+    machine.Maker = sources.First(kMaker);
+    if (!machine.Maker.Value) {
+        SourcedText board = sources.Text("devicetree compatible");
+        const auto comma = board.Value.value_or(u"").find(u',');
+        if (comma != Text::npos) {
+            board.Value->resize(comma);
+            machine.Maker = std::move(board);
+        }
+    }
 }
 
 }  // namespace
 
-Product ReadProduct(MachineFiles& files) {
-    Product product;
-    const auto name = FileValue(files, "/sys/class/dmi/id/product_name");
-    const auto version = FileValue(files, "/sys/class/dmi/id/product_version");
-    product.Number = FileValue(files, "/sys/class/dmi/id/product_sku");
-    if (name && LooksLikeCode(*name)) {
-        for (const char* file : {"product_version", "product_family", "board_name"}) {
-            const auto readable = FileValue(files, std::string("/sys/class/dmi/id/") + file);
-            if (readable && LooksLikeName(*readable)) {
-                product.Name = readable;
-                product.Number = product.Number ? product.Number : name;
-                break;
-            }
-        }
-    }
-    if (!product.Name) {
-        product.Name = FirstValue(files, "product name",
-                                  {"/sys/class/dmi/id/product_name", "/sys/class/dmi/id/product_version",
-                                   "/sys/class/dmi/id/product_family", "/sys/class/dmi/id/board_name",
-                                   "/sys/firmware/devicetree/base/model"});
-    }
-    if (!product.Name) {
-        if (const auto hypervisor = FileValue(files, "/sys/hypervisor/type")) {
-            product.Name = u"Virtual machine (" + *hypervisor + u")";
-        }
-    }
-    if (!product.Number && version != product.Name) {
-        product.Number = version;
-    }
-    if (!product.Number) {
-        files.Note(
-            "product number: no value: neither product_sku nor product_version in /sys/class/dmi/id tells "
-            "one");
-    }
-    return product;
-}
-
-std::optional<std::u16string> ReadProcessor(MachineFiles& files, std::span<const SmbiosStructure> tables) {
-    if (const auto cpuinfo = files.Read("/proc/cpuinfo")) {
-        if (const auto model = LineValue(*cpuinfo, "model name", ':')) {
-            if (auto value = Value(*model)) {
-                return value;
-            }
-        }
-    }
-    for (const SmbiosStructure& structure : tables) {
-        if (structure.Type == smbios::kProcessor) {
-            if (auto value = Value(structure.Text(0x10))) {
-                return value;
-            }
-        }
-    }
-    auto value = DeviceTreeProcessor(files);
-    if (!value) {
-        files.Note(
-            "processor: no value: /proc/cpuinfo has no \"model name\", no firmware table names one, no "
-            "device tree");
-    }
-    return value;
-}
-
-std::optional<std::u16string> ReadOperatingSystem(MachineFiles& files) {
-    const std::string release = ReadOsRelease(files);
-    auto text = ReleaseValue(release, "PRETTY_NAME");
-    if (!text) {
-        text = ReleaseValue(release, "NAME");
-        const auto version = ReleaseValue(release, "VERSION_ID");
-        if (text && version) {
-            *text += u" " + *version;
-        }
-    }
-    if (const auto kernel = KernelRelease(files)) {
-        Join(text, u", ", u"Linux " + *kernel);
-    }
-    return text;
-}
-
-std::optional<std::u16string> ReadFirmwareVersion(MachineFiles& files) {
-    auto text =
-        FirstValue(files, "firmware version",
-                   {"/sys/class/dmi/id/bios_version", "/sys/firmware/devicetree/base/chosen/u-boot,version"});
-    if (const auto date = FileValue(files, "/sys/class/dmi/id/bios_date")) {
-        Join(text, u", ", IsoDate(*date));
-    }
-    if (text && files.Read("/sys/firmware/efi/fw_platform_size")) {
-        *text += u", UEFI";
-    }
-    return text;
-}
-
-std::optional<std::u16string> ReadSystemBoard(MachineFiles& files) {
-    std::optional<std::u16string> text;
-    if (const auto name = FirstValue(files, "system board", {"/sys/class/dmi/id/board_name"})) {
-        const auto vendor = FileValue(files, "/sys/class/dmi/id/board_vendor");
-        const auto version = FileValue(files, "/sys/class/dmi/id/board_version");
-        for (const auto& part : {vendor, name, version}) {
-            if (part) {
-                Join(text, u" ", *part);
-            }
-        }
-    }
-    return text;
-}
-
-std::optional<std::u16string> ReadSerialNumber(MachineFiles& files) {
-    return FirstValue(files, "serial number",
-                      {"/sys/class/dmi/id/product_serial", "/sys/class/dmi/id/board_serial",
-                       "/sys/class/dmi/id/chassis_serial", "/sys/firmware/devicetree/base/serial-number"});
-}
-
-std::optional<std::u16string> ReadBuildIdentifier(MachineFiles& files) {
-    const std::string release = ReadOsRelease(files);
-    for (const char* key : {"BUILD_ID", "IMAGE_VERSION"}) {
-        if (auto value = ReleaseValue(release, key)) {
-            return value;
-        }
-    }
-    return KernelRelease(files);
+void ReadIdentity(Sources& sources, MachineDetails& machine) {
+    ReadMaker(sources, machine);
+    ReadKind(sources, machine);
+    ReadProduct(sources, machine);
+    ReadProcessor(sources, machine);
+    ReadOperatingSystem(sources, machine);
+    ReadFirmware(sources, machine);
+    ReadSystemBoard(sources, machine);
+    machine.SerialNumber = sources.First(kSerialNumber);
+    machine.BuildIdentifier = sources.First(kBuildIdentifier);
 }
 
 }  // namespace daemon_service

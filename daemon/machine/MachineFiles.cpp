@@ -35,6 +35,10 @@ constexpr std::array kCredentials{
     Credential{"/sys/firmware/dmi/tables/DMI", "smbios_table"},
 };
 
+/// What the unit has the service manager hand over for a file that it cannot read. No such file of the kernel
+/// has this content: a text in it would end in a line end.
+constexpr std::string_view kStandIn = "none";
+
 /// How often opening a file is tried while it fails by chance. openat2(2) says EAGAIN when any file of the
 /// machine was renamed while it followed a ".."; with four threads that do nothing but rename, one opening in
 /// a hundred fails, and none was seen to fail four times in a row.
@@ -68,8 +72,21 @@ bool IsRegular(int descriptor) {
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool MeansAbsent(int error) {
-    return error == ENOENT || error == ENOTDIR || error == ENODEV;
+Missing WhyOf(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+        case ENODEV:
+            return Missing::Absent;
+        case EACCES:
+        case EPERM:
+            return Missing::Denied;
+        case EFBIG:
+        case ELOOP:
+            return Missing::Damaged;
+        default:
+            return Missing::Unknown;
+    }
 }
 
 }  // namespace
@@ -117,38 +134,46 @@ int MachineFiles::OpenOnce(const std::string& path, int flags) const {
 
 std::optional<std::string> MachineFiles::Read(const std::string& path) {
     // O_NONBLOCK: a pipe in a recorded tree must not hold the service up.
-    platform::FileDescriptor file;
+    constexpr int kFlags = O_RDONLY | O_NONBLOCK;
     const auto* credential = std::ranges::find(kCredentials, path, &Credential::path);
     if (credential != kCredentials.end() && !m_credentials.empty()) {
         const std::string name = m_credentials + "/" + credential->name;
-        file = platform::FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        const platform::FileDescriptor file(open(name.c_str(), kFlags | O_CLOEXEC));
+        auto content = file ? ReadOpened(path, file) : std::nullopt;
+        if (content && *content != kStandIn) {
+            return Observed(path, std::move(content));
+        }
+        // The service manager could not read the file either; the file itself tells why.
     }
-    if (!file) {
-        file = Open(path, O_RDONLY | O_NONBLOCK);
-    }
-    if (!file) {
-        return Missing(path, errno);
-    }
+    const platform::FileDescriptor file = Open(path, kFlags);
+    return file ? Observed(path, ReadOpened(path, file)) : Failed(path, errno);
+}
+
+std::optional<std::string> MachineFiles::ReadOpened(const std::string& path,
+                                                    const platform::FileDescriptor& file) {
     if (!IsRegular(file.Get())) {
+        m_why = Missing::Damaged;
         m_reason = "not a regular file";
         Note(path + ": " + m_reason);
         return std::nullopt;
     }
     std::optional<std::string> content = ReadAll(file.Get());
-    if (!content) {
-        return Missing(path, errno);
-    }
-    if (m_observer.File) {
+    return content ? content : Failed(path, errno);
+}
+
+std::optional<std::string> MachineFiles::Observed(const std::string& path,
+                                                  std::optional<std::string> content) const {
+    if (content && m_observer.File) {
         m_observer.File(path, *content);
     }
     return content;
 }
 
 /// A file that is absent is the only case that is nobody's fault and gets no note.
-std::nullopt_t MachineFiles::Missing(const std::string& path, int error) {
-    const bool absent = MeansAbsent(error);
-    m_reason = absent ? "absent" : std::strerror(error);
-    if (!absent) {
+std::nullopt_t MachineFiles::Failed(const std::string& path, int error) {
+    m_why = WhyOf(error);
+    m_reason = m_why == Missing::Absent ? "absent" : std::strerror(error);
+    if (m_why != Missing::Absent) {
         Note(path + ": " + m_reason);
     }
     return std::nullopt;
@@ -159,7 +184,7 @@ std::vector<std::string> MachineFiles::List(const std::string& path) {
     platform::FileDescriptor folder = Open(path, O_RDONLY | O_DIRECTORY);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(folder ? fdopendir(folder.Get()) : nullptr, closedir);
     if (stream == nullptr) {
-        Missing(path, errno);
+        Failed(path, errno);
         return names;
     }
     folder.Release();
@@ -172,7 +197,7 @@ std::vector<std::string> MachineFiles::List(const std::string& path) {
         errno = 0;
     }
     if (errno != 0) {
-        Missing(path, errno);
+        Failed(path, errno);
     }
     std::ranges::sort(names, [](const std::string& a, const std::string& b) {
         return strverscmp(a.c_str(), b.c_str()) < 0;
@@ -185,7 +210,7 @@ std::optional<std::string> MachineFiles::LinkTarget(const std::string& path) {
     char target[4096];
     const ssize_t length = link ? readlinkat(link.Get(), "", target, sizeof target) : -1;
     if (length < 0) {
-        return Missing(path, errno);
+        return Failed(path, errno);
     }
     std::string text(target, static_cast<std::size_t>(length));
     if (m_observer.Link) {

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "daemon/machine/Sourced.h"
 #include "platform/storage/FileDescriptor.h"
 
 namespace daemon_service {
@@ -39,7 +40,8 @@ class MachineFiles {
     /// Every reason but absence becomes a note.
     std::optional<std::string> Read(const std::string& path);
 
-    /// Why the last call that gave nothing did so: "absent", or the system's error.
+    /// Why the last call that gave nothing did so, and the system's error; "absent" for an absent file.
+    Missing Why() const { return m_why; }
     const std::string& Reason() const { return m_reason; }
 
     /// The names in a directory, sorted ("port2" before "port10"); none if it is absent. Every other reason
@@ -55,7 +57,9 @@ class MachineFiles {
     const std::vector<std::string>& Notes() const { return m_notes; }
 
   private:
-    std::nullopt_t Missing(const std::string& path, int error);
+    std::nullopt_t Failed(const std::string& path, int error);
+    std::optional<std::string> ReadOpened(const std::string& path, const platform::FileDescriptor& file);
+    std::optional<std::string> Observed(const std::string& path, std::optional<std::string> content) const;
     platform::FileDescriptor Open(const std::string& path, int flags);
     int OpenOnce(const std::string& path, int flags) const;
 
@@ -63,6 +67,7 @@ class MachineFiles {
     platform::FileDescriptor m_root;
     Observer m_observer;
     std::string m_credentials;  // folder of files that the service manager read for us; empty without
+    Missing m_why = Missing::Absent;
     std::string m_reason;
     std::vector<std::string> m_notes;
 };

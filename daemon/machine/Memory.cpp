@@ -38,12 +38,9 @@ std::optional<std::uint64_t> DeviceManagerMemory(MachineFiles& files) {
         return std::nullopt;
     }
     std::map<std::string_view, std::string_view> values;
-    for (std::string_view rest = *database; !rest.empty();) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        const auto cut = line.find('=');
-        if (line.starts_with("E:MEMORY_") && cut != std::string_view::npos) {
-            values.try_emplace(line.substr(0, cut), Trimmed(line.substr(cut + 1)));
+    for (const std::string_view line : platform::Lines(*database)) {
+        if (const auto pair = platform::CutLine(line, '=')) {
+            values.try_emplace(pair->Key, pair->Value);
         }
     }
     const auto count = Number(values["E:MEMORY_ARRAY_NUM_DEVICES"]);
@@ -83,12 +80,11 @@ std::optional<std::uint64_t> OnlineMemory(MachineFiles& files) {
 
 std::optional<std::uint64_t> UsableMemory(MachineFiles& files) {
     const auto meminfo = files.Read("/proc/meminfo");
-    auto total = meminfo ? LineValue(*meminfo, "MemTotal", ':') : std::nullopt;
+    const auto total = meminfo ? platform::LineValue(*meminfo, "MemTotal", ':') : std::nullopt;
     if (!total || !total->ends_with(" kB")) {
         return std::nullopt;
     }
-    total->resize(total->size() - 3);
-    const auto kib = Number(*total);
+    const auto kib = Number(total->substr(0, total->size() - 3));
     return kib && *kib > 0 && *kib < kMost / kKiB ? std::optional(*kib * kKiB) : std::nullopt;
 }
 
@@ -103,25 +99,72 @@ std::u16string Amount(std::uint64_t bytes) {
     return text + name;
 }
 
-}  // namespace
+constexpr std::uint8_t kLogicalNonVolatile = 0x1F;
 
-std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables) {
+/// The memory devices (type 17) of the machine's memory, not of flash or a video card.
+std::vector<const SmbiosStructure*> Devices(std::span<const SmbiosStructure> tables) {
     constexpr std::uint8_t kUseSystemMemory = 3;
-    constexpr std::uint8_t kLogicalNonVolatile = 0x1F;
     std::set<std::uint16_t> arrays;
     for (const SmbiosStructure& structure : tables) {
         if (structure.Type == smbios::kMemoryArray && structure.Byte(0x05) == kUseSystemMemory) {
             arrays.insert(structure.Handle);
         }
     }
-    std::uint64_t sum = 0;
+    std::vector<const SmbiosStructure*> devices;
     for (const SmbiosStructure& structure : tables) {
-        if (structure.Type != smbios::kMemoryDevice ||
-            !arrays.contains(structure.Word(0x04).value_or(0xFFFE)) ||
-            structure.Byte(0x12) == kLogicalNonVolatile) {
-            continue;
+        if (structure.Type == smbios::kMemoryDevice &&
+            arrays.contains(structure.Word(0x04).value_or(0xFFFE)) &&
+            structure.Byte(0x12) != kLogicalNonVolatile) {
+            devices.push_back(&structure);
         }
-        const auto size = DeviceSize(structure);
+    }
+    return devices;
+}
+
+struct MemoryKind {
+    std::uint8_t Type;
+    const char* Name;
+};
+
+/// DSP0134, "Memory Device - Type".
+constexpr MemoryKind kKinds[] = {{0x0F, "SDRAM"},  {0x12, "DDR"},    {0x13, "DDR2"},  {0x14, "DDR2"},
+                                 {0x18, "DDR3"},   {0x1A, "DDR4"},   {0x1B, "LPDDR"}, {0x1C, "LPDDR2"},
+                                 {0x1D, "LPDDR3"}, {0x1E, "LPDDR4"}, {0x20, "HBM"},   {0x21, "HBM2"},
+                                 {0x22, "DDR5"},   {0x23, "LPDDR5"}, {0x24, "HBM3"}};
+
+/// The speed that is set, else the highest; a word of FFFFh refers to a longer field.
+std::optional<std::uint32_t> Speed(const SmbiosStructure& device) {
+    for (const auto& [word, extended] : {std::pair(0x20, 0x58), std::pair(0x15, 0x54)}) {
+        std::optional<std::uint32_t> speed = device.Word(word);
+        if (speed == 0xFFFF) {
+            speed = device.Double(extended);
+        }
+        if (speed.value_or(0) != 0) {
+            return speed;
+        }
+    }
+    return std::nullopt;
+}
+
+MemoryModule ModuleOf(const SmbiosStructure& device) {
+    const auto* kind = std::ranges::find(kKinds, device.Byte(0x12).value_or(0), &MemoryKind::Type);
+    const auto slot = Value(device.Text(0x10));
+    MemoryModule module;
+    module.Bytes = DeviceSize(device);
+    module.Slot = slot ? platform::ToValidUtf8(*slot) : "";
+    if (module.Bytes != 0U) {
+        module.Kind = kind == std::end(kKinds) ? "" : kind->Name;
+        module.MegatransfersPerSecond = Speed(device);
+    }
+    return module;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables) {
+    std::uint64_t sum = 0;
+    for (const SmbiosStructure* device : Devices(tables)) {
+        const auto size = DeviceSize(*device);
         if (!size || sum > kMost) {
             return std::nullopt;
         }
@@ -130,25 +173,38 @@ std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> ta
     return sum > 0 ? std::optional(sum) : std::nullopt;
 }
 
-std::optional<std::u16string> ReadMemory(MachineFiles& files, std::span<const SmbiosStructure> tables) {
-    const auto usable = UsableMemory(files);
-    if (!usable) {
+void ReadMemory(Sources& sources, MachineDetails& machine) {
+    MachineFiles& files = sources.Files();
+    for (const SmbiosStructure* device : Devices(sources.Tables())) {
+        machine.MemoryModules.push_back(ModuleOf(*device));
+    }
+    machine.UsableBytes = UsableMemory(files);
+    SourcedText& memory = machine.Memory;
+    memory.Source = "proc meminfo";
+    if (!machine.UsableBytes) {
+        memory.Why = files.Read("/proc/meminfo") ? Missing::Damaged : files.Why();
         files.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
     }
     // A source that tells less than what is in use does not know everything; the next one may.
-    const auto tells = [&usable](const auto& bytes) { return bytes && *bytes >= usable.value_or(0); };
-    auto installed = InstalledMemory(tables);
-    if (!tells(installed)) {
-        installed = DeviceManagerMemory(files);
-    }
-    if (!tells(installed)) {
-        installed = OnlineMemory(files);
-    }
-    if (!tells(installed)) {
+    const auto offer = [&machine](const char* source, std::optional<std::uint64_t> bytes) {
+        if (!machine.InstalledBytes && bytes && *bytes >= machine.UsableBytes.value_or(0)) {
+            machine.InstalledBytes = bytes;
+            machine.Memory.Source = source;
+        }
+    };
+    offer("smbios 17", InstalledMemory(sources.Tables()));
+    offer("udev +dmi:id", machine.InstalledBytes ? std::nullopt : DeviceManagerMemory(files));
+    offer("sysfs devices/system/memory", machine.InstalledBytes ? std::nullopt : OnlineMemory(files));
+    if (!machine.InstalledBytes) {
         files.Note("memory: no source tells the installed size");
-        return usable ? std::optional(Amount(*usable) + u" usable") : std::nullopt;
     }
-    return usable ? Amount(*installed) + u" (" + Amount(*usable) + u" usable)" : Amount(*installed);
+    if (machine.InstalledBytes && machine.UsableBytes) {
+        memory.Value = Amount(*machine.InstalledBytes) + u" (" + Amount(*machine.UsableBytes) + u" usable)";
+    } else if (machine.InstalledBytes) {
+        memory.Value = Amount(*machine.InstalledBytes);
+    } else if (machine.UsableBytes) {
+        memory.Value = Amount(*machine.UsableBytes) + u" usable";
+    }
 }
 
 }  // namespace daemon_service

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 
-#include "daemon/machine/MachineFiles.h"
+#include "daemon/machine/MachineDetails.h"
 #include "daemon/machine/Smbios.h"
+#include "daemon/machine/Sources.h"
 
 namespace daemon_service {
 
@@ -16,8 +16,9 @@ namespace daemon_service {
 /// when the tables list none or leave the size of one open.
 std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables);
 
-/// "16 GB (15.6 GB usable)"; "15.6 GB usable" where no source tells an installed size that is as large; "16
-/// GB" where only that is known. 1 GB is 2^30 bytes. Pages find and translate the word "usable".
-std::optional<std::u16string> ReadMemory(MachineFiles& files, std::span<const SmbiosStructure> tables);
+/// Fills in memory, its parts and its modules: "16 GB (15.6 GB usable)"; "15.6 GB usable" where no source
+/// tells an installed size that is as large; "16 GB" where only that is known. 1 GB is 2^30 bytes. Pages find
+/// and translate the word "usable".
+void ReadMemory(Sources& sources, MachineDetails& machine);
 
 }  // namespace daemon_service

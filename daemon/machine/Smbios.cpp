@@ -84,13 +84,13 @@ std::vector<SmbiosStructure> ParseSmbios(std::string_view table) {
 }
 
 std::string ReadSmbios(MachineFiles& files) {
-    if (auto table = files.Read("/sys/firmware/dmi/tables/DMI")) {
+    if (auto table = files.Read(std::string(smbios::kTablePath))) {
         return *std::move(table);
     }
     std::string table;
     const std::string entries = "/sys/firmware/dmi/entries";
     for (const std::string& name : files.List(entries)) {
-        for (const char* type : {"4-", "8-", "16-", "17-", "24-"}) {
+        for (const char* type : {"0-", "4-", "8-", "16-", "17-", "24-"}) {
             if (name.starts_with(type)) {
                 table += files.Read(PathOf({entries, name, "raw"})).value_or("");
             }

@@ -31,6 +31,8 @@ struct SmbiosStructure {
 };
 
 namespace smbios {
+inline constexpr std::string_view kTablePath = "/sys/firmware/dmi/tables/DMI";
+inline constexpr std::uint8_t kFirmware = 0;
 inline constexpr std::uint8_t kProcessor = 4;
 inline constexpr std::uint8_t kPortConnector = 8;
 inline constexpr std::uint8_t kMemoryArray = 16;

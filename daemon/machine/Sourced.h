@@ -19,14 +19,14 @@ enum class Missing {
 
 template <typename T>
 struct Sourced {
-    std::optional<T> Value;
+    std::optional<T> Value{};
     /// Where the value was read, or the source that should have had it, in a form that a technician can look
     /// up: "smbios 1.7", "sysfs class/dmi/id/product_serial", "proc meminfo". Empty when nothing was read.
-    std::string Source;
+    std::string Source{};
     /// Why there is no value.
     Missing Why = Missing::Unknown;
     /// The placeholder's text, or the system's error. May be empty.
-    std::string Detail;
+    std::string Detail{};
 };
 
 using SourcedText = Sourced<std::u16string>;

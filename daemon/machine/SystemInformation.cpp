@@ -1,8 +1,6 @@
 #include "daemon/machine/SystemInformation.h"
 
-#include "daemon/machine/BiosPassword.h"
-#include "daemon/machine/Identity.h"
-#include "daemon/machine/Memory.h"
+#include "daemon/machine/ReadMachine.h"
 #include "daemon/machine/Values.h"
 #include "platform/core/Text.h"
 
@@ -16,29 +14,29 @@ static_assert(9 * kFieldLimit + 2 + 4 + 10 * kFieldSeparator.size() <= kSystemIn
 
 }  // namespace
 
-std::vector<Field> ReadSystemInformation(MachineFiles& files) {
-    const std::string bytes = ReadSmbios(files);
-    const std::vector<SmbiosStructure> tables = ParseSmbios(bytes);
-
+std::vector<Field> SystemInformationFields(const MachineDetails& machine) {
     std::vector<Field> fields;
     const auto add = [&fields](std::u16string_view label, const std::optional<std::u16string>& value) {
         fields.push_back({label, Capped(value.value_or(u"null"), kFieldLimit)});
     };
-    const Product product = ReadProduct(files);
-    add(u"Product name", product.Name);
-    add(u"Product number", product.Number);
-    add(u"Processor", ReadProcessor(files, tables));
-    add(u"Memory", ReadMemory(files, tables));
-    add(u"Operating system", ReadOperatingSystem(files));
-    add(u"Firmware version", ReadFirmwareVersion(files));
-    add(u"System board", ReadSystemBoard(files));
-    add(u"Serial number", ReadSerialNumber(files));
-    add(u"Build identifier", ReadBuildIdentifier(files));
-    if (const auto credential = ReadBiosPassword(files, tables)) {
-        add(u"BIOS password", platform::ToText(static_cast<int>(*credential)));
+    add(u"Product name", machine.ProductName.Value);
+    add(u"Product number", machine.ProductNumber.Value);
+    add(u"Processor", machine.Processor.Value);
+    add(u"Memory", machine.Memory.Value);
+    add(u"Operating system", machine.OperatingSystem.Value);
+    add(u"Firmware version", machine.FirmwareVersion.Value);
+    add(u"System board", machine.SystemBoard.Value);
+    add(u"Serial number", machine.SerialNumber.Value);
+    add(u"Build identifier", machine.BuildIdentifier.Value);
+    if (machine.BiosPassword.Value) {
+        add(u"BIOS password", platform::ToText(static_cast<int>(*machine.BiosPassword.Value)));
     }
     add(u"Trailing field", std::nullopt);
     return fields;
+}
+
+std::vector<Field> ReadSystemInformation(MachineFiles& files) {
+    return SystemInformationFields(ReadSystem(files));
 }
 
 std::u16string Joined(const std::vector<Field>& fields) {

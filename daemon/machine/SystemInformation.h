@@ -2,11 +2,10 @@
 
 // The system-information record: ten fields, or eleven where the status of the BIOS password is known.
 
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "daemon/machine/MachineFiles.h"
+#include "daemon/machine/MachineDetails.h"
 
 namespace daemon_service {
 
@@ -22,7 +21,10 @@ struct Field {
     std::u16string Text;
 };
 
-/// In record order. Never throws for what the files hold.
+/// In record order.
+std::vector<Field> SystemInformationFields(const MachineDetails& machine);
+
+/// Of the machine with these files. Never throws for what they hold.
 std::vector<Field> ReadSystemInformation(MachineFiles& files);
 
 /// The fields' texts joined by the separator.

@@ -119,25 +119,6 @@ std::optional<std::u16string> Value(std::string_view bytes) {
     return text;
 }
 
-std::optional<std::u16string> FirstValue(MachineFiles& files, std::string_view what,
-                                         std::initializer_list<const char*> paths) {
-    std::string reasons;
-    for (const char* path : paths) {
-        const auto content = files.Read(path);
-        if (content) {
-            if (auto value = Value(*content)) {
-                return value;
-            }
-        }
-        reasons += reasons.empty() ? "" : "; ";
-        reasons += path;
-        reasons += content ? " holds only \"" + platform::ToValidUtf8(Clean(*content)) + "\""
-                           : ": " + files.Reason();
-    }
-    files.Note(std::string(what) + ": no value: " + reasons);
-    return std::nullopt;
-}
-
 std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path) {
     const auto content = files.Read(path);
     return content ? Value(*content) : std::nullopt;
@@ -153,28 +134,6 @@ std::u16string Capped(std::u16string text, std::size_t limit) {
     }
     text.resize(keep);
     return text + u'…';
-}
-
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks(" \t\r\n\0", 5);
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-std::optional<std::string> LineValue(std::string_view text, std::string_view key, char separator) {
-    while (!text.empty()) {
-        const auto end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        const auto cut = line.find(separator);
-        if (cut != std::string_view::npos && Trimmed(line.substr(0, cut)) == key) {
-            return std::string(Trimmed(line.substr(cut + 1)));
-        }
-    }
-    return std::nullopt;
 }
 
 std::optional<std::uint64_t> Number(std::string_view text, int base) {

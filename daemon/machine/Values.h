@@ -3,14 +3,16 @@
 // From the bytes that firmware and the kernel give to a text that may stand in a record's field.
 
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "daemon/machine/MachineFiles.h"
+#include "platform/core/Lines.h"
 
 namespace daemon_service {
+
+using platform::Trimmed;
 
 /// Readable text of one line: UTF-8 to UTF-16, control characters and the records' separators replaced by
 /// blanks, bytes that are no UTF-8 by "?", runs of blanks collapsed, ends trimmed. May be empty.
@@ -23,25 +25,13 @@ bool IsPlaceholder(std::u16string_view text);
 /// The cleaned text unless it is a placeholder.
 std::optional<std::u16string> Value(std::string_view bytes);
 
-/// The value of the first of the files that has one. When none has, a note tells for each file why, beginning
-/// with `what`.
-std::optional<std::u16string> FirstValue(MachineFiles& files, std::string_view what,
-                                         std::initializer_list<const char*> paths);
-
-/// The file's value, without a note.
+/// The file's value.
 std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path);
 
 /// At most `limit` UTF-16 units; a longer text ends in "…". Never cuts a surrogate pair.
 std::u16string Capped(std::u16string text, std::size_t limit);
 
-/// The value in the first line with that key, of a text of "key: value" or "KEY=value" lines. Blanks around
-/// key and value do not count.
-std::optional<std::string> LineValue(std::string_view text, std::string_view key, char separator);
-
 /// The whole of `text`, but for blanks at its ends, as an unsigned number; nothing for anything else.
 std::optional<std::uint64_t> Number(std::string_view text, int base = 10);
-
-/// Without the blanks and line ends around it.
-std::string_view Trimmed(std::string_view text);
 
 }  // namespace daemon_service
