@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/core/Event.h"
@@ -62,7 +63,15 @@ class FileLoggingSession : public std::enable_shared_from_this<FileLoggingSessio
     void Close();
 
   private:
-    std::shared_ptr<LogFileRecorder> End();
+    /// A recorder and the thread that runs it.
+    struct Recording {
+        std::shared_ptr<LogFileRecorder> recorder;
+        std::thread thread;
+    };
+
+    /// What the first call that ends the session takes; empty for others.
+    Recording TakeRecording();
+    std::shared_ptr<StorageFile> End();
 
     const std::u16string m_name;
     const std::filesystem::path m_folder;
@@ -70,7 +79,7 @@ class FileLoggingSession : public std::enable_shared_from_this<FileLoggingSessio
 
     std::mutex m_mutex;
     // Guarded by m_mutex.
-    std::shared_ptr<LogFileRecorder> m_recorder;
+    Recording m_recording;
     std::vector<std::shared_ptr<LoggingChannel>> m_channels;
     bool m_closed = false;
 };

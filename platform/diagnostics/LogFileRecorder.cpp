@@ -1,6 +1,6 @@
 #include "platform/diagnostics/LogFileRecorder.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -10,7 +10,6 @@
 #include "platform/core/Text.h"
 #include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
-#include "platform/tasks/ThreadPool.h"
 
 namespace platform {
 
@@ -19,10 +18,7 @@ namespace {
 /// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
 constexpr std::chrono::seconds kPatience{1};
 
-/// Callers that have to wait go on when this many images are free: they wait seldom instead of at each file.
-constexpr std::size_t kFreeToGoOn = LiveFile::kImages / 2;
-
-/// Under load the recorder's thread polls, since waking it costs a caller as much as fifty messages. After
+/// Under load the session's thread polls, since waking it costs a caller as much as fifty messages. After
 /// kLooks empty polls it waits to be notified.
 constexpr std::chrono::microseconds kLookAgainAfter{200};
 constexpr int kLooks = 50;
@@ -33,50 +29,46 @@ constexpr std::int64_t kWallClockIsSet = 100000;
 
 }  // namespace
 
-std::shared_ptr<LogFileRecorder> LogFileRecorder::Start(std::filesystem::path folder,
-                                                        std::u16string sessionName, Generated generated) {
-    std::shared_ptr<LogFileRecorder> recorder(
-        new LogFileRecorder(std::move(folder), std::move(sessionName), std::move(generated)));
-    recorder->OpenLiveFile();
-    recorder->m_thread = std::thread([recorder] { recorder->Work(); });
-    return recorder;
-}
-
 LogFileRecorder::LogFileRecorder(std::filesystem::path folder, std::u16string sessionName,
-                                 Generated generated)
+                                 Generated generated, Wait wait)
     : m_sessionName(std::move(sessionName)),
       m_generated(std::move(generated)),
-      m_files(std::move(folder), ToUtf8(m_sessionName)) {}
+      m_wait(std::move(wait)),
+      m_files(std::move(folder), ToUtf8(m_sessionName)) {
+    Lock lock(TraceLock());
+    OpenLiveFile(lock);
+}
 
-void LogFileRecorder::Write(std::unique_lock<TraceMutex>& lock, const etl::Message& message) {
+bool LogFileRecorder::WaitInRealTime(Lock& lock, std::condition_variable_any& changed,
+                                     std::chrono::microseconds limit, const std::function<bool()>& reached) {
+    if (limit != kNoLimit) {
+        return changed.wait_for(lock, limit, reached);
+    }
+    changed.wait(lock, reached);
+    return true;
+}
+
+void LogFileRecorder::Write(Lock& lock, const etl::Message& message) {
     // Waiting releases the lock; the last other reference to this object may then be dropped.
     std::shared_ptr<LogFileRecorder> self;
-    while (!m_closing) {
-        if (m_current != nullptr) {
-            if (m_current->Append(message, CurrentClock().Steady())) {
-                return;
-            }
-            m_full.push_back(std::exchange(m_current, nullptr));
-            if (m_asleep) {
-                m_work.notify_one();
-            }
+    while (!m_ring.IsClosed()) {
+        if (m_ring.Append(message, CurrentClock().Steady())) {
+            return;
         }
-        if (m_free.empty()) {
-            self = shared_from_this();
-            if (!WaitForImage(lock)) {
-                ++m_lost;
-                return;
-            }
+        if (m_asleep && m_ring.HasFull()) {
+            m_work.notify_one();
         }
-        // Another caller may have been faster.
-        if (m_current == nullptr && !m_free.empty()) {
-            m_current = m_free.front();
-            m_free.pop_front();
+        if (m_ring.CanBegin()) {
             const auto steady = CurrentClock().Steady();
-            m_current->Begin(message.Thread, message.Process, FileTimeOf(steady), steady);
+            m_ring.Begin(message, FileTimeOf(steady), steady);
+            continue;
+        }
+        self = shared_from_this();
+        if (!WaitForImage(lock)) {
+            break;
         }
     }
-    ++m_lost;
+    m_ring.Drop();
 }
 
 std::int64_t LogFileRecorder::FileTimeOf(std::int64_t steady) {
@@ -87,96 +79,106 @@ std::int64_t LogFileRecorder::FileTimeOf(std::int64_t steady) {
     return *m_steadyZero + steady;
 }
 
-bool LogFileRecorder::WaitForImage(std::unique_lock<TraceMutex>& lock) {
-    if (m_outage || m_stalled) {
+bool LogFileRecorder::WaitForImage(Lock& lock) {
+    if (m_state == State::Outage || !m_ring.MayWait()) {
         return false;
     }
-    const bool freed = m_freed.wait_for(lock, kPatience, [this] {
-        return m_free.size() >= kFreeToGoOn || m_current != nullptr || m_outage || m_closing;
-    });
-    m_stalled = !freed;
-    return freed && !m_outage;
+    const bool isOver =
+        m_wait(lock, m_freed, kPatience, [this] { return m_ring.IsWaitOver() || m_state == State::Outage; });
+    if (!isOver) {
+        m_ring.WaitedInVain();
+    }
+    return isOver && m_state != State::Outage;
 }
 
-std::optional<std::filesystem::path> LogFileRecorder::Finish() {
-    {
-        const std::lock_guard lock(TraceLock());
-        m_closing = true;
-        if (m_current != nullptr) {
-            m_full.push_back(std::exchange(m_current, nullptr));
-            m_lastIsFull = true;
+void LogFileRecorder::Close() {
+    const std::lock_guard lock(TraceLock());
+    m_ring.Close();
+    m_work.notify_all();
+    m_freed.notify_all();
+}
+
+void LogFileRecorder::Run() {
+    for (auto state = Step(); state != State::Ended; state = Step()) {
+        Lock lock(TraceLock());
+        if (state == State::Recording) {
+            WaitForFullImage(lock);
+        } else if (state == State::Outage) {
+            m_wait(lock, m_work, kPatience, [this] { return m_ring.IsClosed(); });
         }
-        m_work.notify_all();
-        m_freed.notify_all();
     }
-    if (m_thread.get_id() == std::this_thread::get_id()) {
-        m_thread.detach();
-        return {};
+}
+
+LogFileRecorder::State LogFileRecorder::Step() {
+    Lock lock(TraceLock());
+    if (m_ring.IsClosed() && (m_state == State::Recording || m_state == State::Outage)) {
+        m_state = State::Closing;
     }
-    {
-        const BlockingRegion blocking;
-        m_thread.join();
+    switch (m_state) {
+        case State::Starting:
+            HandOutLeftovers(lock);
+            PrepareImages(lock);
+            m_state = State::Recording;
+            break;
+        case State::Recording:
+            if (m_ring.HasFull()) {
+                StoreFullImage(lock);
+            }
+            break;
+        case State::Outage:
+            TryAgain(lock);
+            break;
+        case State::Closing:
+            if (!m_ring.HasFull() || !StoreFullImage(lock)) {
+                End(lock);
+            }
+            break;
+        case State::Ended:
+            break;
     }
+    return m_state;
+}
+
+std::optional<std::filesystem::path> LogFileRecorder::LastFile() const {
     if (m_failure) {
         std::rethrow_exception(m_failure);
     }
     return m_last;
 }
 
-void LogFileRecorder::Work() {
-    std::unique_lock lock(TraceLock());
-    bool isNew = true;
-    while (true) {
-        if (!m_live && !m_closing) {
-            lock.unlock();
-            OpenLiveFile();
-            lock.lock();
+void LogFileRecorder::WaitForFullImage(Lock& lock) {
+    const auto awaited = [this] { return m_ring.HasFull() || m_ring.IsClosed(); };
+    for (int looks = 0; looks < kLooks; ++looks) {
+        if (m_wait(lock, m_work, kLookAgainAfter, awaited)) {
+            return;
         }
-        if (m_live && std::exchange(isNew, false)) {
-            lock.unlock();
-            HandOutLeftovers();
-            lock.lock();
-            PrepareImages(lock);
-        }
-        // What failed before the end was asked for is tried once more after it.
-        const bool isLastTry = m_closing;
-        if (!m_full.empty() && StoreFullImage(lock)) {
-            continue;
-        }
-        if (isLastTry) {
-            break;
-        }
-        if (m_closing) {
-            continue;
-        }
-        if (m_outage) {
-            m_work.wait_for(lock, kPatience);
-            if (m_live && m_full.empty() && RestoreLiveFile(lock)) {
-                EndOutage(lock);
-            }
-        } else {
-            WaitForFullImage(lock);
-        }
-    }
-    // What could not be stored stays in the live file, for the next start.
-    if (m_live && m_full.empty()) {
-        m_live->Remove();
-    }
-}
-
-void LogFileRecorder::WaitForFullImage(std::unique_lock<TraceMutex>& lock) {
-    const auto awaited = [this] { return m_closing || !m_full.empty(); };
-    for (int looks = 0; looks < kLooks && !awaited(); ++looks) {
-        lock.unlock();
-        std::this_thread::sleep_for(kLookAgainAfter);
-        lock.lock();
     }
     m_asleep = true;
-    m_work.wait(lock, awaited);
+    m_wait(lock, m_work, kNoLimit, awaited);
     m_asleep = false;
 }
 
-void LogFileRecorder::HandOutLeftovers() {
+bool LogFileRecorder::OpenLiveFile(Lock& lock) {
+    lock.unlock();
+    try {
+        EnsureFolder(m_files.Folder());
+        auto live = std::make_unique<LiveFile>(m_files.Folder(), m_files.Stem());
+        etl::EventTraceImage first(live->Image(0));
+        Prepare(first);
+        m_live = std::move(live);
+        lock.lock();
+        m_ring.Add(first);
+        return true;
+    } catch (...) {
+        const auto exception = CurrentException();
+        lock.lock();
+        BeginOutage(lock, exception);
+        return false;
+    }
+}
+
+void LogFileRecorder::HandOutLeftovers(Lock& lock) {
+    lock.unlock();
     const auto leftovers = m_files.TakeLeftovers(m_live->Path());
     for (const auto& path : leftovers.Files) {
         Report(path);
@@ -189,83 +191,71 @@ void LogFileRecorder::HandOutLeftovers() {
                                 CurrentException().what(), ")"});
         }
     }
+    lock.lock();
 }
 
-void LogFileRecorder::OpenLiveFile() {
-    try {
-        EnsureFolder(m_files.Folder());
-        auto live = std::make_unique<LiveFile>(m_files.Folder(), m_files.Stem());
-        etl::EventTraceImage first(live->Image(0));
-        Prepare(first);
-        std::unique_lock lock(TraceLock());
-        m_live = std::move(live);
-        m_images.assign(1, first);
-        m_images.reserve(LiveFile::kImages);
-        m_free.push_back(&m_images.front());
-        EndOutage(lock);
-    } catch (...) {
-        const auto exception = CurrentException();
-        std::unique_lock lock(TraceLock());
-        BeginOutage(lock, exception);
-    }
-}
-
-void LogFileRecorder::PrepareImages(std::unique_lock<TraceMutex>& lock) {
-    while (m_live && m_images.size() < LiveFile::kImages) {
-        const auto index = m_images.size();
+void LogFileRecorder::PrepareImages(Lock& lock) {
+    while (!m_ring.IsComplete() && !m_ring.IsClosed()) {
+        const auto index = m_ring.Size();
         lock.unlock();
         m_live->Populate(index - 1);
         m_live->Populate(index);
         etl::EventTraceImage image(m_live->Image(index));
         Prepare(image);
         lock.lock();
-        m_free.push_back(&m_images.emplace_back(image));
+        m_ring.Add(image);
         m_freed.notify_all();
     }
 }
 
-bool LogFileRecorder::StoreFullImage(std::unique_lock<TraceMutex>& lock) {
-    auto* const image = m_full.front();
-    const bool isLast = m_lastIsFull && m_full.size() == 1;
-    const auto lost = m_lost;
+bool LogFileRecorder::StoreFullImage(Lock& lock) {
+    const auto full = m_ring.FirstFull();
     std::filesystem::path path;
     lock.unlock();
     try {
-        image->Complete(CurrentClock().FileTime(), static_cast<std::uint32_t>(lost));
+        full.Image->Complete(CurrentClock().FileTime(), static_cast<std::uint32_t>(full.Lost));
         EnsureFolder(m_files.Folder());
-        path = m_files.Store(image->Bytes(), m_live->Path());
-        Prepare(*image);
+        path = m_files.Store(full.Image->Bytes(), m_live->Path());
+        Prepare(*full.Image);
     } catch (...) {
         const auto exception = CurrentException();
-        lock.lock();
         m_failure = std::current_exception();
+        lock.lock();
         BeginOutage(lock, exception);
         return false;
     }
+    m_failure = nullptr;
     // No system call while the lock is held: callers meet it.
     const bool isGone = m_live->IsGone();
-    if (!isLast) {
+    if (full.IsLast) {
+        m_last = path;
+    } else {
         Report(path);
     }
     lock.lock();
-    m_lost -= lost;
-    m_lostInOutage += lost;
-    m_full.pop_front();
-    m_free.push_back(image);
-    m_stalled = false;
-    m_failure = nullptr;
-    if (m_closing || !isGone || RestoreLiveFile(lock)) {
+    m_ring.Stored(full);
+    if (m_ring.IsClosed() || !isGone || RestoreLiveFile(lock)) {
         EndOutage(lock);
     }
     m_freed.notify_all();
-    if (isLast) {
-        m_last = path;
-    }
     return true;
 }
 
+void LogFileRecorder::TryAgain(Lock& lock) {
+    if (!m_live) {
+        if (OpenLiveFile(lock)) {
+            m_state = State::Starting;
+            EndOutage(lock);
+        }
+    } else if (m_ring.HasFull()) {
+        StoreFullImage(lock);
+    } else if (RestoreLiveFile(lock)) {
+        EndOutage(lock);
+    }
+}
+
 /// Makes the live file anew if somebody has deleted it; false when that fails.
-bool LogFileRecorder::RestoreLiveFile(std::unique_lock<TraceMutex>& lock) {
+bool LogFileRecorder::RestoreLiveFile(Lock& lock) {
     if (!m_live->IsGone()) {
         return true;
     }
@@ -278,6 +268,15 @@ bool LogFileRecorder::RestoreLiveFile(std::unique_lock<TraceMutex>& lock) {
     }
 }
 
+void LogFileRecorder::End(Lock& lock) {
+    m_state = State::Ended;
+    if (m_live && !m_ring.HasFull()) {
+        lock.unlock();
+        m_live->Remove();
+        lock.lock();
+    }
+}
+
 void LogFileRecorder::Report(const std::filesystem::path& path) {
     try {
         m_generated(path);
@@ -286,9 +285,13 @@ void LogFileRecorder::Report(const std::filesystem::path& path) {
     }
 }
 
-void LogFileRecorder::BeginOutage(std::unique_lock<TraceMutex>& lock, const Exception& why) {
+void LogFileRecorder::BeginOutage(Lock& lock, const Exception& why) {
+    if (m_state != State::Closing) {
+        m_state = State::Outage;
+    }
     m_freed.notify_all();
-    if (!std::exchange(m_outage, true)) {
+    if (!std::exchange(m_outageSaid, true)) {
+        m_reported = std::max(m_reported, m_ring.Counted());
         lock.unlock();
         WriteStandardError(
             {"kelvane: log files cannot be stored (", why.what(), "); messages may be lost until they can"});
@@ -296,9 +299,12 @@ void LogFileRecorder::BeginOutage(std::unique_lock<TraceMutex>& lock, const Exce
     }
 }
 
-void LogFileRecorder::EndOutage(std::unique_lock<TraceMutex>& lock) {
-    const auto lost = std::exchange(m_lostInOutage, 0) + m_lost;
-    if (std::exchange(m_outage, false)) {
+void LogFileRecorder::EndOutage(Lock& lock) {
+    if (m_state == State::Outage) {
+        m_state = State::Recording;
+    }
+    if (std::exchange(m_outageSaid, false)) {
+        const auto lost = m_ring.Dropped() - std::exchange(m_reported, m_ring.Dropped());
         lock.unlock();
         WriteStandardError(
             {"kelvane: log files are stored again; ", std::to_string(lost), " messages were lost"});
