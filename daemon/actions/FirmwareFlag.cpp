@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "daemon/actions/ActionError.h"
 #include "daemon/actions/SystemBus.h"
 
 namespace daemon_service {
@@ -32,42 +31,86 @@ void RequireYes(const std::string& answer, const std::string& what) {
     throw ActionError(Status::Failed, what + ": the session manager answered \"" + answer + "\"");
 }
 
-std::string RequestFirmwareSetup(SystemBus& bus) {
-    RequireYes(bus.Ask(kLogin, "CanRebootToFirmwareSetup"), "opening the firmware setup at the next start");
-    if (!bus.ReadBoolean(kLogin, "RebootToFirmwareSetup")) {
-        bus.Call(kLogin, "SetRebootToFirmwareSetup", true);
-        if (!bus.ReadBoolean(kLogin, "RebootToFirmwareSetup")) {
-            throw ActionError(Status::WriteFault, "the firmware accepted the request and did not keep it");
+/// One kind of request, as the session manager offers it.
+class Flag {
+  public:
+    /// Throws ActionError for a kind that the configuration forbids.
+    explicit Flag(const FirmwareRequest& request)
+        : m_isEntry(request.By == FirmwareRequest::Method::BootEntry), m_entry(request.Entry) {
+        if (request.By == FirmwareRequest::Method::Off) {
+            throw ActionError(Status::AccessDenied, "the configuration says \"firmware-request = off\"");
         }
     }
-    return "The firmware setup, which offers the diagnostics, opens at the next start of this computer.";
-}
 
-std::string RequestBootEntry(SystemBus& bus, const std::string& entry) {
-    RequireYes(bus.Ask(kLogin, "CanRebootToBootLoaderEntry"),
-               "starting the boot entry \"" + entry + "\" next");
-    if (std::ranges::count(bus.ReadTexts(kLogin, "BootLoaderEntries"), entry) == 0) {
-        throw ActionError(Status::NotFound, "the boot loader has no entry \"" + entry +
-                                                "\"; 'bootctl list' shows those that it has");
-    }
-    if (bus.ReadText(kLogin, "RebootToBootLoaderEntry") != entry) {
-        bus.Call(kLogin, "SetRebootToBootLoaderEntry", entry);
-        if (bus.ReadText(kLogin, "RebootToBootLoaderEntry") != entry) {
-            throw ActionError(Status::WriteFault, "the boot loader's request was accepted and not kept");
+    void RequireSupport(SystemBus& bus) const {
+        if (!m_isEntry) {
+            RequireYes(bus.Ask(kLogin, "CanRebootToFirmwareSetup"),
+                       "opening the firmware setup at the next start");
+            return;
+        }
+        RequireYes(bus.Ask(kLogin, "CanRebootToBootLoaderEntry"),
+                   "starting the boot entry \"" + m_entry + "\" next");
+        if (std::ranges::count(bus.ReadTexts(kLogin, "BootLoaderEntries"), m_entry) == 0) {
+            throw ActionError(Status::NotFound, "the boot loader has no entry \"" + m_entry +
+                                                    "\"; 'bootctl list' shows those that it has");
         }
     }
-    return "The boot entry \"" + entry + "\" starts at the next start of this computer.";
-}
+
+    /// Another boot entry than the configured one is somebody else's request.
+    bool IsPending(SystemBus& bus) const {
+        return m_isEntry ? bus.ReadText(kLogin, "RebootToBootLoaderEntry") == m_entry
+                         : bus.ReadBoolean(kLogin, "RebootToFirmwareSetup");
+    }
+
+    void Set(SystemBus& bus, bool pending) const {
+        if (IsPending(bus) == pending) {
+            return;
+        }
+        if (m_isEntry) {
+            bus.Call(kLogin, "SetRebootToBootLoaderEntry", pending ? m_entry : "");
+        } else {
+            bus.Call(kLogin, "SetRebootToFirmwareSetup", pending);
+        }
+        if (IsPending(bus) != pending) {
+            throw ActionError(Status::WriteFault,
+                              std::string(m_isEntry ? "the boot loader" : "the firmware") +
+                                  " accepted the request and did not keep it");
+        }
+    }
+
+  private:
+    const bool m_isEntry;
+    const std::string m_entry;
+};
 
 }  // namespace
 
 std::string SetFirmwareFlag(const FirmwareRequest& request) {
-    if (request.By == FirmwareRequest::Method::Off) {
-        throw ActionError(Status::AccessDenied, "the configuration says \"firmware-request = off\"");
-    }
+    const Flag flag(request);
     SystemBus bus;
-    return request.By == FirmwareRequest::Method::BootEntry ? RequestBootEntry(bus, request.Entry)
-                                                            : RequestFirmwareSetup(bus);
+    flag.RequireSupport(bus);
+    flag.Set(bus, true);
+    return request.By == FirmwareRequest::Method::BootEntry
+               ? "The boot entry \"" + request.Entry + "\" starts at the next start of this computer."
+               : "The firmware setup, which offers the diagnostics, opens at the next start of this "
+                 "computer.";
+}
+
+void CancelFirmwareFlag(const FirmwareRequest& request) {
+    const Flag flag(request);
+    SystemBus bus;
+    flag.Set(bus, false);
+}
+
+FirmwareFlagState ReadFirmwareFlag(const FirmwareRequest& request) {
+    try {
+        const Flag flag(request);
+        SystemBus bus;
+        flag.RequireSupport(bus);
+        return {.Pending = flag.IsPending(bus)};
+    } catch (const ActionError& error) {
+        return {.Failure = error.Code()};
+    }
 }
 
 }  // namespace daemon_service

@@ -34,18 +34,37 @@ std::uint32_t StatusOf(const std::function<void()>& action) {
     }
 }
 
-std::uint32_t FlagStatus(const FirmwareRequest& request = {}) {
-    return StatusOf([&request] { SetFirmwareFlag(request); });
+/// What setting the flag fails with, which reading its state must report unless only writing shows it.
+std::uint32_t FlagStatus(const FirmwareRequest& request = {}, bool onlyByWriting = false) {
+    const auto status = StatusOf([&request] { SetFirmwareFlag(request); });
+    const auto state = ReadFirmwareFlag(request);
+    EXPECT_EQ(onlyByWriting ? 0 : status, state.Failure ? static_cast<std::uint32_t>(*state.Failure) : 0);
+    EXPECT_EQ(state.Pending, status == 0);
+    return status;
 }
 
 TEST(FirmwareFlag, IsSetOnceAndReadBack) {
     StandInBus bus;
+    const auto pending = [&](bool expected) {
+        EXPECT_EQ(ReadFirmwareFlag({}).Pending, expected);
+        EXPECT_EQ(ReadFirmwareFlag({}).Failure, std::nullopt);
+        return bus.State.With([](BusState& state) { return state.SetupRequested; }) == expected;
+    };
+    CancelFirmwareFlag({});
+    EXPECT_TRUE(pending(false));
     EXPECT_THAT(SetFirmwareFlag({}), HasSubstr("opens at the next start"));
     EXPECT_THAT(SetFirmwareFlag({}), HasSubstr("opens at the next start"));
+    EXPECT_TRUE(pending(true));
+    CancelFirmwareFlag({});
+    CancelFirmwareFlag({});
+    EXPECT_TRUE(pending(false));
     bus.State.With([](BusState& state) {
-        EXPECT_TRUE(state.SetupRequested);
-        EXPECT_THAT(state.Calls, ElementsAre("SetRebootToFirmwareSetup true")) << "nothing is written twice";
+        EXPECT_THAT(state.Calls,
+                    ElementsAre("SetRebootToFirmwareSetup true", "SetRebootToFirmwareSetup false"))
+            << "nothing is written twice";
+        state = {.SetupRequested = true, .Forgets = true};
     });
+    EXPECT_EQ(StatusOf([] { CancelFirmwareFlag({}); }), static_cast<std::uint32_t>(Status::WriteFault));
 }
 
 struct Failure {
@@ -74,11 +93,12 @@ TEST(FirmwareFlag, TellsFailuresApartAndWritesNothing) {
             state = {};
             failure.arrange(state);
         });
-        EXPECT_EQ(FlagStatus(), static_cast<std::uint32_t>(failure.wanted)) << failure.fault;
+        const bool onlyByWriting = bus.State.With([](BusState& state) { return !state.FailWith.empty(); });
+        EXPECT_EQ(FlagStatus({}, onlyByWriting), static_cast<std::uint32_t>(failure.wanted)) << failure.fault;
         bus.State.With([](BusState& state) { EXPECT_THAT(state.Calls, IsEmpty()); });
     }
     bus.State.With([](BusState& state) { state = {.Forgets = true}; });
-    EXPECT_EQ(FlagStatus(), static_cast<std::uint32_t>(Status::WriteFault));
+    EXPECT_EQ(FlagStatus({}, true), static_cast<std::uint32_t>(Status::WriteFault));
     EXPECT_EQ(FlagStatus({.By = FirmwareRequest::Method::Off, .Entry = {}}),
               static_cast<std::uint32_t>(Status::AccessDenied));
 }
@@ -106,9 +126,13 @@ TEST(FirmwareFlag, BootEntryMustExist) {
         return FirmwareRequest{.By = FirmwareRequest::Method::BootEntry, .Entry = name};
     };
     EXPECT_THAT(SetFirmwareFlag(entry("memory-test.conf")), HasSubstr("\"memory-test.conf\" starts"));
+    EXPECT_TRUE(ReadFirmwareFlag(entry("memory-test.conf")).Pending);
     EXPECT_EQ(FlagStatus(entry("other.conf")), static_cast<std::uint32_t>(Status::NotFound));
+    CancelFirmwareFlag(entry("other.conf"));
+    CancelFirmwareFlag(entry("memory-test.conf"));
     bus.State.With([](BusState& state) {
-        EXPECT_THAT(state.Calls, ElementsAre("SetRebootToBootLoaderEntry memory-test.conf"));
+        EXPECT_THAT(state.Calls, ElementsAre("SetRebootToBootLoaderEntry memory-test.conf",
+                                             "SetRebootToBootLoaderEntry "));
         state.CanEntry = "na";
     });
     EXPECT_EQ(FlagStatus(entry("memory-test.conf")), static_cast<std::uint32_t>(Status::NotSupported));

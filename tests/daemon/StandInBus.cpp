@@ -85,12 +85,12 @@ int StandInBus::Handle(sd_bus_message* message) {
         if (member == "SetRebootToFirmwareSetup") {
             int wanted = 0;
             sd_bus_message_read(message, "b", &wanted);
-            state.SetupRequested = wanted != 0 && !state.Forgets;
+            state.SetupRequested = state.Forgets ? state.SetupRequested : wanted != 0;
             state.Calls.push_back(member + (wanted != 0 ? " true" : " false"));
         } else if (member == "SetRebootToBootLoaderEntry") {
             const char* entry = nullptr;
             sd_bus_message_read(message, "s", &entry);
-            state.EntryRequested = state.Forgets ? "" : entry;
+            state.EntryRequested = state.Forgets ? state.EntryRequested : entry;
             state.Calls.push_back(member + " " + entry);
         } else if (member == "StartUnit") {
             const char* unit = nullptr;
