@@ -10,7 +10,7 @@
 #include "daemon/machine/Recorder.h"
 #include "daemon/service/Log.h"
 #include "daemon/service/Options.h"
-#include "daemon/service/Records.h"
+#include "daemon/service/Print.h"
 #include "daemon/service/Serve.h"
 
 namespace {
@@ -27,7 +27,7 @@ int Record(const daemon_service::Options& options) {
 int Run(const daemon_service::Options& options) {
     switch (options.Mode) {
         case daemon_service::Options::Task::Print:
-            return daemon_service::PrintRecords(options.Sysroot) ? EXIT_SUCCESS : EXIT_FAILURE;
+            return daemon_service::PrintMachine(options.Sysroot) ? EXIT_SUCCESS : EXIT_FAILURE;
         case daemon_service::Options::Task::Record:
             return Record(options);
         case daemon_service::Options::Task::StartTool:

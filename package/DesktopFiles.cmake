@@ -11,3 +11,6 @@ install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.svg DESTINATION ${icon_fo
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${application}.service DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/services)
+
+# What programs that read the output of `kelvane --json` validate it by.
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/details.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvane)

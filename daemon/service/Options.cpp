@@ -24,7 +24,11 @@ constexpr platform::ProgramOption kOptions[] = {
      .Help = "end after so long without a client; 0: never (default: 120 when the service manager holds the "
              "socket, else 0)"},
     {.Name = "sysroot", .Argument = "DIR", .Help = "describe the machine whose files are recorded below DIR"},
-    {.Name = "print", .Help = "instead of serving, print both records and end", .Exclusive = true},
+    {.Name = "print",
+     .Help =
+         "instead of serving, print each value, or why there is none, beside its source, and both records, "
+         "and end",
+     .Exclusive = true},
     {.Name = "record",
      .Argument = "DIR",
      .Help =

@@ -52,27 +52,38 @@ Procedures::Procedures(const Options& options, bool byManager)
       m_records(options),
       m_tools(byManager) {}
 
-std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
-    // Only for procedures whose length is ours: one that calls back lasts as long as its client likes.
-    const auto watched = [this](auto body) -> platform::rpc::ServerProcedure {
-        return [this, body](ServerCall& call) {
-            const auto mark = m_running.With([](auto& running) { return running.insert(Clock::now()); });
-            const auto unmark = [this, mark](void*) {
-                m_running.With([mark](auto& running) { running.erase(mark); });
-            };
-            const std::unique_ptr<void, decltype(unmark)> end(this, unmark);
-            body(call);
+platform::rpc::ServerProcedure Procedures::Watched(platform::rpc::ServerProcedure body) {
+    return [this, body = std::move(body)](ServerCall& call) {
+        const auto mark = m_running.With([](auto& running) { return running.insert(Clock::now()); });
+        const auto unmark = [this, mark](void*) {
+            m_running.With([mark](auto& running) { running.erase(mark); });
         };
+        const std::unique_ptr<void, decltype(unmark)> end(this, unmark);
+        body(call);
     };
+}
+
+std::vector<platform::rpc::ServerProcedure> Procedures::DetailsTable() {
+    if (!m_records.HasDetails()) {
+        return {};
+    }
+    return {
+        /* ReadDetails */ Watched([this](ServerCall& call) { call.SetText(0, ReadDetails()); }),
+        /* CancelFirmwareRequest */
+        Watched([this](ServerCall& call) { CancelFirmwareRequest(call.Caller()); }),
+    };
+}
+
+std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
     return {
         /* OpenContext */ [](ServerCall& call) { call.SetContext(std::make_shared<Context>()); },
         /* CloseContext */ [](ServerCall& call) { call.SetContext(nullptr); },
         /* StartMSInfoApp */
-        watched([this](ServerCall& call) { StartTool(Tool::SystemInformation, call.Caller()); }),
-        /* StartUSBC */ watched([this](ServerCall& call) { StartTool(Tool::UsbTypeC, call.Caller()); }),
+        Watched([this](ServerCall& call) { StartTool(Tool::SystemInformation, call.Caller()); }),
+        /* StartUSBC */ Watched([this](ServerCall& call) { StartTool(Tool::UsbTypeC, call.Caller()); }),
         /* ReadSysInfo */
-        watched([this](ServerCall& call) { call.SetText(0, m_records.SystemInformation()); }),
-        /* ReadUSBTypeCInfo */ watched([this](ServerCall& call) { call.SetText(0, m_records.UsbTypeC()); }),
+        Watched([this](ServerCall& call) { call.SetText(0, m_records.SystemInformation()); }),
+        /* ReadUSBTypeCInfo */ Watched([this](ServerCall& call) { call.SetText(0, m_records.UsbTypeC()); }),
         /* WriteTextProc6 */
         [](ServerCall& call) {
             ContextOf(call)->With(
@@ -100,7 +111,7 @@ std::vector<platform::rpc::ServerProcedure> Procedures::Table() {
             }
             call.SetText(2, text);
         },
-        /* SetUEFIFlag */ watched([this](ServerCall& call) { call.SetText(0, SetUefiFlag(call.Caller())); }),
+        /* SetUEFIFlag */ Watched([this](ServerCall& call) { call.SetText(0, SetUefiFlag(call.Caller())); }),
     };
 }
 
@@ -134,6 +145,23 @@ std::u16string Procedures::SetUefiFlag(const SocketCredentials& caller) {
                                      [&] { return SetFirmwareFlag(CurrentConfiguration().Firmware); });
     Log(Priority::Notice, sentence);
     return platform::FromUtf8(sentence);
+}
+
+std::u16string Procedures::ReadDetails() {
+    FirmwareRequest request;
+    FirmwareFlagState flag;
+    try {
+        request = CurrentConfiguration().Firmware;
+        flag = ReadFirmwareFlag(request);
+    } catch (const ActionError& error) {
+        flag.Failure = error.Code();
+    }
+    return m_records.Details(request, flag);
+}
+
+void Procedures::CancelFirmwareRequest(const SocketCredentials& caller) {
+    Act("take back the request for the next start", caller,
+        [&] { CancelFirmwareFlag(CurrentConfiguration().Firmware); });
 }
 
 Configuration Procedures::CurrentConfiguration() const {

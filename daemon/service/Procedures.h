@@ -1,6 +1,6 @@
 #pragma once
 
-// What stands behind the interface's thirteen procedures.
+// What stands behind the procedures of both interfaces.
 
 #include <chrono>
 #include <set>
@@ -28,6 +28,10 @@ class Procedures {
     /// In the interface's order. The functions refer to this object.
     std::vector<platform::rpc::ServerProcedure> Table();
 
+    /// The same for the details interface; none where files stand in for the records, of which no details are
+    /// known.
+    std::vector<platform::rpc::ServerProcedure> DetailsTable();
+
     /// How long the oldest read or action has been running; zero when none runs. One that never ends means
     /// that the service is stuck.
     std::chrono::steady_clock::duration OldestCall() const;
@@ -35,6 +39,8 @@ class Procedures {
   private:
     using Clock = std::chrono::steady_clock;
 
+    /// A procedure whose length is ours; one that calls back lasts as long as its client likes.
+    platform::rpc::ServerProcedure Watched(platform::rpc::ServerProcedure body);
     /// As it is now; throws ActionError.
     Configuration CurrentConfiguration() const;
     void StartTool(Tool tool, const platform::rpc::SocketCredentials& caller);
@@ -43,6 +49,8 @@ class Procedures {
     template <typename Action>
     auto Act(const std::string& what, const platform::rpc::SocketCredentials& caller, Action action);
     std::u16string SetUefiFlag(const platform::rpc::SocketCredentials& caller);
+    std::u16string ReadDetails();
+    void CancelFirmwareRequest(const platform::rpc::SocketCredentials& caller);
 
     // Constant after construction.
     const std::string m_configuration;

@@ -1,11 +1,14 @@
 #pragma once
 
-// The two records as they are served: of a machine's files, or of a text file that stands in for one.
+// The two records and the details as they are served: of a machine's files, or records of text files that
+// stand in for them.
 
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "daemon/actions/FirmwareFlag.h"
 #include "daemon/service/Options.h"
 #include "platform/core/Guarded.h"
 
@@ -20,6 +23,11 @@ class Records {
     std::optional<std::u16string> SystemInformation();
     std::optional<std::u16string> UsbTypeC();
 
+    /// Whether the records are of the machine's files, so that details of it go with them.
+    bool HasDetails() const { return !m_systemInformationFile && !m_usbTypeCFile; }
+    /// The details document, made anew.
+    std::u16string Details(const FirmwareRequest& request, const FirmwareFlagState& flag);
+
   private:
     // Constant after construction.
     const std::string m_sysroot;
@@ -31,10 +39,9 @@ class Records {
     void LogNews(platform::Guarded<Notes>& known, const Notes& notes);
     platform::Guarded<Notes> m_systemInformationNotes;
     platform::Guarded<Notes> m_usbTypeCNotes;
-};
 
-/// Both records and why values are missing, for people, on standard output and standard error. False when the
-/// output cannot be written, which has been reported.
-bool PrintRecords(const std::string& sysroot);
+    /// One document at a time is made: what that takes of memory counts once, not per connection.
+    std::mutex m_makingDetails;
+};
 
 }  // namespace daemon_service

@@ -17,6 +17,7 @@
 #include "daemon/service/Procedures.h"
 #include "platform/core/Exception.h"
 #include "platform/rpc/Server.h"
+#include "service/DetailsRpc.h"
 #include "service/HotkeyRpc.h"
 
 namespace daemon_service {
@@ -155,6 +156,9 @@ int Serve(const Options& options) {
     const int sockets = sd_listen_fds(1);
     Procedures procedures(options, sockets > 0);
     Server server(Kelvane::kHotkeyRpc, procedures.Table(), Limits(procedures));
+    if (auto details = procedures.DetailsTable(); !details.empty()) {
+        server.Add(Kelvane::kDetailsRpc, std::move(details));
+    }
     if (sockets > 0) {
         for (int i = 0; i < sockets; ++i) {
             server.Adopt(SD_LISTEN_FDS_START + i);

@@ -123,6 +123,8 @@ std::u16string JsonValue::Stringify() const {
     return FromUtf8(writer.Text);
 }
 
+JsonValue::JsonValue(std::u16string value) : m_value(std::move(value)) {}
+
 JsonValue::JsonValue(double value) {
     if (std::isfinite(value)) {
         m_value = value;

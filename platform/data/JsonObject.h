@@ -69,7 +69,7 @@ class JsonValue {
     JsonValue(double value);
     template <std::integral T>
     requires(!std::same_as<T, bool>) JsonValue(T value) : JsonValue(static_cast<double>(value)) {}
-    JsonValue(std::u16string value) : m_value(std::move(value)) {}
+    JsonValue(std::u16string value);
     JsonValue(std::u16string_view value) : m_value(std::u16string(value)) {}
     JsonValue(const char16_t* value) : m_value(std::u16string(value)) {}
     JsonValue(JsonArray value) : m_value(std::move(value)) {}

@@ -13,7 +13,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "daemon/machine/ReadMachine.h"
+#include "daemon/service/Details.h"
 #include "platform/core/Text.h"
+#include "service/DetailsClient.h"
 #include "tests/daemon/ServiceProcess.h"
 #include "tests/support/RecordedMachine.h"
 
@@ -51,6 +54,9 @@ TEST_F(Service, ServesTheFileThatStandsInAsItIsNow) {
     }
     Write("record", "\xC3\xA4<.^.>\xF0\x9F\x92\xBB\n");
     EXPECT_EQ(client.Read(), std::u16string(u"ä<.^.>\U0001F4BB") + u'\0');
+    std::u16string json;
+    EXPECT_EQ(Kelvane::DetailsClient().ReadDetails(json), platform::rpc::status::kUnknownInterface)
+        << "the machine's details do not go with a file's record";
 }
 
 TEST_F(Service, ServesARecordedMachine) {
@@ -61,6 +67,10 @@ TEST_F(Service, ServesARecordedMachine) {
     client.Open();
     EXPECT_EQ(client.Read(), platform::FromUtf8(machine.SystemInformation()) + u'\0');
     EXPECT_EQ(client.Read(procedure::ReadUSBTypeCInfo), platform::FromUtf8(machine.UsbTypeC()) + u'\0');
+    std::u16string json;
+    EXPECT_EQ(Kelvane::DetailsClient().ReadDetails(json), 0U);
+    MachineFiles files(machine.Root());
+    EXPECT_EQ(json, DetailsDocument(ReadMachine(files), {}, ReadFirmwareFlag({})));
 }
 
 TEST_F(Service, SecondInstanceIsRefusedAndTheFirstGoesOn) {
@@ -162,9 +172,11 @@ TEST_F(Service, AUserWhoSwitchedAwayActsNoMore) {
         const auto act = [&client](auto procedure) {
             return StatusOf([&] { NdrClientCall3(Kelvane::kHotkeyRpc, procedure, {client.Context}); });
         };
-        const bool mayAtFirst = act(procedure::StartUSBC) != 5;
+        Kelvane::DetailsClient details;
+        const auto cancel = [&details] { return details.CancelFirmwareRequest(); };
+        const bool mayAtFirst = act(procedure::StartUSBC) != 5 && cancel() != 5;
         std::filesystem::remove("/run/systemd/seats/seat0");
-        return mayAtFirst && act(procedure::StartUSBC) == 5 && client.Read() ? 0 : 1;
+        return mayAtFirst && act(procedure::StartUSBC) == 5 && cancel() == 5 && client.Read() ? 0 : 1;
     });
     EXPECT_EQ(status, 0) << service.Log();
 }
