@@ -83,12 +83,13 @@ bool LogFileRecorder::WaitForImage(Lock& lock) {
     if (m_state == State::Outage || !m_ring.MayWait()) {
         return false;
     }
-    const bool isOver =
-        m_wait(lock, m_freed, kPatience, [this] { return m_ring.IsWaitOver() || m_state == State::Outage; });
-    if (!isOver) {
+    const auto isOver = [this] { return m_ring.IsWaitOver() || m_state == State::Outage; };
+    // The fewest free images are better than a lost message.
+    const bool goesOn = m_wait(lock, m_freed, kPatience, isOver) || m_ring.CanBegin();
+    if (!goesOn) {
         m_ring.WaitedInVain();
     }
-    return isOver && m_state != State::Outage;
+    return goesOn;
 }
 
 void LogFileRecorder::Close() {

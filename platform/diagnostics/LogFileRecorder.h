@@ -89,6 +89,7 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     // Any thread, TraceLock held; it is released while something is waited for or said.
     /// The wall clock, as FILETIME, at a reading of the steady one.
     std::int64_t FileTimeOf(std::int64_t steady);
+    /// False when there is none, and none is to be waited for.
     bool WaitForImage(Lock& lock);
     void BeginOutage(Lock& lock, const Exception& why);
     void EndOutage(Lock& lock);
