@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <fstream>
 
-#include "platform/diagnostics/EventTraceFormat.h"
-#include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/FileLoggingSession.h"
 #include "tests/support/LogFolder.h"
 #include "tools/LogSources.h"
@@ -31,26 +29,12 @@ class LogTool : public testing::Test {
 
     using Lines = std::vector<std::u16string>;
 
-    /// The file of one message each of `texts`, in `memory`.
-    static std::span<const std::byte> File(std::span<std::byte> memory, const Lines& texts,
-                                           std::uint32_t lost = 0) {
-        platform::etl::EventTraceImage image(memory.data());
-        image.Prepare(u"S", u"S.etl", 0);
-        image.Begin(1, 2, 133000000000000000, 1000);
-        for (const auto& text : texts) {
-            image.Append({.Channel = u"c", .Text = text, .Level = 0, .Thread = 1, .Process = 2}, 1000);
-        }
-        image.Complete(133000000000000000, lost);
-        return image.Bytes();
-    }
     static constexpr std::size_t kClock = 0x58;
-    /// Behind a first one of three letters on a channel of one.
-    static constexpr std::size_t kSecondRecord = 0x10048 + 0x60;
+    /// The kind of the record behind one of three letters.
+    static constexpr std::size_t kSecondRecordType = 0x10048 + 0x60 + 2;
 
     void Put(const std::string& name, std::span<const std::byte> bytes) {
-        std::filesystem::create_directories(m_state.Logs());
-        std::ofstream(m_state.Logs() / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        tests::WriteBytes(m_state.Logs() / name, bytes);
     }
 
     tests::StateFolderScope m_state;
@@ -73,86 +57,66 @@ TEST_F(LogTool, FollowsMessagesFromTheLiveFileIntoTheStoredOnesOnceEach) {
     sources.Poll();
     EXPECT_EQ(Taken(), Lines{u"two"});
     // Three files' worth while nobody looks.
-    const std::u16string large(30000, u'l');
-    for (int i = 0; i < 9; ++i) {
-        Write(large);
+    Lines texts(9, std::u16string(30000, u'l'));
+    texts.push_back(u"three");
+    for (const auto& text : texts) {
+        Write(text);
     }
-    Write(u"three");
-    const auto file = session->CloseAndSaveToFileAsync().get();
+    session->Close();
     std::filesystem::create_directories(m_state.Stored());
     for (const auto& name : tests::Names(m_state.Logs())) {
         std::filesystem::rename(m_state.Logs() / name, m_state.Stored() / ("Log-" + name));
     }
     sources.Poll();
-    const auto texts = Taken();
-    ASSERT_EQ(texts.size(), 10U);
-    EXPECT_EQ(texts.front(), large);
-    EXPECT_EQ(texts.back(), u"three");
+    EXPECT_EQ(Taken(), texts);
     sources.Poll();
     EXPECT_TRUE(Taken().empty());
     EXPECT_TRUE(m_problems.empty());
 }
 
-TEST_F(LogTool, SaysOnceWhatCannotBeReadAndReadsTheRest) {
-    const auto session = std::make_shared<platform::FileLoggingSession>(u"S", m_state.Logs());
-    session->AddLoggingChannel(m_channel);
-    Write(u"sound");
-    session->Close();
-    const auto bytes = tests::ReadBytes(m_state.Logs() / "S-1.etl");
-    Put("cut.etl", std::span(bytes).first(0x10100));
+TEST_F(LogTool, SaysOnceWhatCannotBeReadOrWasLostAndReadsTheRest) {
+    auto bytes = tests::LogFile({u"one", u"two", u"three"}, 30);
+    Put("sound.etl", bytes);
+    Put("cut.etl", std::span(bytes).first(0x10200));
+    bytes[kSecondRecordType] ^= std::byte{0xFF};
+    bytes[kClock] ^= std::byte{1};
+    Put("damaged.live", bytes);
+    Put("stored.etl", bytes);
     std::ofstream(m_state.Logs() / "foreign.etl") << "no log file";
     // Neither there nor gone.
     std::filesystem::create_symlink("loop.etl", m_state.Logs() / "loop.etl");
-    auto sources = Open({{.path = m_state.Logs()}, {.path = m_state.Kelvane() / "missing.etl"}});
-    sources.Poll();
-    sources.Poll();
-    EXPECT_EQ(Taken(), Lines{u"sound"});
-    std::ranges::sort(m_problems);
-    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "foreign.etl", "loop.etl", "missing.etl"}));
-}
-
-TEST_F(LogTool, TellsOnceWhatWasLostAndWhatIsDamagedInALiveFile) {
-    std::vector<std::byte> memory(platform::etl::kFileSize);
-    const auto bytes = File(memory, {u"one", u"two", u"three"}, 30);
-    Put("sound.etl", bytes);
-    memory[kSecondRecord + offsetof(platform::etl::EventHeader, HeaderType)] ^= std::byte{0xFF};
-    memory[kClock] ^= std::byte{1};
-    Put("damaged.live", bytes);
-    Put("stored.etl", bytes);
     const auto text = m_state.Kelvane() / "text.live";
     std::ofstream(text) << "no live file";
     const auto empty = m_state.Kelvane() / "empty";
     std::filesystem::create_directory(empty);
-    auto sources = Open({{.path = m_state.Logs()}, {.path = text}, {.path = empty}});
+    auto sources = Open(
+        {{.path = m_state.Logs()}, {.path = text}, {.path = empty}, {.path = m_state.Kelvane() / "missing"}});
     sources.Poll();
     sources.Poll();
     EXPECT_EQ(Taken(), (Lines{u"one", u"two", u"three", u"one"}));
     std::ranges::sort(m_problems);
-    EXPECT_EQ(m_problems, (std::vector<std::string>{"damaged.live", "empty", "text.live"}));
+    EXPECT_EQ(m_problems, (std::vector<std::string>{"cut.etl", "damaged.live", "empty", "foreign.etl",
+                                                    "loop.etl", "missing", "text.live"}));
     EXPECT_EQ(m_losses, (std::vector<std::string>{"30 messages were lost", "30 messages were lost"}));
 }
 
 TEST_F(LogTool, ShowsEachMessageOnceWhateverBecomesOfNamesAndCopies) {
-    std::vector<std::byte> memory(platform::etl::kFileSize);
-    const auto bytes = File(memory, {u"one", u"two", std::u16string(32600, u'l'), u"last"});
+    const std::u16string large(32600, u'l');
+    auto bytes = tests::LogFile({u"one", u"two", large, u"last"});
     Put("b.etl", bytes);
-    memory[kSecondRecord + offsetof(platform::etl::EventHeader, HeaderType)] ^= std::byte{0xFF};
+    bytes[kSecondRecordType] ^= std::byte{0xFF};
     Put("a.etl", bytes);
     auto sources = Open({{.path = m_state.Logs() / "a.etl"}, {.path = m_state.Logs()}});
     sources.Poll();
-    auto texts = Taken();
-    ASSERT_EQ(texts.size(), 4U);
-    EXPECT_EQ(texts.back(), u"two");
+    EXPECT_EQ(Taken(), (Lines{u"one", large, u"last", u"two"}));
     EXPECT_EQ(m_problems, std::vector<std::string>{"a.etl"});
     // Another file of the same name and size.
     std::filesystem::rename(m_state.Logs() / "b.etl", m_state.Kelvane() / "b.etl");
-    const auto next = File(memory, {u"new", u"two", std::u16string(32600, u'l'), u"last"});
-    memory[kClock] ^= std::byte{1};
-    Put("b.etl", next);
+    bytes = tests::LogFile({u"new", u"two", large, u"last"});
+    bytes[kClock] ^= std::byte{1};
+    Put("b.etl", bytes);
     sources.Poll();
-    texts = Taken();
-    ASSERT_EQ(texts.size(), 4U);
-    EXPECT_EQ(texts.front(), u"new");
+    EXPECT_EQ(Taken(), (Lines{u"new", u"two", large, u"last"}));
 }
 
 TEST(LogText, ShowsEachMessageOnOneLine) {

@@ -1,17 +1,13 @@
 #include "platform/diagnostics/FileLoggingSession.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstring>
-#include <map>
-#include <thread>
 
 #include "platform/core/Exception.h"
-#include "platform/core/Guarded.h"
 #include "platform/core/Text.h"
-#include "platform/storage/Places.h"
 #include "platform/tasks/Clock.h"
-#include "tests/support/EtlRules.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
@@ -20,48 +16,34 @@ namespace {
 using platform::FileLoggingSession;
 using platform::LoggingChannel;
 using platform::LoggingLevel;
+using Texts = std::vector<std::u16string>;
 
-/// A channel and a session whose files, but for the last, are collected.
 class LoggingSession : public testing::Test {
   protected:
-    std::shared_ptr<FileLoggingSession> Start() {
-        auto session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
-        session->LogFileGenerated().Add(
-            [this](FileLoggingSession&, platform::LogFileGeneratedEventArgs& args) {
-                m_generated.With(
-                    [&](auto& paths) { paths.push_back(platform::ToPathBytes(args.File()->Path())); });
-            });
-        session->AddLoggingChannel(m_channel);
-        return session;
+    void Start() {
+        m_session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
+        m_session->LogFileGenerated().Add([this](auto&, platform::LogFileGeneratedEventArgs& args) {
+            m_generated.emplace_back(platform::ToPathBytes(args.File()->Path()));
+        });
+        m_session->AddLoggingChannel(m_channel);
     }
 
-    std::vector<std::string> Generated() {
-        return m_generated.With([](const auto& paths) { return paths; });
-    }
-
-    /// All files, the last of which the end of the session saves.
-    std::vector<std::string> Files(const std::shared_ptr<FileLoggingSession>& session) {
-        const auto last = Last(session);
-        auto paths = Generated();
-        if (!last.empty()) {
-            paths.push_back(last);
-        }
-        return paths;
-    }
-
-    std::filesystem::path Last(const std::shared_ptr<FileLoggingSession>& session) {
-        const auto file = session->CloseAndSaveToFileAsync().get();
-        return file ? std::filesystem::path(platform::ToPathBytes(file->Path())) : std::filesystem::path();
+    /// The last file of the session; those before are in m_generated.
+    std::filesystem::path Save() {
+        const auto file = m_session->CloseAndSaveToFileAsync().get();
+        return file ? platform::ToPathBytes(file->Path()) : std::string();
     }
 
     tests::StateFolderScope m_state{tests::Memory()};
     std::shared_ptr<LoggingChannel> m_channel = std::make_shared<LoggingChannel>(u"Kelvane_Channel");
-    platform::Guarded<std::vector<std::string>> m_generated;
+    std::shared_ptr<FileLoggingSession> m_session;
+    /// Written by the session's thread, which ends with the session.
+    std::vector<std::filesystem::path> m_generated;
 };
 
 TEST_F(LoggingSession, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
     const std::u16string longest(32675, u'x');
-    std::u16string cutPair(32674, u'y');
+    const std::u16string cutPair(32674, u'y');
     const struct {
         LoggingLevel level;
         std::u16string written;
@@ -77,16 +59,12 @@ TEST_F(LoggingSession, WritesEveryLevelAndEveryTextSoThatItReadsBack) {
         {LoggingLevel::Verbose, longest + u"cut", longest},
         {LoggingLevel::Verbose, cutPair + u"\U0001F600", cutPair},
     };
-    const auto session = Start();
+    Start();
     for (const auto& row : rows) {
         m_channel->LogMessage(row.written, row.level);
     }
-    // A record takes a whole buffer from the sixth on: one file is full, the rest is in the last.
-    const auto last = Last(session);
-    ASSERT_EQ(Generated().size(), 1U);
-    auto events = tests::ReadSound(Generated().front());
-    const auto rest = tests::ReadSound(last);
-    events.insert(events.end(), rest.begin(), rest.end());
+    Save();
+    const auto events = tests::ReadFolder(m_state.Logs());
     ASSERT_EQ(events.size(), std::size(rows));
     for (std::size_t i = 0; i < events.size(); ++i) {
         EXPECT_EQ(events[i].Text, rows[i].read) << i;
@@ -101,24 +79,21 @@ TEST_F(LoggingSession, WritesThePublishedBytes) {
     TestClock clock;
     clock.Bias = -60;
     const platform::ClockScope scope(clock);
-    const auto session = Start();
+    Start();
     m_channel->LogMessage(u"H\u00E9\U0001F600", LoggingLevel::Warning);
     clock.Advance(std::chrono::milliseconds(1));
-    const auto bytes = tests::ReadBytes(Last(session));
-    const unsigned char record[] = {
-        0x6e, 0x82, 0xd2, 0x4b, 0xa1, 0x54, 0xa9, 0x4b, 0xbf, 0x63, 0x92, 0xb7, 0x3e, 0xa1, 0xac, 0x4a,  //
-        0x03, 0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
+    const auto bytes = tests::ReadBytes(Save());
     ASSERT_EQ(bytes.size(), 0x20000U);
     EXPECT_EQ(std::to_integer<int>(bytes[0x10048]), 0x7A);
-    EXPECT_EQ(std::memcmp(&bytes[0x10048 + 0x18], record, sizeof record), 0);
+    EXPECT_EQ(std::memcmp(&bytes[0x10048 + 0x28], "\3\0\0\0\3\0\0\0\1\0\0\0\0\0\0", 16), 0);
     EXPECT_EQ(std::memcmp(&bytes[0x10048 + 0x70], "H\0\xE9\0\x3D\xD8\0\xDE\0\0\0\0\0\0\0\0\xFF", 17), 0);
-    std::int64_t times[3];
-    std::memcpy(&times[0], &bytes[0x170], 8);
-    std::memcpy(&times[1], &bytes[0x58], 8);
-    std::memcpy(&times[2], &bytes[0x78], 8);
-    EXPECT_EQ(times[0], clock.FileTime() - 10000);
-    EXPECT_EQ(times[1], clock.Steady() - 10000);
-    EXPECT_EQ(times[2], clock.FileTime());
+    const struct {
+        std::size_t at;
+        std::int64_t time;
+    } rows[] = {{0x58, clock.Steady() - 10000}, {0x170, clock.FileTime() - 10000}, {0x78, clock.FileTime()}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(std::memcmp(&bytes[row.at], &row.time, sizeof row.time), 0) << row.at;
+    }
     EXPECT_EQ(std::to_integer<int>(bytes[0xB0]), 0xC4);
 }
 
@@ -147,100 +122,54 @@ TEST_F(LoggingSession, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
     for (const std::uint64_t interruptions : {0x0U, 0x1U, 0x6U, 0xF0U, 0x924924U, 0x5555U}) {
         InterruptedClock clock(interruptions);
         const platform::ClockScope scope(clock);
-        m_generated.With([](auto& paths) { paths.clear(); });
         std::filesystem::remove_all(m_state.Logs());
-        const auto session = Start();
+        m_generated.clear();
+        Start();
         // Three of them fill a file.
         for (int i = 0; i < 13; ++i) {
             clock.wallClock -= i == 6 ? kHour : 0;
             m_channel->LogMessage(text, LoggingLevel::Information);
         }
-        const auto paths = Files(session);
-        ASSERT_EQ(paths.size(), 5U);
+        const auto last = Save();
+        m_generated.push_back(last);
+        ASSERT_EQ(m_generated.size(), 5U);
         std::int64_t time = 0;
         int back = 0;
-        for (const auto& path : paths) {
+        for (const auto& path : m_generated) {
             for (const auto& event : tests::ReadSound(path)) {
-                if (event.FileTime < time) {
-                    ++back;
-                    EXPECT_GT(time - event.FileTime, kHour / 2);
-                }
-                time = event.FileTime;
+                const auto before = std::exchange(time, event.FileTime);
+                back += time < before ? 1 : 0;
+                EXPECT_TRUE(time >= before || before - time > kHour / 2);
             }
         }
         EXPECT_EQ(back, 1) << interruptions;
     }
 }
 
-TEST_F(LoggingSession, GoesOnToTheNextFileWhileFourThreadsWrite) {
-    constexpr int kThreads = 4;
-    constexpr int kMessages = 5000;
-    const auto session = Start();
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([this, thread] {
-            for (int i = 0; i < kMessages; ++i) {
-                m_channel->LogMessage(
-                    platform::ToText(thread) + u" " + platform::ToText(i) + std::u16string(i % 97, u'.'),
-                    static_cast<LoggingLevel>(i % 5));
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    const auto paths = Files(session);
-    EXPECT_GT(paths.size(), 10U);
-    std::map<std::u16string, int> next;
-    std::int64_t time = 0;
-    for (const auto& path : paths) {
-        for (const auto& event : tests::ReadSound(path)) {
-            const auto blank = event.Text.find(u' ');
-            const int number = next[event.Text.substr(0, blank)]++;
-            EXPECT_EQ(event.Text.substr(blank + 1),
-                      platform::ToText(number) + std::u16string(number % 97, u'.'));
-            EXPECT_EQ(event.Level, static_cast<LoggingLevel>(number % 5));
-            EXPECT_GE(event.FileTime, time);
-            time = event.FileTime;
-        }
-    }
-    EXPECT_EQ(next.size(), 4U);
-    for (const auto& [thread, count] : next) {
-        EXPECT_EQ(count, kMessages);
-    }
-    EXPECT_TRUE(tests::Names(m_state.Logs(), ".live").empty());
-}
-
-TEST_F(LoggingSession, RecordsOnlyAttachedChannelsAtTheirLevelAndNothingAfterTheEnd) {
-    auto session = Start();
+TEST_F(LoggingSession, RecordsAttachedChannelsAtTheirLevelUntilTheEndAndHandsOutWhatIsLeft) {
+    Start();
     const auto other = std::make_shared<LoggingChannel>(u"Other");
-    session->AddLoggingChannel(other, LoggingLevel::Warning);
+    m_session->AddLoggingChannel(other, LoggingLevel::Warning);
     other->LogMessage(u"too low", LoggingLevel::Information);
     other->LogMessage(u"high", LoggingLevel::Warning);
-    session->AddLoggingChannel(other, LoggingLevel::Critical);
+    m_session->AddLoggingChannel(other, LoggingLevel::Critical);
     other->LogMessage(u"too low now", LoggingLevel::Error);
-    session->RemoveLoggingChannel(other);
+    m_session->RemoveLoggingChannel(other);
     other->LogMessage(u"removed", LoggingLevel::Critical);
-    const auto last = Last(session);
+    m_session->Close();
     m_channel->LogMessage(u"late", LoggingLevel::Critical);
-    EXPECT_EQ(tests::Texts(tests::ReadSound(last)), std::vector<std::u16string>{u"high"});
-    EXPECT_THROW(session->AddLoggingChannel(other), platform::Exception);
+    EXPECT_THROW(m_session->AddLoggingChannel(other), platform::Exception);
 
-    EXPECT_TRUE(Last(Start()).empty());
-}
-
-TEST_F(LoggingSession, HandsOutWhatAnEarlierSessionLeft) {
-    // Closed without a save, and then a file that nobody moved.
-    Start()->Close();
-    auto session = Start();
-    m_channel->LogMessage(u"left", LoggingLevel::Verbose);
-    session->Close();
-    session = Start();
+    Start();
     m_channel->LogMessage(u"next", LoggingLevel::Verbose);
-    const auto last = Last(session);
-    ASSERT_EQ(Generated().size(), 1U);
-    EXPECT_EQ(tests::Texts(tests::ReadSound(Generated().front())), std::vector<std::u16string>{u"left"});
-    EXPECT_EQ(tests::Texts(tests::ReadSound(last)), std::vector<std::u16string>{u"next"});
+    const auto last = Save();
+    ASSERT_EQ(m_generated.size(), 1U);
+    EXPECT_EQ(tests::Texts(tests::ReadSound(m_generated.front())), Texts{u"high"});
+    EXPECT_EQ(tests::Texts(tests::ReadSound(last)), Texts{u"next"});
+    std::filesystem::remove_all(m_state.Logs());
+    Start();
+    EXPECT_EQ(Save(), "") << "nothing was recorded";
+    EXPECT_EQ(m_generated.size(), 1U);
 }
 
 }  // namespace

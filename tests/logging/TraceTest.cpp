@@ -4,6 +4,7 @@
 
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/core/DebugOutput.h"
+#include "platform/core/Text.h"
 #include "platform/diagnostics/LoggingChannel.h"
 #include "platform/world/Application.h"
 #include "tests/support/LogFolder.h"
@@ -20,32 +21,15 @@ class TracingApplication final : public platform::Application {
     explicit TracingApplication(std::function<void()> body) : m_body(std::move(body)) {}
 
   private:
-    void OnLaunched(const platform::LaunchActivatedEventArgs&) override {
-        m_body();
-        Exit();
-    }
+    void OnLaunched(const platform::LaunchActivatedEventArgs&) override { m_body(), Exit(); }
     void OnActivated(const platform::ActivatedEventArgs&) override {}
 
     std::function<void()> m_body;
 };
 
-/// What the body logs, as "level text".
-std::vector<std::u16string> TraceOf(const std::function<void()>& body) {
-    const tests::StateFolderScope state;
-    headless::HeadlessWorld world({});
-    EXPECT_EQ(platform::Application::Start(world, [&] { return std::make_shared<TracingApplication>(body); }),
-              0);
-    std::vector<std::u16string> lines;
-    for (const auto& event : tests::ReadFolder(state.Stored())) {
-        const std::string level = platform::LoggingLevelName(event.Level);
-        lines.push_back(std::u16string(level.begin(), level.end()) + u" " + event.Text);
-    }
-    return lines;
-}
-
 TEST(Trace, FramesEachMethodByItsRule) {
     const auto fail = [] { throw platform::Exception(platform::result::kFail, u"boom"); };
-    const auto lines = TraceOf([&] {
+    const auto body = [&] {
         const std::u16string text = u"text";
         Traced(u"K::A", [&](const Kelvane::Trace& trace) {
             trace.Information(u" n=", 7, u" ", true, u" ", std::uint64_t{18446744073709551615U}, u" ", -3,
@@ -57,14 +41,31 @@ TEST(Trace, FramesEachMethodByItsRule) {
         EXPECT_EQ(Traced(u"K::D", 5, [&]() -> int { fail(), throw 0; }), 5);
         EXPECT_EQ(TracedUncaught(u"K::E", [](const Kelvane::Trace&) { return std::u16string(u"x"); }), u"x");
         EXPECT_THROW(TracedUncaught(u"K::F", fail), platform::Exception);
-    });
-    EXPECT_EQ(
-        lines,
-        (std::vector<std::u16string>{
-            u"Verbose K::AEntry", u"Information K::A n=7 true 18446744073709551615 -3text", u"Critical K::A",
-            u"Verbose K::AExit", u"Verbose K::BEntry", u"Error K::BException = boom", u"Verbose K::BExit",
-            u"Verbose K::CEntry", u"Verbose K::CExit", u"Verbose K::DEntry", u"Error K::DException = boom",
-            u"Verbose K::DExit", u"Verbose K::EEntry", u"Verbose K::EExit", u"Verbose K::FEntry"}));
+    };
+    const tests::StateFolderScope state;
+    headless::HeadlessWorld world({});
+    EXPECT_EQ(platform::Application::Start(world, [&] { return std::make_shared<TracingApplication>(body); }),
+              0);
+    std::string lines;
+    for (const auto& event : tests::ReadFolder(state.Stored())) {
+        lines += platform::LoggingLevelName(event.Level) + (" " + platform::ToUtf8(event.Text)) + "\n";
+    }
+    EXPECT_EQ(lines, R"(Verbose K::AEntry
+Information K::A n=7 true 18446744073709551615 -3text
+Critical K::A
+Verbose K::AExit
+Verbose K::BEntry
+Error K::BException = boom
+Verbose K::BExit
+Verbose K::CEntry
+Verbose K::CExit
+Verbose K::DEntry
+Error K::DException = boom
+Verbose K::DExit
+Verbose K::EEntry
+Verbose K::EExit
+Verbose K::FEntry
+)");
 }
 
 TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {

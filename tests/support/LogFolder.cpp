@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/diagnostics/EventTraceFormat.h"
+#include "platform/diagnostics/EventTraceImage.h"
 #include "tests/support/EtlRules.h"
 
 namespace tests {
@@ -32,6 +34,26 @@ std::vector<std::byte> ReadBytes(const std::filesystem::path& path) {
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     const auto bytes = std::as_bytes(std::span(text));
     return {bytes.begin(), bytes.end()};
+}
+
+void WriteBytes(const std::filesystem::path& path, std::span<const std::byte> bytes) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::vector<std::byte> LogFile(const std::vector<std::u16string>& texts, std::uint32_t lost,
+                               std::int64_t start) {
+    std::vector<std::byte> memory(platform::etl::kFileSize);
+    platform::etl::EventTraceImage image(memory.data());
+    image.Prepare(u"Session", u"Session.etl", 0);
+    image.Begin(1, 2, start, 1000);
+    for (const auto& text : texts) {
+        image.Append({.Channel = u"c", .Text = text, .Level = 0, .Thread = 1, .Process = 2}, 1000);
+    }
+    image.Complete(start, lost);
+    memory.resize(image.Bytes().size());
+    return memory;
 }
 
 std::vector<std::string> Names(const std::filesystem::path& folder, const std::string& extension) {

@@ -2,7 +2,10 @@
 
 // What the logging tests share: a private state folder, and the log files of a folder read back.
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,14 @@ class StateFolderScope {
 };
 
 std::vector<std::byte> ReadBytes(const std::filesystem::path& path);
+
+/// Makes the file, and its folder when that is missing.
+void WriteBytes(const std::filesystem::path& path, std::span<const std::byte> bytes);
+
+/// A log file with one message of each text, on the channel "c" at Verbose; begun and ended at `start`, when
+/// the steady clock stood at 1000.
+std::vector<std::byte> LogFile(const std::vector<std::u16string>& texts, std::uint32_t lost = 0,
+                               std::int64_t start = 133000000000000000);
 
 /// The names of the files in `folder` with `extension`, sorted; none when there is no such folder.
 std::vector<std::string> Names(const std::filesystem::path& folder, const std::string& extension = ".etl");
