@@ -7,15 +7,17 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <fstream>
+#include <map>
 #include <semaphore>
+#include <sstream>
 #include <thread>
 
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/diagnostics/LoggingChannel.h"
 #include "platform/storage/Places.h"
+#include "tests/support/Golden.h"
 #include "tests/support/LogFolder.h"
 
 namespace {
@@ -24,7 +26,6 @@ using namespace std::chrono_literals;
 namespace etl = platform::etl;
 using platform::ImageRing;
 using platform::LogFileRecorder;
-using State = LogFileRecorder::State;
 
 TEST(ImageRing, StoresInTheOrderOfFillingAndCountsEachLossOnce) {
     constexpr std::size_t kSize = platform::etl::kFileSize;
@@ -73,208 +74,177 @@ TEST(ImageRing, StoresInTheOrderOfFillingAndCountsEachLossOnce) {
               (std::vector<const etl::EventTraceImage*>{first.Image + 2, first.Image + 3, first.Image}));
 }
 
-/// A recorder that the test takes through its steps. Nothing takes time: whoever would wait calls
-/// m_whileWaiting instead.
-class Recorder : public testing::Test {
-  protected:
-    Recorder() { testing::internal::CaptureStderr(); }
-    ~Recorder() override { umount2(m_state.Logs().c_str(), MNT_DETACH); }
+/// Plays a script: a line for each thing that happens, and behind it, indented, what came of it. Nothing
+/// takes time: where a caller would wait, the recorder takes steps instead.
+class Scenario {
+  public:
+    ~Scenario() { umount2(m_state.Logs().c_str(), MNT_DETACH); }
 
-    void Start() {
-        m_recorder = std::make_shared<LogFileRecorder>(
-            m_state.Logs(), u"S", [this](const auto& path) { m_reported.push_back(path.filename()); },
-            [this](auto& lock, auto&, auto limit, const auto& reached) {
-                m_waits.push_back(limit);
-                if (m_waits.size() > 1000) {
-                    throw std::runtime_error("what is waited for never happens");
+    /// The script with what comes of it now; empty when this machine does not allow what it needs.
+    std::string Play(std::istream& script) {
+        for (std::string line; m_isPossible && std::getline(script, line);) {
+            if (!line.starts_with("  ")) {
+                m_text += line + "\n";
+                testing::internal::CaptureStderr();
+                Do(line);
+                std::istringstream said(testing::internal::GetCapturedStderr());
+                for (std::string each; std::getline(said, each);) {
+                    Note("said: " + each);
                 }
-                lock.unlock();
-                m_whileWaiting();
-                lock.lock();
-                return reached();
-            });
-        m_channel.Attach(m_recorder, platform::LoggingLevel::Verbose);
+            }
+        }
+        return m_isPossible ? m_text : "";
     }
 
-    /// Messages of which three fill a file, and eight files the live file.
-    void Write(int messages) {
-        for (int i = 0; i < messages; ++i) {
-            m_channel.LogMessage(platform::ToText(m_written++) + std::u16string(30000, u'x'),
-                                 platform::LoggingLevel::Error);
+  private:
+    void Note(std::string what) {
+        if (const auto folder = what.find("/kelvane/Logs"); folder != what.npos) {
+            what.replace(what.find('/'), folder - what.find('/') + 1, ".../");
+        }
+        m_text += "  " + what + "\n";
+    }
+
+    void Do(const std::string& line) {
+        std::istringstream words(line);
+        std::string verb;
+        int count = 1;
+        words >> verb >> count;
+        if (verb == "start") {
+            m_channel.Detach(m_recorder.get());
+            m_recorder = std::make_shared<LogFileRecorder>(
+                m_state.Logs(), u"S", [this](const auto& path) { Note("reported: " + path.native()); },
+                [this](auto& lock, auto&, auto limit, const auto& reached) {
+                    lock.unlock();
+                    Wait(limit);
+                    lock.lock();
+                    return reached();
+                });
+            m_channel.Attach(m_recorder, platform::LoggingLevel::Verbose);
+        } else if (verb == "write") {
+            // Three fill a file, 24 the live file.
+            while (count-- > 0) {
+                m_channel.LogMessage(platform::ToText(m_written++) + std::u16string(30000, u'x'),
+                                     platform::LoggingLevel::Error);
+            }
+        } else if (verb == "step") {
+            while (count-- > 0) {
+                static constexpr const char* kStates[] = {"Starting", "Recording", "Outage", "Closing",
+                                                          "Ended"};
+                Note(kStates[static_cast<int>(m_recorder->Step())]);
+            }
+        } else if (verb == "run") {
+            m_recorder->Run();
+        } else if (verb == "close") {
+            m_recorder->Close();
+        } else if (verb == "last") {
+            try {
+                Note(m_recorder->LastFile().value_or("none"));
+            } catch (const platform::Exception& exception) {
+                Note(exception.what());
+            }
+        } else if (verb == "steps-per-wait") {
+            m_stepsPerWait = count;
+        } else if (verb == "at-wait") {
+            std::getline(words >> std::ws, m_atWait[count]);
+        } else if (verb == "delete-folder") {
+            std::filesystem::remove_all(m_state.Logs());
+        } else if (verb == "block-folder") {
+            tests::WriteBytes(m_state.Logs(), {});
+        } else if (verb == "block-storing") {
+            std::filesystem::create_directory(m_state.Logs() / "S-1.live.new");
+        } else if (verb == "allow-storing") {
+            std::filesystem::remove(m_state.Logs() / "S-1.live.new");
+        } else if (verb == "leave-file") {
+            tests::WriteBytes(m_state.Logs() / "S-7-1.etl", tests::LogFile({u"left"}));
+        } else if (verb == "disk") {
+            m_isPossible = MountDisk("size=" + std::to_string(count) + "k");
+        } else if (verb == "files") {
+            NoteFiles();
+        } else {
+            EXPECT_TRUE(verb.empty() || verb == "#") << line;
         }
     }
 
-    void Steps(int count) {
-        while (count-- > 0) {
+    void Wait(std::chrono::microseconds limit) {
+        const bool isEndless = limit == LogFileRecorder::kNoLimit;
+        const auto length = isEndless ? "without a limit" : std::to_string(limit.count()) + " us";
+        if (++m_waits > 200) {
+            throw std::runtime_error("what is waited for never happens: " + length);
+        }
+        Note("waits " + length);
+        Do(m_atWait[m_waits]);
+        for (int step = 0; step < m_stepsPerWait; ++step) {
             m_recorder->Step();
         }
     }
 
-    /// A file where the folder should be.
-    void Block() {
-        platform::EnsureFolder(m_state.Kelvane());
-        std::ofstream(m_state.Logs()) << "no folder";
+    /// A small disk for the folder, in a mount namespace of this process.
+    bool MountDisk(const std::string& size) {
+        if (!std::exchange(m_hasDisk, true)) {
+            const auto user = "0 " + std::to_string(geteuid()) + " 1";
+            const auto group = "0 " + std::to_string(getegid()) + " 1";
+            if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
+                std::ofstream("/proc/self/uid_map") << user;
+                std::ofstream("/proc/self/setgroups") << "deny";
+                std::ofstream("/proc/self/gid_map") << group;
+            }
+            platform::EnsureFolder(m_state.Logs());
+            return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                   mount("small", m_state.Logs().c_str(), "tmpfs", 0, size.c_str()) == 0;
+        }
+        return mount(nullptr, m_state.Logs().c_str(), nullptr, MS_REMOUNT, size.c_str()) == 0;
     }
 
-    /// What is in the folder is in order, and with what is counted as lost it is all that was written.
-    void ExpectStored(int lost) {
-        std::vector<int> numbers;
-        for (const auto& event : tests::ReadFolder(m_state.Logs())) {
-            numbers.push_back(std::stoi(platform::ToUtf8(event.Text)));
+    void NoteFiles() {
+        for (const auto& name : tests::Names(m_state.Logs(), ".live")) {
+            Note(name);
         }
-        std::uint32_t counted = 0;
         for (const auto& name : tests::Names(m_state.Logs())) {
-            counted +=
-                etl::ReadEventTrace(tests::ReadBytes(m_state.Logs() / name), [](auto&&) {}).Header.EventsLost;
+            auto line = name + ":";
+            for (const auto& event : tests::ReadSound(m_state.Logs() / name)) {
+                line += " " + platform::ToUtf8(event.Text.substr(0, event.Text.find(u'x')));
+            }
+            const auto summary =
+                etl::ReadEventTrace(tests::ReadBytes(m_state.Logs() / name), [](const auto&) {});
+            Note(line + ", " + std::to_string(summary.Header.EventsLost) + " lost");
         }
-        EXPECT_TRUE(std::ranges::is_sorted(numbers));
-        EXPECT_EQ(static_cast<int>(counted), lost);
-        EXPECT_EQ(static_cast<int>(numbers.size()) + lost, m_written - m_deleted);
-    }
-
-    void Close() {
-        m_recorder->Close();
-        Steps(20);
-        EXPECT_EQ(m_recorder->Step(), State::Ended);
-    }
-
-    /// That an outage began and ended, both once.
-    static void ExpectSaid(int lost) {
-        const auto said = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(std::ranges::count(said, '\n'), 2) << said;
-        EXPECT_TRUE(said.starts_with("kelvane: log files cannot be stored (")) << said;
-        EXPECT_TRUE(said.ends_with("\nkelvane: log files are stored again; " + std::to_string(lost) +
-                                   " messages were lost\n"))
-            << said;
     }
 
     tests::StateFolderScope m_state{tests::Memory()};
     platform::LoggingChannel m_channel{u"c"};
     std::shared_ptr<LogFileRecorder> m_recorder;
-    std::vector<std::string> m_reported;
-    std::vector<std::chrono::microseconds> m_waits;
-    std::function<void()> m_whileWaiting = [this] { Steps(8); };
+    std::string m_text;
+    std::map<int, std::string> m_atWait;
+    int m_stepsPerWait = 8;
+    int m_waits = 0;
     int m_written = 0;
-    int m_deleted = 0;
+    bool m_hasDisk = false;
+    bool m_isPossible = true;
 };
 
-TEST_F(Recorder, AFullDiskLosesOnlyWhatHasNoRoomAndIsSaidOnce) {
-    platform::EnsureFolder(m_state.Logs());
-    // A small disk of its own, in a mount namespace of this process.
-    const auto user = "0 " + std::to_string(geteuid()) + " 1";
-    const auto group = "0 " + std::to_string(getegid()) + " 1";
-    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
-        std::ofstream("/proc/self/uid_map") << user;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/gid_map") << group;
-    }
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-        GTEST_SKIP() << "this machine allows no mount namespace";
-    }
-    ASSERT_EQ(mount("small", m_state.Logs().c_str(), "tmpfs", 0, "size=2560k"), 0);
-    Start();
-    // Two files have room beside the live file; the live file keeps eight more.
-    Write(60);
-    ASSERT_EQ(tests::Names(m_state.Logs()).size(), 2U);
-    for (const auto& name : tests::Names(m_state.Logs())) {
-        m_deleted += 3;
-        std::filesystem::remove(m_state.Logs() / name);
-    }
-    ASSERT_EQ(mount(nullptr, m_state.Logs().c_str(), nullptr, MS_REMOUNT, "size=16m"), 0);
-    Close();
-    ExpectStored(60 - 10 * 3);
-    ExpectSaid(60 - 10 * 3);
-}
-
-TEST_F(Recorder, AFolderThatCannotBeUsedIsTriedAgainAndTheLossIsReportedOnce) {
-    Block();
-    Start();
-    Write(5);
-    EXPECT_EQ(m_recorder->Step(), State::Outage);
-    std::filesystem::remove(m_state.Logs());
-    tests::WriteBytes(m_state.Logs() / "S-7-1.etl", tests::LogFile({u"-1"}));
-    EXPECT_EQ(m_recorder->Step(), State::Starting);
-    EXPECT_EQ(m_recorder->Step(), State::Recording);
-    EXPECT_EQ(m_reported, std::vector<std::string>{"S-1-1.etl"}) << "what an earlier session left";
-    ++m_written;
-    ExpectSaid(5);
-
-    testing::internal::CaptureStderr();
-    Write(1);
-    std::filesystem::remove_all(m_state.Logs());
-    m_deleted = 1;
-    Block();
-    Write(3);
-    EXPECT_EQ(m_recorder->Step(), State::Outage);
-    std::filesystem::remove(m_state.Logs());
-    EXPECT_EQ(m_recorder->Step(), State::Recording);
-    EXPECT_EQ(tests::Names(m_state.Logs(), ".live").size(), 1U) << "a crash now would lose messages";
-    ExpectSaid(0);
-    Close();
-    ExpectStored(5);
-}
-
-TEST_F(Recorder, WaitsForASlowDiskOnceAndGoesOnWithWhatIsFree) {
-    Start();
-    Steps(1);
-    m_whileWaiting = [] {};
-    Write(8 * 3 + 2);
-    EXPECT_EQ(m_waits, std::vector<std::chrono::microseconds>{1s});
-    Steps(1);
-    m_whileWaiting = [&] { Steps(1); };
-    Write(6);
-    EXPECT_EQ(m_waits.size(), 2U);
-    Close();
-    EXPECT_EQ(m_reported.size(), 9U);
-    EXPECT_EQ(m_recorder->LastFile(), m_state.Logs() / "S-1-10.etl");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_TRUE(tests::Names(m_state.Logs(), ".live").empty());
-    ExpectStored(2);
-}
-
-TEST_F(Recorder, ASaveThatFailsIsMadeGoodByTheNextStart) {
-    Start();
-    Write(2);
-    std::filesystem::rename(m_state.Logs(), m_state.Kelvane() / "Aside");
-    Block();
-    Close();
-    EXPECT_THROW(m_recorder->LastFile(), platform::Exception);
-
-    std::filesystem::remove(m_state.Logs());
-    std::filesystem::rename(m_state.Kelvane() / "Aside", m_state.Logs());
-    m_channel.Detach(m_recorder.get());
-    Start();
-    Close();
-    EXPECT_EQ(std::ranges::count(testing::internal::GetCapturedStderr(), '\n'), 1);
-    ExpectStored(0);
-}
-
-TEST_F(Recorder, TriesAgainEverySecondAndSleepsWhenThereIsNothingToDo) {
-    Block();
-    Start();
-    m_whileWaiting = [&] {
-        if (m_waits.size() == 2) {
-            std::filesystem::remove(m_state.Logs());
-        } else if (m_waits.back() == LogFileRecorder::kNoLimit) {
-            Write(4);
-        } else if (m_waits.size() == 54) {
-            m_recorder->Close();
+TEST(Recorder, KeepsOrCountsEveryMessageWhateverHappens) {
+    std::string skipped;
+    for (const auto& entry : std::filesystem::directory_iterator(KELVANE_LOGGING_TESTS "/recorder")) {
+        const auto name = entry.path().filename().string();
+        std::ifstream script(entry.path());
+        if (const auto text = Scenario().Play(script); !text.empty()) {
+            tests::ExpectGolden("logging/recorder/" + name, text);
+        } else {
+            skipped = name;
         }
-    };
-    m_recorder->Run();
-    std::vector<std::chrono::microseconds> waits(54, 200us);
-    waits[0] = waits[1] = 1s;
-    waits[52] = LogFileRecorder::kNoLimit;
-    EXPECT_EQ(m_waits, waits);
-    ExpectSaid(0);
-    ExpectStored(0);
+    }
+    if (!skipped.empty()) {
+        GTEST_SKIP() << skipped << ": this machine allows no mount namespace";
+    }
 }
 
-TEST_F(Recorder, AFullImageWakesTheThreadThatSleeps) {
+TEST(Recorder, AFullImageWakesTheThreadThatSleeps) {
+    const tests::StateFolderScope state(tests::Memory());
+    platform::LoggingChannel channel(u"c");
     std::counting_semaphore<> asleep{0};
     std::counting_semaphore<> stored{0};
     const auto recorder = std::make_shared<LogFileRecorder>(
-        m_state.Logs(), u"S", [&](const auto&) { stored.release(); },
+        state.Logs(), u"S", [&](const auto&) { stored.release(); },
         [&](auto& lock, auto& changed, auto limit, const auto& reached) {
             if (limit == LogFileRecorder::kNoLimit) {
                 asleep.release();
@@ -282,10 +252,12 @@ TEST_F(Recorder, AFullImageWakesTheThreadThatSleeps) {
             }
             return reached();
         });
-    m_channel.Attach(recorder, platform::LoggingLevel::Verbose);
+    channel.Attach(recorder, platform::LoggingLevel::Verbose);
     std::thread thread([&] { recorder->Run(); });
     EXPECT_TRUE(asleep.try_acquire_for(30s)) << "it does not sleep";
-    Write(4);
+    for (int message = 0; message < 4; ++message) {
+        channel.LogMessage(std::u16string(30000, u'x'), platform::LoggingLevel::Error);
+    }
     EXPECT_TRUE(stored.try_acquire_for(30s)) << "it was not woken";
     recorder->Close();
     thread.join();
