@@ -222,7 +222,7 @@ void ReadPower(MachineFiles& files, TypeCPort& port) {
     }
 }
 
-/// What the kernel's class shows of a port whose name is known, and whether a router may make it USB4.
+/// Adds what the kernel's class shows of `port`, which has its name and, from a router, perhaps USB4.
 void ReadPort(MachineFiles& files, TypeCPort& port, const Generations& byHub) {
     const std::string folder = kTypeC + port.Name + "/";
     const std::string capability = Attribute(files, folder + "usb_capability");
@@ -346,7 +346,7 @@ std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files) {
     if (!byClass) {
         ports = PortsWithoutClass(files, routers);
     }
-    // The record tells the best over all ports, so that it does not matter there which port is the router's.
+    // For the record, which has the best of all ports and so need not know which of them is the router's.
     for (TypeCPort& port : ports) {
         if (anyLink ? std::ranges::count(usb4, port.Name) > 0 : !usb4.empty()) {
             port.Generation = UsbGeneration::Usb4;
