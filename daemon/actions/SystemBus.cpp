@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <map>
 
 #include "daemon/actions/ActionError.h"
 
@@ -80,16 +82,17 @@ ActionError Unreachable(int result) {
     return {Status::NotRunning, std::string("the system bus cannot be reached: ") + std::strerror(-result)};
 }
 
-/// Waits for the bus handshake, which sd-bus would otherwise bound by its own 90 s instead of our limit.
-void WaitUntilReady(sd_bus* bus, std::chrono::microseconds limit) {
+/// Works on what the bus brings until `done` says so; throws `late` after the limit.
+void ProcessUntil(sd_bus* bus, std::chrono::microseconds limit, const std::function<bool()>& done,
+                  const std::string& late) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (sd_bus_is_ready(bus) == 0) {
+    while (!done()) {
         int result = sd_bus_process(bus, nullptr);
         if (result == 0) {
             const auto left =
                 std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
-                throw ActionError(Status::TimedOut, "the system bus does not answer");
+                throw ActionError(Status::TimedOut, late);
             }
             result = sd_bus_wait(bus, static_cast<std::uint64_t>(left.count()));
         }
@@ -101,14 +104,16 @@ void WaitUntilReady(sd_bus* bus, std::chrono::microseconds limit) {
 
 }  // namespace
 
-SystemBus::SystemBus(std::chrono::microseconds limit) {
+SystemBus::SystemBus(std::chrono::microseconds limit) : m_limit(limit) {
     sd_bus* bus = nullptr;
     const int result = sd_bus_open_system(&bus);
     if (result < 0) {
         throw Unreachable(result);
     }
     m_bus.reset(bus);
-    WaitUntilReady(bus, limit);
+    // sd-bus itself would bound the handshake by 90 s.
+    ProcessUntil(
+        bus, limit, [bus] { return sd_bus_is_ready(bus) != 0; }, "the system bus does not answer");
     sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(limit.count()));
 }
 
@@ -186,13 +191,44 @@ void SystemBus::Call(const BusObject& object, const char* method, const std::str
     }
 }
 
-void SystemBus::Call(const BusObject& object, const char* method, const std::string& first,
-                     const std::string& second) {
+void SystemBus::StartUnit(const std::string& unit) {
+    // org.freedesktop.systemd1(5). The manager tells of a job's end whoever made the job.
+    constexpr BusObject kManager{"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                                 "org.freedesktop.systemd1.Manager"};
+    using Results = std::map<std::string, std::string>;  // by the job's path
+    Results results;
+    const auto remember = [](sd_bus_message* message, void* data, sd_bus_error*) {
+        const char* job = nullptr;
+        const char* result = nullptr;
+        if (sd_bus_message_read(message, "uoss", nullptr, &job, nullptr, &result) >= 0) {
+            (*static_cast<Results*>(data))[job] = result;
+        }
+        return 0;
+    };
+    sd_bus_slot* slot = nullptr;
+    int result = sd_bus_match_signal(m_bus.get(), &slot, kManager.Service, kManager.Path, kManager.Interface,
+                                     "JobRemoved", remember, &results);
+    const std::unique_ptr<sd_bus_slot, decltype(&sd_bus_slot_unref)> match(slot, sd_bus_slot_unref);
     BusError error;
-    const int result = sd_bus_call_method(m_bus.get(), object.Service, object.Path, object.Interface, method,
-                                          &error.Value, nullptr, "ss", first.c_str(), second.c_str());
+    sd_bus_message* raw = nullptr;
+    if (result >= 0) {
+        result = sd_bus_call_method(m_bus.get(), kManager.Service, kManager.Path, kManager.Interface,
+                                    "StartUnit", &error.Value, &raw, "ss", unit.c_str(), "fail");
+    }
+    const Message reply(raw);
+    const char* job = nullptr;
+    if (result >= 0) {
+        result = sd_bus_message_read(raw, "o", &job);
+    }
     if (result < 0) {
-        throw Failure(method, error, result);
+        throw Failure("StartUnit", error, result);
+    }
+    ProcessUntil(
+        m_bus.get(), m_limit, [&] { return results.contains(job); },
+        "the service manager does not end the start of " + unit);
+    if (results[job] != "done") {
+        throw ActionError(Status::Failed, "the start of " + unit + " ended with \"" + results[job] +
+                                              "\"; the journal tells why: journalctl --unit=" + unit);
     }
 }
 

@@ -34,13 +34,15 @@ class SystemBus {
     /// Calls whose result does not matter.
     void Call(const BusObject& object, const char* method, bool argument);
     void Call(const BusObject& object, const char* method, const std::string& argument);
-    void Call(const BusObject& object, const char* method, const std::string& first,
-              const std::string& second);
+
+    /// Has the service manager start `unit` and waits, for the limit at most, until it has done so.
+    void StartUnit(const std::string& unit);
 
   private:
     struct Closer {
         void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
     };
+    const std::chrono::microseconds m_limit;
     std::unique_ptr<sd_bus, Closer> m_bus;
 };
 

@@ -126,10 +126,6 @@ std::string Verbatim(std::string_view word) {
     return text;
 }
 
-/// org.freedesktop.systemd1(5).
-constexpr BusObject kManager{"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-                             "org.freedesktop.systemd1.Manager"};
-
 }  // namespace
 
 ToolStarter::ToolStarter(bool byManager, std::function<Clock::time_point()> now)
@@ -155,14 +151,16 @@ void ToolStarter::Start(Tool tool, uid_t user, const Configuration& configuratio
     } else {
         const std::string unit =
             "kelvane-" + std::string(ToolName(tool)) + "@" + std::to_string(user) + ".service";
-        SystemBus().Call(kManager, "StartUnit", unit, "fail");
+        SystemBus().StartUnit(unit);
     }
 }
 
 void BecomeTool(Tool tool, const Configuration& configuration) {
     const Command command = CommandFor(tool, configuration);
     // The user's manager has the session's environment, which nothing here could know.
-    Command line{"/usr/bin/systemd-run", "--user", "--collect", "--quiet", "--slice=app.slice", "--"};
+    Command line{"/usr/bin/systemd-run", "--user", "--collect", "--quiet", "--slice=app.slice",
+                 // Reports a tool that cannot be executed, too.
+                 "--service-type=exec", "--"};
     line.push_back(command.front());
     std::transform(command.begin() + 1, command.end(), std::back_inserter(line), Verbatim);
     execv(line[0].c_str(), Pointers(line).data());

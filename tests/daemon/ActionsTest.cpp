@@ -159,6 +159,8 @@ TEST(ToolStarter, AsksTheServiceManagerForTheCallersUserOnceASecond) {
         state.FailWith = "org.freedesktop.systemd1.NoSuchUnit";
     });
     EXPECT_EQ(start(1002), static_cast<std::uint32_t>(Status::NotFound));
+    bus.State.With([](BusState& state) { state = {.JobResult = "failed"}; });
+    EXPECT_EQ(start(1004), static_cast<std::uint32_t>(Status::Failed)) << "begun, and not done";
 
     bus.State.With([](BusState& state) { state = {}; });
     configuration.SystemInformationTool = {"/bin/true/tool"};

@@ -96,7 +96,11 @@ int StandInBus::Handle(sd_bus_message* message) {
             const char* unit = nullptr;
             sd_bus_message_read(message, "s", &unit);
             state.Calls.push_back(member + " " + unit);
-            return sd_bus_reply_method_return(message, "o", "/org/freedesktop/systemd1/job/1");
+            constexpr auto kJob = "/org/freedesktop/systemd1/job/1";
+            const int result = sd_bus_reply_method_return(message, "o", kJob);
+            sd_bus_emit_signal(m_bus, "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
+                               "JobRemoved", "uoss", 1U, kJob, unit, state.JobResult.c_str());
+            return result;
         } else {
             return 0;
         }

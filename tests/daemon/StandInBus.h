@@ -26,6 +26,7 @@ struct BusState {
     std::string EntryRequested{};
     bool Forgets = false;              ///< accepts a request and does not keep it
     std::string FailWith{};            ///< error name of every Set call
+    std::string JobResult = "done";    ///< of a started unit
     std::vector<std::string> Calls{};  ///< methods that change something, with their arguments
 };
 
