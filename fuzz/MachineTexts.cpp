@@ -1,12 +1,12 @@
 // Files of /sys, /proc and /etc: whole machines whose files hold any bytes. The input is a row of files, each
-// a byte that picks its path and the content up to the next 0xFF.
+// two bytes that pick its path and the content up to the next 0xFF.
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 #include <tuple>
 
@@ -18,82 +18,40 @@
 
 namespace {
 
-/// Those that end in "connector" are symbolic links, with the content as their target.
-constexpr auto kPaths = std::to_array<std::string_view>({
-    "/etc/os-release",
-    "/proc/cpuinfo",
-    "/proc/meminfo",
-    "/proc/sys/kernel/osrelease",
-    "/run/udev/data/+dmi:id",
-    "/sys/bus/thunderbolt/devices/0-0/generation",
-    "/sys/bus/thunderbolt/devices/0-0/usb4_port1/connector",
-    "/sys/bus/usb/devices/1-0:1.0/usb1-port1/connector",
-    "/sys/bus/usb/devices/2-0:1.0/usb2-port1/connector",
-    "/sys/bus/usb/devices/4-0:1.0/usb4-port1/connector",
-    "/sys/bus/usb/devices/usb1/speed",
-    "/sys/bus/usb/devices/usb2/speed",
-    "/sys/bus/usb/devices/usb4/speed",
-    "/sys/class/dmi/id/bios_date",
-    "/sys/class/dmi/id/bios_version",
-    "/sys/class/dmi/id/board_name",
-    "/sys/class/dmi/id/board_vendor",
-    "/sys/class/dmi/id/board_version",
-    "/sys/class/dmi/id/product_family",
-    "/sys/class/dmi/id/product_name",
-    "/sys/class/dmi/id/product_serial",
-    "/sys/class/dmi/id/product_sku",
-    "/sys/class/dmi/id/product_version",
-    "/sys/class/firmware-attributes/vendor-wmi/authentication/Admin/is_enabled",
-    "/sys/class/firmware-attributes/vendor-wmi/authentication/Admin/mechanism",
-    "/sys/class/firmware-attributes/vendor-wmi/authentication/Admin/role",
-    "/sys/class/typec/port0-partner/type",
-    "/sys/class/typec/port0/port0.0/svid",
-    "/sys/class/typec/port0/power_operation_mode",
-    "/sys/class/typec/port0/power_role",
-    "/sys/class/typec/port0/usb_capability",
-    "/sys/class/typec/port0/usb_power_delivery/source-capabilities/1:fixed_supply/maximum_current",
-    "/sys/class/typec/port0/usb_power_delivery/source-capabilities/1:fixed_supply/voltage",
-    "/sys/class/typec/port0/usb_power_delivery/source-capabilities/2:battery/maximum_power",
-    "/sys/class/typec/port0/usb_power_delivery_revision",
-    "/sys/class/typec/port1/port1.0/svid",
-    "/sys/class/typec/port1/power_operation_mode",
-    "/sys/class/typec/port1/power_role",
-    "/sys/class/typec/port1/usb_capability",
-    "/sys/devices/system/memory/block_size_bytes",
-    "/sys/devices/system/memory/memory0/online",
-    "/sys/firmware/devicetree/base/chosen/u-boot,version",
-    "/sys/firmware/devicetree/base/compatible",
-    "/sys/firmware/devicetree/base/cpus/cpu@0/compatible",
-    "/sys/firmware/devicetree/base/cpus/cpu@1/compatible",
-    "/sys/firmware/devicetree/base/model",
-    "/sys/firmware/devicetree/base/serial-number",
-    "/sys/firmware/dmi/tables/DMI",
-    "/sys/firmware/efi/fw_platform_size",
-    "/sys/hypervisor/type",
-    "/usr/lib/os-release",
-});
+/// Every path in the machines of tests/machines, sorted. Those that end in "connector" are symbolic links,
+/// with the content as their target.
+const std::vector<std::string>& Paths() {
+    static const std::vector<std::string> kPaths = [] {
+        std::set<std::string> paths;
+        for (const std::string& name : daemon_service::MachineNames()) {
+            const daemon_service::RecordedMachine machine(name);
+            for (const auto& entry : std::filesystem::recursive_directory_iterator(machine.Root())) {
+                if (!entry.is_directory() || entry.is_symlink()) {
+                    paths.insert(entry.path().lexically_relative(machine.Root()));
+                }
+            }
+        }
+        return std::vector(paths.begin(), paths.end());
+    }();
+    return kPaths;
+}
 
 /// Ends a file's content.
 constexpr char kEnd = '\xFF';
 
-/// The machine as an input; each of its files must have a place in kPaths.
 std::string Encode(const daemon_service::RecordedMachine& machine) {
     std::string input;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(machine.Root())) {
-        if (entry.is_directory()) {
-            continue;
+    for (std::size_t i = 0; i < Paths().size(); ++i) {
+        const auto path = machine.Root() / std::filesystem::path(Paths()[i]);
+        if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
+            std::ifstream file(path, std::ios::binary);
+            input += static_cast<char>(i & 0xFF);
+            input += static_cast<char>(i >> 8);
+            input += std::filesystem::is_symlink(path)
+                         ? std::filesystem::read_symlink(path).string()
+                         : std::string(std::istreambuf_iterator<char>(file), {});
+            input += kEnd;
         }
-        const bool isLink = entry.path().filename() == "connector";
-        const auto path = "/" +
-                          std::filesystem::relative(entry.path().parent_path(), machine.Root()).string() +
-                          "/" + entry.path().filename().string();
-        const auto place = std::ranges::find(kPaths, path);
-        fuzz::Require(place != kPaths.end());
-        std::ifstream file(entry.path(), std::ios::binary);
-        input += static_cast<char>(place - kPaths.begin());
-        input += isLink ? std::filesystem::read_symlink(entry.path()).string()
-                        : std::string(std::istreambuf_iterator<char>(file), {});
-        input += kEnd;
     }
     return input;
 }
@@ -120,9 +78,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto root = fuzz::Folder() / "machine";
     std::filesystem::remove_all(root);
     std::filesystem::create_directories(root);
-    while (!input.empty()) {
-        const auto path = root / kPaths[static_cast<std::uint8_t>(input[0]) % kPaths.size()].substr(1);
-        input.remove_prefix(1);
+    while (input.size() >= 2) {
+        const auto number = static_cast<std::size_t>(static_cast<std::uint8_t>(input[0]) |
+                                                     static_cast<std::uint8_t>(input[1]) << 8);
+        const auto path = root / Paths()[number % Paths().size()];
+        input.remove_prefix(2);
         const std::string_view content = input.substr(0, input.find(kEnd));
         std::filesystem::create_directories(path.parent_path());
         if (path.filename() == "connector") {
@@ -143,34 +103,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 }
 
 std::vector<std::string> fuzz::Seeds() {
-    daemon_service::RecordedMachine laptop;
-    BuildLaptop(laptop);
-    daemon_service::RecordedMachine board;
-    board.MemTotal(8060928)
-        .File("/etc/os-release", "NAME='Debian \\'GNU\\' Linux'\nVERSION_ID=12\nIMAGE_VERSION=7\n")
-        .File("/sys/firmware/devicetree/base/model", std::string("Board 5\0", 8))
-        .File("/sys/firmware/devicetree/base/compatible", std::string("maker,board\0maker,chip5\0", 24))
-        .File("/sys/firmware/devicetree/base/cpus/cpu@0/compatible", "maker,core-a55")
-        .File("/sys/firmware/devicetree/base/cpus/cpu@1/compatible", "maker,core-a76")
-        .File("/sys/firmware/devicetree/base/chosen/u-boot,version", "2023.04")
-        .File("/sys/devices/system/memory/block_size_bytes", "80000000\n")
-        .File("/sys/devices/system/memory/memory0/online", "1\n")
-        .File("/sys/hypervisor/type", "hypervisor\n")
-        .Tables(daemon_service::SmbiosBuilder()
-                    .Add(8, 8, {1, 0, 2, 0x23, 0}, {"inside", "outside"})
-                    .Add(4, 4, std::vector<std::uint8_t>(44, 1), {"Core CPU"})
-                    .HardwareSecurity(0x44));
-    daemon_service::RecordedMachine desktop;
-    desktop.MemTotal(16357888)
-        .Dmi({{"product_name", "Tower Seven"}, {"product_version", "2"}, {"product_family", "To be filled"}})
-        .File("/run/udev/data/+dmi:id",
-              "E:MEMORY_ARRAY_NUM_DEVICES=2\nE:MEMORY_DEVICE_0_SIZE=8589934592\n"
-              "E:MEMORY_DEVICE_1_SIZE=8589934592\nE:MEMORY_DEVICE_1_TYPE=DRAM\n")
-        .Tables(daemon_service::SmbiosBuilder().MemoryArray(1).MemoryDevice(1, 0x7FFF, 8192))
-        .Port("port1", {{"usb_capability", "[usb3]"}, {"power_operation_mode", "default"}})
-        .Port("port0", {{"usb_capability", "usb2 [usb3] usb4"},
-                        {"usb_power_delivery/source-capabilities/2:battery/maximum_power", "15000mW"}})
-        .File("/sys/bus/thunderbolt/devices/0-0/generation", "4\n")
-        .Link("/sys/bus/thunderbolt/devices/0-0/usb4_port1/connector", "../../typec/port0");
-    return {Encode(laptop), Encode(board), Encode(desktop)};
+    std::vector<std::string> seeds;
+    for (const std::string& name : daemon_service::MachineNames()) {
+        seeds.push_back(Encode(daemon_service::RecordedMachine(name)));
+    }
+    return seeds;
 }

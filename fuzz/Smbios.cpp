@@ -35,19 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 }
 
 std::vector<std::string> fuzz::Seeds() {
-    using daemon_service::SmbiosBuilder;
-    // All ways to tell a module's size, in the machine's own array and in another.
-    SmbiosBuilder memory;
-    memory.MemoryArray(0x1000).MemoryArray(0x1001, 4);
-    memory.MemoryDevice(0x1000, 8192).MemoryDevice(0x1000, 0x7FFF, 65536).MemoryDevice(0x1000, 0x8200);
-    memory.MemoryDevice(0x1000, 0).MemoryDevice(0x1000, 0xFFFF).MemoryDevice(0x1001, 512, 0, 9);
-    SmbiosBuilder others;
-    others.Add(1, 1, {1, 2, 3, 4}, {"Veldra", "Slate", "X1", "PF0ABCDE"});
-    others.Add(4, 4, std::vector<std::uint8_t>(44, 3), {"socket", "maker", "Quad Core CPU"});
-    others.Add(8, 8, {1, 0, 2, 18, 0}, {"inside", "outside"});
-    std::vector<std::string> seeds{memory.Bytes(), others.Bytes(), others.Add(127, 127, {}).Bytes()};
-    for (const std::uint8_t settings : {0x00, 0x40, 0x55, 0xAA, 0xFF}) {
-        seeds.push_back(memory.Bytes() + SmbiosBuilder().HardwareSecurity(settings).Bytes());
+    std::vector<std::string> seeds;
+    for (const std::string& name : daemon_service::MachineNames()) {
+        const daemon_service::RecordedMachine machine(name);
+        daemon_service::MachineFiles files(machine.Root());
+        seeds.push_back(daemon_service::ReadSmbios(files));
     }
+    std::erase(seeds, "");
     return seeds;
 }

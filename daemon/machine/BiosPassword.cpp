@@ -20,6 +20,9 @@ struct Verdict {
     std::string Off{};
     std::string Open{};
     Missing Why = Missing::Unknown;  ///< of Open
+    std::string Detail{};            ///< of UnknownRole, else of Open
+    std::string Silent{};            ///< what would have told
+    Missing SilentWhy = Missing::NotReported;
 
     Sourced<BiosCredential> Result() const {
         if (!Password.empty()) {
@@ -28,18 +31,19 @@ struct Verdict {
         if (!OtherKind.empty()) {
             return {.Value = BiosCredential::OtherKind, .Source = OtherKind};
         }
-        for (const std::string* open : {&UnknownKind, &UnknownRole}) {
-            if (!open->empty()) {
-                return {.Source = *open, .Why = Missing::Unknown};
-            }
+        if (!UnknownKind.empty()) {
+            return {.Source = UnknownKind, .Detail = "one is set; its mechanism is not known"};
+        }
+        if (!UnknownRole.empty()) {
+            return {.Source = UnknownRole, .Detail = Detail};
         }
         if (!Open.empty()) {
-            return {.Source = Open, .Why = Why};
+            return {.Source = Open, .Why = Why, .Detail = Detail};
         }
         if (!Off.empty()) {
             return {.Value = BiosCredential::None, .Source = Off};
         }
-        return {.Source = "sysfs class/firmware-attributes", .Why = Missing::Absent};
+        return {.Source = Silent, .Why = SilentWhy};
     }
 };
 
@@ -63,6 +67,7 @@ void JudgeAttribute(Sources& sources, const std::string& source, Verdict& verdic
     const auto* known = std::ranges::find(kRoles, role.Value.value_or(u""), &Role::Name);
     if (known == std::end(kRoles)) {
         verdict.UnknownRole = role.Source;
+        verdict.Detail = "unknown role \"" + platform::ToValidUtf8(role.Value.value_or(u"")) + "\"";
         return;
     }
     if (known->What != Guards::Firmware) {
@@ -81,14 +86,21 @@ void JudgeAttribute(Sources& sources, const std::string& source, Verdict& verdic
         verdict.Off = path;
     } else {
         verdict.Open = path;
-        verdict.Why = content ? Missing::Damaged : sources.Files().Why();
+        verdict.Why = content ? Missing::Unknown : sources.Files().Why();
+        if (verdict.UnknownRole.empty()) {
+            verdict.Detail =
+                content ? "\"" + platform::ToValidUtf8(Clean(*content)) + "\"" : sources.Files().Reason();
+        }
     }
 }
 
 Verdict FromAttributes(Sources& sources, std::vector<std::string>& kinds) {
     Verdict verdict;
     const std::string folder = "class/firmware-attributes/";
-    for (const std::string& driver : sources.Files().List("/sys/" + folder)) {
+    const auto drivers = sources.Files().List("/sys/" + folder);
+    verdict.Silent = "sysfs class/firmware-attributes";
+    verdict.SilentWhy = drivers.empty() ? Missing::Absent : Missing::NotReported;
+    for (const std::string& driver : drivers) {
         const std::string authentication = folder + driver + "/authentication";
         for (const std::string& name : sources.Files().List("/sys/" + authentication)) {
             JudgeAttribute(sources, PathOf({"sysfs " + authentication, name}), verdict, kinds);
@@ -100,7 +112,7 @@ Verdict FromAttributes(Sources& sources, std::vector<std::string>& kinds) {
 /// DSP0134, "Hardware Security (Type 24)".
 Verdict FromTables(std::span<const SmbiosStructure> tables) {
     enum { kDisabled, kEnabled, kNotImplemented, kUnknown };
-    Verdict verdict;
+    Verdict verdict{.Silent = "smbios 24.4"};
     for (const SmbiosStructure& structure : tables) {
         const auto settings = structure.Byte(0x04);
         if (structure.Type != smbios::kHardwareSecurity || !settings) {
@@ -125,12 +137,16 @@ Verdict FromTables(std::span<const SmbiosStructure> tables) {
 Sourced<BiosCredential> ReadBiosPassword(Sources& sources, std::vector<std::string>& kinds) {
     const Verdict attributes = FromAttributes(sources, kinds);
     auto result = attributes.Result();
-    if (!result.Value) {
+    const bool hasTable =
+        std::ranges::count(sources.Tables(), smbios::kHardwareSecurity, &SmbiosStructure::Type) > 0;
+    if (!result.Value && hasTable) {
         Verdict tables = FromTables(sources.Tables());
-        const bool silent = tables.Off.empty() && tables.Open.empty() && tables.Password.empty();
         tables.UnknownKind = attributes.UnknownKind;
         tables.UnknownRole = attributes.UnknownRole;
-        result = silent ? result : tables.Result();
+        tables.Detail = attributes.UnknownRole.empty() ? "" : attributes.Detail;
+        const auto byTables = tables.Result();
+        // Of two sources that do not tell, the first one that is there.
+        result = byTables.Value || result.Why == Missing::Absent ? byTables : result;
     }
     return result;
 }

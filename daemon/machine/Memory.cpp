@@ -192,7 +192,7 @@ void ReadMemory(Sources& sources, MachineDetails& machine) {
             machine.Memory.Source = source;
         }
     };
-    offer("smbios 17", InstalledMemory(sources.Tables()));
+    offer("smbios 17", sources.TablesCutOff() ? std::nullopt : InstalledMemory(sources.Tables()));
     offer("udev +dmi:id", machine.InstalledBytes ? std::nullopt : DeviceManagerMemory(files));
     offer("sysfs devices/system/memory", machine.InstalledBytes ? std::nullopt : OnlineMemory(files));
     if (!machine.InstalledBytes) {

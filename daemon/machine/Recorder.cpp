@@ -11,9 +11,8 @@
 #include <span>
 #include <utility>
 
+#include "daemon/machine/ReadMachine.h"
 #include "daemon/machine/Smbios.h"
-#include "daemon/machine/SystemInformation.h"
-#include "daemon/machine/UsbTypeC.h"
 #include "daemon/machine/Values.h"
 #include "platform/core/Exception.h"
 
@@ -28,79 +27,110 @@ std::string Serial(std::string_view content) {
     return Value(content) ? "RECORDED-SERIAL\n" : std::string(content);
 }
 
-/// Only the lines that begin with one of `keys`; a processor's lines repeat for every core, one of each is
-/// enough.
-template <std::size_t N>
-std::string Lines(std::string_view content, const std::array<std::string_view, N>& keys) {
+/// The lines that `keep` wants.
+template <typename Predicate>
+std::string KeptLines(std::string_view content, Predicate keep) {
     std::string kept;
-    std::array<bool, N> seen{};
-    while (!content.empty()) {
-        const auto end = std::min(content.find('\n'), content.size());
-        const std::string_view line = content.substr(0, end);
-        content.remove_prefix(std::min(end + 1, content.size()));
-        const auto* key =
-            std::ranges::find_if(keys, [line](std::string_view k) { return line.starts_with(k); });
-        const auto index = static_cast<std::size_t>(key - keys.begin());
-        const bool repeats = key != keys.end() && key->ends_with("_");
-        if (key != keys.end() && (repeats || !seen[index])) {
-            seen[index] = true;
+    for (const std::string_view line : platform::Lines(content)) {
+        if (keep(line)) {
             kept.append(line).append("\n");
         }
     }
     return kept;
 }
 
+/// A processor's lines repeat for every core; its name is needed once, and of its flags only one.
 std::string ProcessorLines(std::string_view content) {
-    return Lines(content, std::array<std::string_view, 1>{"model name"});
+    std::string kept;
+    bool named = false;
+    bool flagged = false;
+    for (const std::string_view line : platform::Lines(content)) {
+        const auto pair = platform::CutLine(line, ':').value_or(platform::KeyValue{});
+        if (pair.Key == "flags" && !std::exchange(flagged, true)) {
+            const bool isVirtual =
+                std::string(" ").append(pair.Value).append(" ").find(" hypervisor ") != std::string::npos;
+            kept += isVirtual ? "flags : hypervisor\n" : "";
+        } else if (pair.Key == "processor" || pair.Key == "physical id" || pair.Key == "core id" ||
+                   ((pair.Key == "model name" || pair.Key == "Model Name") && !std::exchange(named, true))) {
+            kept.append(line).append("\n");
+        }
+    }
+    return kept;
 }
 
 std::string MemoryLines(std::string_view content) {
-    return Lines(content, std::array<std::string_view, 1>{"MemTotal"});
+    return KeptLines(content, [](std::string_view line) { return line.starts_with("MemTotal:"); });
 }
 
 std::string DeviceManagerLines(std::string_view content) {
-    const std::string lines = Lines(content, std::array<std::string_view, 1>{"E:MEMORY_"});
-    std::string kept;
-    for (std::string_view rest = lines; !rest.empty();) {
-        const auto end = rest.find('\n');
-        const std::string_view line = rest.substr(0, end);
+    return KeptLines(content, [](std::string_view line) {
         const std::string_view key = line.substr(0, line.find('='));
-        if (key.ends_with("_SIZE") || key.ends_with("_TYPE") || key.ends_with("_NUM_DEVICES")) {
-            kept.append(line).append("\n");
-        }
-        rest.remove_prefix(end + 1);
-    }
-    return kept;
+        return key.starts_with("E:MEMORY_") &&
+               (key.ends_with("_SIZE") || key.ends_with("_TYPE") || key.ends_with("_NUM_DEVICES"));
+    });
 }
 
 std::string ReleaseLines(std::string_view content) {
-    return Lines(content, std::array<std::string_view, 5>{
-                              "PRETTY_NAME=", "NAME=", "VERSION_ID=", "BUILD_ID=", "IMAGE_VERSION="});
+    constexpr std::string_view kKeys[] = {"PRETTY_NAME", "NAME", "VERSION_ID", "BUILD_ID", "IMAGE_VERSION"};
+    return KeptLines(content, [&kKeys](std::string_view line) {
+        const auto pair = platform::CutLine(line, '=');
+        return pair && std::ranges::count(kKeys, pair->Key) > 0;
+    });
 }
 
-/// The structures that are read, with every string but a processor's name as a row of "x": memory modules and
-/// processors carry serial numbers and asset tags.
+/// A type of structure whose formatted part is read.
+struct KeptStructure {
+    std::uint8_t Type;
+    std::vector<std::size_t> Strings;      ///< offsets of those that identify nothing and are read
+    std::vector<std::size_t> Identifiers;  ///< offsets of those that identify the part
+};
+
+const KeptStructure kKept[] = {{smbios::kFirmware, {}, {}},
+                               {smbios::kProcessor, {0x10}, {0x20, 0x21}},
+                               {smbios::kPortConnector, {0x04, 0x06}, {}},
+                               {smbios::kMemoryArray, {}, {}},
+                               {smbios::kMemoryDevice, {0x10}, {0x18, 0x19}},
+                               {smbios::kHardwareSecurity, {}, {}}};
+
+/// Copies `bytes` of the original back into `table`, which is blank.
+void Restore(std::string& table, std::string_view original, std::string_view bytes) {
+    table.replace(static_cast<std::size_t>(bytes.data() - original.data()), bytes.size(), bytes);
+}
+
+/// The table at its full length, so that its faults stay where they are. Kept are the headers, what is read
+/// of the formatted parts, and few strings; everything else is a row of "x", in which only the zeros stay.
 std::string Table(std::string_view content) {
-    std::string table;
+    std::string table(content);
+    std::ranges::replace_if(
+        table, [](char c) { return c != '\0'; }, 'x');
+    constexpr std::size_t kHeaderBytes = 4;
+    std::size_t end = 0;
     for (const SmbiosStructure& structure : ParseSmbios(content)) {
-        const bool read = structure.Type == smbios::kProcessor || structure.Type == smbios::kPortConnector ||
-                          structure.Type == smbios::kMemoryArray || structure.Type == smbios::kMemoryDevice ||
-                          structure.Type == smbios::kHardwareSecurity;
-        if (!read) {
+        const std::string_view formatted = structure.Formatted;
+        Restore(table, content, formatted.substr(0, kHeaderBytes));
+        end = static_cast<std::size_t>(formatted.data() - content.data()) + formatted.size();
+        end = content.find(std::string_view("\0\0", 2), end) + 2;
+        const auto* kept = std::ranges::find(kKept, structure.Type, &KeptStructure::Type);
+        if (kept == std::end(kKept)) {
             continue;
         }
-        std::string formatted(structure.Formatted);
+        Restore(table, content, formatted);
         if (structure.Type == smbios::kProcessor && formatted.size() >= 0x10) {
-            formatted.replace(8, 8, 8, '\0');  // the processor's ID
+            table.replace(static_cast<std::size_t>(formatted.data() - content.data()) + 8, 8, 8, 'x');
         }
-        table += formatted;
-        const std::string_view name =
-            structure.Type == smbios::kProcessor ? structure.Text(0x10) : std::string_view();
-        for (const std::string_view text : structure.Strings) {
-            table += text.data() == name.data() ? std::string(text) : std::string(text.size(), 'x');
-            table += '\0';
+        for (const std::size_t offset : kept->Strings) {
+            const bool identifies = std::ranges::any_of(kept->Identifiers, [&](std::size_t identifier) {
+                return structure.Byte(identifier) == structure.Byte(offset);
+            });
+            if (!identifies && !structure.Text(offset).empty()) {
+                Restore(table, content, structure.Text(offset));
+            }
         }
-        table.append(structure.Strings.empty() ? 2 : 1, '\0');
+    }
+    // Why the table ends here; what follows its end nobody reads.
+    Restore(table, content, content.substr(end, kHeaderBytes));
+    if (content.size() > end && content[end] == static_cast<char>(smbios::kEndOfTable)) {
+        table.resize(std::min(table.size(), end + kHeaderBytes + 2));
     }
     return table;
 }
@@ -177,8 +207,7 @@ std::vector<std::string> Record(const std::string& root, const std::string& fold
                                                 std::string_view content) { writer.File(path, content); },
                               .Link = [&writer](const std::string& path,
                                                 const std::string& target) { writer.Link(path, target); }});
-    ReadSystemInformation(files);
-    ReadUsbTypeC(files);
+    ReadMachine(files);
     // Sources that this machine did not need, because an earlier one told: a fault may lie in the choice.
     ReadSmbios(files);
     for (const char* path : {"/run/udev/data/+dmi:id", "/usr/lib/os-release"}) {

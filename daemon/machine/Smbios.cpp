@@ -12,25 +12,16 @@ std::uint8_t At(std::string_view bytes, std::size_t offset) {
     return static_cast<std::uint8_t>(bytes[offset]);
 }
 
-/// Takes the strings after a structure's formatted part off the front of `rest`, with their final zero. False
-/// if the table ends before they do.
-bool TakeStrings(std::string_view& rest, std::vector<std::string_view>& strings) {
-    if (rest.starts_with(std::string_view("\0\0", 2))) {
-        rest.remove_prefix(2);
+/// The strings in `set`, which two zeros end. False if something else than strings stands before those.
+bool TakeStrings(std::string_view set, std::vector<std::string_view>& strings) {
+    if (set == std::string_view("\0\0", 2)) {
         return true;
     }
-    for (;;) {
-        const auto end = rest.find('\0');
-        if (end == std::string_view::npos) {
-            return false;
-        }
-        if (end == 0) {
-            rest.remove_prefix(1);
-            return !strings.empty();
-        }
-        strings.push_back(rest.substr(0, end));
-        rest.remove_prefix(end + 1);
+    while (set[0] != '\0') {
+        strings.push_back(set.substr(0, set.find('\0')));
+        set.remove_prefix(strings.back().size() + 1);
     }
+    return set.size() == 1;
 }
 
 }  // namespace
@@ -63,22 +54,39 @@ std::string_view SmbiosStructure::Text(std::size_t offset) const {
     return number >= 1 && number <= Strings.size() ? Strings[number - 1] : std::string_view();
 }
 
-std::vector<SmbiosStructure> ParseSmbios(std::string_view table) {
+std::vector<SmbiosStructure> ParseSmbios(std::string_view table, SmbiosFaults* faults) {
     std::vector<SmbiosStructure> structures;
-    while (table.size() >= kHeaderBytes) {
+    std::size_t at = 0;
+    const auto fault = [&at, faults](const SmbiosStructure& structure, const char* what, bool cutsOff) {
+        if (faults != nullptr) {
+            faults->Sentences.push_back("structure of type " + std::to_string(structure.Type) + " at byte " +
+                                        std::to_string(at) + " " + what);
+            faults->CutOff = cutsOff;
+        }
+    };
+    while (at + kHeaderBytes <= table.size()) {
         SmbiosStructure structure{};
-        structure.Type = At(table, 0);
-        const std::size_t length = At(table, 1);
-        structure.Handle = static_cast<std::uint16_t>(At(table, 2) | At(table, 3) << 8);
-        if (structure.Type == smbios::kEndOfTable || length < kHeaderBytes || length > table.size()) {
+        structure.Type = At(table, at);
+        const std::size_t length = At(table, at + 1);
+        structure.Handle = static_cast<std::uint16_t>(At(table, at + 2) | At(table, at + 3) << 8);
+        if (structure.Type == smbios::kEndOfTable) {
             break;
         }
-        structure.Formatted = table.substr(0, length);
-        table.remove_prefix(length);
-        if (!TakeStrings(table, structure.Strings)) {
+        if (length < kHeaderBytes) {
+            fault(structure, "is shorter than its header; the table is not read further", true);
             break;
+        }
+        const auto zeros = table.find(std::string_view("\0\0", 2), at + length);
+        if (zeros == std::string_view::npos) {
+            fault(structure, "does not end within the table", true);
+            break;
+        }
+        structure.Formatted = table.substr(at, length);
+        if (!TakeStrings(table.substr(at + length, zeros + 2 - at - length), structure.Strings)) {
+            fault(structure, "has a broken set of strings; reading goes on after the next two zeros", false);
         }
         structures.push_back(std::move(structure));
+        at = zeros + 2;
     }
     return structures;
 }

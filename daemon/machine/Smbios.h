@@ -1,8 +1,9 @@
 #pragma once
 
 // The firmware's own tables (DMTF DSP0134, "System Management BIOS Reference Specification"). Offsets are
-// those of the specification, counted from the structure's start. Nothing in a table is trusted: a length or
-// a string number that leads outside ends the table or reads as "not there".
+// those of that document, counted from the structure's start. Nothing in a table is trusted: a string number
+// that leads outside reads as "not there", and a structure that breaks the rules does not hide those after
+// it.
 
 #include <cstdint>
 #include <optional>
@@ -41,8 +42,15 @@ inline constexpr std::uint8_t kHardwareSecurity = 24;
 inline constexpr std::uint8_t kEndOfTable = 127;
 }  // namespace smbios
 
-/// The structures of a table, in order, up to the end-of-table structure or the first one that does not fit.
-std::vector<SmbiosStructure> ParseSmbios(std::string_view table);
+struct SmbiosFaults {
+    std::vector<std::string> Sentences;  ///< what is wrong, with its place
+    bool CutOff = false;                 ///< structures may be missing
+};
+
+/// The structures of a table, in order, up to the end-of-table structure. As the kernel and dmidecode do, the
+/// next structure is looked for after the next two zeros, whatever stands before them; a length below that of
+/// a header, or a structure that the table's end cuts off, ends the table.
+std::vector<SmbiosStructure> ParseSmbios(std::string_view table, SmbiosFaults* faults = nullptr);
 
 /// The table's bytes from /sys/firmware/dmi/tables/DMI or, where that cannot be read, put together from
 /// /sys/firmware/dmi/entries for the types named above. Empty if neither can be had.

@@ -36,11 +36,19 @@ std::string Unquoted(std::string_view raw) {
 
 }  // namespace
 
-Sources::Sources(MachineFiles& files)
-    : m_files(files), m_tableBytes(ReadSmbios(files)), m_tables(ParseSmbios(m_tableBytes)) {
-    if (m_tables.empty()) {
-        const bool there = files.Read(std::string(smbios::kTablePath)).has_value();
-        m_whyNoTable = there ? Missing::Damaged : files.Why();
+Sources::Sources(MachineFiles& files) : m_files(files), m_tableBytes(ReadSmbios(files)) {
+    SmbiosFaults faults;
+    m_tables = ParseSmbios(m_tableBytes, &faults);
+    m_tablesCutOff = faults.CutOff;
+    for (const std::string& sentence : faults.Sentences) {
+        files.Note("firmware tables: " + sentence);
+    }
+    if (!faults.Sentences.empty()) {
+        m_whyNoTable = Missing::Damaged;
+    } else if (!m_tables.empty() || files.Read(std::string(smbios::kTablePath))) {
+        m_whyNoTable = Missing::NotReported;
+    } else {
+        m_whyNoTable = files.Why();
     }
 }
 
@@ -143,7 +151,7 @@ std::optional<std::string> Sources::TableText(std::string_view place) {
             return std::string(text);
         }
     }
-    m_why = WhyNoTable();
+    m_why = m_whyNoTable;
     return std::nullopt;
 }
 
@@ -155,8 +163,12 @@ std::string ReasonOf(Missing why, const std::string& detail) {
             return "holds only \"" + detail + "\"";
         case Missing::Absent:
             return "absent";
+        case Missing::Denied:
+            return detail.empty() ? "denied" : detail;
+        case Missing::Damaged:
+            return detail.empty() ? "damaged" : "damaged (" + detail + ")";
         default:
-            return !detail.empty() ? detail : why == Missing::Denied ? "denied" : "cannot be read";
+            return detail.empty() ? "does not know" : detail;
     }
 }
 

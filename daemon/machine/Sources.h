@@ -39,9 +39,8 @@ class Sources {
 
     MachineFiles& Files() { return m_files; }
     std::span<const SmbiosStructure> Tables() const { return m_tables; }
-
-    /// Why a table says nothing: it could not be read, or has no such structure.
-    Missing WhyNoTable() const { return m_tables.empty() ? m_whyNoTable : Missing::NotReported; }
+    /// They are damaged, and structures are missing at their end.
+    bool TablesCutOff() const { return m_tablesCutOff; }
 
     /// The cleaned text, or why there is none.
     SourcedText Text(std::string_view source);
@@ -58,7 +57,8 @@ class Sources {
     MachineFiles& m_files;
     std::string m_tableBytes;
     std::vector<SmbiosStructure> m_tables;  // views into m_tableBytes
-    Missing m_whyNoTable = Missing::Absent;
+    bool m_tablesCutOff = false;
+    Missing m_whyNoTable = Missing::Absent;  // why the tables do not say what they could
 
     // Of the last call of Bytes that gave nothing.
     Missing m_why = Missing::Absent;

@@ -10,22 +10,40 @@ namespace daemon_service {
 
 namespace {
 
-/// Compared without regard to case.
+/// Compared without regard to case; "#" stands for a row of digits.
 constexpr std::u16string_view kPlaceholders[] = {
     u"to be filled by o.e.m.",
     u"to be filled by oem",
+    u"tbd by oem",
     u"o.e.m.",
     u"oem",
+    u"$(default_string)",
     u"default string",
+    u"default string#",
+    u"oem default string",
+    u"oem default string#",
     u"default",
     u"system product name",
     u"system version",
     u"system serial number",
     u"system manufacturer",
     u"system sku",
+    u"system sku#",
     u"product name",
+    u"serial number",
+    u"base board product name",
+    u"base board version",
+    u"base board manufacturer",
     u"base board serial number",
     u"chassis serial number",
+    u"chassis version",
+    u"type#sku#",
+    u"type#productconfigid",
+    u"type# - board manufacturer",
+    u"type# - board product name",
+    u"type# - board version",
+    u"type# - board serial number",
+    u"sku number",
     u"not specified",
     u"not applicable",
     u"not available",
@@ -41,6 +59,7 @@ constexpr std::u16string_view kPlaceholders[] = {
     u"0123456789",
     u"123456789",
     u"1234567890",
+    u"00/00/0000",
 };
 
 constexpr std::u16string_view kSeparators[] = {u"<.^.>", u"(~!~)"};
@@ -61,6 +80,25 @@ constexpr bool IsLow(char16_t unit) {
 
 constexpr char16_t Lowered(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+constexpr bool IsDigit(char16_t unit) {
+    return unit >= u'0' && unit <= u'9';
+}
+
+bool Matches(std::u16string_view text, std::u16string_view placeholder) {
+    std::size_t at = 0;
+    for (const char16_t wanted : placeholder) {
+        const std::size_t before = at;
+        while (wanted == u'#' && at < text.size() && IsDigit(text[at])) {
+            ++at;
+        }
+        at += wanted != u'#' && at < text.size() && Lowered(text[at]) == wanted ? 1 : 0;
+        if (at == before) {
+            return false;
+        }
+    }
+    return at == text.size();
 }
 
 void CollapseBlanks(std::u16string& text) {
@@ -106,9 +144,8 @@ bool IsPlaceholder(std::u16string_view text) {
                          text.find_first_not_of(text[0]) == std::u16string_view::npos)) {
         return true;
     }
-    return std::ranges::any_of(kPlaceholders, [text](std::u16string_view placeholder) {
-        return std::ranges::equal(text, placeholder, {}, Lowered);
-    });
+    return std::ranges::any_of(
+        kPlaceholders, [text](std::u16string_view placeholder) { return Matches(text, placeholder); });
 }
 
 std::optional<std::u16string> Value(std::string_view bytes) {

@@ -97,10 +97,10 @@ TEST(Details, TooLongLoseTheEndsOfTextsAndOfListsAndSaySo) {
 TEST(Details, PrintedShowValueReasonAndSourceSideBySide) {
     RecordedMachine machine;
     BuildLaptop(machine);
-    machine.Dmi({{"product_serial", "Default string\n"},
-                 {"board_serial", "Default string\n"},
-                 {"chassis_serial", "Default string\n"},
-                 {"sys_vendor", "\x1B[2J\xC2\x9B"}});
+    for (const char* file : {"product_serial", "board_serial", "chassis_serial"}) {
+        machine.File("/sys/class/dmi/id/" + std::string(file), "Default string\n");
+    }
+    machine.File("/sys/class/dmi/id/sys_vendor", "\x1B[2J\xC2\x9B");
     testing::internal::CaptureStdout();
     EXPECT_TRUE(PrintMachine(machine.Root()));
     tests::ExpectGolden("daemon/details/Print.txt", testing::internal::GetCapturedStdout());
