@@ -8,15 +8,15 @@
 
 namespace desktop {
 
-/// The desktop's own caption buttons over the top corners of the window. Which there are, and at which end,
-/// is the user's setting and may change at any time. User-interface thread.
+/// Caption buttons over the top corners of the window. Which there are, and at which end, is the user's
+/// setting for all windows and may change at any time. User-interface thread.
 class CaptionButtons {
   public:
-    /// Height of the title bar that they stand in.
+    /// Height of the title bar that they stand in, in device-independent pixels.
     static constexpr int kHeight = 30;
 
     /// `changed` is called when the insets have changed.
-    CaptionButtons(GtkOverlay* overlay, std::function<void()> changed);
+    CaptionButtons(GtkWindow* window, GtkOverlay* overlay, std::function<void()> changed);
 
     platform::OverlayInsets Insets();
 
@@ -25,18 +25,22 @@ class CaptionButtons {
   private:
     /// False for another widget than the buttons.
     bool Place(GtkWidget* widget, GdkRectangle& place);
+    void Rebuild();
     platform::OverlayInsets Measure() const;
     int WidthOf(GtkPackType end) const;
     bool IsRightToLeft() const;
 
+    GtkWindow* m_window;
     GtkOverlay* m_overlay;
     std::function<void()> m_changed;
     /// Owned by the overlay; by GtkPackType.
-    GtkWidget* m_controls[2];
+    GtkWidget* m_ends[2];
     /// What the layer knows.
     platform::OverlayInsets m_reported;
     DeferredCall m_report;
     Signal m_place;
+    Signal m_layoutChanged;
+    Signal m_maximized;
 };
 
 }  // namespace desktop

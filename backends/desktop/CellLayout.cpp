@@ -4,15 +4,13 @@
 #include <cmath>
 #include <numeric>
 
+#include "backends/desktop/Unit.h"
+
 namespace desktop {
 
 using platform::GridLength;
 
 namespace {
-
-int Pixels(double value) {
-    return static_cast<int>(std::lround(value));
-}
 
 /// First track and number of tracks of a cell, kept inside the `count` tracks that there are.
 struct Span {
@@ -42,6 +40,8 @@ int Limit(const Cell& cell, GtkOrientation orientation) {
 }
 
 CellLayout::Extent MeasureCell(const Cell& cell, GtkOrientation orientation, int forSize) {
+    // A scrolled content would be measured at the width that it wishes for.
+    auto* const measured = forSize >= 0 && cell.Scrolled != nullptr ? cell.Scrolled : cell.Widget;
     if (forSize >= 0) {
         CellLayout::Extent across;
         const auto other =
@@ -50,7 +50,10 @@ CellLayout::Extent MeasureCell(const Cell& cell, GtkOrientation orientation, int
         forSize = std::max(across.Minimum, std::min(forSize, Limit(cell, other)));
     }
     CellLayout::Extent extent;
-    gtk_widget_measure(cell.Widget, orientation, forSize, &extent.Minimum, &extent.Natural, nullptr, nullptr);
+    gtk_widget_measure(measured, orientation, forSize, &extent.Minimum, &extent.Natural, nullptr, nullptr);
+    if (measured != cell.Widget) {
+        gtk_widget_measure(cell.Widget, orientation, -1, &extent.Minimum, nullptr, nullptr, nullptr);
+    }
     extent.Natural = std::max(extent.Minimum, std::min(extent.Natural, Limit(cell, orientation)));
     return extent;
 }
@@ -186,9 +189,38 @@ void CellLayout::Resolve(GtkOrientation orientation, Tracks& tracks, int size) c
     }
 }
 
+CellLayout CellLayout::Stacked() const {
+    auto stacked = *this;
+    stacked.StackBelow = 0;
+    stacked.Columns = {GridLength::Star};
+    stacked.Rows.assign(std::max<std::size_t>(Cells.size(), 1), GridLength::Auto);
+    stacked.RowSpacing = StackSpacing;
+    int row = 0;
+    for (auto& cell : stacked.Cells) {
+        cell.Layout.Row = row++;
+        cell.Layout.Column = 0;
+        cell.Layout.RowSpan = cell.Layout.ColumnSpan = 1;
+    }
+    return stacked;
+}
+
+bool CellLayout::Stacks(int width) const {
+    return StackBelow > 0 && width >= 0 &&
+           width < std::max(Pixels(StackBelow), Total(GTK_ORIENTATION_HORIZONTAL,
+                                                      MeasureTracks(GTK_ORIENTATION_HORIZONTAL, nullptr))
+                                                    .Minimum);
+}
+
 CellLayout::Extent CellLayout::Measure(GtkOrientation orientation, int forSize) const {
     if (orientation == GTK_ORIENTATION_HORIZONTAL) {
-        return Total(orientation, MeasureTracks(orientation, nullptr));
+        auto extent = Total(orientation, MeasureTracks(orientation, nullptr));
+        if (StackBelow > 0) {
+            extent.Minimum = std::min(extent.Minimum, Stacked().Measure(orientation, -1).Minimum);
+        }
+        return extent;
+    }
+    if (Stacks(forSize)) {
+        return Stacked().Measure(orientation, forSize);
     }
     auto columnTracks = MeasureTracks(GTK_ORIENTATION_HORIZONTAL, nullptr);
     const auto width = Total(GTK_ORIENTATION_HORIZONTAL, columnTracks);
@@ -198,6 +230,16 @@ CellLayout::Extent CellLayout::Measure(GtkOrientation orientation, int forSize) 
 }
 
 void CellLayout::Allocate(int width, int height, GtkTextDirection direction) const {
+    if (Stacks(width)) {
+        Stacked().Allocate(width, height, direction);
+        return;
+    }
+    int top = 0;
+    if (CenterAbove > 0 && height > Pixels(CenterAbove)) {
+        const int natural = std::min(height, Measure(GTK_ORIENTATION_VERTICAL, width).Natural);
+        top = (height - natural) / 2;
+        height = natural;
+    }
     auto columnTracks = MeasureTracks(GTK_ORIENTATION_HORIZONTAL, nullptr);
     Resolve(GTK_ORIENTATION_HORIZONTAL, columnTracks, width);
     auto rowTracks = MeasureTracks(GTK_ORIENTATION_VERTICAL, &columnTracks);
@@ -230,7 +272,7 @@ void CellLayout::Allocate(int width, int height, GtkTextDirection direction) con
             narrow(GTK_ORIENTATION_HORIZONTAL, cellWidth, gtk_widget_get_halign(cell.Widget));
         const auto [dy, childHeight] =
             narrow(GTK_ORIENTATION_VERTICAL, cellHeight, gtk_widget_get_valign(cell.Widget));
-        GtkAllocation area{x + dx, y + dy, childWidth, childHeight};
+        GtkAllocation area{x + dx, top + y + dy, childWidth, childHeight};
         if (direction == GTK_TEXT_DIR_RTL) {
             area.x = width - area.x - area.width;
         }

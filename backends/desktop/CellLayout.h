@@ -1,7 +1,8 @@
 #pragma once
 
 // Where the children of an element stand. Every container is a grid of cells here: a stack is a grid with one
-// row or column for each child, a single content is one cell. User-interface thread.
+// row or column for each child, a single content is one cell. Lengths are device-independent pixels, results
+// the toolkit's. User-interface thread.
 
 #include <span>
 #include <vector>
@@ -16,6 +17,8 @@ struct Cell {
     /// Outlives the layout's use of it.
     GtkWidget* Widget = nullptr;
     platform::ElementLayout Layout;
+    /// What a scrolled Widget holds, else null.
+    GtkWidget* Scrolled = nullptr;
 };
 
 struct CellLayout {
@@ -25,6 +28,10 @@ struct CellLayout {
     double RowSpacing = 0;
     double ColumnSpacing = 0;
     platform::Thickness Padding = {};
+    /// See platform::Grid.
+    double StackBelow = 0;
+    double StackSpacing = 0;
+    double CenterAbove = 0;
     std::vector<Cell> Cells = {};
 
     /// The smallest and the wished-for width (or height for the width `forSize`; -1 for any).
@@ -38,6 +45,10 @@ struct CellLayout {
     void Allocate(int width, int height, GtkTextDirection direction) const;
 
   private:
+    /// The cells one below the other.
+    CellLayout Stacked() const;
+    bool Stacks(int width) const;
+
     struct Track {
         platform::GridLength kind = platform::GridLength::Star;
         Extent extent = {};

@@ -26,10 +26,6 @@ std::string_view ForcedScheme() {
     return word != nullptr ? word : "";
 }
 
-void Load(GtkCssProvider* provider, std::string_view text) {
-    gtk_css_provider_load_from_data(provider, text.data(), static_cast<gssize>(text.size()));
-}
-
 }  // namespace
 
 void VerifyColorScheme() {
@@ -41,11 +37,8 @@ void VerifyColorScheme() {
 }
 
 ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
-    auto* const display = gdk_display_get_default();
-    for (auto* const provider : {m_palette.get(), m_style.get()}) {
-        gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider),
-                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    }
+    gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(m_palette.get()),
+                                               GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     const auto forced = ForcedScheme();
     m_isForced = !forced.empty();
     if (m_isForced) {
@@ -64,7 +57,6 @@ ColorScheme::ColorScheme() : m_settings(gtk_settings_get_default()) {
     m_preferenceChanged = Signal(m_settings, "notify::gtk-application-prefer-dark-theme", apply, this);
     m_themeChanged = Signal(m_settings, "notify::gtk-theme-name", apply, this);
     Apply();
-    Load(m_style.get(), kStyleSheet);
 }
 
 ColorScheme::~ColorScheme() {
@@ -151,8 +143,9 @@ void ColorScheme::Apply() {
     const bool dark =
         m_dark.value_or(prefersDark != FALSE || theme.ends_with("-dark") || theme == "HighContrastInverse");
     const bool contrast = m_higherContrast || theme.starts_with("HighContrast");
-    Load(m_palette.get(), contrast ? (dark ? kContrastDarkPalette : kContrastLightPalette)
-                                   : (dark ? kDarkPalette : kLightPalette));
+    const auto palette = contrast ? (dark ? kContrastDarkPalette : kContrastLightPalette)
+                                  : (dark ? kDarkPalette : kLightPalette);
+    gtk_css_provider_load_from_data(m_palette.get(), palette.data(), static_cast<gssize>(palette.size()));
 }
 
 }  // namespace desktop

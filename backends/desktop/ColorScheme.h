@@ -32,7 +32,6 @@ class ColorScheme {
     std::optional<bool> m_dark;
     bool m_higherContrast = false;
     GObjectPtr<GtkCssProvider> m_palette{gtk_css_provider_new()};
-    GObjectPtr<GtkCssProvider> m_style{gtk_css_provider_new()};
     GObjectPtr<GCancellable> m_cancellable{g_cancellable_new()};
     GObjectPtr<GDBusConnection> m_bus;
     guint m_subscription = 0;

@@ -2,6 +2,7 @@
 
 #include "backends/desktop/ElementWidget.h"
 #include "backends/desktop/Peers.h"
+#include "platform/core/Text.h"
 #include "platform/xaml/Controls.h"
 
 namespace desktop {
@@ -31,7 +32,7 @@ class ContainerPeer : public GtkPeer {
     }
 
   protected:
-    virtual CellLayout Layout() const = 0;
+    virtual desktop::Layout Layout() const = 0;
 
   private:
     GObjectPtr<GtkWidget> m_box;
@@ -43,13 +44,16 @@ class GridPeer final : public ContainerPeer {
         : ContainerPeer(client, grid, widget, widget), m_grid(grid) {}
 
   private:
-    CellLayout Layout() const override {
-        return {.Rows = m_grid.RowDefinitions(),
-                .Columns = m_grid.ColumnDefinitions(),
-                .RowSpacing = m_grid.RowSpacing(),
-                .ColumnSpacing = m_grid.ColumnSpacing(),
-                .Padding = m_grid.Padding(),
-                .Cells = ChildCells()};
+    desktop::Layout Layout() const override {
+        return CellLayout{.Rows = m_grid.RowDefinitions(),
+                          .Columns = m_grid.ColumnDefinitions(),
+                          .RowSpacing = m_grid.RowSpacing(),
+                          .ColumnSpacing = m_grid.ColumnSpacing(),
+                          .Padding = m_grid.Padding(),
+                          .StackBelow = m_grid.StackBelow(),
+                          .StackSpacing = m_grid.StackSpacing(),
+                          .CenterAbove = m_grid.CenterAbove(),
+                          .Cells = ChildCells()};
     }
 
     platform::Grid& m_grid;
@@ -61,7 +65,7 @@ class StackPeer final : public ContainerPeer {
         : ContainerPeer(client, stack, widget, widget), m_stack(stack) {}
 
   private:
-    CellLayout Layout() const override {
+    desktop::Layout Layout() const override {
         CellLayout layout{.Padding = m_stack.Padding(), .Cells = ChildCells()};
         const bool vertical = m_stack.Orientation() == platform::Orientation::Vertical;
         (vertical ? layout.RowSpacing : layout.ColumnSpacing) = m_stack.Spacing();
@@ -80,6 +84,21 @@ class StackPeer final : public ContainerPeer {
     platform::StackPanel& m_stack;
 };
 
+class WrapPeer final : public ContainerPeer {
+  public:
+    WrapPeer(PeerClient& client, platform::WrapPanel& panel, GtkWidget* widget = NewElementWidget())
+        : ContainerPeer(client, panel, widget, widget), m_panel(panel) {}
+
+  private:
+    desktop::Layout Layout() const override {
+        return WrapLayout{.HorizontalSpacing = m_panel.HorizontalSpacing(),
+                          .VerticalSpacing = m_panel.VerticalSpacing(),
+                          .Cells = ChildCells()};
+    }
+
+    platform::WrapPanel& m_panel;
+};
+
 class ContentPeer : public ContainerPeer {
   public:
     ContentPeer(PeerClient& client, platform::ContentControl& control, GtkWidget* widget = NewElementWidget())
@@ -90,7 +109,7 @@ class ContentPeer : public ContainerPeer {
         : ContainerPeer(client, control, widget, box), m_control(control) {}
 
   private:
-    CellLayout Layout() const override {
+    desktop::Layout Layout() const override {
         CellLayout layout{.Padding = m_control.Padding(), .Cells = ChildCells()};
         for (auto& cell : layout.Cells) {
             cell.Layout.Row = cell.Layout.Column = 0;
@@ -105,10 +124,12 @@ class ContentPeer : public ContainerPeer {
 class ScrollViewerPeer final : public ContentPeer {
   public:
     ScrollViewerPeer(PeerClient& client, platform::ScrollViewer& viewer, GtkWidget* box = NewElementWidget())
-        : ContentPeer(client, viewer, gtk_scrolled_window_new(), box), m_viewer(viewer) {
+        : ContentPeer(client, viewer, gtk_scrolled_window_new(), box), m_viewer(viewer), m_box(box) {
         auto* const scrolled = GTK_SCROLLED_WINDOW(Widget());
         gtk_scrolled_window_set_policy(scrolled, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
         gtk_scrolled_window_set_propagate_natural_height(scrolled, TRUE);
+        // The bar never covers the content.
+        gtk_scrolled_window_set_overlay_scrolling(scrolled, FALSE);
         gtk_scrolled_window_set_min_content_height(scrolled, 0);
         gtk_scrolled_window_set_child(scrolled, box);
         auto* const adjustment = gtk_scrolled_window_get_vadjustment(scrolled);
@@ -119,6 +140,8 @@ class ScrollViewerPeer final : public ContentPeer {
         ExtentChanged();
     }
 
+    GtkWidget* Scrolled() const override { return m_box; }
+
   private:
     void ExtentChanged() {
         auto* const adjustment = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(Widget()));
@@ -128,6 +151,8 @@ class ScrollViewerPeer final : public ContentPeer {
     }
 
     platform::ScrollViewer& m_viewer;
+    /// Owned by the widget.
+    GtkWidget* m_box;
     Signal m_changed;
 };
 
@@ -151,18 +176,47 @@ class ButtonPeer final : public ContentPeer {
         }
     }
 
+    void TextBelowChanged() override { UpdateName(); }
+
   private:
-    /// The name of a button without one is the text in it.
+    /// The name of a button without one is the text in it; a button without text says its name in a tool tip.
     void UpdateName() {
         const auto& accessibility = Element().Accessibility();
-        const auto children = Element().Children();
-        if (!accessibility.Name.empty() || accessibility.LabeledBy != nullptr || children.empty()) {
+        auto* const accessible = GTK_ACCESSIBLE(Widget());
+        std::vector<GtkWidget*> texts;
+        for (const auto* const child : Element().Children()) {
+            AddTexts(*child, texts);
+        }
+        if (texts.empty() && accessibility.ToolTip.empty() && !accessibility.Name.empty()) {
+            gtk_widget_set_tooltip_text(Widget(), platform::ToValidUtf8(accessibility.Name).c_str());
+            // The toolkit has made it the description as well, which would be read after the name.
+            gtk_accessible_reset_property(accessible, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+        }
+        if (texts.empty() || !accessibility.Name.empty() || accessibility.LabeledBy != nullptr) {
             return;
         }
-        const auto* const text = dynamic_cast<platform::TextBlock*>(children.front());
-        if (const auto* const peer = text != nullptr ? Of(*text) : nullptr) {
-            gtk_accessible_update_relation(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
-                                           GTK_ACCESSIBLE(peer->Widget()), nullptr, -1);
+        GList* list = nullptr;
+        for (auto* const text : texts) {
+            list = g_list_append(list, text);
+        }
+        GtkAccessibleRelation relation = GTK_ACCESSIBLE_RELATION_LABELLED_BY;
+        GValue value = G_VALUE_INIT;
+        gtk_accessible_relation_init_value(relation, &value);
+        g_value_set_pointer(&value, list);
+        gtk_accessible_update_relation_value(accessible, 1, &relation, &value);
+        g_value_unset(&value);
+    }
+
+    static void AddTexts(const platform::UIElement& element, std::vector<GtkWidget*>& texts) {
+        if (element.Visibility() == platform::Visibility::Collapsed) {
+            return;
+        }
+        if (const auto* const peer = Of(element);
+            peer != nullptr && dynamic_cast<const platform::TextBlock*>(&element) != nullptr) {
+            texts.push_back(peer->Widget());
+        }
+        for (const auto* const child : element.Children()) {
+            AddTexts(*child, texts);
         }
     }
 
@@ -177,6 +231,10 @@ std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Grid& element) {
 
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::StackPanel& element) {
     return std::make_unique<StackPeer>(client, element);
+}
+
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::WrapPanel& element) {
+    return std::make_unique<WrapPeer>(client, element);
 }
 
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ContentControl& element) {

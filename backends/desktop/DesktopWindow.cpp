@@ -1,11 +1,11 @@
 #include "backends/desktop/DesktopWindow.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "backends/desktop/ElementWidget.h"
 #include "backends/desktop/Keys.h"
 #include "backends/desktop/Peers.h"
+#include "backends/desktop/Unit.h"
 #include "platform/xaml/Controls.h"
 
 namespace desktop {
@@ -14,6 +14,16 @@ namespace {
 
 /// Between two requests for a size.
 constexpr guint kRetryMilliseconds = 100;
+
+/// Everything below `element` is measured in new units.
+void UpdateLayoutOf(platform::UIElement& element) {
+    if (element.Peer() != nullptr) {
+        element.Peer()->Update(platform::ElementProperty::Layout);
+    }
+    for (auto* const child : element.Children()) {
+        UpdateLayoutOf(*child);
+    }
+}
 
 platform::KeyPress Press(guint key, guint code, GdkModifierType state) {
     return {.Key = VirtualKeyOf(key), .Modifiers = ModifiersOf(state), .ScanCode = code};
@@ -27,7 +37,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
       m_overlay(GTK_OVERLAY(gtk_overlay_new())),
       m_content(NewElementWidget()),
       m_defaultDragArea(gtk_window_handle_new()),
-      m_captionButtons(m_overlay, [this] { m_client.OverlayInsetsChanged(); }),
+      m_captionButtons(m_window.get(), m_overlay, [this] { m_client.OverlayInsetsChanged(); }),
       m_resizeBorder(m_window.get(), m_overlay) {
     auto* const window = m_window.get();
     gtk_window_set_decorated(window, FALSE);
@@ -45,12 +55,13 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     gtk_widget_set_valign(m_defaultDragArea, GTK_ALIGN_START);
     gtk_window_handle_set_child(GTK_WINDOW_HANDLE(m_defaultDragArea),
                                 gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
-    gtk_widget_set_size_request(m_defaultDragArea, -1, CaptionButtons::kHeight);
+    gtk_widget_set_size_request(m_defaultDragArea, -1, Pixels(CaptionButtons::kHeight));
     gtk_overlay_add_overlay(m_overlay, m_defaultDragArea);
     // Under the caption buttons and the border.
     gtk_widget_insert_after(m_defaultDragArea, GTK_WIDGET(m_overlay), m_content);
     gtk_window_set_child(window, GTK_WIDGET(m_overlay));
 
+    TextScale::OnChange([this](double before) { UnitChanged(before); });
     m_signals.emplace_back(
         window, "close-request",
         [](GtkWindow*, gpointer self) -> gboolean {
@@ -88,6 +99,7 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
 }
 
 DesktopWindow::~DesktopWindow() {
+    TextScale::OnChange(nullptr);
     m_signals.clear();
     SetLayout(m_content, nullptr);
     gtk_window_destroy(m_window.get());
@@ -144,15 +156,18 @@ void DesktopWindow::SetTitleBar(platform::UIElement* element) {
 }
 
 void DesktopWindow::SetPreferredMinSize(platform::Size size) {
-    gtk_widget_set_size_request(m_content, static_cast<int>(std::lround(size.Width)),
-                                static_cast<int>(std::lround(size.Height)));
+    m_minSize = size;
+    const auto screen = ScreenSize();
+    gtk_widget_set_size_request(m_content, std::min(Pixels(size.Width), screen.width),
+                                std::min(Pixels(size.Height), screen.height));
+    gtk_widget_set_size_request(m_defaultDragArea, -1, Pixels(CaptionButtons::kHeight));
 }
 
 bool DesktopWindow::Resize(platform::Size size) {
+    m_asked = size;
     GtkRequisition least{};
     gtk_widget_get_preferred_size(GTK_WIDGET(m_window.get()), &least, nullptr);
-    PixelSize asked{.width = static_cast<int>(std::lround(size.Width)),
-                    .height = static_cast<int>(std::lround(size.Height))};
+    auto asked = OnScreen(size);
     if (gtk_window_is_maximized(m_window.get())) {
         // A dimension equal to the current one means "keep": use the restored window's, not the maximized
         // one's.
@@ -210,7 +225,47 @@ DesktopWindow::PixelSize DesktopWindow::CurrentSize() const {
 
 platform::Size DesktopWindow::VisibleSize() {
     const auto [width, height] = CurrentSize();
-    return {.Width = static_cast<double>(width), .Height = static_cast<double>(height)};
+    return {.Width = width / Unit(), .Height = height / Unit()};
+}
+
+DesktopWindow::PixelSize DesktopWindow::ScreenSize() {
+    PixelSize screen{};
+    auto* const monitors = gdk_display_get_monitors(gdk_display_get_default());
+    for (guint index = 0; index < g_list_model_get_n_items(monitors); ++index) {
+        const GObjectPtr<GdkMonitor> monitor(GDK_MONITOR(g_list_model_get_item(monitors, index)));
+        GdkRectangle area{};
+        gdk_monitor_get_geometry(monitor.get(), &area);
+        screen = {.width = std::max(screen.width, area.width),
+                  .height = std::max(screen.height, area.height)};
+    }
+    return screen;
+}
+
+DesktopWindow::PixelSize DesktopWindow::OnScreen(platform::Size size) const {
+    const auto screen = ScreenSize();
+    PixelSize fitting{.width = std::min(Pixels(size.Width), screen.width), .height = Pixels(size.Height)};
+    if (IsCramped()) {
+        // What does not fit beside each other stands below it.
+        int natural = 0;
+        gtk_widget_measure(m_content, GTK_ORIENTATION_VERTICAL, fitting.width, nullptr, &natural, nullptr,
+                           nullptr);
+        fitting.height = std::max(fitting.height, natural);
+    }
+    fitting.height = std::min(fitting.height, screen.height);
+    return fitting;
+}
+
+bool DesktopWindow::IsCramped() const {
+    return Pixels(m_minSize.Width) > ScreenSize().width;
+}
+
+void DesktopWindow::UnitChanged(double before) {
+    const auto [width, height] = CurrentSize();
+    SetPreferredMinSize(m_minSize);
+    if (m_root != nullptr) {
+        UpdateLayoutOf(*m_root);
+    }
+    Resize({.Width = width / before, .Height = height / before});
 }
 
 platform::OverlayInsets DesktopWindow::SystemOverlayInsets() {
@@ -228,10 +283,6 @@ void DesktopWindow::AwaitLabel(GtkPeer& peer) {
 
 void DesktopWindow::Forget(GtkPeer& peer) {
     std::erase(m_awaitingLabel, &peer);
-    // The toolkit forgets a focused widget by itself, but not the default one.
-    if (gtk_window_get_default_widget(m_window.get()) == peer.Widget()) {
-        gtk_window_set_default_widget(m_window.get(), nullptr);
-    }
     if (m_dragArea == &peer) {
         m_dragArea = nullptr;
         m_titleBar = nullptr;
@@ -262,15 +313,13 @@ void DesktopWindow::ContentChanged() {
 }
 
 void DesktopWindow::UpdateFocus() {
+    if (m_asked && IsCramped()) {
+        Resize(*m_asked);
+    }
     for (auto* const peer : std::exchange(m_awaitingLabel, {})) {
         peer->Update(platform::ElementProperty::Accessibility);
     }
-    auto* const window = m_window.get();
-    auto* const button = m_root != nullptr ? platform::DefaultButton(*m_root) : nullptr;
-    // For assistive technology.
-    gtk_window_set_default_widget(window, button != nullptr ? GtkPeer::Of(*button)->Widget() : nullptr);
-
-    auto* const focus = gtk_window_get_focus(window);
+    auto* const focus = gtk_window_get_focus(m_window.get());
     if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
         return;
     }

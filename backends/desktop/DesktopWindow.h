@@ -41,7 +41,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
         bool operator==(const PixelSize&) const = default;
     };
 
-    /// Focus and default button are updated later, when the change is complete.
+    /// The focus is updated later, when the change is complete.
     void ContentChanged() override;
     /// The window's own parts have the direction of its root.
     void DirectionChanged(const platform::UIElement& element) override;
@@ -50,6 +50,13 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
 
     void UpdateFocus();
     void UpdateDirection();
+    void UnitChanged(double before);
+    /// The largest width and height of the screens.
+    static PixelSize ScreenSize();
+    /// The window's smallest size is wider than any screen.
+    bool IsCramped() const;
+    /// In pixels, and no larger than the screen; as high as the content needs on a cramped one.
+    PixelSize OnScreen(platform::Size size) const;
     void ApplySize();
     void RetrySize();
     void LaidOut();
@@ -69,6 +76,9 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     ResizeBorder m_resizeBorder;
 
     platform::UIElement* m_root = nullptr;
+    platform::Size m_minSize;
+    /// The size requested last.
+    std::optional<platform::Size> m_asked;
     /// The element asked for, which may enter the window later or be destroyed: only compared.
     const platform::UIElement* m_titleBar = nullptr;
     GtkPeer* m_dragArea = nullptr;

@@ -8,7 +8,7 @@ namespace {
 
 struct ElementWidget {
     GtkWidget parent;
-    std::function<CellLayout()>* layout;
+    std::function<Layout()>* layout;
 };
 
 struct ElementWidgetClass {
@@ -18,22 +18,24 @@ struct ElementWidgetClass {
 // The type system's macro makes functions of these names.
 G_DEFINE_TYPE(ElementWidget, element_widget, GTK_TYPE_WIDGET)
 
-CellLayout LayoutOf(GtkWidget* widget) {
+Layout LayoutOf(GtkWidget* widget) {
     const auto* const layout = reinterpret_cast<ElementWidget*>(widget)->layout;
-    return layout != nullptr ? (*layout)() : CellLayout{};
+    return layout != nullptr ? (*layout)() : Layout();
 }
 
 constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum,
                             int* natural, int* minimumBaseline, int* naturalBaseline) {
     *minimum = *natural = 0;
     *minimumBaseline = *naturalBaseline = -1;
-    const auto extent = LayoutOf(widget).Measure(orientation, forSize);
+    const auto extent = std::visit([&](const auto& layout) { return layout.Measure(orientation, forSize); },
+                                   LayoutOf(widget));
     *minimum = extent.Minimum;
     *natural = extent.Natural;
 };
 
 constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*baseline*/) {
-    LayoutOf(widget).Allocate(width, height, gtk_widget_get_direction(widget));
+    std::visit([&](const auto& layout) { layout.Allocate(width, height, gtk_widget_get_direction(widget)); },
+               LayoutOf(widget));
 };
 
 constexpr auto RequestMode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
@@ -62,7 +64,7 @@ GtkWidget* NewElementWidget() {
     return static_cast<GtkWidget*>(g_object_new(element_widget_get_type(), nullptr));
 }
 
-void SetLayout(GtkWidget* widget, std::function<CellLayout()> layout) {
+void SetLayout(GtkWidget* widget, std::function<Layout()> layout) {
     auto& current = reinterpret_cast<ElementWidget*>(widget)->layout;
     delete current;
     current = layout ? new std::function(std::move(layout)) : nullptr;

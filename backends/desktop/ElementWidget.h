@@ -1,16 +1,20 @@
 #pragma once
 
 #include <functional>
+#include <variant>
 
 #include "backends/desktop/CellLayout.h"
+#include "backends/desktop/WrapLayout.h"
 
 namespace desktop {
 
-/// A widget that places its children by a CellLayout.
+using Layout = std::variant<CellLayout, WrapLayout>;
+
+/// A widget that places its children by a layout.
 GtkWidget* NewElementWidget();
 
 /// `layout` is asked at every measurement; null for no children to place.
-void SetLayout(GtkWidget* widget, std::function<CellLayout()> layout);
+void SetLayout(GtkWidget* widget, std::function<Layout()> layout);
 
 /// Makes `children` the widget's children, in this order; others leave it.
 void SetChildren(GtkWidget* widget, const std::vector<GtkWidget*>& children);

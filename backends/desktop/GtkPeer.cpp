@@ -1,7 +1,6 @@
 #include "backends/desktop/GtkPeer.h"
 
-#include <cmath>
-
+#include "backends/desktop/Unit.h"
 #include "platform/core/Text.h"
 
 namespace desktop {
@@ -38,10 +37,6 @@ GtkAlign AlignOf(platform::VerticalAlignment alignment) {
             break;
     }
     return GTK_ALIGN_FILL;
-}
-
-int Pixels(double value) {
-    return static_cast<int>(std::lround(value));
 }
 
 /// Direction is not inherited: the parts of a compound widget (entry, scroll bars) need it as well.
@@ -149,7 +144,8 @@ std::vector<Cell> GtkPeer::ChildCells() const {
     for (const auto* const child : m_element.Children()) {
         if (const auto* const peer = Of(*child);
             peer != nullptr && gtk_widget_get_parent(peer->Outer()) != nullptr) {
-            cells.push_back({.Widget = peer->Outer(), .Layout = peer->m_element.Layout()});
+            cells.push_back(
+                {.Widget = peer->Outer(), .Layout = peer->m_element.Layout(), .Scrolled = peer->Scrolled()});
         }
     }
     return cells;

@@ -33,8 +33,14 @@ class GtkPeer : public platform::ElementPeer {
     /// What the parent places: the widget, or the drag area around it.
     GtkWidget* Outer() const { return m_handle ? m_handle.get() : m_widget.get(); }
 
+    /// A text somewhere below has appeared or disappeared.
+    virtual void TextBelowChanged() {}
+
     /// The element's area moves the window, or no longer does.
     void MakeDragArea(bool dragArea);
+
+    /// What the widget scrolls; null for one that scrolls nothing.
+    virtual GtkWidget* Scrolled() const { return nullptr; }
 
   protected:
     PeerClient& Client() const { return m_client; }

@@ -25,8 +25,8 @@ std::unique_ptr<GtkPeer> NewPeerOf(PeerClient& client, platform::UIElement& elem
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::UIElement& element) {
     // Derived kinds before their bases.
     return NewPeerOf<platform::Button, platform::ScrollViewer, platform::ContentControl, platform::Grid,
-                     platform::StackPanel, platform::TextBlock, platform::TextBox, platform::FontIcon,
-                     platform::SymbolIcon, platform::ProgressRing>(client, element);
+                     platform::StackPanel, platform::WrapPanel, platform::TextBlock, platform::TextBox,
+                     platform::FontIcon, platform::SymbolIcon, platform::ProgressRing>(client, element);
 }
 
 }  // namespace desktop

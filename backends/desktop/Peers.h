@@ -13,6 +13,7 @@ class StackPanel;
 class SymbolIcon;
 class TextBlock;
 class TextBox;
+class WrapPanel;
 }  // namespace platform
 
 namespace desktop {
@@ -23,6 +24,7 @@ std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::UIElement& elemen
 // One function per kind, each beside its class.
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Grid& element);
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::StackPanel& element);
+std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::WrapPanel& element);
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ContentControl& element);
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::ScrollViewer& element);
 std::unique_ptr<GtkPeer> NewPeer(PeerClient& client, platform::Button& element);

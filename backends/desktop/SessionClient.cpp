@@ -94,6 +94,7 @@ int SessionClient::Run(platform::WorldClient& client) {
         this);
     m_loop.OnQuit([application] { g_application_quit(application); });
     m_colorScheme.emplace();
+    m_textScale.emplace();
     m_sleepMonitor.emplace(client);
     if (m_options.Background) {
         m_loop.Post([this] { Started({}, true); });
@@ -104,6 +105,7 @@ int SessionClient::Run(platform::WorldClient& client) {
     const int status = g_application_run(application, 1, arguments);
 
     m_sleepMonitor.reset();
+    m_textScale.reset();
     m_colorScheme.reset();
     m_signals.clear();
     m_client = nullptr;

@@ -8,6 +8,7 @@
 #include "backends/desktop/DesktopOptions.h"
 #include "backends/desktop/GLibPtr.h"
 #include "backends/desktop/SleepMonitor.h"
+#include "backends/desktop/Unit.h"
 
 namespace desktop {
 
@@ -37,6 +38,7 @@ class SessionClient {
     // While the loop runs.
     std::optional<SleepMonitor> m_sleepMonitor;
     std::optional<ColorScheme> m_colorScheme;
+    std::optional<TextScale> m_textScale;
 };
 
 }  // namespace desktop

@@ -1,6 +1,7 @@
-// TextBlock as a label, TextBox as an entry: both offer their text to assistive technology.
+// TextBlock and TextBox.
 
 #include "backends/desktop/Peers.h"
+#include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 #include "platform/xaml/Controls.h"
 
@@ -18,161 +19,106 @@ bool RunsAgainst(GtkWidget* widget, const char* text) {
     return (direction == PANGO_DIRECTION_RTL) != (gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL);
 }
 
-class TextBlockPeer final : public GtkPeer {
-  public:
-    TextBlockPeer(PeerClient& client, platform::TextBlock& text)
-        : GtkPeer(client, text, NewLabel(text)), m_text(text) {}
+/// A text as a label, which offers its text to assistive technology.
+class LabelPeer : public GtkPeer {
+  protected:
+    LabelPeer(PeerClient& client, platform::FrameworkElement& element, GtkAccessibleRole role)
+        : GtkPeer(client, element, NewLabel(role)) {}
 
-    void Update(ElementProperty property) override {
-        GtkPeer::Update(property);
-        if (property == ElementProperty::FlowDirection) {
-            UpdateAlignment();
-        }
-        if (property != ElementProperty::Text) {
-            return;
-        }
-        auto* const label = GTK_LABEL(Widget());
-        const bool wrap = m_text.TextWrapping() == platform::TextWrapping::Wrap;
+    GtkLabel* Label() const { return GTK_LABEL(Widget()); }
+
+    /// An identifier may be longer than its place: `isValue` lets it break anywhere. Other words stay whole.
+    void Show(const std::u16string& text, bool wrap, bool isValue) {
+        auto* const label = Label();
         gtk_label_set_wrap(label, wrap);
-        gtk_label_set_ellipsize(label, wrap ? PANGO_ELLIPSIZE_NONE : PANGO_ELLIPSIZE_END);
-        if (gtk_label_get_selectable(label) != static_cast<gboolean>(m_text.IsTextSelectionEnabled())) {
-            gtk_label_set_selectable(label, m_text.IsTextSelectionEnabled());
+        gtk_label_set_wrap_mode(label, isValue ? PANGO_WRAP_WORD_CHAR : PANGO_WRAP_WORD);
+        if (gtk_label_get_selectable(label) != static_cast<gboolean>(isValue)) {
+            gtk_label_set_selectable(label, isValue);
         }
-        gtk_label_set_text(label, platform::ToValidUtf8(m_text.Text()).c_str());
+        gtk_label_set_text(label, platform::ToValidUtf8(text).c_str());
         UpdateAlignment();
-        if (m_text.Accessibility().LabeledBy != nullptr) {
+        if (Element().Accessibility().LabeledBy != nullptr) {
             // The toolkit has made the text the name as well: a value is called by its label alone.
             gtk_accessible_reset_property(GTK_ACCESSIBLE(label), GTK_ACCESSIBLE_PROPERTY_LABEL);
         }
     }
 
+    void Update(ElementProperty property) override {
+        GtkPeer::Update(property);
+        if (property == ElementProperty::FlowDirection) {
+            UpdateAlignment();
+        } else if (property == ElementProperty::Visibility) {
+            for (auto* above = Element().Parent(); above != nullptr && Of(*above) != nullptr;
+                 above = above->Parent()) {
+                Of(*above)->TextBelowChanged();
+            }
+        }
+    }
+
   private:
     /// The role is fixed when the widget is made.
-    static GtkWidget* NewLabel(const platform::TextBlock& text) {
-        const auto role =
-            text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING : GTK_ACCESSIBLE_ROLE_LABEL;
+    static GtkWidget* NewLabel(GtkAccessibleRole role) {
         // A hyphen at the end of a line would be read as part of the value.
         const std::unique_ptr<PangoAttrList, FreeWith<pango_attr_list_unref>> attributes(
             pango_attr_list_new());
         pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
         return static_cast<GtkWidget*>(g_object_new(GTK_TYPE_LABEL, "accessible-role", role, "xalign", 0.0F,
-                                                    "wrap-mode", PANGO_WRAP_WORD_CHAR, "attributes",
-                                                    attributes.get(), nullptr));
+                                                    "attributes", attributes.get(), nullptr));
     }
 
     /// The lines of a wrapped text begin where the element does.
     void UpdateAlignment() {
-        auto* const label = GTK_LABEL(Widget());
-        gtk_label_set_justify(
-            label, RunsAgainst(Widget(), gtk_label_get_text(label)) ? GTK_JUSTIFY_RIGHT : GTK_JUSTIFY_LEFT);
+        gtk_label_set_justify(Label(), RunsAgainst(Widget(), gtk_label_get_text(Label())) ? GTK_JUSTIFY_RIGHT
+                                                                                          : GTK_JUSTIFY_LEFT);
     }
-
-    platform::TextBlock& m_text;
 };
 
-class TextBoxPeer final : public GtkPeer {
+class TextBlockPeer final : public LabelPeer {
   public:
-    TextBoxPeer(PeerClient& client, platform::TextBox& box)
-        : GtkPeer(client, box, gtk_entry_new()),
-          m_box(box),
-          m_changed(
-              Widget(), "changed",
-              [](GtkEditable*, gpointer self) { static_cast<TextBoxPeer*>(self)->Changed(); }, this) {
-        auto* const focus = gtk_event_controller_focus_new();
-        gtk_widget_add_controller(Widget(), focus);
-        m_focused = Signal(
-            focus, "enter",
-            [](GtkEventControllerFocus*, gpointer self) { static_cast<TextBoxPeer*>(self)->Entered(); },
-            this);
-        m_toolTip = Signal(
-            Widget(), "query-tooltip",
-            [](GtkWidget*, int, int, gboolean, GtkTooltip* toolTip, gpointer self) -> gboolean {
-                return static_cast<TextBoxPeer*>(self)->ShowWhole(toolTip);
-            },
-            this);
-    }
+    TextBlockPeer(PeerClient& client, platform::TextBlock& text)
+        : LabelPeer(client, text,
+                    text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING
+                                                          : GTK_ACCESSIBLE_ROLE_LABEL),
+          m_text(text) {}
 
     void Update(ElementProperty property) override {
-        GtkPeer::Update(property);
-        auto* const editable = GTK_EDITABLE(Widget());
+        LabelPeer::Update(property);
         if (property == ElementProperty::Text) {
-            gtk_editable_set_editable(editable, !m_box.IsReadOnly());
-            const auto text = platform::ToValidUtf8(m_box.Text());
-            if (text != gtk_editable_get_text(editable)) {
-                gtk_editable_set_text(editable, text.c_str());
-                // An overlong value shows its start; the tool tip holds all of it.
-                gtk_editable_set_position(editable, 0);
-            }
-            UpdateWidth();
-            UpdateAlignment();
-        } else if (property == ElementProperty::FlowDirection) {
-            UpdateAlignment();
-        } else if (property == ElementProperty::Selection) {
-            gtk_editable_select_region(editable, 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
-        } else if (property == ElementProperty::Accessibility) {
-            // The query-tooltip signal is wanted even if the element has no tool tip.
-            gtk_widget_set_has_tooltip(Widget(), TRUE);
+            const bool trim = m_text.TextTrimming() == platform::TextTrimming::CharacterEllipsis;
+            gtk_label_set_ellipsize(Label(), trim ? PANGO_ELLIPSIZE_END : PANGO_ELLIPSIZE_NONE);
+            Show(m_text.Text(), m_text.TextWrapping() == platform::TextWrapping::Wrap,
+                 m_text.IsTextSelectionEnabled());
         }
     }
 
   private:
-    void Changed() {
-        if (!m_box.IsReadOnly()) {
-            m_box.Text(platform::FromUtf8(gtk_editable_get_text(GTK_EDITABLE(Widget()))));
+    platform::TextBlock& m_text;
+};
+
+/// Only boxes that cannot be written into: the toolkit's entry would cut a text that is longer than its
+/// place.
+class TextBoxPeer final : public LabelPeer {
+  public:
+    TextBoxPeer(PeerClient& client, platform::TextBox& box)
+        : LabelPeer(client, box, GTK_ACCESSIBLE_ROLE_TEXT_BOX), m_box(box) {
+        if (!box.IsReadOnly()) {
+            throw platform::Exception(platform::result::kNoInterface,
+                                      u"The window cannot show a box that is written into.");
+        }
+        gtk_accessible_update_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_READ_ONLY, TRUE, -1);
+    }
+
+    void Update(ElementProperty property) override {
+        LabelPeer::Update(property);
+        if (property == ElementProperty::Text) {
+            Show(m_box.Text(), true, true);
+        } else if (property == ElementProperty::Selection) {
+            gtk_label_select_region(Label(), 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         }
     }
 
-    /// Pixels that the text takes.
-    int TextWidth() const {
-        const GObjectPtr<PangoLayout> layout(
-            gtk_widget_create_pango_layout(Widget(), gtk_editable_get_text(GTK_EDITABLE(Widget()))));
-        int width = 0;
-        pango_layout_get_pixel_size(layout.get(), &width, nullptr);
-        return width;
-    }
-
-    /// As wide as its text where there is room, and as narrow as its place. The toolkit counts in average
-    /// characters.
-    void UpdateWidth() {
-        const std::unique_ptr<PangoFontMetrics, FreeWith<pango_font_metrics_unref>> metrics(
-            pango_context_get_metrics(gtk_widget_get_pango_context(Widget()), nullptr, nullptr));
-        const int character =
-            std::max({PANGO_SCALE, pango_font_metrics_get_approximate_char_width(metrics.get()),
-                      pango_font_metrics_get_approximate_digit_width(metrics.get())});
-        constexpr int kLeastCharacters = 4;
-        auto* const editable = GTK_EDITABLE(Widget());
-        gtk_editable_set_width_chars(editable, kLeastCharacters);
-        const int pixels = PANGO_PIXELS_CEIL(character);
-        gtk_editable_set_max_width_chars(editable,
-                                         std::max(kLeastCharacters, (TextWidth() + pixels - 1) / pixels));
-    }
-
-    /// The text stands at the label's side of the box in both directions of writing.
-    void UpdateAlignment() {
-        auto* const editable = GTK_EDITABLE(Widget());
-        gtk_editable_set_alignment(editable, RunsAgainst(Widget(), gtk_editable_get_text(editable)) ? 1 : 0);
-    }
-
-    /// A text that its box cuts off is shown whole in the tool tip, unless the element has another. (Set as
-    /// the widget's tool tip, it would be read out as the description.)
-    bool ShowWhole(GtkTooltip* toolTip) {
-        auto* const editable = GTK_EDITABLE(Widget());
-        if (!m_box.Accessibility().ToolTip.empty() ||
-            TextWidth() <= gtk_widget_get_width(GTK_WIDGET(gtk_editable_get_delegate(editable)))) {
-            return false;
-        }
-        gtk_tooltip_set_text(toolTip, gtk_editable_get_text(editable));
-        return true;
-    }
-
-    /// Reached by the keyboard, the box shows all of its text as selected; a click places the caret
-    /// afterwards.
-    void Entered() { gtk_editable_select_region(GTK_EDITABLE(Widget()), 0, -1); }
-
+  private:
     platform::TextBox& m_box;
-    Signal m_changed;
-    Signal m_focused;
-    Signal m_toolTip;
 };
 
 }  // namespace

@@ -17,6 +17,11 @@ constexpr platform::Size kViewSize{.Width = 640, .Height = 210};
 /// The markup's names: box n shows field n; a label for each box, then the two headings.
 constexpr std::u16string_view kValueNames[] = {u"UsbTypeCValue1", u"UsbTypeCValue2", u"UsbTypeCValue3",
                                                u"UsbTypeCValue4", u"UsbTypeCValue5", u"UsbTypeCValue6"};
+/// Of the four support texts, which begin with the second field.
+constexpr std::array<std::u16string_view, 4> kIconNames = {u"UsbTypeCIcon2", u"UsbTypeCIcon3",
+                                                           u"UsbTypeCIcon4", u"UsbTypeCIcon5"};
+constexpr std::u16string_view kSupportedGlyph = u"\uE73E";
+constexpr std::u16string_view kNotSupportedGlyph = u"\uE738";
 constexpr std::u16string_view kLabelNames[] = {u"UsbTypeCLabel1",   u"UsbTypeCLabel2",   u"UsbTypeCLabel3",
                                                u"UsbTypeCLabel4",   u"UsbTypeCLabel5",   u"UsbTypeCLabel6",
                                                u"UsbTypeCDataHead", u"UsbTypeCPowerHead"};
@@ -45,6 +50,9 @@ void USBTypeCPage::InitializeComponent() {
                          {u"KeyboardKeyUpEvent", on(&USBTypeCPage::KeyboardKeyUpEvent)}}});
     for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
         m_values[i] = elements.Find<platform::TextBox>(kValueNames[i]);
+    }
+    for (std::size_t i = 0; i < kIconNames.size(); ++i) {
+        m_icons[i + 1] = elements.Find<platform::FontIcon>(kIconNames[i]);
     }
     for (std::size_t i = 0; i < kLabels; ++i) {
         m_labels[i] = elements.Find<platform::TextBlock>(kLabelNames[i]);
@@ -122,6 +130,11 @@ void USBTypeCPage::UpdateUI(const std::u16string& record) {
         for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
             if (const auto& value = reading.Values[i]) {
                 m_values[i]->Text(*value);
+            }
+            if (const auto& supports = reading.Supports[i]) {
+                m_icons[i]->Glyph(std::u16string(*supports ? kSupportedGlyph : kNotSupportedGlyph));
+                m_icons[i]->Style(*supports ? u"Supported" : u"NotSupported");
+                m_icons[i]->Visibility(platform::Visibility::Visible);
             }
         }
         WriteLines(reading.Lines);

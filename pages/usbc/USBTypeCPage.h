@@ -47,6 +47,8 @@ class USBTypeCPage final : public platform::Page {
 
     std::shared_ptr<CustomTitleBar> m_titleBar;
     std::array<std::shared_ptr<platform::TextBox>, kUsbTypeCFields> m_values;
+    /// Null for a value that is no support text.
+    std::array<std::shared_ptr<platform::FontIcon>, kUsbTypeCFields> m_icons;
     std::array<std::shared_ptr<platform::TextBlock>, kLabels> m_labels;
 };
 

@@ -57,10 +57,9 @@ std::u16string DeviceLine(const std::u16string& field, const DisplayTexts& texts
     return line + GenerationText(generation, texts, trace);
 }
 
-/// The display text of a support field: supported is the word "Supported" alone.
-std::u16string CheckSupportStatus(std::u16string_view field, const DisplayTexts& texts, TraceLines& lines) {
+std::u16string CheckSupportStatus(bool isSupported, const DisplayTexts& texts, TraceLines& lines) {
     return TracedInto(lines, u"Kelvane::USBTypeCPage::CheckSupportStatus", [&](const LineTrace&) {
-        return texts.Lookup(field == u"Supported" ? u"Supported/Text" : u"NotSupported/Text");
+        return texts.Lookup(isSupported ? u"Supported/Text" : u"NotSupported/Text");
     });
 }
 
@@ -89,7 +88,9 @@ UsbTypeCReading InterpretUsbTypeC(std::u16string_view record, const DisplayTexts
         if (i == kDevice) {
             value = DeviceLine(fields[i], texts, trace, lines);
         } else if (i < kMaximumPower) {
-            value = CheckSupportStatus(fields[i], texts, lines);
+            const bool isSupported = fields[i] == u"Supported";
+            value = CheckSupportStatus(isSupported, texts, lines);
+            reading.Supports[i] = isSupported;
         } else if (HasValue(fields[i])) {
             trace.Add(Verbose, u" Max Power : ", fields[i]);
             value = fields[i];

@@ -21,6 +21,8 @@ using UsbTypeCDisplayValues = std::array<std::optional<std::u16string>, kUsbType
 
 struct UsbTypeCReading {
     UsbTypeCDisplayValues Values;
+    /// What the four support texts say; none for the other fields.
+    std::array<std::optional<bool>, kUsbTypeCFields> Supports;
     TraceLines Lines;
 };
 

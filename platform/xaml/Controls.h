@@ -46,12 +46,17 @@ class TextBlock : public FrameworkElement {
     platform::TextWrapping TextWrapping() const { return m_wrapping; }
     void TextWrapping(platform::TextWrapping value) { Set(m_wrapping, value, ElementProperty::Text); }
 
+    /// What becomes of a line that is longer than its place; None makes the place as long as the line.
+    platform::TextTrimming TextTrimming() const { return m_trimming; }
+    void TextTrimming(platform::TextTrimming value) { Set(m_trimming, value, ElementProperty::Text); }
+
     bool IsTextSelectionEnabled() const { return m_isTextSelectionEnabled; }
     void IsTextSelectionEnabled(bool value) { Set(m_isTextSelectionEnabled, value, ElementProperty::Text); }
 
   private:
     std::u16string m_text;
     platform::TextWrapping m_wrapping = platform::TextWrapping::NoWrap;
+    platform::TextTrimming m_trimming = platform::TextTrimming::None;
     bool m_isTextSelectionEnabled = false;
 };
 

@@ -26,9 +26,16 @@ struct ElementKind {
 };
 
 constexpr ElementKind kElements[] = {
-    {"Grid", Make<Grid>},         {"StackPanel", Make<StackPanel>}, {"ScrollViewer", Make<ScrollViewer>},
-    {"Button", Make<Button>},     {"TextBlock", Make<TextBlock>},   {"TextBox", Make<TextBox>},
-    {"FontIcon", Make<FontIcon>}, {"SymbolIcon", Make<SymbolIcon>}, {"ProgressRing", Make<ProgressRing>},
+    {"Grid", Make<Grid>},
+    {"StackPanel", Make<StackPanel>},
+    {"ScrollViewer", Make<ScrollViewer>},
+    {"Button", Make<Button>},
+    {"TextBlock", Make<TextBlock>},
+    {"TextBox", Make<TextBox>},
+    {"WrapPanel", Make<WrapPanel>},
+    {"FontIcon", Make<FontIcon>},
+    {"SymbolIcon", Make<SymbolIcon>},
+    {"ProgressRing", Make<ProgressRing>},
 };
 
 /// Properties that a text of the resource file may set on an element with x:Uid.
@@ -36,6 +43,8 @@ constexpr std::string_view kUidProperties[] = {"Text", "Content", "AutomationPro
                                                "ToolTipService.ToolTip"};
 
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
+constexpr std::string_view kVisibilityOf = ".Visibility";
+constexpr std::string_view kOpposite = ".Visibility, Converter={StaticResource Opposite}";
 constexpr std::string_view kOwnTypePrefix = "local:";
 constexpr std::u16string_view kOwnNamespace = u"Kelvane.";
 
@@ -171,8 +180,8 @@ class MarkupReader {
         return true;
     }
 
-    /// {x:Bind ...}: the labelling or describing element, the visibility of another element, or a property of
-    /// the component.
+    /// {x:Bind ...}: the labelling or describing element, the visibility of another element or its opposite,
+    /// or a property of the component.
     bool ReadBinding(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
                      const std::string& value) {
         const std::string bound(markup::BoundName(value));
@@ -183,10 +192,15 @@ class MarkupReader {
             Refer<&ElementAccessibility::LabeledBy>(element, node, bound);
         } else if (name == "AutomationProperties.DescribedBy") {
             Refer<&ElementAccessibility::DescribedBy>(element, node, bound);
-        } else if (constexpr std::string_view kSuffix = ".Visibility";
-                   (name == "Visibility" || name == kIsExpanded) && bound.ends_with(kSuffix)) {
-            m_afterwards.push_back([this, &element, node, follow = name == kIsExpanded ? Expand : Show,
-                                    other = bound.substr(0, bound.size() - kSuffix.size())] {
+        } else if (const bool opposite = bound.ends_with(kOpposite);
+                   (name == "Visibility" || name == kIsExpanded) &&
+                   bound.ends_with(opposite ? kOpposite : kVisibilityOf)) {
+            const auto suffix = opposite ? kOpposite.size() : kVisibilityOf.size();
+            m_afterwards.push_back([this, &element, node,
+                                    follow = name == kIsExpanded ? Expand
+                                             : opposite          ? Hide
+                                                                 : Show,
+                                    other = bound.substr(0, bound.size() - suffix)] {
                 FollowVisibility(element, *FindNamed(node, other), follow);
             });
         } else if (name == "Height") {
@@ -213,6 +227,10 @@ class MarkupReader {
     using Follow = void (*)(FrameworkElement&, Visibility);
 
     static void Show(FrameworkElement& element, Visibility visibility) { element.Visibility(visibility); }
+
+    static void Hide(FrameworkElement& element, Visibility visibility) {
+        Show(element, visibility == Visibility::Visible ? Visibility::Collapsed : Visibility::Visible);
+    }
 
     static void Expand(FrameworkElement& element, Visibility visibility) {
         auto accessibility = element.Accessibility();

@@ -47,6 +47,8 @@ constexpr Word<VerticalAlignment> kVertical[] = {{"Top", VerticalAlignment::Top}
 constexpr Word<Orientation> kOrientations[] = {{"Vertical", Orientation::Vertical},
                                                {"Horizontal", Orientation::Horizontal}};
 constexpr Word<TextWrapping> kWrappings[] = {{"NoWrap", TextWrapping::NoWrap}, {"Wrap", TextWrapping::Wrap}};
+constexpr Word<TextTrimming> kTrimmings[] = {{"None", TextTrimming::None},
+                                             {"CharacterEllipsis", TextTrimming::CharacterEllipsis}};
 constexpr Word<Symbol> kSymbols[] = {
     {"Copy", Symbol::Copy}, {"Volume", Symbol::Volume}, {"Back", Symbol::Back}};
 constexpr Word<GridLength> kGridLengths[] = {{"Auto", GridLength::Auto}, {"*", GridLength::Star}};
@@ -184,6 +186,13 @@ constexpr Attribute kAttributes[] = {
     {"ColumnDefinitions", On<Grid, [](Grid& e, Value v) { e.ColumnDefinitions(ParseGridLengths(v)); }>},
     {"RowSpacing", On<Grid, [](Grid& e, Value v) { e.RowSpacing(ParseNumber<double>(v)); }>},
     {"ColumnSpacing", On<Grid, [](Grid& e, Value v) { e.ColumnSpacing(ParseNumber<double>(v)); }>},
+    {"StackBelow", On<Grid, [](Grid& e, Value v) { e.StackBelow(ParseNumber<double>(v)); }>},
+    {"StackSpacing", On<Grid, [](Grid& e, Value v) { e.StackSpacing(ParseNumber<double>(v)); }>},
+    {"CenterAbove", On<Grid, [](Grid& e, Value v) { e.CenterAbove(ParseNumber<double>(v)); }>},
+    {"HorizontalSpacing",
+     On<WrapPanel, [](WrapPanel& e, Value v) { e.HorizontalSpacing(ParseNumber<double>(v)); }>},
+    {"VerticalSpacing",
+     On<WrapPanel, [](WrapPanel& e, Value v) { e.VerticalSpacing(ParseNumber<double>(v)); }>},
     {"Orientation", On<StackPanel, [](StackPanel& e, Value v) { e.Orientation(OneOf(v, kOrientations)); }>},
     {"Spacing", On<StackPanel, [](StackPanel& e, Value v) { e.Spacing(ParseNumber<double>(v)); }>},
     {"Content", On<Button, SetContentText>},
@@ -191,6 +200,7 @@ constexpr Attribute kAttributes[] = {
     {"AcceleratorKey", On<Button, [](Button& e, Value v) { e.AcceleratorKey(OneOf(v, kKeys)); }>},
     {"Text", On<TextBlock, [](TextBlock& e, Value v) { e.Text(FromUtf8(v)); }>},
     {"TextWrapping", On<TextBlock, [](TextBlock& e, Value v) { e.TextWrapping(OneOf(v, kWrappings)); }>},
+    {"TextTrimming", On<TextBlock, [](TextBlock& e, Value v) { e.TextTrimming(OneOf(v, kTrimmings)); }>},
     {"IsTextSelectionEnabled",
      On<TextBlock, [](TextBlock& e, Value v) { e.IsTextSelectionEnabled(OneOf(v, kBooleans)); }>},
     {"Text", On<TextBox, [](TextBox& e, Value v) { e.Text(FromUtf8(v)); }>},

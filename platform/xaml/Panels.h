@@ -46,6 +46,19 @@ class Grid : public Panel {
     double ColumnSpacing() const { return m_columnSpacing; }
     void ColumnSpacing(double value) { Set(m_columnSpacing, value, ElementProperty::Layout); }
 
+    /// In a narrower place than this, or one that the columns do not fit into, the children stand one below
+    /// the other, StackSpacing apart; zero for never. Device-independent pixels.
+    double StackBelow() const { return m_stackBelow; }
+    void StackBelow(double value) { Set(m_stackBelow, value, ElementProperty::Layout); }
+
+    double StackSpacing() const { return m_stackSpacing; }
+    void StackSpacing(double value) { Set(m_stackSpacing, value, ElementProperty::Layout); }
+
+    /// In a higher place than this the grid has no more than its natural height, and stands in the middle;
+    /// zero for never. Device-independent pixels.
+    double CenterAbove() const { return m_centerAbove; }
+    void CenterAbove(double value) { Set(m_centerAbove, value, ElementProperty::Layout); }
+
     /// The attached property Grid.Row of `element`.
     static void SetRow(FrameworkElement& element, int row);
 
@@ -54,6 +67,9 @@ class Grid : public Panel {
     std::vector<GridLength> m_columns;
     double m_rowSpacing = 0;
     double m_columnSpacing = 0;
+    double m_stackBelow = 0;
+    double m_stackSpacing = 0;
+    double m_centerAbove = 0;
 };
 
 /// Children one after another.
@@ -68,6 +84,20 @@ class StackPanel : public Panel {
   private:
     platform::Orientation m_orientation = platform::Orientation::Vertical;
     double m_spacing = 0;
+};
+
+/// Children one after another, in as many lines as they need.
+class WrapPanel : public Panel {
+  public:
+    double HorizontalSpacing() const { return m_horizontalSpacing; }
+    void HorizontalSpacing(double value) { Set(m_horizontalSpacing, value, ElementProperty::Layout); }
+
+    double VerticalSpacing() const { return m_verticalSpacing; }
+    void VerticalSpacing(double value) { Set(m_verticalSpacing, value, ElementProperty::Layout); }
+
+  private:
+    double m_horizontalSpacing = 0;
+    double m_verticalSpacing = 0;
 };
 
 }  // namespace platform

@@ -13,6 +13,7 @@ enum class HorizontalAlignment { Left = 0, Center = 1, Right = 2, Stretch = 3 };
 enum class VerticalAlignment { Top = 0, Center = 1, Bottom = 2, Stretch = 3 };
 enum class Orientation { Vertical = 0, Horizontal = 1 };
 enum class TextWrapping { NoWrap = 1, Wrap = 2 };
+enum class TextTrimming { None = 0, CharacterEllipsis = 1 };
 enum class Symbol { Copy = 57711, Volume = 57749, Back = 57618 };
 
 /// Which part of an element has changed, for its peer.
@@ -23,7 +24,7 @@ enum class ElementProperty {
     /// Size, margin, padding, alignment, grid cell, and the layout settings of panels.
     Layout,
     Style,
-    /// Text and wrapping.
+    /// Text, wrapping and trimming.
     Text,
     Selection,
     /// Glyph, symbol and colour.

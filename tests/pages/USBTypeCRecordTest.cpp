@@ -25,10 +25,10 @@ TEST(Split, KeepsEmptyPiecesAndEndsForAnEmptyDelimiter) {
 TEST(USBTypeCRecord, GoldenInterpretations) {
     std::string all;
     const auto interpret = [&](std::u16string_view record, const DisplayTexts& texts) {
-        const auto [values, lines] = InterpretUsbTypeC(record, texts);
+        const auto [values, supports, lines] = InterpretUsbTypeC(record, texts);
         all += platform::ToUtf8(record) + (texts.HasWindow ? "\n" : " (without a window)\n");
-        for (const auto& value : values) {
-            all += " " + Quoted(value);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            all += " " + Quoted(values[i]) + (!supports[i] ? "" : *supports[i] ? "+" : "-");
         }
         all += "\n" + WithoutSplits(lines);
     };

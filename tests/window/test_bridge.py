@@ -62,19 +62,19 @@ class Bridge(unittest.TestCase):
 
         label = lambda: left_and_right(LABEL, "Charging")  # noqa: E731
         copy = lambda: left_and_right(BUTTON, "Copy the product name")  # noqa: E731
-        # Column of 160 after a padding of 16; the button at the other end, before a padding of 12.
-        until(lambda: label() == (16, 176) and copy()[1] == 628, "left to right")
+        # Column of 160 after a padding of 16; the button at the other end, before a padding of 12, reported without its
+        # border.
+        until(lambda: label() == (16, 176) and copy()[1] == 627, "left to right")
         stage.say("set Page FlowDirection RightToLeft")
-        until(lambda: label() == (464, 624) and copy()[0] == 12, "right to left")
+        until(lambda: label() == (464, 624) and copy()[0] == 13, "right to left")
         self.size(640, 210, insets=(120, 0))
         stage.say("set Page FlowDirection LeftToRight", "set Label1 Margin 8,0,4,0", "set Label1 Width 100")
         until(lambda: label() == (24, 124), "margin and width")
-        # A box is told without its border and padding, 9 at each side.
         box = lambda: left_and_right(BOX, "Charging")  # noqa: E731
         stage.say("set Box1 MaxWidth 120")
-        until(lambda: box() == (331, 433), "largest width, in the middle")
+        until(lambda: box() == (322, 442), "largest width, in the middle")
         stage.say("set Box1 Width 100", "set Box1 HorizontalAlignment Right")
-        until(lambda: box() == (537, 619), "fixed width, at the end")
+        until(lambda: box() == (528, 628), "fixed width, at the end")
 
     def test_a_box_that_gets_the_focus_shows_its_text_selected(self):
         self.stage.say("focus Box1")
@@ -131,7 +131,7 @@ class Bridge(unittest.TestCase):
         self.size(1280, 900)
         # There the present width means the window's own.
         stage.say("resize 1280 560")
-        press(stage, "Maximize")
+        press(stage, "Restore")
         self.size(688, 560)
 
     def test_a_picture_shows_the_window_as_it_is_after_all_changes(self):

@@ -4,20 +4,20 @@ import os
 import tempfile
 import unittest
 
-from session import (Atspi, Program, clipboard, focused, gone, has_focus, press, run, shown, tab, until, value,
+from session import (Atspi, Program, clipboard, find, focused, gone, has_focus, press, run, shown, tab, until, value,
                      xdotool)
 
 ALWAYS = {"Product name": "Workstation 5 SFF", "Product number": "4T8Z9EA#ABU", "Serial number": "5CG1234XYZ"}
 DETAILS = {"Processor": "12th Gen @ 2.10 GHz", "Memory": "16 GB (15.6 GB usable)", "Operating system": "Debian 12",
            "Firmware version": "U21 Ver. 02.09.01", "System board": "8953 KBC", "Build identifier": "21WWHTAT602",
            "BIOS password": "Password set"}
-USB = {"USB standard": "USB 2.0, USB 3.2 Gen 2", "DisplayPort output": "Not supported",
-       "Thunderbolt or USB4": "Supported", "Power delivery": "Supported", "Charging": "Supported",
+USB = {"USB standard": "USB 2.0, USB 3.2 Gen 2", "DisplayPort": "Not supported",
+       "Thunderbolt / USB4": "Supported", "Power delivery": "Supported", "Charges battery": "Supported",
        "Maximum power": "100 W"}
 ROWS = {**ALWAYS, **DETAILS}
 ORDER = ["Product name", "Product number", "Processor", "Memory", "Operating system", "Firmware version",
          "System board", "Serial number", "Build identifier"]
-COPY = {**{label: f"Copy {label.lower()}" for label in ROWS}, "BIOS password": "Copy BIOS password status"}
+COPY = {**{label: f"Copy {label.lower()}" for label in ROWS}, "BIOS password": "Copy BIOS password"}
 
 
 class Pages(unittest.TestCase):
@@ -58,8 +58,9 @@ class Pages(unittest.TestCase):
 
     @staticmethod
     def is_open(program):
-        """What the button for the details tells of them."""
-        return shown(program, "push button", "Details").get_state_set().contains(Atspi.StateType.EXPANDED)
+        """What the button for the details tells of them, in words and as a state."""
+        button = find(program, "push button", "Hide details")
+        return button is not None and button.get_state_set().contains(Atspi.StateType.EXPANDED)
 
     def test_every_value_can_be_read_copied_and_heard(self):
         program = self.start()
@@ -68,7 +69,7 @@ class Pages(unittest.TestCase):
         gone(program, "progress bar", "Reading the machine’s data")
         self.has_size(program, 640, 210)
         self.assertFalse(self.is_open(program))
-        press(program, "Details")
+        press(program, "Show details")
         self.has_size(program, 640, 560)
         self.sees(program, ROWS)
         self.assertTrue(self.is_open(program))
@@ -78,7 +79,7 @@ class Pages(unittest.TestCase):
                 until(lambda: clipboard() == ROWS[label], f"{ROWS[label]} on the clipboard")
         # There is no sound server here: nothing is heard, and nothing worse happens.
         press(program, "Read serial number aloud")
-        press(program, "Details")
+        press(program, "Hide details")
         self.has_size(program, 640, 210)
         gone(program, "label", "Processor")
         press(program, "Close")
@@ -99,27 +100,27 @@ class Pages(unittest.TestCase):
     def test_pages_come_and_go(self):
         program = self.start()
         self.sees(program, ALWAYS)
-        press(program, "Details")
+        press(program, "Show details")
         self.has_size(program, 640, 560)
         press(program, "USB Type-C")
         self.sees(program, USB)
         press(program, "Back")
         self.sees(program, ROWS)
         self.assertTrue(self.is_open(program))
-        press(program, "Run diagnostics")
-        shown(program, "heading", "Run system diagnostics?")
+        press(program, "Diagnostics…")
+        shown(program, "heading", "Run diagnostics at the next start?")
         press(program, "Cancel")
         self.sees(program, ALWAYS)
         asked = "run the diagnostics at the next start"
         self.assertFalse([line for line in self.service.errors if asked in line])
-        press(program, "Run diagnostics")
-        # OK is the default button.
+        press(program, "Diagnostics…")
+        # The button that confirms is the default one.
         xdotool("windowfocus", "--sync", program.window)
-        has_focus(program, "OK")
+        has_focus(program, "Set for next start")
         relations = {each.get_relation_type(): each.get_target(0).get_name()
                      for each in focused(program).get_relation_set()}
-        self.assertIn("next time this computer starts", relations[Atspi.RelationType.DESCRIBED_BY])
-        self.assertEqual([tab(program), tab(program)], ["Cancel", "OK"])
+        self.assertIn("before the operating system", relations[Atspi.RelationType.DESCRIBED_BY])
+        self.assertEqual([tab(program), tab(program)], ["Cancel", "Set for next start"])
         xdotool("key", "Return")
         self.sees(program, ALWAYS)
         until(lambda: [line for line in self.service.errors if asked in line], "the request at the service")
@@ -129,7 +130,7 @@ class Pages(unittest.TestCase):
         self.sees(program, ALWAYS)
         xdotool("windowfocus", "--sync", program.window)
         for page, rows in (("", ROWS), ("USB Type-C", USB)):
-            press(program, page or "Details")
+            press(program, page or "Show details")
             self.sees(program, rows)
             names = [until(lambda: focused(program), "an element with the focus").get_name()]
             while names.count(names[0]) < 2 and len(names) < 60:
@@ -137,7 +138,7 @@ class Pages(unittest.TestCase):
             reached = [name for name in names[:-1] if name in rows]
             self.assertEqual(sorted(reached), sorted(rows))
         # The texts take no key but Tab.
-        until(lambda: tab(program) == "Charging", "focus on a value")
+        until(lambda: tab(program) == "Charges battery", "focus on a value")
         xdotool("key", "x", "BackSpace")
         self.assertEqual(tab(program), "Maximum power")
         self.sees(program, USB)
@@ -147,10 +148,10 @@ class Pages(unittest.TestCase):
             with self.subTest(words):
                 program = self.start(*words, LANGUAGE="he_IL", LC_ALL="he_IL.UTF-8")
                 self.sees(program, ALWAYS)
-                label, copy = (self.area(program, *of) for of in (("label", "Product name"),
-                                                                  ("push button", "Copy product name")))
+                label, copy = (self.area(program, *of) for of in (("label", "Product number"),
+                                                                  ("push button", "Copy serial number")))
                 close = self.area(program, "push button", "Close")
-                self.assertEqual((label[0] + label[2], copy[0], close[0]), (624, 12, 0))
+                self.assertEqual((label[0] + label[2], copy[0], close[0]), (611, 22, 0))
                 press(program, "Close")
                 self.assertEqual(program.ended(), 0)
 
