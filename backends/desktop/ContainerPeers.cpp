@@ -93,6 +93,7 @@ class WrapPeer final : public ContainerPeer {
     desktop::Layout Layout() const override {
         return WrapLayout{.HorizontalSpacing = m_panel.HorizontalSpacing(),
                           .VerticalSpacing = m_panel.VerticalSpacing(),
+                          .Padding = m_panel.Padding(),
                           .Cells = ChildCells()};
     }
 

@@ -178,6 +178,7 @@ bool DesktopWindow::Resize(platform::Size size) {
         asked.height = asked.height == now.height ? own.height : asked.height;
     }
     m_wish = {.width = std::max(asked.width, least.width), .height = std::max(asked.height, least.height)};
+    m_given = *m_wish;
     ApplySize();
     return true;
 }
@@ -260,12 +261,13 @@ bool DesktopWindow::IsCramped() const {
 }
 
 void DesktopWindow::UnitChanged(double before) {
-    const auto [width, height] = CurrentSize();
+    const auto now = CurrentSize();
+    const bool isAsAsked = m_asked && (m_wish || now == m_given);
     SetPreferredMinSize(m_minSize);
     if (m_root != nullptr) {
         UpdateLayoutOf(*m_root);
     }
-    Resize({.Width = width / before, .Height = height / before});
+    Resize(isAsAsked ? *m_asked : platform::Size{.Width = now.width / before, .Height = now.height / before});
 }
 
 platform::OverlayInsets DesktopWindow::SystemOverlayInsets() {

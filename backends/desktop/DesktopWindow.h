@@ -77,8 +77,9 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
 
     platform::UIElement* m_root = nullptr;
     platform::Size m_minSize;
-    /// The size requested last.
+    /// The size requested last, and what it led to.
     std::optional<platform::Size> m_asked;
+    PixelSize m_given{};
     /// The element asked for, which may enter the window later or be destroyed: only compared.
     const platform::UIElement* m_titleBar = nullptr;
     GtkPeer* m_dragArea = nullptr;

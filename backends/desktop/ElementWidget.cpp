@@ -18,7 +18,7 @@ struct ElementWidgetClass {
 // The type system's macro makes functions of these names.
 G_DEFINE_TYPE(ElementWidget, element_widget, GTK_TYPE_WIDGET)
 
-Layout LayoutOf(GtkWidget* widget) {
+Layout OwnLayout(GtkWidget* widget) {
     const auto* const layout = reinterpret_cast<ElementWidget*>(widget)->layout;
     return layout != nullptr ? (*layout)() : Layout();
 }
@@ -28,14 +28,14 @@ constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int f
     *minimum = *natural = 0;
     *minimumBaseline = *naturalBaseline = -1;
     const auto extent = std::visit([&](const auto& layout) { return layout.Measure(orientation, forSize); },
-                                   LayoutOf(widget));
+                                   OwnLayout(widget));
     *minimum = extent.Minimum;
     *natural = extent.Natural;
 };
 
 constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*baseline*/) {
     std::visit([&](const auto& layout) { layout.Allocate(width, height, gtk_widget_get_direction(widget)); },
-               LayoutOf(widget));
+               OwnLayout(widget));
 };
 
 constexpr auto RequestMode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
@@ -59,6 +59,11 @@ void element_widget_class_init(ElementWidgetClass* type) {
 }
 
 }  // namespace
+
+std::optional<Layout> LayoutOf(GtkWidget* widget) {
+    return G_TYPE_CHECK_INSTANCE_TYPE(widget, element_widget_get_type()) ? std::optional(OwnLayout(widget))
+                                                                         : std::nullopt;
+}
 
 GtkWidget* NewElementWidget() {
     return static_cast<GtkWidget*>(g_object_new(element_widget_get_type(), nullptr));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <variant>
 
 #include "backends/desktop/CellLayout.h"
@@ -12,6 +13,9 @@ using Layout = std::variant<CellLayout, WrapLayout>;
 
 /// A widget that places its children by a layout.
 GtkWidget* NewElementWidget();
+
+/// The layout of an element widget; empty for another widget.
+std::optional<Layout> LayoutOf(GtkWidget* widget);
 
 /// `layout` is asked at every measurement; null for no children to place.
 void SetLayout(GtkWidget* widget, std::function<Layout()> layout);

@@ -3,15 +3,35 @@
 #include <algorithm>
 #include <limits>
 
+#include "backends/desktop/ElementWidget.h"
 #include "backends/desktop/Unit.h"
 
 namespace desktop {
 
+namespace {
+
+constexpr int kUnlimited = std::numeric_limits<int>::max() / 2;
+
+}  // namespace
+
+GdkRectangle WrapLayout::LastLine(GtkWidget* widget, int width) {
+    const auto layout = LayoutOf(widget);
+    const auto* const wrapped = layout ? std::get_if<WrapLayout>(&*layout) : nullptr;
+    if (wrapped == nullptr) {
+        return {};
+    }
+    int height = 0;
+    const auto items = wrapped->Lines(width, height);
+    return items.empty() ? GdkRectangle{} : items.back().area;
+}
+
 std::vector<WrapLayout::Item> WrapLayout::Lines(int width, int& height) const {
     std::vector<Item> items;
-    int x = 0;
-    int y = 0;
-    height = 0;
+    const int start = Pixels(Padding.Left);
+    const int end = width - Pixels(Padding.Right);
+    int x = start;
+    int y = Pixels(Padding.Top);
+    height = y;
     for (const auto& cell : Cells) {
         if (!gtk_widget_should_layout(cell.Widget)) {
             continue;
@@ -19,23 +39,32 @@ std::vector<WrapLayout::Item> WrapLayout::Lines(int width, int& height) const {
         int least = 0;
         int natural = 0;
         gtk_widget_measure(cell.Widget, GTK_ORIENTATION_HORIZONTAL, -1, &least, &natural, nullptr, nullptr);
-        if (x > 0 && x + natural > width) {
-            x = 0;
+        if (x > start && x + natural > end) {
+            x = start;
             y = height + Pixels(VerticalSpacing);
         }
-        const int taken = std::max(least, std::min(natural, width));
+        const int taken = std::max(least, std::min(natural, end - start));
         int lineHeight = 0;
         gtk_widget_measure(cell.Widget, GTK_ORIENTATION_VERTICAL, taken, nullptr, &lineHeight, nullptr,
                            nullptr);
-        items.push_back({.widget = cell.Widget, .area = {x, y, taken, lineHeight}});
-        x += taken + Pixels(HorizontalSpacing);
+        const bool atEnd = cell.Layout.HorizontalAlignment == platform::HorizontalAlignment::Right;
+        items.push_back({.widget = cell.Widget,
+                         .area = {atEnd && width < kUnlimited ? end - taken : x, y, taken, lineHeight}});
         height = std::max(height, y + lineHeight);
+        if (const auto last = LastLine(cell.Widget, taken); last.height > 0) {
+            // The next child may stand beside the last line of this one.
+            x += last.x + last.width;
+            y += last.y;
+        } else {
+            x += taken;
+        }
+        x += Pixels(HorizontalSpacing);
     }
+    height += Pixels(Padding.Bottom);
     return items;
 }
 
 CellLayout::Extent WrapLayout::Measure(GtkOrientation orientation, int forSize) const {
-    constexpr int kUnlimited = std::numeric_limits<int>::max() / 2;
     int height = 0;
     const auto items =
         Lines(forSize < 0 || orientation == GTK_ORIENTATION_HORIZONTAL ? kUnlimited : forSize, height);
@@ -46,9 +75,10 @@ CellLayout::Extent WrapLayout::Measure(GtkOrientation orientation, int forSize) 
     for (const auto& item : items) {
         int least = 0;
         gtk_widget_measure(item.widget, orientation, -1, &least, nullptr, nullptr, nullptr);
-        extent = {std::max(extent.Minimum, least), item.area.x + item.area.width};
+        extent = {std::max(extent.Minimum, least), item.area.x + item.area.width - Pixels(Padding.Left)};
     }
-    return extent;
+    const int padding = Pixels(Padding.Left) + Pixels(Padding.Right);
+    return {extent.Minimum + padding, extent.Natural + padding};
 }
 
 void WrapLayout::Allocate(int width, int /*height*/, GtkTextDirection direction) const {

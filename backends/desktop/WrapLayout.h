@@ -6,10 +6,13 @@
 
 namespace desktop {
 
-/// Children one after another, in as many lines as the width asks for.
+/// Children one after another, in as many lines as the width asks for; one that is aligned to the right
+/// stands at the end of its line. A child that has a layout of this kind is continued by the next one in its
+/// last line.
 struct WrapLayout {
     double HorizontalSpacing = 0;
     double VerticalSpacing = 0;
+    platform::Thickness Padding = {};
     std::vector<Cell> Cells = {};
 
     /// See CellLayout.
@@ -21,6 +24,8 @@ struct WrapLayout {
         GtkWidget* widget;
         GdkRectangle area;
     };
+    /// The last child of an element with such a layout, for lines of this width; empty for another widget.
+    static GdkRectangle LastLine(GtkWidget* widget, int width);
     /// The visible children with their places, for lines of this width; their total height at `height`.
     std::vector<Item> Lines(int width, int& height) const;
 };

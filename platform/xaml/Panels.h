@@ -86,7 +86,8 @@ class StackPanel : public Panel {
     double m_spacing = 0;
 };
 
-/// Children one after another, in as many lines as they need.
+/// Children one after another, in as many lines as they need; one that is aligned to the right stands at the
+/// end of its line. The child after a WrapPanel in a WrapPanel continues its last line.
 class WrapPanel : public Panel {
   public:
     double HorizontalSpacing() const { return m_horizontalSpacing; }

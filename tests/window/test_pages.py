@@ -1,11 +1,14 @@
 """Everything that a user does with the program, in its real window, against a real service."""
 
+import contextlib
 import os
+import signal
+import subprocess
 import tempfile
 import unittest
 
-from session import (Atspi, Program, clipboard, find, focused, gone, has_focus, press, run, shown, tab, until, value,
-                     xdotool)
+from session import (Atspi, Program, clipboard, everything, find, focused, gone, has_focus, press, run, shown, tab, text_of,
+                     until, value, xdotool)
 
 ALWAYS = {"Product name": "Workstation 5 SFF", "Product number": "4T8Z9EA#ABU", "Serial number": "5CG1234XYZ"}
 DETAILS = {"Processor": "12th Gen @ 2.10 GHz", "Memory": "16 GB (15.6 GB usable)", "Operating system": "Debian 12",
@@ -142,6 +145,85 @@ class Pages(unittest.TestCase):
         xdotool("key", "x", "BackSpace")
         self.assertEqual(tab(program), "Maximum power")
         self.sees(program, USB)
+
+    @contextlib.contextmanager
+    def text_settings(self):
+        """A function that sets the desktop's text scale in percent and its font, for running programs too."""
+        file = f"{self.folder}/xsettings"
+
+        def write(percent, font):
+            with open(file, "w", encoding="utf-8") as settings:
+                settings.write(f'Xft/DPI {percent * 96 * 1024 // 100}\nGtk/FontName "{font}"\n')
+
+        write(100, "Sans 10")
+        with subprocess.Popen(["xsettingsd", "-c", file], stderr=subprocess.DEVNULL) as daemon:
+            try:
+                yield lambda *text: (write(*text), daemon.send_signal(signal.SIGHUP))
+            finally:
+                daemon.kill()
+
+    @classmethod
+    def pieces(cls, node, clip):
+        """Each text and each button without one below the node, with its left, top, right and bottom side as far as it
+        is not scrolled away; `clip` is that of all."""
+        for index in range(node.get_child_count()):
+            child = node.get_child_at_index(index)
+            place = child.get_extents(Atspi.CoordType.WINDOW)
+            area = (place.x, place.y, place.x + place.width, place.y + place.height)
+            seen = (*map(max, area[:2], clip[:2]), *map(min, area[2:], clip[2:]))
+            below = list(cls.pieces(child, seen if child.get_role_name() == "scroll pane" else clip))
+            if text_of(child) or child.get_role_name() == "push button" and not below:
+                if seen[1] < seen[3]:
+                    yield child, *seen
+            yield from below
+
+    def is_whole(self, program):
+        """No text or button is outside of the window or over another one, and no word but a value's is broken."""
+        frame = shown(program, "frame", "Kelvane")
+        width, height = self.area(program, "frame", "Kelvane")[2:]
+        seen = []
+        for node, left, top, right, bottom in self.pieces(frame, (-9999, -9999, 9999, 9999)):
+            name, text = node.get_name(), text_of(node) or ""
+            self.assertTrue(0 <= left < right <= width and 0 <= top < bottom <= height, name)
+            for other, *its in seen:
+                self.assertFalse(left < its[2] and its[0] < right and top < its[3] and its[1] < bottom,
+                                 f"{name} over {other}")
+            seen.append((name, left, top, right, bottom))
+            for end in range(1, 0 if node.get_state_set().contains(Atspi.StateType.FOCUSABLE) else len(text)):
+                if Atspi.Text.get_string_at_offset(node, end, Atspi.TextGranularity.LINE).start_offset == end:
+                    self.assertIn(text[end - 1], " -/", f"{text} is broken")
+
+    def test_everything_grows_with_the_text_and_nothing_is_cut(self):
+        with self.text_settings() as set_text:
+            program = self.start()
+            self.sees(program, ALWAYS)
+            # Each of another size than the one before, which shows when all has changed.
+            for percent, font, unit in ((200, "Noto Sans 10", 2), (100, "Noto Sans CJK JP 11", 1),
+                                        (300, "DejaVu Sans 11", 3), (100, "DejaVu Sans 11", 1),
+                                        (125, "Noto Sans 11", 1.25), (100, "Cantarell 11", 1),
+                                        (300, "Cantarell 11", 3), (100, "Noto Sans 22", 2), (100, "Noto Sans 11", 1)):
+                with self.subTest(f"{percent} % in {font}"):
+                    set_text(percent, font)
+                    button = (int(30 * unit + 0.5),) * 2
+                    until(lambda: self.area(program, "push button", "Copy serial number")[2:] == button, "the buttons")
+                    cramped = 640 * unit > 1280  # The width of the screen.
+                    if not cramped:
+                        self.has_size(program, int(640 * unit + 0.5), int(210 * unit + 0.5))
+                    self.is_whole(program)
+                    pane = shown(program, "scroll pane", "")
+                    areas = [node.get_extents(Atspi.CoordType.WINDOW) for node in everything(pane)
+                             if node.get_name() == "Serial number" or node in (pane, pane.get_child_at_index(0))]
+                    bottoms = [area.y + area.height for area in areas]
+                    self.assertEqual(len(bottoms), 4)
+                    if cramped:
+                        del bottoms[1]  # All that is scrolled.
+                    self.assertEqual(max(bottoms), bottoms[0], "the serial number is in the first picture")
+                    for page, back in ("USB Type-C", "Back"), ("Diagnostics…", "Cancel"), ("Show details", "Hide details"):
+                        press(program, page)
+                        shown(program, "push button", back)
+                        self.is_whole(program)
+                        press(program, back)
+                        shown(program, "push button", page)
 
     def test_right_to_left_is_the_mirror(self):
         for words in ((), ("kelvane:?key=1",)):
