@@ -292,7 +292,7 @@ std::vector<TypeCPort> PortsByFirmware(MachineFiles& files) {
     return ports;
 }
 
-/// Where the kernel has no class of ports, the source that knows more of them names them.
+/// For a kernel without a class of ports: those of the source that lists more.
 std::vector<TypeCPort> PortsWithoutClass(MachineFiles& files, const std::vector<RouterPort>& routers) {
     std::vector<TypeCPort> byRouter = PortsByRouter(routers);
     std::vector<TypeCPort> byFirmware = PortsByFirmware(files);
@@ -304,8 +304,8 @@ std::vector<TypeCPort> PortsWithoutClass(MachineFiles& files, const std::vector<
     return byFirmware;
 }
 
-/// The Type-C ports of the routers that `which` accepts, by name; empty names where the kernel does not link
-/// them.
+/// The names of the Type-C ports that belong to the routers' ports which `which` accepts; empty where the
+/// kernel does not report the connector.
 std::vector<std::string> Connectors(const std::vector<RouterPort>& routers,
                                     bool (RouterPort::*which)() const) {
     std::vector<std::string> connectors;
@@ -317,17 +317,17 @@ std::vector<std::string> Connectors(const std::vector<RouterPort>& routers,
     return connectors;
 }
 
-/// Sets `support` to Yes for the ports that `connectors` names. An empty name stands for one of the ports,
-/// which is known only on a machine with one port. Then a port's No counts only if its controller is known to
-/// tell a Yes.
+/// Sets `support` to Yes for the ports that `connectors` names. An empty name is a router's port whose
+/// connector the kernel does not report: with a single port it is that one. With several, a port's No counts
+/// only if another port's Yes shows that their controller can report one.
 void MarkServed(std::vector<TypeCPort>& ports, Support TypeCPort::*support,
                 const std::vector<std::string>& connectors) {
     const bool unnamed = std::ranges::count(connectors, "") > 0;
-    const bool told = std::ranges::count(ports, Support::Yes, support) > 0;
+    const bool reported = std::ranges::count(ports, Support::Yes, support) > 0;
     for (TypeCPort& port : ports) {
         if (std::ranges::count(connectors, port.Name) > 0 || (unnamed && ports.size() == 1)) {
             port.*support = Support::Yes;
-        } else if (unnamed && !told) {
+        } else if (unnamed && !reported) {
             port.*support = Support::Unknown;
         }
     }

@@ -32,8 +32,8 @@ struct TypeCPartner {
 struct TypeCPort {
     std::string Name;
 
-    // What the record is made of, which tells the best over all ports: false is also what is not known, and
-    // where a router serves one of several ports, and the kernel does not say which, every port counts as it.
+    // For the record, which has the best of all ports. False also means unknown; where one of several ports
+    // is a router's and the kernel does not report which, each of them counts.
     UsbGeneration Generation = UsbGeneration::Unknown;
     bool PowerDelivery = false;
     bool DisplayPort = false;
@@ -41,13 +41,12 @@ struct TypeCPort {
     bool Charging = false;                      ///< can take power in
     std::optional<std::uint64_t> Milliwatts{};  ///< most that it gives out
 
-    // What the details tell of this port beside that; empty, nothing or Unknown where no source says it.
-    std::string Location{};  ///< "panel left, vertical upper, horizontal center"
-    std::vector<std::string>
-        UsbStandards{};       ///< "USB 2.0", "USB 3.2 Gen 2", "USB4"; "USB 3.2" of unknown generation
-    std::string DataRole{};   ///< "host", "device", "dual"
-    std::string PowerRole{};  ///< "source", "sink", "dual"
-    std::string PowerDeliveryRevision{};  ///< "3.0"
+    // For the details. Empty, nothing or Unknown where no source reports the value.
+    std::string Location{};                   ///< "panel left, vertical upper, horizontal center"
+    std::vector<std::string> UsbStandards{};  ///< "USB 2.0", "USB 3.2 Gen 2", "USB 3.2", "USB4"
+    std::string DataRole{};                   ///< "host", "device", "dual"
+    std::string PowerRole{};                  ///< "source", "sink", "dual"
+    std::string PowerDeliveryRevision{};      ///< "3.0"
     Support DisplayPortSupport = Support::Unknown;
     Support ThunderboltSupport = Support::Unknown;
     Support Usb4Support = Support::Unknown;
@@ -56,8 +55,8 @@ struct TypeCPort {
     std::string Source{};  ///< "sysfs class/typec/port0", "sysfs bus/thunderbolt/devices/0-0", "smbios 8"
 };
 
-/// One entry per port. Where the kernel has no class of ports, a USB4 or Thunderbolt 3 router proves its
-/// ports, and the firmware's table of connectors (type 8) that ports exist, and nothing else of them.
+/// One entry per port. Where the kernel has no class of ports, USB4 and Thunderbolt 3 routers prove their
+/// ports, and the firmware's table of connectors (type 8) proves that ports exist and nothing else.
 std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files);
 
 }  // namespace daemon_service

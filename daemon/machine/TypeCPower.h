@@ -11,9 +11,9 @@
 
 namespace daemon_service {
 
-/// The most, in milliwatts, that the objects in `folder` (".../source-capabilities", ".../sink-capabilities")
-/// give or take. Programmable supplies count only where there is no other: the voltage and the current that
-/// they name are not available together beyond the power that the others name.
+/// The highest power, in milliwatts, of the objects in `folder` (".../source-capabilities",
+/// ".../sink-capabilities"). Programmable supplies count only where there is no other: their highest voltage
+/// and current are not available together beyond the power of the others.
 std::optional<std::uint64_t> MostPower(MachineFiles& files, const std::string& folder);
 
 }  // namespace daemon_service
