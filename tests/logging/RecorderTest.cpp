@@ -74,26 +74,21 @@ TEST(ImageRing, StoresInTheOrderOfFillingAndCountsEachLossOnce) {
               (std::vector<const etl::EventTraceImage*>{first.Image + 2, first.Image + 3, first.Image}));
 }
 
-/// Plays a script: a line for each thing that happens, and behind it, indented, what came of it. Nothing
-/// takes time: where a caller would wait, the recorder takes steps instead.
+/// Plays a script of what happens to a recorder. Nothing takes time: where a caller would wait, the recorder
+/// takes steps instead.
 class Scenario {
   public:
     ~Scenario() { umount2(m_state.Logs().c_str(), MNT_DETACH); }
 
-    /// The script with what comes of it now; empty when this machine does not allow what it needs.
-    std::string Play(std::istream& script) {
-        for (std::string line; m_isPossible && std::getline(script, line);) {
-            if (!line.starts_with("  ")) {
-                m_text += line + "\n";
-                testing::internal::CaptureStderr();
-                Do(line);
-                std::istringstream said(testing::internal::GetCapturedStderr());
-                for (std::string each; std::getline(said, each);) {
-                    Note("said: " + each);
-                }
-            }
+    std::optional<std::string> Play(const std::string& line) {
+        testing::internal::CaptureStderr();
+        Do(line);
+        std::istringstream said(testing::internal::GetCapturedStderr());
+        for (std::string each; std::getline(said, each);) {
+            Note("said: " + each);
         }
-        return m_isPossible ? m_text : "";
+        auto text = std::exchange(m_text, "");
+        return m_isPossible ? std::optional(std::move(text)) : std::nullopt;
     }
 
   private:
@@ -101,7 +96,7 @@ class Scenario {
         if (const auto folder = what.find("/kelvane/Logs"); folder != what.npos) {
             what.replace(what.find('/'), folder - what.find('/') + 1, ".../");
         }
-        m_text += "  " + what + "\n";
+        m_text += what + "\n";
     }
 
     void Do(const std::string& line) {
@@ -223,19 +218,11 @@ class Scenario {
 };
 
 TEST(Recorder, KeepsOrCountsEveryMessageWhateverHappens) {
-    std::string skipped;
-    for (const auto& entry : std::filesystem::directory_iterator(KELVANE_LOGGING_TESTS "/recorder")) {
-        const auto name = entry.path().filename().string();
-        std::ifstream script(entry.path());
-        if (const auto text = Scenario().Play(script); !text.empty()) {
-            tests::ExpectGolden("logging/recorder/" + name, text);
-        } else {
-            skipped = name;
-        }
-    }
-    if (!skipped.empty()) {
-        GTEST_SKIP() << skipped << ": this machine allows no mount namespace";
-    }
+    tests::ExpectScripts("logging/recorder", [] {
+        return [scenario = std::make_shared<Scenario>()](const std::string& line) {
+            return scenario->Play(line);
+        };
+    });
 }
 
 TEST(Recorder, AFullImageWakesTheThreadThatSleeps) {

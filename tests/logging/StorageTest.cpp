@@ -112,16 +112,17 @@ TEST_F(Storage, SettingsThatCannotBeSavedHoldUntilTheEndAndAreSavedLater) {
 }
 
 TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
-    const auto folder = platform::ApplicationData::Current()
-                            .LocalFolder()
-                            ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::OpenIfExists)
-                            .get();
+    const auto open = [](platform::CreationCollisionOption option) {
+        return platform::ApplicationData::Current().LocalFolder()->CreateFolderAsync(u"Target", option).get();
+    };
+    const auto folder = open(platform::CreationCollisionOption::OpenIfExists);
     EXPECT_EQ(folder->Path(), platform::FromPathBytes((platform::LocalStateFolder() / "Target").native()));
+    EXPECT_THROW(open(platform::CreationCollisionOption::FailIfExists), platform::Exception);
     const auto first = Make("1", "one");
     first->MoveAsync(folder, u"file.etl", NameCollisionOption::FailIfExists).get();
     EXPECT_EQ(first->Path(), folder->Path() + u"/file.etl");
 
-    const auto second = Make("2", "two");
+    const auto second = Make("2", "second");
     try {
         second->MoveAsync(folder, u"file.etl", NameCollisionOption::FailIfExists).get();
         FAIL() << "replaced a file";
@@ -132,17 +133,10 @@ TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
     second->MoveAsync(folder, u"file.etl", NameCollisionOption::GenerateUniqueName).get();
     EXPECT_EQ(second->Name(), u"file (2).etl");
     second->MoveAsync(folder, u"file.etl", NameCollisionOption::ReplaceExisting).get();
-    EXPECT_EQ(tests::ReadBytes(platform::LocalStateFolder() / "Target" / "file.etl").size(), 3U);
     EXPECT_EQ(tests::Names(folder->NativePath()), (std::vector<std::string>{"file.etl"}));
-
+    const auto moved = platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/file.etl").get();
+    EXPECT_EQ(tests::ReadBytes(platform::ToPathBytes(moved->Path())).size(), 6U);
     EXPECT_THROW(platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/none").get(),
-                 platform::Exception);
-    EXPECT_EQ(platform::StorageFile::GetFileFromPathAsync(folder->Path() + u"/file.etl").get()->Name(),
-              u"file.etl");
-    EXPECT_THROW(platform::ApplicationData::Current()
-                     .LocalFolder()
-                     ->CreateFolderAsync(u"Target", platform::CreationCollisionOption::FailIfExists)
-                     .get(),
                  platform::Exception);
 }
 

@@ -7,6 +7,7 @@
 #include "platform/core/Text.h"
 #include "platform/diagnostics/LoggingChannel.h"
 #include "platform/world/Application.h"
+#include "tests/support/Golden.h"
 #include "tests/support/LogFolder.h"
 #include "tests/support/TestClock.h"
 
@@ -50,22 +51,7 @@ TEST(Trace, FramesEachMethodByItsRule) {
     for (const auto& event : tests::ReadFolder(state.Stored())) {
         lines += platform::LoggingLevelName(event.Level) + (" " + platform::ToUtf8(event.Text)) + "\n";
     }
-    EXPECT_EQ(lines, R"(Verbose K::AEntry
-Information K::A n=7 true 18446744073709551615 -3text
-Critical K::A
-Verbose K::AExit
-Verbose K::BEntry
-Error K::BException = boom
-Verbose K::BExit
-Verbose K::CEntry
-Verbose K::CExit
-Verbose K::DEntry
-Error K::DException = boom
-Verbose K::DExit
-Verbose K::EEntry
-Verbose K::EExit
-Verbose K::FEntry
-)");
+    tests::ExpectGolden("logging/traces/rule.txt", lines);
 }
 
 TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -33,6 +34,31 @@ void ExpectGolden(const std::string& path, const std::string& text) {
     const auto after = Lines(now);
     EXPECT_TRUE(before == after) << "tests/" << path << "; tests/renew-golden writes what is now\n"
                                  << testing::internal::edit_distance::CreateUnifiedDiff(before, after);
+}
+
+void ExpectScripts(const std::string& folder, const std::function<Player()>& makePlayer) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(KELVANE_TESTS) / folder)) {
+        std::ifstream script(entry.path());
+        const auto player = makePlayer();
+        std::string text;
+        std::optional<std::string> outcome = "";
+        for (const auto& line : Lines(script)) {
+            if (outcome && !line.starts_with("  ")) {
+                outcome = player(line);
+                std::istringstream result(outcome.value_or(""));
+                text += line + "\n";
+                for (const auto& each : Lines(result)) {
+                    text += "  " + each + "\n";
+                }
+            }
+        }
+        if (outcome) {
+            ExpectGolden(folder + "/" + entry.path().filename().string(), text);
+        } else {
+            std::puts(("skipped on this machine: " + entry.path().string()).c_str());
+        }
+    }
 }
 
 }  // namespace tests

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace tests {
@@ -7,5 +9,13 @@ namespace tests {
 /// Fails unless the golden file `path`, below tests/, holds `text`. With KELVANE_RENEW_GOLDEN in the
 /// environment, as tests/renew-golden sets it, writes it there instead.
 void ExpectGolden(const std::string& path, const std::string& text);
+
+/// What comes of one line of a script, each of its lines with an end; nothing when this machine does not
+/// allow the line.
+using Player = std::function<std::optional<std::string>(const std::string& line)>;
+
+/// Plays every file of `folder`, below tests/, with a player of its own. A script is a golden file: each line
+/// that is not indented is played, and what came of it stands behind it, indented.
+void ExpectScripts(const std::string& folder, const std::function<Player()>& makePlayer);
 
 }  // namespace tests
