@@ -169,8 +169,8 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgainWithinTheLimit)
     platform::EnsureFolder(m_state.Stored().parent_path());
     std::ofstream(m_state.Stored()) << "a file where the folder should be";
     MakeOldLogFiles(m_state.Logs() / "Kelvane_Session-5-");
-    Start();
     testing::internal::CaptureStderr();
+    Start();
     m_handler->LogError(u"kept");
     Suspend();
     Resume();

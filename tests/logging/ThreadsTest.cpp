@@ -59,24 +59,16 @@ class Expectation {
         EXPECT_EQ(event.Level, static_cast<LoggingLevel>(number % 5));
         EXPECT_GE(event.FileTime, std::exchange(m_time, event.FileTime));
     }
-    void TakeFile(const std::shared_ptr<platform::StorageFile>& file) {
-        ++files;
-        for (const auto& event : tests::ReadSound(platform::ToPathBytes(file->Path()))) {
+    void Take(const std::vector<platform::etl::TraceEvent>& events) {
+        for (const auto& event : events) {
             Take(event);
         }
-    }
-    /// What the session, which has not begun, will hand out.
-    void TakeAllOf(FileLoggingSession& session) {
-        session.LogFileGenerated().Add(
-            [this](auto&, platform::LogFileGeneratedEventArgs& args) { TakeFile(args.File()); });
     }
     void Check(const Returned& returned) {
         for (int thread = 0; thread < kThreads; ++thread) {
             EXPECT_GE(m_next[thread], returned[static_cast<std::size_t>(thread)]);
         }
     }
-
-    int files = 0;
 
   private:
     std::map<int, int> m_next;
@@ -87,15 +79,15 @@ TEST(Threads, FillOneFileAfterTheOther) {
     const tests::StateFolderScope state(tests::Memory());
     const auto channel = std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel");
     const auto session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
-    Expectation expectation;
-    expectation.TakeAllOf(*session);
     session->AddLoggingChannel(channel);
     Returned returned{};
     WriteMessages(*channel, 5000, returned);
-    expectation.TakeFile(session->CloseAndSaveToFileAsync().get());
-    expectation.Check(returned);
-    EXPECT_GT(expectation.files, 10);
+    session->CloseAndSaveToFileAsync().get();
+    EXPECT_GT(tests::Names(state.Logs()).size(), 10U);
     EXPECT_TRUE(tests::Names(state.Logs(), ".live").empty());
+    Expectation expectation;
+    expectation.Take(tests::ReadFolder(state.Logs()));
+    expectation.Check(returned);
 }
 
 TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
@@ -136,7 +128,9 @@ TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
 
         // The session stores what was left, as sound files, and hands them out in order.
         Expectation afterwards;
-        afterwards.TakeAllOf(*session);
+        session->LogFileGenerated().Add([&](auto&, platform::LogFileGeneratedEventArgs& args) {
+            afterwards.Take(tests::ReadSound(platform::ToPathBytes(args.File()->Path())));
+        });
         session->AddLoggingChannel(channel);
         session->Close();
         afterwards.Check(returned);
