@@ -7,7 +7,10 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <future>
 #include <map>
 #include <semaphore>
 #include <sstream>
@@ -128,7 +131,11 @@ class Scenario {
                 Note(kStates[static_cast<int>(m_recorder->Step())]);
             }
         } else if (verb == "run") {
-            m_recorder->Run();
+            const auto run = std::async(std::launch::async, [this] { m_recorder->Run(); });
+            if (run.wait_for(30s) != std::future_status::ready) {
+                std::puts("FAILED: the recorder goes on for ever");
+                std::_Exit(1);
+            }
         } else if (verb == "close") {
             m_recorder->Close();
         } else if (verb == "last") {
