@@ -94,7 +94,8 @@ class WrapPeer final : public ContainerPeer {
         return WrapLayout{.HorizontalSpacing = m_panel.HorizontalSpacing(),
                           .VerticalSpacing = m_panel.VerticalSpacing(),
                           .Padding = m_panel.Padding(),
-                          .Cells = ChildCells()};
+                          .Cells = ChildCells(),
+                          .LastLineOf = LastLineOf};
     }
 
     platform::WrapPanel& m_panel;

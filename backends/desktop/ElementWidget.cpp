@@ -60,9 +60,13 @@ void element_widget_class_init(ElementWidgetClass* type) {
 
 }  // namespace
 
-std::optional<Layout> LayoutOf(GtkWidget* widget) {
-    return G_TYPE_CHECK_INSTANCE_TYPE(widget, element_widget_get_type()) ? std::optional(OwnLayout(widget))
-                                                                         : std::nullopt;
+GdkRectangle LastLineOf(GtkWidget* widget, int width) {
+    if (!G_TYPE_CHECK_INSTANCE_TYPE(widget, element_widget_get_type())) {
+        return {};
+    }
+    const auto layout = OwnLayout(widget);
+    const auto* const wrapped = std::get_if<WrapLayout>(&layout);
+    return wrapped != nullptr ? wrapped->LastLine(width) : GdkRectangle{};
 }
 
 GtkWidget* NewElementWidget() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <variant>
 
 #include "backends/desktop/CellLayout.h"
@@ -14,8 +13,8 @@ using Layout = std::variant<CellLayout, WrapLayout>;
 /// A widget that places its children by a layout.
 GtkWidget* NewElementWidget();
 
-/// The layout of an element widget; empty for another widget.
-std::optional<Layout> LayoutOf(GtkWidget* widget);
+/// See WrapLayout.
+GdkRectangle LastLineOf(GtkWidget* widget, int width);
 
 /// `layout` is asked at every measurement; null for no children to place.
 void SetLayout(GtkWidget* widget, std::function<Layout()> layout);

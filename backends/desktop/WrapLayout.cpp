@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "backends/desktop/ElementWidget.h"
 #include "backends/desktop/Unit.h"
 
 namespace desktop {
@@ -14,14 +13,9 @@ constexpr int kUnlimited = std::numeric_limits<int>::max() / 2;
 
 }  // namespace
 
-GdkRectangle WrapLayout::LastLine(GtkWidget* widget, int width) {
-    const auto layout = LayoutOf(widget);
-    const auto* const wrapped = layout ? std::get_if<WrapLayout>(&*layout) : nullptr;
-    if (wrapped == nullptr) {
-        return {};
-    }
+GdkRectangle WrapLayout::LastLine(int width) const {
     int height = 0;
-    const auto items = wrapped->Lines(width, height);
+    const auto items = Lines(width, height);
     return items.empty() ? GdkRectangle{} : items.back().area;
 }
 
@@ -51,7 +45,7 @@ std::vector<WrapLayout::Item> WrapLayout::Lines(int width, int& height) const {
         items.push_back({.widget = cell.Widget,
                          .area = {atEnd && width < kUnlimited ? end - taken : x, y, taken, lineHeight}});
         height = std::max(height, y + lineHeight);
-        if (const auto last = LastLine(cell.Widget, taken); last.height > 0) {
+        if (const auto last = LastLineOf(cell.Widget, taken); last.height > 0) {
             // The next child may stand beside the last line of this one.
             x += last.x + last.width;
             y += last.y;

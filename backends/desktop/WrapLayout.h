@@ -14,6 +14,11 @@ struct WrapLayout {
     double VerticalSpacing = 0;
     platform::Thickness Padding = {};
     std::vector<Cell> Cells = {};
+    /// LastLine of a child that has such a layout, for lines of this width; empty for another widget.
+    GdkRectangle (*LastLineOf)(GtkWidget* child, int width);
+
+    /// The place of the last child, for lines of this width; empty without children.
+    GdkRectangle LastLine(int width) const;
 
     /// See CellLayout.
     CellLayout::Extent Measure(GtkOrientation orientation, int forSize) const;
@@ -24,8 +29,6 @@ struct WrapLayout {
         GtkWidget* widget;
         GdkRectangle area;
     };
-    /// The last child of an element with such a layout, for lines of this width; empty for another widget.
-    static GdkRectangle LastLine(GtkWidget* widget, int width);
     /// The visible children with their places, for lines of this width; their total height at `height`.
     std::vector<Item> Lines(int width, int& height) const;
 };
