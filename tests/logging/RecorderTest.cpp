@@ -7,10 +7,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <future>
 #include <map>
 #include <semaphore>
 #include <sstream>
@@ -131,11 +128,7 @@ class Scenario {
                 Note(kStates[static_cast<int>(m_recorder->Step())]);
             }
         } else if (verb == "run") {
-            const auto run = std::async(std::launch::async, [this] { m_recorder->Run(); });
-            if (run.wait_for(30s) != std::future_status::ready) {
-                std::puts("FAILED: the recorder goes on for ever");
-                std::_Exit(1);
-            }
+            tests::DoWithLimit("the recorder", [this] { m_recorder->Run(); });
         } else if (verb == "close") {
             m_recorder->Close();
         } else if (verb == "last") {
@@ -254,7 +247,7 @@ TEST(Recorder, AFullImageWakesTheThreadThatSleeps) {
     }
     EXPECT_TRUE(stored.try_acquire_for(30s)) << "it was not woken";
     recorder->Close();
-    thread.join();
+    tests::DoWithLimit("the recorder's thread", [&] { thread.join(); });
 }
 
 }  // namespace

@@ -29,7 +29,8 @@ class LoggingSession : public testing::Test {
     }
 
     std::filesystem::path Save() {
-        const auto file = m_session->CloseAndSaveToFileAsync().get();
+        std::shared_ptr<platform::StorageFile> file;
+        tests::DoWithLimit("the session", [&] { file = m_session->CloseAndSaveToFileAsync().get(); });
         return file ? platform::ToPathBytes(file->Path()) : std::string();
     }
 

@@ -82,7 +82,7 @@ TEST(Threads, FillOneFileAfterTheOther) {
     session->AddLoggingChannel(channel);
     Returned returned{};
     WriteMessages(*channel, 5000, returned);
-    session->CloseAndSaveToFileAsync().get();
+    tests::DoWithLimit("the session", [&] { session->Close(); });
     EXPECT_GT(tests::Names(state.Logs()).size(), 10U);
     EXPECT_TRUE(tests::Names(state.Logs(), ".live").empty());
     Expectation expectation;
@@ -132,7 +132,7 @@ TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
             afterwards.Take(tests::ReadSound(platform::ToPathBytes(args.File()->Path())));
         });
         session->AddLoggingChannel(channel);
-        session->Close();
+        tests::DoWithLimit("the session", [&] { session->Close(); });
         afterwards.Check(returned);
         EXPECT_TRUE(tests::Names(state.Logs(), ".live").empty());
     }

@@ -5,7 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <future>
 #include <iterator>
 
 #include "platform/diagnostics/EventTraceFormat.h"
@@ -99,6 +103,16 @@ std::vector<std::u16string> Texts(const std::vector<platform::etl::TraceEvent>& 
         texts.push_back(event.Text);
     }
     return texts;
+}
+
+void DoWithLimit(const std::string& what, const std::function<void()>& work) {
+    auto end = std::async(std::launch::async, work);
+    if (end.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+        std::puts(("FAILED: " + what + " does not end").c_str());
+        std::fflush(stdout);
+        std::_Exit(1);
+    }
+    end.get();
 }
 
 }  // namespace tests

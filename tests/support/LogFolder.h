@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -55,5 +56,9 @@ std::vector<platform::etl::TraceEvent> ReadFolder(const std::filesystem::path& f
 
 /// Only the texts.
 std::vector<std::u16string> Texts(const std::vector<platform::etl::TraceEvent>& events);
+
+/// Does `work` on a thread of its own. When it has not ended after 30 seconds, says that `what` does not end,
+/// and ends the program.
+void DoWithLimit(const std::string& what, const std::function<void()>& work);
 
 }  // namespace tests
