@@ -87,15 +87,20 @@ std::map<std::string, Generations> GenerationsByHub(MachineFiles& files) {
 }
 
 /// What a port gives out by its pull-ups alone, while it is the one that gives.
-std::optional<std::uint64_t> PowerWithoutDelivery(const std::string& mode, UsbGeneration generation) {
+std::optional<std::uint64_t> PowerWithoutDelivery(MachineFiles& files, const TypeCPort& port) {
+    const std::string folder = kTypeC + port.Name + "/";
+    if (!Has(Attribute(files, folder + "power_role"), "[source]")) {
+        return std::nullopt;
+    }
+    const std::string mode = Attribute(files, folder + "power_operation_mode");
     if (mode == "3.0A") {
         return 15000;
     }
     if (mode == "1.5A") {
         return 7500;
     }
-    if (mode == "default" && generation != UsbGeneration::Unknown) {
-        return generation >= UsbGeneration::Usb3Gen1 ? 4500 : 2500;
+    if (mode == "default" && port.Generation != UsbGeneration::Unknown) {
+        return port.Generation >= UsbGeneration::Usb3Gen1 ? 4500 : 2500;
     }
     return std::nullopt;
 }
@@ -216,28 +221,17 @@ void ReadPower(MachineFiles& files, TypeCPort& port) {
         port.PowerDeliveryRevision = Name(files, folder + "usb_power_delivery/revision");
     }
     port.PowerDelivery = port.Milliwatts || port.SinkMilliwatts || !port.PowerDeliveryRevision.empty();
-    if (!port.Milliwatts && Has(roles, "[source]")) {
-        port.Milliwatts =
-            PowerWithoutDelivery(Attribute(files, folder + "power_operation_mode"), port.Generation);
-    }
 }
 
-/// Adds what the kernel's class shows of `port`, which has its name and, from a router, perhaps USB4.
+/// Adds what the kernel's class and the hubs show of the port of that name.
 void ReadPort(MachineFiles& files, TypeCPort& port, const Generations& byHub) {
     const std::string folder = kTypeC + port.Name + "/";
     const std::string capability = Attribute(files, folder + "usb_capability");
-    if (!byHub.empty()) {
-        port.Generation = std::max(port.Generation, *byHub.rbegin());
-    }
-    if (Has(capability, "usb4")) {
-        port.Generation = UsbGeneration::Usb4;
-    } else if (Has(capability, "usb3")) {
+    port.Generation = byHub.empty() ? UsbGeneration::Unknown : *byHub.rbegin();
+    if (Has(capability, "usb3")) {
         port.Generation = std::max(port.Generation, UsbGeneration::Usb3Gen1);
     } else if (Has(capability, "usb2")) {
         port.Generation = std::max(port.Generation, UsbGeneration::Usb2);
-    }
-    if (port.Generation == UsbGeneration::Unknown) {
-        files.Note(folder + ": neither usb_capability nor a hub's connector link tells the USB generation");
     }
     if (!capability.empty()) {
         port.Usb4Support = Has(capability, "usb4") ? Support::Yes : Support::No;
@@ -346,12 +340,6 @@ std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files) {
     if (!byClass) {
         ports = PortsWithoutClass(files, routers);
     }
-    // For the record, which has the best of all ports and so need not know which of them is the router's.
-    for (TypeCPort& port : ports) {
-        if (anyLink ? std::ranges::count(usb4, port.Name) > 0 : !usb4.empty()) {
-            port.Generation = UsbGeneration::Usb4;
-        }
-    }
     if (byClass) {
         auto generations = GenerationsByHub(files);
         for (TypeCPort& port : ports) {
@@ -364,12 +352,24 @@ std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files) {
     for (TypeCPort& port : ports) {
         if (port.Usb4Support == Support::Yes) {
             port.UsbStandards.emplace_back("USB4");
+            port.Generation = UsbGeneration::Usb4;
         } else if (allLinks) {
             port.Usb4Support = Support::No;
+        }
+        if (byClass && !port.Milliwatts) {
+            port.Milliwatts = PowerWithoutDelivery(files, port);
+        }
+        // From here on for the record, which has the best of all ports: any of them may be the router's.
+        if (!usb4.empty() && !anyLink) {
+            port.Generation = UsbGeneration::Usb4;
         }
         port.DisplayPort = port.DisplayPortSupport == Support::Yes;
         port.Thunderbolt =
             thunderbolt || port.ThunderboltSupport == Support::Yes || port.Generation == UsbGeneration::Usb4;
+        if (byClass && port.Generation == UsbGeneration::Unknown) {
+            files.Note(kTypeC + port.Name +
+                       "/: neither usb_capability nor a hub's connector link tells the USB generation");
+        }
     }
     return ports;
 }
