@@ -337,14 +337,13 @@ std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files) {
 
     std::vector<TypeCPort> ports = PortsByClass(files);
     const bool byClass = !ports.empty();
-    if (!byClass) {
-        ports = PortsWithoutClass(files, routers);
-    }
     if (byClass) {
         auto generations = GenerationsByHub(files);
         for (TypeCPort& port : ports) {
             ReadPort(files, port, generations[port.Name]);
         }
+    } else {
+        ports = PortsWithoutClass(files, routers);
     }
     MarkServed(ports, &TypeCPort::Usb4Support, usb4);
     MarkServed(ports, &TypeCPort::ThunderboltSupport, Connectors(routers, &RouterPort::Thunderbolt));
