@@ -24,10 +24,11 @@ const std::vector<std::string>& Paths() {
     static const std::vector<std::string> kPaths = [] {
         std::set<std::string> paths;
         for (const std::string& name : daemon_service::MachineNames()) {
-            const daemon_service::RecordedMachine machine(name);
-            for (const auto& entry : std::filesystem::recursive_directory_iterator(machine.Root())) {
-                if (!entry.is_directory() || entry.is_symlink()) {
-                    paths.insert(entry.path().lexically_relative(machine.Root()));
+            const std::string folder = daemon_service::MachineFolder(name);
+            for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+                if ((!entry.is_directory() || entry.is_symlink()) &&
+                    entry.path().filename() != "record.txt") {
+                    paths.insert(entry.path().lexically_relative(folder));
                 }
             }
         }
@@ -39,10 +40,10 @@ const std::vector<std::string>& Paths() {
 /// Ends a file's content.
 constexpr char kEnd = '\xFF';
 
-std::string Encode(const daemon_service::RecordedMachine& machine) {
+std::string Encode(const std::filesystem::path& folder) {
     std::string input;
     for (std::size_t i = 0; i < Paths().size(); ++i) {
-        const auto path = machine.Root() / std::filesystem::path(Paths()[i]);
+        const auto path = folder / Paths()[i];
         if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
             std::ifstream file(path, std::ios::binary);
             input += static_cast<char>(i & 0xFF);
@@ -105,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
     for (const std::string& name : daemon_service::MachineNames()) {
-        seeds.push_back(Encode(daemon_service::RecordedMachine(name)));
+        seeds.push_back(Encode(daemon_service::MachineFolder(name)));
     }
     return seeds;
 }

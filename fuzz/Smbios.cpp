@@ -37,8 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
     for (const std::string& name : daemon_service::MachineNames()) {
-        const daemon_service::RecordedMachine machine(name);
-        daemon_service::MachineFiles files(machine.Root());
+        daemon_service::MachineFiles files(daemon_service::MachineFolder(name));
         seeds.push_back(daemon_service::ReadSmbios(files));
     }
     std::erase(seeds, "");

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
-#include <utility>
 
 #include "daemon/machine/SystemInformation.h"
 #include "daemon/machine/UsbTypeC.h"
@@ -12,62 +10,13 @@
 
 namespace daemon_service {
 
-namespace {
-
-void AddStructure(std::string& table, std::string head, const std::string& strings) {
-    if (!head.empty()) {
-        head[1] = static_cast<char>(head.size());
-        table += head + strings + std::string(strings.empty() ? 2 : 1, '\0');
-    }
+std::string MachineFolder(const std::string& name) {
+    return KELVANE_TESTS "/machines/" + name;
 }
-
-/// A firmware table as tests/machines/README.md describes it.
-std::string SmbiosBytes(std::istream& text) {
-    std::string table;
-    std::string head;  // of the structure that is not closed yet
-    std::string strings;
-    for (std::string line; std::getline(text, line);) {
-        std::istringstream words(line);
-        std::string first;
-        words >> first;
-        if (first.starts_with('"')) {
-            strings += line.substr(line.find('"') + 1, line.rfind('"') - line.find('"') - 1) + '\0';
-            continue;
-        }
-        const bool continues = line.starts_with(' ');
-        if (!continues) {
-            AddStructure(table, std::exchange(head, {}), std::exchange(strings, {}));
-        }
-        if (first.empty() || first[0] == '#') {
-            continue;
-        }
-        std::string& target = first == "raw" ? table : head;
-        if (first == "raw" || continues) {
-            words.seekg(first == "raw" ? 3 : 0);
-        } else {
-            unsigned handle = 0;
-            words >> std::hex >> handle;
-            head = {static_cast<char>(std::stoi(first)), 0, static_cast<char>(handle & 0xFF),
-                    static_cast<char>(handle >> 8)};
-        }
-        words >> std::hex;
-        for (unsigned byte = 0; words >> byte;) {
-            target += static_cast<char>(byte);
-        }
-    }
-    AddStructure(table, head, strings);
-    return table;
-}
-
-std::filesystem::path Machines() {
-    return std::filesystem::path(KELVANE_TESTS) / "machines";
-}
-
-}  // namespace
 
 std::vector<std::string> MachineNames() {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(Machines())) {
+    for (const auto& entry : std::filesystem::directory_iterator(MachineFolder(""))) {
         if (entry.is_directory()) {
             names.push_back(entry.path().filename());
         }
@@ -96,32 +45,9 @@ RecordedMachine::RecordedMachine() {
     m_root = mkdtemp(pattern.data());
 }
 
-RecordedMachine::RecordedMachine(const std::string& name) : RecordedMachine() {
-    Add(name);
-}
-
 RecordedMachine::~RecordedMachine() {
     std::error_code ignored;
     std::filesystem::remove_all(m_root, ignored);
-}
-
-RecordedMachine& RecordedMachine::Add(const std::string& name) {
-    namespace fs = std::filesystem;
-    fs::copy(Machines() / name, m_root, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    fs::remove(m_root / "record.txt");
-    std::vector<fs::path> tables;
-    for (const auto& entry : fs::recursive_directory_iterator(m_root)) {
-        if (entry.path().extension() == ".smbios") {
-            tables.push_back(entry.path());
-        }
-    }
-    for (fs::path& table : tables) {
-        std::ifstream text(table);
-        const std::string bytes = SmbiosBytes(text);
-        fs::remove(table);
-        std::ofstream(table.replace_extension(), std::ios::binary) << bytes;
-    }
-    return *this;
 }
 
 RecordedMachine& RecordedMachine::File(const std::string& path, const std::string& content) {
@@ -170,7 +96,9 @@ std::string RecordedMachine::UsbTypeC() const {
 }
 
 void BuildLaptop(RecordedMachine& machine) {
-    machine.Add("business-laptop");
+    std::filesystem::copy(
+        MachineFolder("business-laptop"), machine.Root(),
+        std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks);
 }
 
 }  // namespace daemon_service

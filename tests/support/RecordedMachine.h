@@ -1,6 +1,6 @@
 #pragma once
 
-// The machines of tests/machines, and files of a test's own, below a directory of the test's own.
+// The machines of tests/machines, and one of a test's own, below a directory of its own.
 
 #include <cstdint>
 #include <filesystem>
@@ -10,6 +10,10 @@
 #include "daemon/machine/MachineFiles.h"
 
 namespace daemon_service {
+
+/// The folders of tests/machines, sorted, and where the one of that name is.
+std::vector<std::string> MachineNames();
+std::string MachineFolder(const std::string& name);
 
 /// A firmware table, structure by structure.
 class SmbiosBuilder {
@@ -26,14 +30,10 @@ class SmbiosBuilder {
 class RecordedMachine {
   public:
     RecordedMachine();
-    /// The machine of that name.
-    explicit RecordedMachine(const std::string& name);
     ~RecordedMachine();
     RecordedMachine(const RecordedMachine&) = delete;
     RecordedMachine& operator=(const RecordedMachine&) = delete;
 
-    /// Adds the files of the machine of that name.
-    RecordedMachine& Add(const std::string& name);
     RecordedMachine& File(const std::string& path, const std::string& content);
     RecordedMachine& Link(const std::string& path, const std::string& target);
     RecordedMachine& Tables(const SmbiosBuilder& tables);
@@ -53,10 +53,7 @@ class RecordedMachine {
     std::filesystem::path m_root;
 };
 
-/// The names of all machines in tests/machines, sorted.
-std::vector<std::string> MachineNames();
-
-/// A laptop with everything: all fields, password, two Type-C ports.
+/// The business laptop of tests/machines.
 void BuildLaptop(RecordedMachine& machine);
 
 }  // namespace daemon_service
