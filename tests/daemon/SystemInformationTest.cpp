@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 
 #include "daemon/machine/ReadMachine.h"
@@ -157,6 +158,18 @@ TEST(MachineFiles, AnOpeningThatFailsByChanceIsTriedAgainAndOneThatAlwaysDoesIsR
     EXPECT_THAT(files.Notes(), testing::ElementsAre("/proc/cpuinfo: Resource temporarily unavailable",
                                                     "/sys/class/typec: Resource temporarily unavailable",
                                                     "/etc/os-release: Resource temporarily unavailable"));
+}
+
+// Under systemd the unit has "none" stand in for what the service manager could not read.
+TEST(MachineFiles, CredentialsAreReadAndTheirStandInIsNotTheMachine) {
+    const RecordedMachine credentials;
+    std::ofstream(credentials.Root() + "/product_serial") << "none";
+    std::ofstream(credentials.Root() + "/board_serial") << "none\n";
+    setenv("CREDENTIALS_DIRECTORY", credentials.Root().c_str(), 1);
+    MachineFiles files("/");
+    unsetenv("CREDENTIALS_DIRECTORY");
+    EXPECT_NE(files.Read("/sys/class/dmi/id/product_serial"), "none");
+    EXPECT_EQ(files.Read("/sys/class/dmi/id/board_serial"), "none\n");
 }
 
 /// Takes openat2 away from this process, as the sandbox of the service's unit does.
