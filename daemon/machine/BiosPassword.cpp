@@ -137,9 +137,12 @@ Verdict FromTables(std::span<const SmbiosStructure> tables) {
 Sourced<BiosCredential> ReadBiosPassword(Sources& sources, std::vector<std::string>& kinds) {
     const Verdict attributes = FromAttributes(sources, kinds);
     auto result = attributes.Result();
+    if (result.Value) {
+        return result;
+    }
     const bool hasTable =
         std::ranges::count(sources.Tables(), smbios::kHardwareSecurity, &SmbiosStructure::Type) > 0;
-    if (!result.Value && hasTable) {
+    if (hasTable) {
         Verdict tables = FromTables(sources.Tables());
         tables.UnknownKind = attributes.UnknownKind;
         tables.UnknownRole = attributes.UnknownRole;
@@ -147,6 +150,8 @@ Sourced<BiosCredential> ReadBiosPassword(Sources& sources, std::vector<std::stri
         const auto byTables = tables.Result();
         // Of two sources that do not tell, the first one that is there.
         result = byTables.Value || result.Why == Missing::Absent ? byTables : result;
+    } else if (result.Why == Missing::Absent && sources.WhyNoTable() != Missing::Absent) {
+        result = {.Source = "smbios 24.4", .Why = sources.WhyNoTable()};
     }
     return result;
 }

@@ -39,6 +39,8 @@ class Sources {
 
     MachineFiles& Files() { return m_files; }
     std::span<const SmbiosStructure> Tables() const { return m_tables; }
+    /// Why they do not say what they could.
+    Missing WhyNoTable() const { return m_whyNoTable; }
     /// They are damaged, and structures are missing at their end.
     bool TablesCutOff() const { return m_tablesCutOff; }
 
@@ -58,7 +60,7 @@ class Sources {
     std::string m_tableBytes;
     std::vector<SmbiosStructure> m_tables;  // views into m_tableBytes
     bool m_tablesCutOff = false;
-    Missing m_whyNoTable = Missing::Absent;  // why the tables do not say what they could
+    Missing m_whyNoTable = Missing::Absent;
 
     // Of the last call of Bytes that gave nothing.
     Missing m_why = Missing::Absent;
