@@ -33,7 +33,7 @@ ThreadPool::~ThreadPool() {
 
 std::size_t ThreadPool::Outstanding() const {
     const std::lock_guard lock(m_mutex);
-    return m_queue.size() + m_running;
+    return m_outstanding;
 }
 
 void ThreadPool::OnIdle(std::function<void()> callback) {
@@ -41,15 +41,16 @@ void ThreadPool::OnIdle(std::function<void()> callback) {
     m_onIdle = std::move(callback);
 }
 
-void ThreadPool::Submit(std::function<void()> work) {
+void ThreadPool::Submit(std::function<void()> work, WorkItemPriority priority) {
     const std::lock_guard lock(m_mutex);
-    m_queue.push_back(std::move(work));
+    m_queue.push_back({std::move(work), priority});
     if (!StartWorkerIfNeeded()) {
         // Destroyed by the caller, outside the lock.
-        work = std::move(m_queue.back());
+        work = std::move(m_queue.back().Work);
         m_queue.pop_back();
         ThrowNoThread();
     }
+    m_outstanding += priority == WorkItemPriority::Normal ? 1 : 0;
     m_wake.notify_one();
 }
 
@@ -81,7 +82,7 @@ void ThreadPool::Work() {
         if (m_queue.empty()) {
             break;
         }
-        auto work = std::move(m_queue.front());
+        auto [work, priority] = std::move(m_queue.front());
         m_queue.pop_front();
         ++m_running;
         lock.unlock();
@@ -94,7 +95,7 @@ void ThreadPool::Work() {
         work = nullptr;
         lock.lock();
         --m_running;
-        if (m_running == 0 && m_queue.empty() && m_onIdle) {
+        if (priority == WorkItemPriority::Normal && --m_outstanding == 0 && m_onIdle) {
             const auto onIdle = m_onIdle;
             lock.unlock();
             onIdle();

@@ -12,6 +12,9 @@
 
 namespace platform {
 
+/// Low is background work, which nobody waits for.
+enum class WorkItemPriority { Normal, Low };
+
 /// The process's worker threads. A worker that is about to block says so with a BlockingRegion; the pool then
 /// starts another one when work is waiting, so operations that wait on a worker for other workers cannot lock
 /// it up, also with one core. All members: any thread.
@@ -20,7 +23,10 @@ class ThreadPool {
     static ThreadPool& Default();
 
     /// Runs a work item on a worker of the default pool.
-    static void RunAsync(std::function<void()> workItem) { Default().Submit(std::move(workItem)); }
+    static void RunAsync(std::function<void()> workItem,
+                         WorkItemPriority priority = WorkItemPriority::Normal) {
+        Default().Submit(std::move(workItem), priority);
+    }
 
     explicit ThreadPool(std::size_t workers);
     ~ThreadPool();
@@ -29,9 +35,9 @@ class ThreadPool {
 
     /// Queues `work` for a worker. Throws, and does not take the work, when no worker is unblocked and the
     /// system starts none.
-    void Submit(std::function<void()> work);
+    void Submit(std::function<void()> work, WorkItemPriority priority = WorkItemPriority::Normal);
 
-    /// Work that is queued or running, blocked work included.
+    /// Work of normal priority that is queued or running, blocked work included.
     std::size_t Outstanding() const;
 
     /// Called by a worker each time Outstanding has fallen to zero; it must not block. Empty for none.
@@ -44,6 +50,11 @@ class ThreadPool {
   private:
     friend class BlockingRegion;
 
+    struct Item {
+        std::function<void()> Work;
+        WorkItemPriority Priority;
+    };
+
     /// False when work waits, no worker is unblocked, and the system starts none.
     bool StartWorkerIfNeeded();
     void Work();
@@ -53,7 +64,7 @@ class ThreadPool {
     std::condition_variable m_wake;
     /// Apart from m_wake, so that a wake-up meant for a worker never wakes Stop instead.
     std::condition_variable m_workerLeft;
-    std::deque<std::function<void()>> m_queue;
+    std::deque<Item> m_queue;
     std::vector<std::jthread> m_threads;
     std::vector<std::jthread> m_finished;
     std::list<std::function<void()>*> m_interrupts;
@@ -62,6 +73,8 @@ class ThreadPool {
     std::size_t m_waiting = 0;
     std::size_t m_blocked = 0;
     std::size_t m_running = 0;
+    /// Work of normal priority, queued or running.
+    std::size_t m_outstanding = 0;
     bool m_stopping = false;
 };
 
