@@ -11,7 +11,11 @@ constexpr platform::ProgramOption kOptions[] = {
     {.Name = "text",
      .Help = "print the pages' rows as \"label: value\" lines instead of opening a window",
      .Exclusive = true},
-    {.Name = "json", .Help = "print them as one JSON object, the same in every language", .Exclusive = true},
+    {.Name = "json",
+     .Help = "print all that is known of the machine, with sources, as one JSON object, the same in every "
+             "language",
+     .Exclusive = true},
+    {.Name = "without-identifiers", .Help = "leave the serial number out of --json"},
     {.Name = "screenshot",
      .Argument = "FILE",
      .Help = "save a picture of the filled window as PNG and end",
@@ -55,9 +59,13 @@ CommandLine ReadCommandLine(const platform::ProgramArguments& arguments) {
                                : arguments.Has("json") ? Action::Json
                                                        : Action::Window,
                      .Screenshot = arguments.Value("screenshot").value_or(""),
+                     .WithoutIdentifiers = arguments.Has("without-identifiers"),
                      .Timeout = arguments.Seconds("timeout", kLongestTimeout).value_or(kDefaultTimeout),
                      .Background = arguments.Has("gapplication-service"),
                      .Words = arguments.Words()};
+    if (line.WithoutIdentifiers && line.Wanted != Action::Json) {
+        throw platform::WrongUsage("--without-identifiers goes with --json");
+    }
     if (arguments.Has("timeout") && line.Wanted == Action::Window && line.Screenshot.empty()) {
         throw platform::WrongUsage("--timeout goes with --text, --json or --screenshot");
     }

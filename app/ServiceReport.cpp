@@ -8,6 +8,7 @@
 #include "pages/ServiceMessage.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
+#include "platform/tasks/task.h"
 #include "platform/world/Application.h"
 #include "viewmodel/MainViewModel.h"
 
@@ -29,32 +30,48 @@ void Say(const std::u16string& context, const ServiceProblem& problem) {
 
 }  // namespace
 
-void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit,
+void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit, Needed needed,
                          std::function<void(bool answered)> done) {
-    const auto waiting = std::make_shared<bool>(true);
-    platform::Application::WhenIdle([waiting, done] {
-        if (std::exchange(*waiting, false)) {
-            done(true);
+    // On the user-interface thread only.
+    struct Wait {
+        bool Ended = false;
+        bool HasRecords = false;
+        std::function<void(bool)> Done;
+        void End(bool answered) {
+            if (!std::exchange(Ended, true)) {
+                Done(answered);
+            }
         }
+    };
+    const auto wait = std::make_shared<Wait>();
+    wait->Done = std::move(done);
+    platform::Application::WhenIdle([wait, needed, &loop] {
+        wait->HasRecords = true;
+        if (needed == Needed::Records) {
+            wait->End(true);
+            return;
+        }
+        MainViewModel::GetInstance()->DetailsRead().then(
+            [wait, &loop](const platform::task<void>&) { loop.Post([wait] { wait->End(true); }); });
     });
-    loop.PostAfter(kPatience, [waiting, limit] {
-        if (*waiting) {
+    loop.PostAfter(kPatience, [wait, limit] {
+        if (!wait->Ended) {
             const auto most = limit == 0s ? "" : ", at most " + std::to_string(limit.count()) + " s";
             platform::WriteStandardError(
                 {"kelvane: waiting for the system service to answer", most, " (see --timeout)"});
         }
     });
     if (limit != 0s) {
-        loop.PostAfter(limit, [waiting, done = std::move(done)] {
-            if (std::exchange(*waiting, false)) {
+        loop.PostAfter(limit, [wait] {
+            if (!wait->Ended && !wait->HasRecords) {
                 Say({}, {.Status = kNoAnswer});
-                done(false);
             }
+            wait->End(wait->HasRecords);
         });
     }
 }
 
-bool ReportMissingData() {
+bool ReportMissingData(Needed needed) {
     const auto viewModel = MainViewModel::GetInstance();
     auto problem = viewModel->SysInfoProblem();
     if (!problem && !HasSystemInformation()) {
@@ -66,6 +83,11 @@ bool ReportMissingData() {
     }
     if (const auto usbTypeC = viewModel->UsbTypeCInfoProblem()) {
         Say(PackageTexts().Lookup(u"UsbTypeCMissing/Text"), *usbTypeC);
+        return false;
+    }
+    const auto details = viewModel->DetailsProblem();
+    if (needed == Needed::Details && details && details->Status != kNoInterface) {
+        Say(PackageTexts().Lookup(u"DetailsMissing/Text"), *details);
         return false;
     }
     return true;

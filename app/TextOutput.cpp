@@ -9,17 +9,20 @@
 #include "pages/main/SystemInfoRecord.h"
 #include "pages/usbc/USBTypeCRecord.h"
 #include "platform/core/Text.h"
+#include "platform/data/JsonObject.h"
 
 namespace Kelvane {
 
 namespace {
+
+using platform::JsonObject;
 
 /// One value of a record.
 struct Field {
     /// Its place among the record's values.
     std::size_t place;
     /// Its key in JSON, which never changes.
-    const char* key;
+    std::u16string_view key;
     /// The resource key of its label.
     std::u16string_view label;
 };
@@ -28,21 +31,21 @@ constexpr std::size_t kBiosPassword = kSystemInfoRows;
 
 // In the order of the pages' rows.
 constexpr Field kSystemInformation[] = {
-    {0, "productName", u"SysInfoLabel0/Text"},
-    {1, "productNumber", u"SysInfoLabel1/Text"},
-    {kSerialNumberField, "serialNumber", u"SerialNumberLabel/Text"},
-    {2, "processor", u"SysInfoLabel2/Text"},
-    {kMemoryField, "memory", u"SysInfoLabel3/Text"},
-    {4, "operatingSystem", u"SysInfoLabel4/Text"},
-    {5, "firmwareVersion", u"SysInfoLabel5/Text"},
-    {6, "systemBoard", u"SysInfoLabel6/Text"},
-    {8, "buildIdentifier", u"SysInfoLabel8/Text"},
-    {kBiosPassword, "biosPassword", u"BiosPasswordLabel/Text"},
+    {0, u"productName", u"SysInfoLabel0/Text"},
+    {1, u"productNumber", u"SysInfoLabel1/Text"},
+    {kSerialNumberField, u"serialNumber", u"SerialNumberLabel/Text"},
+    {2, u"processor", u"SysInfoLabel2/Text"},
+    {kMemoryField, u"memory", u"SysInfoLabel3/Text"},
+    {4, u"operatingSystem", u"SysInfoLabel4/Text"},
+    {5, u"firmwareVersion", u"SysInfoLabel5/Text"},
+    {6, u"systemBoard", u"SysInfoLabel6/Text"},
+    {8, u"buildIdentifier", u"SysInfoLabel8/Text"},
+    {kBiosPassword, u"biosPassword", u"BiosPasswordLabel/Text"},
 };
 constexpr Field kUsbTypeC[] = {
-    {0, "usbStandard", u"UsbTypeCLabel1/Text"},       {2, "displayPortOutput", u"UsbTypeCLabel3/Text"},
-    {3, "thunderboltOrUsb4", u"UsbTypeCLabel4/Text"}, {1, "powerDelivery", u"UsbTypeCLabel2/Text"},
-    {4, "charging", u"UsbTypeCLabel5/Text"},          {5, "maximumPower", u"UsbTypeCLabel6/Text"},
+    {0, u"usbStandard", u"UsbTypeCLabel1/Text"},       {2, u"displayPortOutput", u"UsbTypeCLabel3/Text"},
+    {3, u"thunderboltOrUsb4", u"UsbTypeCLabel4/Text"}, {1, u"powerDelivery", u"UsbTypeCLabel2/Text"},
+    {4, u"charging", u"UsbTypeCLabel5/Text"},          {5, u"maximumPower", u"UsbTypeCLabel6/Text"},
 };
 
 /// What stands in JSON for the display texts that a record's values lead to.
@@ -50,13 +53,14 @@ struct NeutralText {
     std::u16string_view key;
     std::u16string_view text;
 };
+/// "Not supported" is not told from "not known" in a record.
 constexpr NeutralText kNeutralTexts[] = {
     {u"Usable/Text", u"usable"},
     {u"BiosCredentialValueNone/Text", u"none"},
     {u"BiosCredentialValuePassword/Text", u"password"},
     {u"BiosCredentialValueVeldra/Text", u"veldra"},
     {u"Supported/Text", u"yes"},
-    {u"NotSupported/Text", u"no"},
+    {u"NotSupported/Text", u"unknown"},
     {u"USB31Gen1/Text", u"USB 3.2 Gen 1"},
     {u"USB31Gen2/Text", u"USB 3.2 Gen 2"},
 };
@@ -116,24 +120,75 @@ std::string TextLines(std::span<const Field> fields, const Values& values, const
     return lines;
 }
 
-std::string JsonObject(std::span<const Field> fields, const Values& values) {
-    std::string object;
-    for (const auto& field : fields) {
+/// Each value, or that it is not known.
+JsonObject FieldsOf(const Values& values) {
+    JsonObject fields;
+    for (const auto& field : kSystemInformation) {
+        JsonObject object;
         if (field.place < values.size() && !values[field.place].empty()) {
-            object += object.empty() ? "" : ", ";
-            object += std::string("\"") + field.key + "\": " + platform::ToJson(values[field.place]);
+            object.SetNamedValue(u"value", values[field.place]);
+        } else {
+            object.SetNamedValue(u"missing", u"unknown");
+        }
+        object.SetNamedValue(u"source", u"record");
+        fields.SetNamedValue(field.key, std::move(object));
+    }
+    return fields;
+}
+
+/// The details document (docs/details.md) as far as the records go.
+JsonObject DocumentOfRecords() {
+    const auto texts = NeutralTexts();
+    JsonObject maker;
+    maker.SetNamedValue(u"missing", u"unknown");
+    maker.SetNamedValue(u"source", u"record");
+    JsonObject machine;
+    machine.SetNamedValue(u"kind", u"unknown");
+    machine.SetNamedValue(u"maker", std::move(maker));
+    JsonObject best;
+    const auto values = UsbTypeC(texts);
+    for (const auto& field : kUsbTypeC) {
+        if (!values[field.place].empty()) {
+            best.SetNamedValue(field.key, values[field.place]);
         }
     }
-    return "{" + object + "}";
+    if (!HasValues(values)) {
+        best.SetNamedValue(u"missing", u"unknown");
+    }
+    best.SetNamedValue(u"source", u"record");
+    JsonObject typeC;
+    typeC.SetNamedValue(u"bestOfPorts", std::move(best));
+    JsonObject document;
+    document.SetNamedValue(u"version", 1);
+    document.SetNamedValue(u"machine", std::move(machine));
+    document.SetNamedValue(u"fields", FieldsOf(SystemInformation(texts)));
+    document.SetNamedValue(u"usbTypeC", std::move(typeC));
+    return document;
+}
+
+void RemoveIdentifiers(JsonObject& document) {
+    auto fields = document.GetNamedObject(u"fields");
+    const auto* const serial = fields.Find(u"serialNumber");
+    if (serial == nullptr || serial->GetObject().Find(u"value") == nullptr) {
+        return;
+    }
+    JsonObject removed;
+    removed.SetNamedValue(u"missing", u"removed");
+    removed.SetNamedValue(u"source", serial->GetObject().GetNamedString(u"source"));
+    fields.SetNamedValue(u"serialNumber", std::move(removed));
+    document.SetNamedValue(u"fields", std::move(fields));
 }
 
 }  // namespace
 
-std::string RecordsAs(OutputFormat format) {
-    if (format == OutputFormat::Json) {
-        const auto texts = NeutralTexts();
-        return "{\"systemInformation\": " + JsonObject(kSystemInformation, SystemInformation(texts)) +
-               ", \"usbTypeC\": " + JsonObject(kUsbTypeC, UsbTypeC(texts)) + "}\n";
+std::string MachineAs(OutputFormat format) {
+    if (format != OutputFormat::Text) {
+        const auto details = MainViewModel::GetInstance()->Details();
+        auto document = details ? details->Document : DocumentOfRecords();
+        if (format == OutputFormat::JsonWithoutIdentifiers) {
+            RemoveIdentifiers(document);
+        }
+        return platform::ToUtf8(document.Stringify()) + "\n";
     }
     const auto texts = PackageTexts();
     auto text = TextLines(kSystemInformation, SystemInformation(texts), texts);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The machine's data as text, for a terminal and for programs, made from the records that the view model has
-// cached. User-interface thread.
+// The machine's data as text, for a terminal and for programs, made from what the view model has cached.
+// User-interface thread.
 
 #include <string>
 
@@ -10,12 +10,16 @@ namespace Kelvane {
 enum class OutputFormat {
     /// A "label: value" line for each row of the pages, in the user's language.
     Text,
-    /// One object. Keys and values are the same in every language; a value that is not known is left out.
+    /// The details document (docs/details.md), the same in every language; without details as much of it as
+    /// the
+    /// records say, with "record" as the source.
     Json,
+    /// The same, with "removed" in place of the serial number.
+    JsonWithoutIdentifiers,
 };
 
-/// What the records say, in valid UTF-8.
-std::string RecordsAs(OutputFormat format);
+/// In valid UTF-8.
+std::string MachineAs(OutputFormat format);
 
 /// Whether the system-information record has a value.
 bool HasSystemInformation();

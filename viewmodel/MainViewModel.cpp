@@ -9,7 +9,7 @@
 #include "logging/Trace.h"
 #include "platform/core/Text.h"
 #include "platform/core/UserName.h"
-#include "platform/tasks/task.h"
+#include "service/DetailsClient.h"
 
 namespace Kelvane {
 
@@ -27,7 +27,8 @@ std::unique_ptr<char16_t[]> AllocateBuffer(std::int32_t capacity) {
 }
 
 /// Nothing for status 0.
-std::optional<ServiceProblem> ProblemFor(std::int64_t status, const RpcClient& client) {
+template <typename Client>
+std::optional<ServiceProblem> ProblemFor(std::int64_t status, const Client& client) {
     if (status == 0) {
         return std::nullopt;
     }
@@ -309,6 +310,70 @@ std::optional<ServiceProblem> MainViewModel::ProblemOf(const Record& record) con
         return m_connectionProblem.With([](const auto& problem) { return problem; });
     }
     return record.problem.With([](const auto& problem) { return problem; });
+}
+
+platform::task<void> MainViewModel::ReadMachineDetailsAsync() {
+    Traced(u"Kelvane::MainViewModel::ReadMachineDetailsAsync", [this](const Trace& trace) {
+        const platform::task_completion_event<void> ended;
+        const bool begins = m_details.With([&ended](DetailsState& details) {
+            const bool idle = details.read.is_done();
+            if (idle) {
+                details.read = platform::create_task(ended);
+            }
+            return idle;
+        });
+        if (!begins) {
+            trace.Verbose(u"The details are being read");
+            return;
+        }
+        // Ends the task with the work item, also when no worker can take it.
+        const std::shared_ptr<void> end(nullptr, [ended](void*) { ended.set(); });
+        platform::ThreadPool::RunAsync([self = shared_from_this(), end] { self->ReadMachineDetails(); },
+                                       platform::WorkItemPriority::Low);
+    });
+    return DetailsRead();
+}
+
+void MainViewModel::ReadMachineDetails() {
+    Traced(u"Kelvane::MainViewModel::ReadMachineDetails", [this](const Trace& trace) {
+        DetailsClient client;
+        std::u16string json;
+        std::int64_t status = client.ReadDetails(json);
+        trace.Information(u"ReadDetails() Returned Status = ", status);
+        std::shared_ptr<const MachineDetails> value;
+        if (status == 0) {
+            try {
+                value = std::make_shared<MachineDetails>(ParseMachineDetails(json));
+            } catch (const platform::Exception& exception) {
+                status = platform::rpc::status::kBadStubData;
+                trace.Error(u"The details cannot be used: ", exception.Message());
+            }
+        }
+        m_details.With([&, problem = ProblemFor(status, client)](DetailsState& details) {
+            details.value = std::move(value);
+            details.problem = problem;
+        });
+    });
+}
+
+std::int64_t MainViewModel::CancelFirmwareRequest() {
+    return Traced(u"Kelvane::MainViewModel::CancelFirmwareRequest", std::int64_t{-1}, [](const Trace& trace) {
+        const std::int64_t status = DetailsClient().CancelFirmwareRequest();
+        trace.Information(u"CancelFirmwareRequest() Returned Status = ", status);
+        return status;
+    });
+}
+
+std::shared_ptr<const MachineDetails> MainViewModel::Details() const {
+    return m_details.With([](const DetailsState& details) { return details.value; });
+}
+
+std::optional<ServiceProblem> MainViewModel::DetailsProblem() const {
+    return m_details.With([](const DetailsState& details) { return details.problem; });
+}
+
+platform::task<void> MainViewModel::DetailsRead() const {
+    return m_details.With([](const DetailsState& details) { return details.read; });
 }
 
 void MainViewModel::LaunchSysInfo() {

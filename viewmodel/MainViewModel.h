@@ -1,8 +1,8 @@
 #pragma once
 
 // The one object through which the pages reach the system service. It owns the connection, caches the two
-// records as opaque text, and runs the service's calls as task chains on workers. Its formats are the pages'
-// business.
+// records as opaque text and the details as values, and runs the service's calls as task chains on workers.
+// The records' formats are the pages' business.
 
 #include <atomic>
 #include <cstdint>
@@ -11,7 +11,9 @@
 
 #include "platform/core/Guarded.h"
 #include "platform/tasks/BlockingMutex.h"
+#include "platform/tasks/task.h"
 #include "service/RpcClient.h"
+#include "viewmodel/MachineDetails.h"
 #include "viewmodel/ServiceProblem.h"
 
 namespace Kelvane {
@@ -42,6 +44,10 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     /// Asks the service to run the firmware diagnostics at the next start.
     void SetUEFIFlagOperation();
 
+    /// Any thread; returns at once. Reads the details in the background, on a connection of its own, unless
+    /// that is in progress. The task ends when the read has ended, whatever came of it.
+    platform::task<void> ReadMachineDetailsAsync();
+
     // Any thread; these block while the service answers.
 
     /// 0 connected, now or earlier; -1 the client could not be created; else the status of
@@ -53,6 +59,8 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     /// RpcClient's, or -1.
     std::int64_t ReadSysInfo(char16_t* buffer, std::int32_t capacity);
     std::int64_t ReadUSBTypeCInfo(char16_t* buffer, std::int32_t capacity);
+    /// Asks the service to take back the request that SetUEFIFlag made. 0, or a status of the service link.
+    std::int64_t CancelFirmwareRequest();
 
     // Any thread; these never block.
 
@@ -68,6 +76,13 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     /// there, or when there was no attempt.
     std::optional<ServiceProblem> SysInfoProblem() const { return ProblemOf(m_sysInfo); }
     std::optional<ServiceProblem> UsbTypeCInfoProblem() const { return ProblemOf(m_usbTypeCInfo); }
+    /// Of the last read of the details; nothing before, or when it failed.
+    std::shared_ptr<const MachineDetails> Details() const;
+    /// What kept them from being read; kNoAnswer while the first read has not ended, nothing when they are
+    /// there.
+    std::optional<ServiceProblem> DetailsProblem() const;
+    /// The read in progress, or one that has ended.
+    platform::task<void> DetailsRead() const;
 
   private:
     using Buffer = std::unique_ptr<char16_t[]>;
@@ -94,10 +109,19 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
                       std::optional<ServiceProblem>* problem = nullptr);
     std::optional<ServiceProblem> ProblemOf(const Record& record) const;
     void ReadDetails(const RecordKind& kind, Record& record);
+    void ReadMachineDetails();
     void Get(const RecordKind& kind, const Record& record, char16_t* buffer, std::int32_t capacity) const;
 
     Record m_sysInfo;
     Record m_usbTypeCInfo;
+
+    struct DetailsState {
+        platform::task<void> read = platform::task_from_result();
+        std::shared_ptr<const MachineDetails> value;
+        std::optional<ServiceProblem> problem = ServiceProblem{.Status = kNoAnswer};
+    };
+    platform::Guarded<DetailsState> m_details;
+
     std::atomic<bool> m_bRpcInitialised = false;
     /// Of the last attempt to connect.
     platform::Guarded<std::optional<ServiceProblem>> m_connectionProblem;

@@ -28,7 +28,7 @@ constexpr Meaning kMeanings[] = {
     {status::kMutualAuthenticationFailed, u"ServiceImpostor"},
     {kNoAnswer, u"ServiceNoAnswer"},
     {status::kInvalidEndpointFormat, u"ServicePlaceInvalid"},
-    {status::kUnknownInterface, u"ServiceOtherVersion"},
+    {kNoInterface, u"ServiceOtherVersion"},
     {status::kServerUnavailable, u"ServiceNotRunning", u"ServiceAnswerLost"},
     {status::kServerTooBusy, u"ServiceTooBusy"},
     {status::kCallFailed, u"ServiceAnswerLost"},

@@ -8,7 +8,7 @@ namespace Kelvane {
 
 /// Why the service's data is not there.
 struct ServiceProblem {
-    /// A status of the service link, -1 for a failure without one, or one of those below.
+    /// A status of the service link, as kNoInterface is, -1 for a failure without one, or one of those below.
     std::int64_t Status = -1;
     /// The user whose process listens at the service's endpoint, by name; empty where there was none.
     std::u16string Listener{};
@@ -20,6 +20,8 @@ struct ServiceProblem {
 
 /// The record came and has too few fields (ERROR_INVALID_DATA).
 inline constexpr std::int64_t kRecordUnusable = 13;
+/// The service has no such interface, as one that knows no details (RPC_S_UNKNOWN_IF).
+inline constexpr std::int64_t kNoInterface = 1717;
 /// No answer came in time (ERROR_TIMEOUT).
 inline constexpr std::int64_t kNoAnswer = 1460;
 

@@ -164,6 +164,7 @@ void MainPage::StartHotkeyChain() {
                  StopRing(page->m_titleBar);
                  page->LaunchSysLabelsVisible(true);
                  page->UpdateUIWithSysDataAvailable();
+                 MainViewModel::GetInstance()->ReadMachineDetailsAsync();
              })
         .then([](const platform::task<void>& chain) {
             try {
@@ -200,6 +201,7 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
                     StopRing(page->m_titleBar);
                     page->LaunchSysLabelsVisible(true);
                 }
+                viewModel->ReadMachineDetailsAsync();
             });
     });
 }

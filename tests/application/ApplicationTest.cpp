@@ -77,7 +77,8 @@ ApplicationTest::ApplicationTest() {
 }
 
 void ApplicationTest::StartService(std::map<unsigned, platform::rpc::ServerProcedure> others,
-                                   platform::rpc::ServerOptions options) {
+                                   platform::rpc::ServerOptions options,
+                                   platform::rpc::ServerProcedure readDetails) {
     const auto answer = [this](ServerCall& call, const std::optional<std::u16string>& text) {
         ++m_calls[call.Procedure()];
         m_onRead();
@@ -92,7 +93,7 @@ void ApplicationTest::StartService(std::map<unsigned, platform::rpc::ServerProce
         {procedure::ReadSysInfo, [=, this](ServerCall& call) { answer(call, m_systemInformation); }},
         {procedure::ReadUSBTypeCInfo, [=, this](ServerCall& call) { answer(call, m_usbTypeC); }},
         {procedure::SetUEFIFlag, request}});
-    m_service.emplace(std::move(others), std::move(options));
+    m_service.emplace(std::move(others), std::move(options), std::move(readDetails));
 }
 
 int ApplicationTest::Run(std::vector<Step> steps) {
@@ -146,6 +147,10 @@ std::string ApplicationTest::Trace(bool whole) const {
         text.replace(at, std::strlen(folder), "PACKAGE");
     }
     return text;
+}
+
+std::string ApplicationTest::DetailsTrace() const {
+    return DetailsText(tests::ReadFolder(StoredLogs()), static_cast<std::uint32_t>(gettid()));
 }
 
 void ApplicationTest::ExpectTrace(const std::string& name, bool whole) const {

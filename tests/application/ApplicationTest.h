@@ -35,9 +35,11 @@ class ApplicationTest : public testing::Test {
     /// before has led to nothing more; then ends it as a closed window does. Returns the exit status.
     int Run(std::vector<Step> steps = {});
 
-    /// The service answers reads with the two records below, and whatever else as `others` say.
+    /// The service answers reads with the two records below, and whatever else as `others` say; it has the
+    /// details interface where `readDetails` answers it.
     void StartService(std::map<unsigned, platform::rpc::ServerProcedure> others = {},
-                      platform::rpc::ServerOptions options = {});
+                      platform::rpc::ServerOptions options = {},
+                      platform::rpc::ServerProcedure readDetails = {});
 
     /// The element of this name in the window.
     template <typename Element>
@@ -61,7 +63,10 @@ class ApplicationTest : public testing::Test {
     /// The log of the last run, what was new in the window after each step, and standard error; without the
     /// start and the end, unless `whole`.
     std::string Trace(bool whole = false) const;
-    /// Compares it with the golden file of that name in tests/application/traces.
+    /// The lines of the reads of the details, those of the user-interface thread first; Trace is without
+    /// them.
+    std::string DetailsTrace() const;
+    /// Compares Trace with the golden file of that name in tests/application/traces.
     void ExpectTrace(const std::string& name, bool whole = false) const;
 
     headless::HeadlessOptions m_options{

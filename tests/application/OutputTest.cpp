@@ -44,8 +44,8 @@ TEST_P(OutputTest, PagesAndOutputsSayWhatTheRecordsSay) {
     Run({[&] {
              got += "# main page, after " + std::to_string(Calls(procedure::ReadSysInfo)) + " + " +
                     std::to_string(Calls(procedure::ReadUSBTypeCInfo)) + " reads\n" + Shown() + "\n# text\n" +
-                    RecordsAs(OutputFormat::Text) + "\n# JSON\n" + RecordsAs(OutputFormat::Json) +
-                    "\n# USB Type-C page\n";
+                    MachineAs(OutputFormat::Text) + "\n# JSON\n" +
+                    tests::JsonLines(MachineAs(OutputFormat::Json)) + "\n# USB Type-C page\n";
              Find<platform::Button>(u"USBType")->Visibility(platform::Visibility::Visible);
              Press(u"USBType");
          },

@@ -43,7 +43,7 @@ class ServiceReportTest : public ApplicationTest {
     void ExpectReport(const std::string& name) {
         std::string report;
         Run({[&] { report = ReportMissingData() ? "complete\n" : "incomplete\n"; },
-             [&] { report += RecordsAs(OutputFormat::Json); }});
+             [&] { report += tests::JsonLines(MachineAs(OutputFormat::Json)); }});
         // Whoever runs the test.
         report += m_errors;
         const auto user = platform::ToUtf8(platform::CurrentUserName());
@@ -140,7 +140,7 @@ TEST_F(ServiceReportTest, AServiceThatDoesNotAnswerIsWaitedForAndGivenUp) {
         stuck.emplace(platform::rpc::test::EndpointScope::Socket());
         platform::create_task([] { MainViewModel::GetInstance()->ReadSysInfoDetailsAsync(); });
         auto& loop = m_world->Loop();
-        WhenServiceAnswered(loop, std::chrono::seconds(3), [](bool answered) {
+        WhenServiceAnswered(loop, std::chrono::seconds(3), Needed::Records, [](bool answered) {
             std::fputs(answered ? "answered\n" : "given up\n", stderr);
         });
         // Each comes after what was asked for at the same time before.

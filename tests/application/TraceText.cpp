@@ -21,16 +21,21 @@ std::size_t HeadingOfRead(const std::u16string& text) {
                                                                     : kWorkers;
 }
 
+std::string Line(const platform::etl::TraceEvent& event) {
+    auto line = platform::ToUtf8(event.Text) + "\n";
+    if (line[0] != '>' && line[0] != '|') {
+        line.insert(0, {platform::LoggingLevelName(event.Level)[0], ' '});
+    }
+    return line;
+}
+
 std::string SectionText(std::span<const platform::etl::TraceEvent> events,
                         std::uint32_t userInterfaceThread) {
     const bool readsAtOnce = std::ranges::any_of(
         events, [](const auto& event) { return event.Text.ends_with(u"Launching from Hotkey"); });
     std::array<std::vector<std::string>, kHeadings.size()> parts;
     for (const auto& event : events) {
-        auto line = platform::ToUtf8(event.Text) + "\n";
-        if (line[0] != '>' && line[0] != '|') {
-            line.insert(0, {platform::LoggingLevelName(event.Level)[0], ' '});
-        }
+        auto line = Line(event);
         const auto heading = event.Thread == userInterfaceThread ? 0
                              : readsAtOnce                       ? HeadingOfRead(event.Text)
                                                                  : kWorkers;
@@ -55,10 +60,27 @@ std::string SectionText(std::span<const platform::etl::TraceEvent> events,
     return text;
 }
 
+bool IsOfDetails(const platform::etl::TraceEvent& event) {
+    return event.Text.starts_with(u"Kelvane::MainViewModel::ReadMachineDetails");
+}
+
 }  // namespace
 
-std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std::uint32_t userInterfaceThread,
+std::string DetailsText(const std::vector<platform::etl::TraceEvent>& events,
+                        std::uint32_t userInterfaceThread) {
+    std::string text;
+    std::string workers;
+    for (const auto& event : events) {
+        if (IsOfDetails(event)) {
+            (event.Thread == userInterfaceThread ? text : workers) += Line(event);
+        }
+    }
+    return text + workers;
+}
+
+std::string TraceText(std::vector<platform::etl::TraceEvent> events, std::uint32_t userInterfaceThread,
                       bool whole) {
+    std::erase_if(events, IsOfDetails);
     std::string text;
     std::string heading = "== start";
     for (auto at = events.begin(); at != events.end();) {

@@ -14,8 +14,12 @@ namespace Kelvane {
 /// methods that both call are sorted. A message that begins with "==" is the test's own and begins a section,
 /// all workers having ended; one that begins with
 /// ">" or "|" says what the user did or saw. Without `whole` only sections named "== step ..." are in the
-/// text.
-std::string TraceText(const std::vector<platform::etl::TraceEvent>& events, std::uint32_t userInterfaceThread,
+/// text. The lines of the read of the details, which runs beside everything else, are not.
+std::string TraceText(std::vector<platform::etl::TraceEvent> events, std::uint32_t userInterfaceThread,
                       bool whole);
+
+/// Those lines, the user-interface thread's first.
+std::string DetailsText(const std::vector<platform::etl::TraceEvent>& events,
+                        std::uint32_t userInterfaceThread);
 
 }  // namespace Kelvane

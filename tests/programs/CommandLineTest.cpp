@@ -106,6 +106,7 @@ TEST(CommandLine, WrongUsageIsOneSentenceAndStatus2) {
         {"kelvane --screenshot --text", "--screenshot needs an argument"},
         {"kelvane --text=yes", "--text takes no argument"},
         {"kelvane --timeout 5", "--timeout goes with --text, --json or --screenshot"},
+        {"kelvane --text --without-identifiers", "--without-identifiers goes with --json"},
         {"kelvane --text --timeout 1m", "--timeout takes a whole number of seconds, 86400 at most"},
         {"kelvane --text", "KELVANE_PACKAGE_DIRECTORY names '/dev/null', which is not a folder",
          "KELVANE_PACKAGE_DIRECTORY=/dev/null"},

@@ -18,4 +18,7 @@ using Player = std::function<std::optional<std::string>(const std::string& line)
 /// that is not indented is played, and what came of it stands behind it, indented.
 void ExpectScripts(const std::string& folder, const std::function<Player()>& makePlayer);
 
+/// An object's JSON with a line for most of the objects in it, so that a golden file can be read.
+std::string JsonLines(const std::string& json);
+
 }  // namespace tests
