@@ -149,28 +149,28 @@ TEST_F(JsonTest, IsTheDocumentOfTheService) {
 
 TEST_F(JsonTest, IsWithoutTheSerialNumberOnRequest) {
     StartService();
-    ExpectJson("WithoutIdentifiers", false, OutputFormat::JsonWithoutIdentifiers);
+    ExpectJson("RecordsWithoutIdentifiers", false, OutputFormat::JsonWithoutIdentifiers);
 }
 
 TEST_F(JsonTest, IsMadeOfTheRecordsWhereThereIsNoInterface) {
     StartService();
-    ExpectJson("NoInterface");
+    ExpectJson("RecordsWithoutInterface");
 }
 
 TEST_F(JsonTest, IsMadeOfTheRecordsWhereTheDetailsAreBroken) {
     StartService({}, {}, [](ServerCall& call) { call.SetText(0, u"{"); });
-    ExpectJson("Broken");
+    ExpectJson("RecordsForBroken");
 }
 
 TEST_F(JsonTest, IsMadeOfTheRecordsWhereTheDetailsDoNotComeInTime) {
     std::promise<void> released;
     StartService({}, {}, [&](ServerCall&) { released.get_future().wait(); });
-    ExpectJson("Never", true);
+    ExpectJson("RecordsForNever", true);
     released.set_value();
 }
 
 TEST_F(JsonTest, WithoutAServiceSaysWhy) {
-    ExpectJson("NoService");
+    ExpectJson("RecordsWithoutService");
 }
 
 }  // namespace

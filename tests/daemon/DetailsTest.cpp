@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "daemon/machine/ReadMachine.h"
 #include "daemon/service/Print.h"
 #include "platform/core/Text.h"
 #include "tests/support/Golden.h"
@@ -91,13 +92,18 @@ TEST(Details, TooLongLoseTheEndsOfTextsAndOfListsAndSaySo) {
     EXPECT_THAT(text, testing::HasSubstr("\"firmwareRequest\":{\"kind\":\"setup\",\"supported\":true"));
 }
 
-TEST(Details, PrintedShowValueReasonAndSourceSideBySide) {
-    RecordedMachine machine;
-    BuildLaptop(machine);
-    for (const char* file : {"product_serial", "board_serial", "chassis_serial"}) {
-        machine.File("/sys/class/dmi/id/" + std::string(file), "Default string\n");
+TEST(Details, OfTheMachinesAreAsTheirGoldenFilesSay) {
+    for (const std::string& name : MachineNames()) {
+        const RecordedMachine machine(name);
+        MachineFiles files(machine.Root());
+        tests::ExpectGolden(
+            "machines/" + name + "/details.json",
+            tests::JsonLines(platform::ToUtf8(DetailsDocument(ReadMachine(files), {}, {}))) + "\n");
     }
-    machine.File("/sys/class/dmi/id/sys_vendor", "\x1B[2J\xC2\x9B");
+}
+
+TEST(Details, PrintedShowValueReasonAndSourceSideBySide) {
+    const RecordedMachine machine("desktop-with-placeholders");
     testing::internal::CaptureStdout();
     EXPECT_TRUE(PrintMachine(machine.Root()));
     tests::ExpectGolden("daemon/details/Print.txt", testing::internal::GetCapturedStdout());
