@@ -1,7 +1,10 @@
 // The details beside the records: whatever becomes of them, the records' flow is the same.
 
 #include <cstdio>
+#include <fstream>
 #include <future>
+#include <iterator>
+#include <sstream>
 
 #include "app/ServiceReport.h"
 #include "app/TextOutput.h"
@@ -16,51 +19,41 @@ namespace {
 
 using platform::rpc::ServerCall;
 
-/// With everything that the view model takes out of a document, and a key of a later service.
-constexpr char16_t kDocument[] =
-    uR"({"version":1,"later":[],"machine":{"kind":"laptop","maker":{"value":"M","source":"smbios 1.4"}},)"
-    uR"("fields":{"productName":{"value":"P","source":"smbios 1.5"},)"
-    uR"("serialNumber":{"missing":"placeholder","source":"smbios 1.7","detail":"Default string"},)"
-    uR"("memory":{"missing":"stolen","source":"x"}},)"
-    uR"("usbTypeC":{"ports":[{"name":"port0","usbStandards":["USB 2.0","USB4"],"powerDelivery":"3.0",)"
-    uR"("displayPort":"yes","thunderbolt":"no","usb4":"unknown","sourcePowerMilliwatts":15000,)"
-    uR"("partner":{"productType":"hub"},"source":"s"},{"name":"port1","usbStandards":[],)"
-    uR"("powerDelivery":"unknown","displayPort":"unknown","thunderbolt":"unknown","usb4":"unknown",)"
-    uR"("source":"t"}]},"firmwareRequest":{"kind":"bootEntry","name":"test","supported":true,"pending":true}})";
-
-std::u16string Changed(std::u16string_view from, std::u16string_view to) {
-    std::u16string document = kDocument;
+/// The document of a recorded machine, with `from` replaced.
+std::u16string Document(std::u16string_view from = u"", std::u16string_view to = u"") {
+    std::ifstream file(tests::PathOf("machines/business-laptop/details.json"));
+    auto document = platform::FromUtf8(std::string(std::istreambuf_iterator<char>(file), {}));
     return document.replace(document.find(from), from.size(), to);
 }
 
+constexpr auto kSerial = u"\"value\":\"PF05ECRET\"";
+
 std::string Describe(const FieldDetails& field) {
-    return platform::ToUtf8(field.Value) + " | " +
-           (field.Missing ? std::to_string(static_cast<int>(*field.Missing)) : "-") + " | " +
-           platform::ToUtf8(field.Source) + " | " + platform::ToUtf8(field.Detail) + "\n";
+    return platform::ToUtf8(field.Value + u" | " + field.Source + u" | " + field.Detail) +
+           (field.Missing ? " | " + std::to_string(static_cast<int>(*field.Missing)) : "") + "\n";
 }
 
+/// What the view model makes of a document.
 std::string Describe(const MachineDetails& details) {
-    const auto number = [](const std::optional<double>& value) {
-        return value ? std::to_string(static_cast<int>(*value)) : "-";
-    };
-    std::string text = platform::ToUtf8(details.Kind) + " | " + Describe(details.Maker);
+    std::ostringstream text;
+    text << platform::ToUtf8(details.Kind) << "\nmaker: " << Describe(details.Maker);
     for (const auto& [key, field] : details.Fields) {
-        text += platform::ToUtf8(key) + " | " + Describe(field);
+        text << platform::ToUtf8(key) << ": " << Describe(field);
     }
     for (const auto& port : details.Ports) {
-        text += platform::ToUtf8(port.Name) + " | " + std::to_string(port.UsbStandards.size()) + " | " +
-                platform::ToUtf8(port.PowerDelivery) + " | " +
-                std::to_string(static_cast<int>(port.DisplayPort)) +
-                std::to_string(static_cast<int>(port.Thunderbolt)) +
-                std::to_string(static_cast<int>(port.Usb4)) + " | " + number(port.SourcePowerMilliwatts) +
-                " | " + number(port.SinkPowerMilliwatts) + " | " +
-                platform::ToUtf8(port.Partner.value_or(u"-")) + " | " + platform::ToUtf8(port.Source) + "\n";
+        text << platform::ToUtf8(port.Name + u" | " + port.Location + u" | " + port.DataRole + u" | " +
+                                 port.PowerRole + u" | " + port.PowerDelivery + u" | " +
+                                 port.Partner.value_or(u"-") + u" | " + port.Source)
+             << " | " << port.UsbStandards.size() << static_cast<int>(port.DisplayPort)
+             << static_cast<int>(port.Thunderbolt) << static_cast<int>(port.Usb4) << " | "
+             << port.SourcePowerMilliwatts.value_or(-1) << " | " << port.SinkPowerMilliwatts.value_or(-1)
+             << "\n";
     }
     if (const auto& request = details.FirmwareRequest) {
-        text += platform::ToUtf8(request->BootEntry) + " | " + std::to_string(request->Supported) +
-                std::to_string(request->Pending) + "\n";
+        text << platform::ToUtf8(request->BootEntry) << " | " << request->Supported << request->Pending
+             << "\n";
     }
-    return text;
+    return text.str();
 }
 
 struct DetailsAnswer {
@@ -96,82 +89,77 @@ TEST_P(DetailsAnswerTest, LeavesTheRecordsFlowAsItIsLineForLine) {
                   });
               }}),
               0);
+    if (answer.when == DetailsAnswer::When::Never) {
+        released.set_value();
+    }
     ExpectTrace("Menu", true);
     const auto details = MainViewModel::GetInstance()->Details();
     const auto problem = MainViewModel::GetInstance()->DetailsProblem();
     tests::ExpectGolden(std::string("application/details/") + answer.name + ".txt",
                         DetailsTrace() + (details ? Describe(*details) : "") +
                             (problem ? "status " + std::to_string(problem->Status) + "\n" : ""));
-    if (answer.when == DetailsAnswer::When::Never) {
-        released.set_value();
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Golden, DetailsAnswerTest,
-    testing::Values(DetailsAnswer{"AtOnce", kDocument},
-                    DetailsAnswer{"Late", kDocument, DetailsAnswer::When::Late},
-                    DetailsAnswer{"Never", kDocument, DetailsAnswer::When::Never},
-                    DetailsAnswer{"Megabyte", u"{\"a\":\"" + std::u16string(1 << 20, u'x') + u"\"}"},
-                    DetailsAnswer{"Deep", std::u16string(15'000, u'[') + std::u16string(15'000, u']')},
-                    DetailsAnswer{"Cut", std::u16string(kDocument).substr(0, 300)},
-                    DetailsAnswer{"OtherVersion", Changed(u"1", u"2")},
-                    DetailsAnswer{"WrongType", Changed(u"[\"USB 2.0\",\"USB4\"]", u"\"USB4\"")},
-                    DetailsAnswer{"NoPorts", Changed(u"\"ports\"", u"\"harbours\"")}),
+    testing::Values(
+        DetailsAnswer{"AtOnce", Document(kSerial, u"\"missing\":\"placeholder\",\"detail\":\"None\"")},
+        DetailsAnswer{"Late", Document(kSerial, u"\"missing\":\"stolen\""), DetailsAnswer::When::Late},
+        DetailsAnswer{"Never", Document(), DetailsAnswer::When::Never},
+        DetailsAnswer{"Megabyte", u"{\"a\":\"" + std::u16string(1 << 20, u'x') + u"\"}"},
+        DetailsAnswer{"Deep", std::u16string(15'000, u'[') + std::u16string(15'000, u']')},
+        DetailsAnswer{"Cut", Document().substr(0, 300)}, DetailsAnswer{"OtherVersion", Document(u"1", u"2")},
+        DetailsAnswer{"WrongType", Document(u"\"productName\":{", u"\"productName\":1,\"x\":{")},
+        DetailsAnswer{"NoPorts", Document(u"\"ports\"", u"\"harbours\"")}),
     [](const auto& answer) { return std::string(answer.param.name); });
 
-/// What `kelvane --json` does, with a limit of three seconds.
-class JsonTest : public ApplicationTest {
-  protected:
-    /// `late`: the limit passes when everything but the details has been read.
-    void ExpectJson(const std::string& name, bool late = false, OutputFormat format = OutputFormat::Json) {
-        m_systemInformation = Record(Letters(10));
-        std::string json;
-        Run({[&] {
-            WhenServiceAnswered(
-                m_world->Loop(), std::chrono::seconds(3), Needed::Details, [&](bool answered) {
-                    const bool complete = ReportMissingData(Needed::Details);
-                    std::fputs(!answered ? "no answer\n" : complete ? "complete\n" : "incomplete\n", stderr);
-                    json = tests::JsonLines(MachineAs(format));
-                    Close();
-                });
-            platform::Application::WhenIdle(
-                [&, late] { m_clock.Advance(std::chrono::seconds(late ? 3 : 0)); });
-        }});
-        tests::ExpectGolden("application/json/" + name + ".txt", json + m_errors);
-    }
+struct JsonCase {
+    const char* name;
+    /// The service has details, or none; nothing: there is no service.
+    std::optional<std::u16string> details;
+    bool late = false;
+    OutputFormat format = OutputFormat::Json;
+
+    friend void PrintTo(const JsonCase& json, std::ostream* out) { *out << json.name; }
 };
 
-TEST_F(JsonTest, IsTheDocumentOfTheService) {
-    StartService({}, {}, [](ServerCall& call) { call.SetText(0, kDocument); });
-    ExpectJson("Details");
-}
+class JsonTest : public ApplicationTest, public testing::WithParamInterface<JsonCase> {};
 
-TEST_F(JsonTest, IsWithoutTheSerialNumberOnRequest) {
-    StartService();
-    ExpectJson("RecordsWithoutIdentifiers", false, OutputFormat::JsonWithoutIdentifiers);
-}
-
-TEST_F(JsonTest, IsMadeOfTheRecordsWhereThereIsNoInterface) {
-    StartService();
-    ExpectJson("RecordsWithoutInterface");
-}
-
-TEST_F(JsonTest, IsMadeOfTheRecordsWhereTheDetailsAreBroken) {
-    StartService({}, {}, [](ServerCall& call) { call.SetText(0, u"{"); });
-    ExpectJson("RecordsForBroken");
-}
-
-TEST_F(JsonTest, IsMadeOfTheRecordsWhereTheDetailsDoNotComeInTime) {
+// After a start by the hotkey, since the other test has one from the menu.
+TEST_P(JsonTest, IsTheDocumentOrMadeOfTheRecordsWithinTheLimit) {
+    const auto& json = GetParam();
+    m_options.Words = {"hot", "key"};
+    m_systemInformation = Record(Letters(10));
     std::promise<void> released;
-    StartService({}, {}, [&](ServerCall&) { released.get_future().wait(); });
-    ExpectJson("RecordsForNever", true);
+    platform::rpc::ServerProcedure readDetails = [&](ServerCall& call) {
+        if (json.late) {
+            released.get_future().wait();
+        }
+        call.SetText(0, json.details);
+    };
+    if (json.details) {
+        StartService({}, {}, json.details->empty() ? nullptr : readDetails);
+    }
+    std::string text;
+    Run({[&] {
+        WhenServiceAnswered(m_world->Loop(), std::chrono::seconds(3), Needed::Details, [&](bool answered) {
+            const bool complete = answered && ReportMissingData(Needed::Details);
+            text = tests::JsonLines(MachineAs(json.format)) + (complete ? "complete\n" : "incomplete\n");
+            Close();
+        });
+        platform::Application::WhenIdle([&] { m_clock.Advance(std::chrono::seconds(json.late ? 3 : 0)); });
+    }});
+    tests::ExpectGolden(std::string("application/json/") + json.name + ".txt", text + m_errors);
     released.set_value();
 }
 
-TEST_F(JsonTest, WithoutAServiceSaysWhy) {
-    ExpectJson("RecordsWithoutService");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Golden, JsonTest,
+    testing::Values(JsonCase{"Details", Document()}, JsonCase{"RecordsWithoutInterface", u""},
+                    JsonCase{"RecordsForBroken", u"{"}, JsonCase{"RecordsForNever", Document(), true},
+                    JsonCase{"RecordsWithoutService", {}},
+                    JsonCase{"WithoutIdentifiers", Document(), false, OutputFormat::JsonWithoutIdentifiers}),
+    [](const auto& json) { return std::string(json.param.name); });
 
 }  // namespace
 

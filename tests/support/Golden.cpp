@@ -22,6 +22,10 @@ std::vector<std::string> Lines(std::istream& text) {
 
 }  // namespace
 
+std::string PathOf(const std::string& path) {
+    return std::filesystem::path(KELVANE_TESTS) / path;
+}
+
 std::string JsonLines(const std::string& json) {
     std::string lines;
     for (const char each : json) {
@@ -34,7 +38,7 @@ std::string JsonLines(const std::string& json) {
 }
 
 void ExpectGolden(const std::string& path, const std::string& text) {
-    const auto file = std::filesystem::path(KELVANE_TESTS) / path;
+    const std::filesystem::path file = PathOf(path);
     std::istringstream now(text);
     const auto after = Lines(now);
     const auto written = [&file] {

@@ -6,6 +6,9 @@
 
 namespace tests {
 
+/// Of a file below tests/.
+std::string PathOf(const std::string& path);
+
 /// Fails unless the golden file `path`, below tests/, holds `text`. With KELVANE_RENEW_GOLDEN in the
 /// environment, as tests/renew-golden sets it, writes it there instead.
 void ExpectGolden(const std::string& path, const std::string& text);
