@@ -17,8 +17,7 @@ namespace {
 using testing::HasSubstr;
 
 MachineDetails Machine(const std::string& name) {
-    const RecordedMachine machine(name);
-    MachineFiles files(machine.Root());
+    MachineFiles files(MachineFolder(name));
     return ReadMachine(files);
 }
 
@@ -57,9 +56,8 @@ TEST(Details, TooLongLoseTheEndsOfTextsAndOfListsAndSaySo) {
 }
 
 TEST(Details, PrintedShowValueReasonAndSourceSideBySide) {
-    const RecordedMachine machine("laptop-with-dock");
     testing::internal::CaptureStdout();
-    EXPECT_TRUE(PrintMachine(machine.Root()));
+    EXPECT_TRUE(PrintMachine(MachineFolder("laptop-with-dock")));
     tests::ExpectGolden("daemon/details/Print.txt", testing::internal::GetCapturedStdout());
 }
 

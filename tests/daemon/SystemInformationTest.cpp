@@ -61,51 +61,13 @@ namespace {
 
 using testing::HasSubstr;
 
-std::string Text(const SourcedText& field) {
-    return field.Value ? platform::ToUtf8(*field.Value) : "-";
-}
-
-std::string Number(const auto& number) {
-    return number ? std::to_string(*number) : "-";
-}
-
-/// Everything that the readers tell of a machine, with sources and reasons.
+/// Both records and the notes.
 std::string Told(const std::string& root) {
     MachineFiles files(root);
     const MachineDetails told = ReadMachine(files);
     std::ostringstream text;
-    const auto line = [&text](std::string_view label, const std::string& value, const auto& field) {
-        text << label << ": " << value << "  [" << field.Source
-             << (field.Value ? "" : ": " + ReasonOf(field.Why, field.Detail)) << "]\n";
-    };
-    constexpr const char* kKinds[] = {"unknown", "laptop", "desktop", "all-in-one",
-                                      "server",  "tablet", "board",   "virtual"};
-    text << "Kind: " << kKinds[static_cast<int>(told.Kind)] << "\n";
-    line("Maker", Text(told.Maker), told.Maker);
-    line("Product name", Text(told.ProductName), told.ProductName);
-    line("Product number", Text(told.ProductNumber), told.ProductNumber);
-    line("Processor", Text(told.Processor), told.Processor);
-    line("Memory", Text(told.Memory), told.Memory);
-    line("Operating system", Text(told.OperatingSystem), told.OperatingSystem);
-    line("Firmware version", Text(told.FirmwareVersion), told.FirmwareVersion);
-    line("System board", Text(told.SystemBoard), told.SystemBoard);
-    line("Serial number", Text(told.SerialNumber), told.SerialNumber);
-    line("Build identifier", Text(told.BuildIdentifier), told.BuildIdentifier);
-    const auto& password = told.BiosPassword;
-    line("BIOS password", password.Value ? std::to_string(static_cast<int>(*password.Value)) : "-", password);
-    text << "\nProcessors: " << Number(told.ProcessorCores) << " cores, " << Number(told.ProcessorThreads)
-         << " threads\nBytes: " << Number(told.InstalledBytes) << " installed, " << Number(told.UsableBytes)
-         << " usable\nFirmware: " << platform::ToUtf8(told.FirmwareVersionAlone) << " | "
-         << platform::ToUtf8(told.FirmwareDate) << " | " << told.FirmwareKind << "\n";
-    for (const MemoryModule& module : told.MemoryModules) {
-        text << "Module \"" << module.Slot << "\": " << Number(module.Bytes) << " " << module.Kind << " "
-             << Number(module.MegatransfersPerSecond) << " MT/s\n";
-    }
-    for (const std::string& role : told.BiosPasswordKinds) {
-        text << "Password set: " << role << "\n";
-    }
     const std::vector<Field> information = SystemInformationFields(told);
-    text << "\nSystem information: " << platform::ToUtf8(Joined(information)) << "\n\n";
+    text << "System information: " << platform::ToUtf8(Joined(information)) << "\n\n";
     for (const Field& field : UsbTypeCFields(told.TypeCPorts)) {
         text << platform::ToUtf8(field.Label) << ": " << platform::ToUtf8(field.Text) << "\n";
     }
