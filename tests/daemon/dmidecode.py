@@ -2,6 +2,7 @@
 
 Usage: dmidecode.py DMIDECODE MACHINES
 """
+import json
 import pathlib
 import re
 import struct
@@ -17,10 +18,10 @@ def dump(table):
 
 
 def size(text):
-    """Bytes of "16 GB", as the golden files write them."""
+    """Bytes of "16 GB"; 0 for an empty slot, nothing where the size is not known."""
     number, _, unit = text.partition(' ')
     units = {'kB': 10, 'MB': 20, 'GB': 30}
-    return str(int(number) << units[unit]) if unit in units else {'Unknown': '-'}.get(text, '0')
+    return int(number) << units[unit] if unit in units else None if text == 'Unknown' else 0
 
 
 def told_by_dmidecode(program, table):
@@ -38,22 +39,23 @@ def told_by_dmidecode(program, table):
             processor = processor or value.get('Version', '')
         elif kind == ['Memory Device'] and 'TRUNCATED' not in structure and value['Array Handle'] in arrays \
                 and value['Type'] != 'Logical non-volatile device':
-            kind = re.sub('^Unknown$|^Other$|^RAM$', '', value['Type'])
-            speed = value.get('Configured Memory Speed', 'Unknown').replace('Unknown', '- MT/s')
-            modules.append(f'Module "{value["Locator"]}": {size(value["Size"])} {kind} {speed}')
+            speed = re.match(r'\d+', value.get('Configured Memory Speed', ''))
+            module = {'size': size(value['Size']), 'kind': re.sub('^Unknown$|^Other$|^RAM$', '', value['Type']),
+                      'speed': int(speed[0]) if speed else None, 'slot': value['Locator']}
+            modules.append({key: each for key, each in module.items() if each not in (None, '')})
     return modules, processor
 
 
 compared = 0
 wrong = False
 for table in sorted(pathlib.Path(sys.argv[2]).glob('*/sys/firmware/dmi/tables/DMI')):
-    golden = (table.parents[4] / 'record.txt').read_text()
+    fields = json.loads((table.parents[4] / 'details.json').read_text())['fields']
     modules, processor = told_by_dmidecode(sys.argv[1], table.read_bytes())
-    ours = re.findall('^Module .*$', golden, re.M)
-    ours_processor = re.findall(r'^Processor: (.*)  \[smbios 4', golden, re.M)
+    ours = fields['memory'].get('modules', [])
+    ours_processor = fields['processor'] if fields['processor']['source'].startswith('smbios 4') else {}
     if table.parents[4].name != 'hostile-texts':  # whose texts are not told as they are
         compared += 1
-        if ours != modules or ours_processor not in ([], ['-'], [processor]):
+        if ours != modules or ours_processor.get('value', processor) != processor:
             wrong = True
             print(table, '\nours:', ours, ours_processor, '\ndmidecode:', modules, processor)
 sys.exit(wrong or compared < 15)
