@@ -287,9 +287,7 @@ void LogFileRecorder::Report(const std::filesystem::path& path) {
 }
 
 void LogFileRecorder::BeginOutage(Lock& lock, const Exception& why) {
-    if (m_state != State::Closing) {
-        m_state = State::Outage;
-    }
+    m_state = State::Outage;
     m_freed.notify_all();
     if (!std::exchange(m_outageSaid, true)) {
         m_reported = std::max(m_reported, m_ring.Counted());
