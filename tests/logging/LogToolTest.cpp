@@ -143,9 +143,12 @@ TEST(LogText, ReadsLevelsAndMoments) {
     EXPECT_EQ(logtool::ParseLevel("warning"), LoggingLevel::Warning);
     EXPECT_EQ(logtool::ParseLevel("loud"), std::nullopt);
     const std::int64_t now = 134171714470000000;  // 2026-03-05 08:04:07 UTC
+    setenv("TZ", "Europe/Berlin", 1);
+    tzset();
     tests::ExpectScripts("logging/since", [&] {
-        return [&](const std::string& text) -> std::optional<std::string> {
-            const auto moment = logtool::ParseSince(text, true, now);
+        return [&](const std::string& line) -> std::optional<std::string> {
+            const bool isLocal = line.starts_with("local ");
+            const auto moment = logtool::ParseSince(isLocal ? line.substr(6) : line, !isLocal, now);
             return moment ? logtool::JsonLine({.FileTime = *moment, .Channel = {}, .Text = {}}, true)
                                 .substr(9, 28)
                           : "no time";
