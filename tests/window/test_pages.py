@@ -225,15 +225,30 @@ class Pages(unittest.TestCase):
                         press(program, back)
                         shown(program, "push button", page)
 
+    def drawing(self, program, button, *change):
+        """What the button shows, as one word for equal pictures, after ImageMagick's change; "blank" for nothing."""
+        left, top, width, height = self.area(program, "push button", button)
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            run("import", "-window", program.window, "-crop", f"{width}x{height}+{left}+{top}", "+repage", file.name)
+            colours, picture = run("convert", file.name, *change, "-threshold", "70%", "-format", "%k %#", "info:").stdout.split()
+        return picture if int(colours) > 1 else "blank"
+
     def test_right_to_left_is_the_mirror(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        speak, copy = "Read serial number aloud", "Copy serial number"
+        expected = [self.drawing(program, speak, "-flop"), self.drawing(program, copy)]
+        self.assertNotIn("blank", expected)
+        press(program, "Close")
+        self.assertEqual(program.ended(), 0)
         for words in ((), ("kelvane:?key=1",)):
             with self.subTest(words):
                 program = self.start(*words, LANGUAGE="he_IL", LC_ALL="he_IL.UTF-8")
                 self.sees(program, ALWAYS)
-                label, copy = (self.area(program, *of) for of in (("label", "Product number"),
-                                                                  ("push button", "Copy serial number")))
+                label, button = self.area(program, "label", "Product number"), self.area(program, "push button", copy)
                 close = self.area(program, "push button", "Close")
-                self.assertEqual((label[0] + label[2], copy[0], close[0]), (611, 22, 0))
+                self.assertEqual((label[0] + label[2], button[0], close[0]), (611, 22, 0))
+                self.assertEqual([self.drawing(program, each) for each in (speak, copy)], expected)
                 press(program, "Close")
                 self.assertEqual(program.ended(), 0)
 
