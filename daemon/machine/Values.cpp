@@ -156,11 +156,6 @@ std::optional<std::u16string> Value(std::string_view bytes) {
     return text;
 }
 
-std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path) {
-    const auto content = files.Read(path);
-    return content ? Value(*content) : std::nullopt;
-}
-
 std::u16string Capped(std::u16string text, std::size_t limit) {
     if (text.size() <= limit) {
         return text;

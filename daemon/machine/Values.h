@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "daemon/machine/MachineFiles.h"
 #include "platform/core/Lines.h"
 
 namespace daemon_service {
@@ -24,9 +23,6 @@ bool IsPlaceholder(std::u16string_view text);
 
 /// The cleaned text unless it is a placeholder.
 std::optional<std::u16string> Value(std::string_view bytes);
-
-/// The file's value.
-std::optional<std::u16string> FileValue(MachineFiles& files, const std::string& path);
 
 /// At most `limit` UTF-16 units; a longer text ends in "…". Never cuts a surrogate pair.
 std::u16string Capped(std::u16string text, std::size_t limit);

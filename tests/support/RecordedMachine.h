@@ -2,7 +2,6 @@
 
 // The machines of tests/machines, and one of a test's own, below a directory of its own.
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,18 +14,6 @@ namespace daemon_service {
 std::vector<std::string> MachineNames();
 std::string MachineFolder(const std::string& name);
 
-/// A firmware table, structure by structure.
-class SmbiosBuilder {
-  public:
-    /// `body` follows the four header bytes.
-    SmbiosBuilder& Add(std::uint8_t type, std::uint16_t handle, const std::vector<std::uint8_t>& body,
-                       const std::vector<std::string>& strings = {});
-    const std::string& Bytes() const { return m_bytes; }
-
-  private:
-    std::string m_bytes;
-};
-
 class RecordedMachine {
   public:
     RecordedMachine();
@@ -36,12 +23,6 @@ class RecordedMachine {
 
     RecordedMachine& File(const std::string& path, const std::string& content);
     RecordedMachine& Link(const std::string& path, const std::string& target);
-    RecordedMachine& Tables(const SmbiosBuilder& tables);
-    /// A Type-C port that gives and takes power, with the given files besides.
-    RecordedMachine& Port(const std::string& name,
-                          const std::vector<std::pair<std::string, std::string>>& files = {});
-    /// A root hub of that speed with one port that belongs to the Type-C port.
-    RecordedMachine& Hub(int bus, const std::string& speed, const std::string& port);
 
     std::string Root() const { return m_root.string(); }
 
