@@ -26,9 +26,10 @@ const std::vector<std::string>& Paths() {
         for (const std::string& name : daemon_service::MachineNames()) {
             const std::string folder = daemon_service::MachineFolder(name);
             for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-                if ((!entry.is_directory() || entry.is_symlink()) &&
-                    entry.path().filename() != "record.txt") {
-                    paths.insert(entry.path().lexically_relative(folder));
+                const auto path = entry.path().lexically_relative(folder);
+                const bool isGolden = !path.has_parent_path();
+                if ((!entry.is_directory() || entry.is_symlink()) && !isGolden) {
+                    paths.insert(path);
                 }
             }
         }
