@@ -1,8 +1,8 @@
 // Firmware tables: everything that reads them, on any bytes.
 
 #include "daemon/machine/Smbios.h"
-#include "daemon/machine/ReadMachine.h"
 #include "daemon/machine/Memory.h"
+#include "daemon/machine/ReadMachine.h"
 #include "daemon/machine/Recorder.h"
 #include "daemon/machine/Values.h"
 #include "fuzz/Target.h"
