@@ -186,6 +186,18 @@ TEST(CommandLine, OutputsWithoutTheServiceHaveStatus1AndAReason) {
     }
 }
 
+TEST(CommandLine, JsonIsWhatTheServiceKnowsOfThisMachine) {
+    const auto run = tests::RunProgram(
+        "export KELVANE_RPC_DIRECTORY=$(mktemp -d /tmp/kelvane-json-XXXXXX); cd $KELVANE_RPC_DIRECTORY; "
+        "mkfifo log;"
+        "kelvane-service 2>log & read -r serving <log; kelvane --json; status=$?; kill $!; wait;"
+        "rm -r $KELVANE_RPC_DIRECTORY; (exit $status)");
+    EXPECT_EQ(run.Status, 0) << run.Errors;
+    EXPECT_TRUE(run.Output.starts_with("{\"version\":1,")) << run.Output;
+    EXPECT_NE(run.Output.find("\"source\":\"os-release "), std::string::npos) << run.Output;
+    EXPECT_EQ(run.Output.find("\"record\""), std::string::npos) << run.Output;
+}
+
 Kelvane::CommandLine Read(const std::vector<std::string>& arguments) {
     return Kelvane::ReadCommandLine(platform::ParseArguments(Kelvane::kProgram, arguments));
 }
