@@ -14,7 +14,8 @@ ALWAYS = {"Product name": "Workstation 5 SFF", "Product number": "4T8Z9EA#ABU", 
 DETAILS = {"Processor": "12th Gen @ 2.10 GHz", "Memory": "16 GB (15.6 GB usable)", "Operating system": "Debian 12",
            "Firmware version": "U21 Ver. 02.09.01", "System board": "8953 KBC", "Build identifier": "21WWHTAT602",
            "BIOS password": "Password set"}
-USB = {"USB standard": "USB 2.0, USB 3.2 Gen 2", "DisplayPort": "Not supported",
+STANDARDS = "USB 2.0, USB 3.2 Gen 2, USB 3.2 Gen 1, and one with a longer name"
+USB = {"USB standard": STANDARDS, "DisplayPort": "Not supported",
        "Thunderbolt / USB4": "Supported", "Power delivery": "Supported", "Charges battery": "Supported",
        "Maximum power": "100 W"}
 ROWS = {**ALWAYS, **DETAILS}
@@ -30,7 +31,7 @@ class Pages(unittest.TestCase):
         cls.addClassCleanup(folder.cleanup)
         cls.folder = folder.name
         files = {"system": "<.^.>".join([ROWS[label] for label in ORDER] + ["12", ""]),
-                 "usb": "USB 2.0, USB 3.2 Gen 2<.^.>Supported<.^.>No<.^.>Supported<.^.>Supported<.^.>100 W",
+                 "usb": f"{STANDARDS}<.^.>Supported<.^.>No<.^.>Supported<.^.>Supported<.^.>100 W",
                  # Nothing may happen to the machine that the test runs on.
                  "configuration": "firmware-request = off\nsystem-information-tool = /bin/true\n"}
         for name, text in files.items():
