@@ -10,7 +10,6 @@ namespace {
 
 using platform::JsonArray;
 using platform::JsonObject;
-using platform::JsonValue;
 
 std::u16string Short(const std::u16string& text) {
     return Capped(text, kMostText);
