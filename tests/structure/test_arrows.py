@@ -75,6 +75,5 @@ class Arrows(unittest.TestCase):
         self.assertIn("platform/core/UserName -> platform/core/Text", "".join(structure.circle_faults(planted)) * 2)
 
 
-
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
