@@ -336,17 +336,28 @@ int main(int count, char** arguments) {
         return 2;
     }
     platform::World& world = desktop ? static_cast<platform::World&>(*desktop) : *headless;
-    // Ends with the process: reading the standard input cannot be broken off.
-    std::thread([&world] {
+    // Ends with the process, since reading the standard input cannot be broken off; the world ends before it.
+    static platform::Guarded<platform::World*> present;
+    present.With([&world](auto& reached) { reached = &world; });
+    std::thread([] {
+        const auto post = [](const std::function<void()>& act) {
+            present.With([&act](platform::World* reached) {
+                if (reached != nullptr) {
+                    reached->Loop().Post(act);
+                }
+            });
+        };
         for (std::string line; std::getline(std::cin, line);) {
-            world.Loop().Post([line] {
+            post([line] {
                 if (const auto stage = std::dynamic_pointer_cast<Stage>(platform::Application::Current())) {
                     stage->Obey(line);
                 }
             });
         }
-        platform::Application::Exit();
+        post([] { platform::Application::Exit(); });
     }).detach();
-    return platform::Application::Start(
+    const int status = platform::Application::Start(
         world, [&] { return std::make_shared<Stage>(world, desktop.get(), headless.get()); });
+    present.With([](auto& reached) { reached = nullptr; });
+    return status;
 }
