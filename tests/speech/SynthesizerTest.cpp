@@ -96,8 +96,9 @@ TEST(Synthesizer, NamesEachCharacterInItsLanguageOrElseInEnglish) {
         {u"gmw/en-US+f2", u"Serial 12", {"wVn", "si@3ri;@LtwElv"}},
         {u"sem/he+f2", u"a 12", {"", "a#twElv"}},
     };
-    for (const auto& [voice, text, names] : cases) {
-        EXPECT_EQ(Clauses([&] { Speech().Synthesize(text, Voice(voice)); }), names);
+    for (const auto& each : cases) {
+        const auto speak = [&each] { Speech().Synthesize(std::get<1>(each), Voice(std::get<0>(each))); };
+        EXPECT_EQ(Clauses(speak), std::get<2>(each));
     }
 }
 
