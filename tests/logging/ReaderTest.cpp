@@ -1,4 +1,4 @@
-// The reader against what was written, and against every kind of damage.
+// What a log file holds to the byte, and the reader against what was written and every kind of damage.
 
 #include "platform/diagnostics/EventTraceReader.h"
 
@@ -8,6 +8,7 @@
 
 #include "platform/core/Exception.h"
 #include "platform/diagnostics/EventTraceImage.h"
+#include "tests/support/Golden.h"
 #include "tests/support/LogFolder.h"
 
 namespace {
@@ -35,6 +36,18 @@ const Texts kTexts = {u"one", u"two", u"three"};
 constexpr std::size_t kRecords = 0x10048;
 /// Of each of the three records, with its padding.
 constexpr std::size_t kRecordSize = 0x60;
+
+TEST(EventTraceImage, WritesTheFormatAlsoBehindACrash) {
+    const std::u16string large(20'000, u'l');
+    auto file = tests::LogFile({u"one", large, large, u"last"}, 7);
+    tests::ExpectGolden("logging/images/complete.txt", tests::HexLines(file));
+    // The first buffer was left with what was behind it, the second in the middle of its last record.
+    const std::size_t largeSize = 0x50 + 2 * (1 + large.size() + 2) + 2;
+    std::fill(file.begin() + kRecords + kRecordSize + largeSize, file.begin() + 0x20000, std::byte{'j'});
+    file[kRecords + 0x10000 + largeSize] = std::byte{0};
+    file.resize(platform::etl::EventTraceImage::CompleteLeftover(file));
+    tests::ExpectGolden("logging/images/leftover.txt", tests::HexLines(file));
+}
 
 TEST(EventTraceReader, ReadsWhatIsWholeOfAFileCutAnywhere) {
     const auto file = tests::LogFile(kTexts, 7);

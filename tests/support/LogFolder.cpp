@@ -14,7 +14,7 @@
 
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
-#include "tests/support/EtlRules.h"
+#include "tests/support/RpcSupport.h"
 
 namespace tests {
 
@@ -48,16 +48,30 @@ void WriteBytes(const std::filesystem::path& path, std::span<const std::byte> by
 
 std::vector<std::byte> LogFile(const std::vector<std::u16string>& texts, std::uint32_t lost,
                                std::int64_t start) {
-    std::vector<std::byte> memory(platform::etl::kFileSize);
+    // The memory of a session holds its earlier file.
+    std::vector<std::byte> memory(platform::etl::kFileSize, std::byte{'j'});
     platform::etl::EventTraceImage image(memory.data());
-    image.Prepare(u"Session", u"Session.etl", 0);
-    image.Begin(1, 2, start, 1000);
+    image.Prepare(u"Session", u"Session.etl", -60);
+    std::int64_t steady = 1000;
+    image.Begin(1, 2, start, steady);
     for (const auto& text : texts) {
-        image.Append({.Channel = u"c", .Text = text, .Level = 0, .Thread = 1, .Process = 2}, 1000);
+        image.Append({.Channel = u"c", .Text = text, .Level = 0, .Thread = 1, .Process = 2}, ++steady);
     }
     image.Complete(start, lost);
     memory.resize(image.Bytes().size());
     return memory;
+}
+
+std::string HexLines(std::span<const std::byte> bytes) {
+    constexpr std::size_t kWidth = 16;
+    std::string lines;
+    std::string before;
+    for (std::size_t at = 0; at < bytes.size(); at += kWidth) {
+        auto line = platform::rpc::test::ToHex(bytes.subspan(at, std::min(kWidth, bytes.size() - at)));
+        lines += line == before ? "" : std::to_string(at) + " " + line + "\n";
+        before = std::move(line);
+    }
+    return lines + std::to_string(bytes.size()) + "\n";
 }
 
 std::vector<std::string> Names(const std::filesystem::path& folder, const std::string& extension) {
@@ -79,7 +93,11 @@ std::vector<platform::etl::TraceEvent> ReadSound(const std::filesystem::path& pa
     const auto summary = platform::etl::ReadEventTrace(
         bytes, [&](platform::etl::TraceEvent&& event) { events.push_back(event); });
     EXPECT_EQ(summary.Problems, std::vector<std::string>()) << path;
-    EXPECT_EQ(BrokenRules(bytes), std::vector<std::string>()) << path;
+    const auto& header = *reinterpret_cast<const platform::etl::FileHeader*>(bytes.data());
+    EXPECT_EQ(header.LogFile.BuffersWritten * std::size_t{platform::etl::kBufferSize}, bytes.size()) << path;
+    EXPECT_NE(summary.Header.Process, 0U) << path;
+    EXPECT_TRUE(std::ranges::is_sorted(events, {}, &platform::etl::TraceEvent::FileTime)) << path;
+    EXPECT_TRUE(events.empty() || events.back().FileTime <= summary.Header.EndTime) << path;
     return events;
 }
 

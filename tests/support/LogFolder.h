@@ -41,14 +41,17 @@ std::vector<std::byte> ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, std::span<const std::byte> bytes);
 
 /// A log file with one message of each text, on the channel "c" at Verbose; begun and ended at `start`, when
-/// the steady clock stood at 1000.
+/// the steady clock stood at 1000. It goes on by one with each message.
 std::vector<std::byte> LogFile(const std::vector<std::u16string>& texts, std::uint32_t lost = 0,
                                std::int64_t start = 133000000000000000);
+
+/// The bytes as text, 16 a line behind their position; lines that repeat the one before are left out.
+std::string HexLines(std::span<const std::byte> bytes);
 
 /// The names of the files in `folder` with `extension`, sorted; none when there is no such folder.
 std::vector<std::string> Names(const std::filesystem::path& folder, const std::string& extension = ".etl");
 
-/// All messages of one file; a problem that the reader or the rules of the format find is a test failure.
+/// All messages of one file; a problem that the reader finds, and any contradiction, is a test failure.
 std::vector<platform::etl::TraceEvent> ReadSound(const std::filesystem::path& path);
 
 /// All messages of the log files in `folder`, in the order of the files' starts.
