@@ -59,53 +59,6 @@ TEST_F(ClientAndServerTest, AWholeSessionWithFragmentsAndACallbackInEachTransfer
     }
 }
 
-TEST_F(ClientAndServerTest, FailuresOfProceduresReachTheClientAsStatus) {
-    std::function<void(ServerCall&)> body;
-    TestService service({{procedure::ReadSysInfo, [&](ServerCall& call) { body(call); }}});
-    Client client;
-    client.Open();
-    const std::pair<Status, std::function<void(ServerCall&)>> rows[] = {
-        {4242, [](auto&) { throw RpcException(4242); }},
-        {1767, [](auto&) { throw RpcException(0x1C000001); }},
-        {status::kServerOutOfMemory, [](auto&) { throw std::bad_alloc(); }},
-        {status::kCallFailed, [](auto&) { throw std::out_of_range("x"); }},
-        {status::kInvalidBound, [](auto& call) { call.SetRawText(0, -1, u"abc"); }},
-        {status::kOk, [](auto&) {}},
-    };
-    for (const auto& [expected, procedure] : rows) {
-        body = procedure;
-        EXPECT_EQ(StatusOf([&] { client.Read(); }), expected);
-    }
-}
-
-TEST_F(ClientAndServerTest, ASecondInterfaceSharesAConnectionAndHasProceduresOfItsOwn) {
-    TestService service({}, {}, [](ServerCall& call) { call.SetText(0, u"{}"); });
-    RawClient client;
-    const auto send = [&](Bytes message) {
-        client.Send(message);
-        return ToHex(client.Receive());
-    };
-    const auto bind = [&](PduType type, std::uint16_t context, const SyntaxId& interface) {
-        Bytes message;
-        AppendBind(
-            message, type, 1,
-            {.Elements = {{.ContextId = context, .Interface = interface, .TransferSyntaxes = {kNdr}}}});
-        return send(message).substr(64, 8);
-    };
-    const auto call = [&](std::uint16_t context, std::uint16_t operation) {
-        Bytes message;
-        BeginCall(message);
-        FinishCall(message, {.CallId = 2, .ContextId = context, .Operation = operation}, kFragmentSize);
-        return send(message).substr(2 * kCallHeaderSize);
-    };
-    EXPECT_EQ(bind(PduType::Bind, 0, Kelvane::kHotkeyRpc.Id), "00000000");
-    EXPECT_EQ(bind(PduType::AlterContext, 7, Kelvane::kDetailsRpc.Id), "00000000");
-    EXPECT_EQ(bind(PduType::AlterContext, 8, {}), "02000100") << "abstract syntax not supported";
-    EXPECT_EQ(call(7, 0), "0300000000000200030000007b007d000000");
-    EXPECT_EQ(call(7, 2), "0200011c00000000") << "operation out of range";
-    EXPECT_EQ(call(0, 0).size(), 40U) << "a context handle";
-}
-
 TEST_F(ClientAndServerTest, DetailsHaveAStatusForEachWayToBeMissing) {
     std::u16string json;
     const auto read = [&json] { return Kelvane::DetailsClient().ReadDetails(json); };

@@ -1,13 +1,14 @@
 // The client's results, its traces and the rule by which it copies.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <semaphore>
+#include <sstream>
 
 #include "platform/core/Text.h"
 #include "service/RpcClient.h"
+#include "tests/support/Golden.h"
 #include "tests/support/RpcSupport.h"
 
 namespace platform::rpc::test {
@@ -20,44 +21,96 @@ using Kelvane::RpcClient;
 /// Debug output is decided once a process.
 [[maybe_unused]] const int g_debugOutput = setenv("KELVANE_DEBUG", "1", 1);
 
-constexpr char kAllocate[] = "KELVANE midl_user_allocate\n";
-constexpr char kFree[] = "KELVANE midl_user_free\n";
+/// A client and what it reaches, as a script tells them.
+class Session {
+  public:
+    /// What the client wrote, then its result, what it copied and the procedures that the service was asked
+    /// for.
+    std::string Play(const std::string& line) {
+        testing::internal::CaptureStderr();
+        m_called.clear();
+        m_buffer = u'?' + std::u16string(999, u'\0');
+        std::istringstream words(line);
+        std::string what;
+        words >> what;
+        const std::map<std::string, std::function<std::int64_t()>> actions = {
+            {"service", [&] { return Serve(), 0; }},
+            {"answer", [&] { return Answer(words), 0; }},
+            {"raise", [&] { return Raise(words), 0; }},
+            {"client-ends", [&] { return m_client.reset(), m_service->Server->OpenContexts(); }},
+            {"Initialize", [&] { return m_client->Initialize(); }},
+            {"StartMSInfoApp", [&] { return m_client->StartMSInfoApp(); }},
+            {"StartUSBC", [&] { return m_client->StartUSBC(); }},
+            {"SetUEFIFlag", [&] { return m_client->SetUEFIFlag(); }},
+            {"ReadSysInfo", [&] { return m_client->ReadSysInfo(Destination(words), 999); }},
+            {"ReadUSBTypeCInfo", [&] { return m_client->ReadUSBTypeCInfo(Destination(words), 499); }},
+        };
+        const auto result = actions.at(what)();
+        const std::string copied = ToUtf8(m_buffer.c_str());
+        return testing::internal::GetCapturedStderr() + "= " + std::to_string(result) +
+               (copied == "?" ? "" : " copied \"" + copied + "\"") + m_called + "\n";
+    }
+
+  private:
+    void Serve() {
+        std::map<unsigned, ServerProcedure> procedures;
+        for (const auto number : {procedure::StartMSInfoApp, procedure::StartUSBC, procedure::SetUEFIFlag,
+                                  procedure::ReadSysInfo, procedure::ReadUSBTypeCInfo}) {
+            procedures[number] = [this](ServerCall& call) {
+                m_called += " called " + std::to_string(call.Procedure());
+                call.Procedure() >= procedure::ReadSysInfo ? m_answer(call) : void();
+            };
+        }
+        m_service.emplace(std::move(procedures));
+    }
+
+    /// The length that the service names, and the characters: each with how many there are of it, "0" for
+    /// the zero, nothing for no text.
+    void Answer(std::istream& words) {
+        std::int32_t length = 0;
+        std::optional<std::u16string> text;
+        words >> length;
+        for (std::string word; words >> word;) {
+            text = text.value_or(u"") +
+                   std::u16string(std::stoul(word.substr(1)), word[0] == '0' ? u'\0' : char16_t(word[0]));
+        }
+        m_answer = [=](ServerCall& call) { call.SetRawText(0, length, text); };
+    }
+
+    void Raise(std::istream& words) {
+        std::string what;
+        words >> what;
+        m_answer = [what](ServerCall&) {
+            what == "bad_alloc"      ? throw std::bad_alloc()
+            : what == "out_of_range" ? throw std::out_of_range("x")
+                                     : throw RpcException(static_cast<Status>(std::stoul(what)));
+        };
+    }
+
+    char16_t* Destination(std::istream& words) {
+        std::string word;
+        return words >> word ? nullptr : m_buffer.data();
+    }
+
+    EndpointScope m_endpoints;
+    std::function<void(ServerCall&)> m_answer = [](ServerCall&) {};
+    std::string m_called;
+    std::u16string m_buffer;
+    std::optional<TestService> m_service;
+    std::optional<RpcClient> m_client{std::in_place};
+};
+
+TEST(RpcClientSession, EndsWithNumbersTracesAndWholeTexts) {
+    tests::ExpectScripts("rpc/client", [] {
+        return
+            [session = std::make_shared<Session>()](const std::string& line) { return session->Play(line); };
+    });
+}
 
 class RpcClientTest : public testing::Test {
   protected:
-    void SetUp() override { testing::internal::CaptureStderr(); }
-    void TearDown() override { testing::internal::GetCapturedStderr(); }
-
-    /// The debug output since the last look, without what precedes each line.
-    static std::string Traces() {
-        auto traces = testing::internal::GetCapturedStderr();
-        testing::internal::CaptureStderr();
-        constexpr std::string_view kPrefix = "debug: ";
-        for (auto at = traces.find(kPrefix); at != std::string::npos; at = traces.find(kPrefix, at)) {
-            traces.erase(at, kPrefix.size());
-        }
-        return traces;
-    }
-
-    std::u16string_view Text() const { return m_buffer.data(); }
-
     EndpointScope m_endpoints;
-    std::u16string m_buffer = std::u16string(1000, u'?');
 };
-
-TEST_F(RpcClientTest, WithoutAServiceNothingOpensAndReadsDoNotCall) {
-    RpcClient client;
-    EXPECT_EQ(client.Initialize(), 1722);
-    EXPECT_EQ(client.ReadSysInfo(m_buffer.data(), 999), -1);
-    EXPECT_EQ(client.ReadUSBTypeCInfo(m_buffer.data(), 499), -1);
-    EXPECT_EQ(client.SetUEFIFlag(), 1);
-    EXPECT_EQ(client.StartMSInfoApp(), 0);
-    EXPECT_EQ(client.StartUSBC(), 1775);
-    EXPECT_EQ(m_buffer[0], u'?');
-    EXPECT_EQ(Traces(), std::string("Inside RpcClient::ReadSysInfo() \n") + kAllocate + kFree + kAllocate +
-                            kFree + "Inside RpcClient::SetUEFIFlag() \n" + kAllocate + kFree);
-    EXPECT_EQ(client.Initialize(), 1722) << "a second attempt replaces the binding";
-}
 
 TEST_F(RpcClientTest, TheEndpointsDirectoryMayMakeTheBindingImpossible) {
     setenv("KELVANE_RPC_DIRECTORY", std::string(200, 'x').c_str(), 1);
@@ -74,97 +127,23 @@ TEST_F(RpcClientTest, AServiceThatIsStuckAtTheCloseDoesNotHoldTheClient) {
     ended.release();
 }
 
-TEST_F(RpcClientTest, ASessionTracesWhatItReads) {
-    std::vector<unsigned> calls;
-    const auto note = [&](ServerCall& call) { calls.push_back(call.Procedure()); };
-    TestService service({{procedure::StartMSInfoApp, note}, {procedure::StartUSBC, note}});
-    {
-        RpcClient client;
-        EXPECT_EQ(client.Initialize(), 0);
-        EXPECT_EQ(client.Initialize(), 1);
-        EXPECT_EQ(service.Server->OpenContexts(), 1U);
-        EXPECT_EQ(client.StartMSInfoApp(), 0);
-        EXPECT_EQ(client.StartUSBC(), 0);
-        EXPECT_EQ(client.ReadSysInfo(nullptr, 999), -1);
-        EXPECT_EQ(client.ReadUSBTypeCInfo(nullptr, 499), -1);
-        EXPECT_EQ(Traces(), "Inside RpcClient::ReadSysInfo() \nNULL == SysData\n");
-
-        EXPECT_EQ(client.ReadSysInfo(m_buffer.data(), 999), 0);
-        EXPECT_EQ(Text(), u"AB");
-        EXPECT_EQ(Traces(), std::string("Inside RpcClient::ReadSysInfo() \n") + kAllocate + kAllocate +
-                                "Sys Info = \nAB\n" + kFree + kFree);
-        EXPECT_EQ(client.ReadUSBTypeCInfo(m_buffer.data(), 499), 0);
-        EXPECT_EQ(client.SetUEFIFlag(), 0);
-        EXPECT_EQ(Traces(), std::string(kAllocate) + kAllocate + kFree + kFree +
-                                "Inside RpcClient::SetUEFIFlag() \n" + kAllocate + kAllocate + kFree + kFree);
-    }
-    EXPECT_EQ(service.Server->OpenContexts(), 0U) << "closed by the destructor, before the connection";
-    EXPECT_EQ(calls, (std::vector<unsigned>{2, 3}));
-}
-
-TEST_F(RpcClientTest, TextsAreCopiedWholeOrNotAtAll) {
-    std::function<void(ServerCall&)> reply;
-    TestService service({{procedure::ReadSysInfo, [&](ServerCall& call) { reply(call); }},
-                         {procedure::ReadUSBTypeCInfo, [&](ServerCall& call) { reply(call); }}});
-    RpcClient client;
-    ASSERT_EQ(client.Initialize(), 0);
-    const auto text = [](std::size_t size) {
-        return [size](ServerCall& call) { call.SetText(0, std::u16string(size, u'x')); };
-    };
-    const auto raw = [](std::int32_t length, std::u16string characters) {
-        return [=](ServerCall& call) { call.SetRawText(0, length, characters); };
-    };
-    const struct {
-        const char* Name;
-        std::function<void(ServerCall&)> Reply;
-        std::int64_t Result;
-        std::u16string Expected;  ///< "?" when the buffer must not be touched
-        bool CopyFails;
-    } rows[] = {
-        {"998 characters", text(998), 0, std::u16string(998, u'x'), false},
-        {"999 characters", text(999), 0, u"", true},
-        {"length 0", raw(0, u""), 0, u"?", true},
-        {"no terminating zero", raw(3, u"abc"), 0, u"", true},
-        {"a short text in a long array", raw(1500, u"ab" + std::u16string(1498, u'\0')), 0, u"ab", false},
-        {"null", [](ServerCall& call) { call.SetText(0, std::nullopt); }, -1, u"?", false},
-        {"null with a length", [](ServerCall& call) { call.SetRawText(0, 5, std::nullopt); }, -1, u"?",
-         false},
-        {"length beyond the array", raw(9, u"abc"), 1734, u"?", false},
-        {"fault", [](ServerCall&) { throw RpcException(0xC0000005); }, 0xC0000005, u"?", false},
-    };
-    for (const auto& row : rows) {
-        reply = row.Reply;
-        m_buffer.assign(1000, u'\0');
-        m_buffer[0] = u'?';
-        EXPECT_EQ(client.ReadSysInfo(m_buffer.data(), 999), row.Result) << row.Name;
-        EXPECT_EQ(Text(), row.Expected) << row.Name;
-        std::string traces = Traces();
-        EXPECT_EQ(traces.find("Failed to copy pSysdata\nSys Info = \n") != std::string::npos, row.CopyFails)
-            << row.Name;
-    }
-    reply = text(499);
-    EXPECT_EQ(client.ReadUSBTypeCInfo(m_buffer.data(), 499), 0);
-    EXPECT_EQ(Text(), u"");
-    EXPECT_EQ(Traces(),
-              std::string(kAllocate) + kAllocate + "Failed to copy USBTypeC Data\n" + kFree + kFree);
-}
-
 TEST_F(RpcClientTest, AServiceThatGoesIsANumberAndTheDestructorSaysNothing) {
     TestService service;
     RpcClient client;
     ASSERT_EQ(client.Initialize(), 0);
     service.Stop();
-    EXPECT_GT(client.ReadSysInfo(m_buffer.data(), 999), 0);
+    char16_t buffer[999];
+    EXPECT_GT(client.ReadSysInfo(buffer, 999), 0);
     EXPECT_EQ(client.SetUEFIFlag(), 1);
     EXPECT_EQ(client.StartMSInfoApp(), 1722);
 }
 
 TEST_F(RpcClientTest, ACallbackWithoutAnAddressDoesNothing) {
+    testing::internal::CaptureStderr();
     Kelvane::CmdCallback(1, u"x", 0);
-    EXPECT_EQ(Traces(), "");
     const Kelvane::CallbackFunction fails = [](std::int32_t, const char16_t*) { throw std::bad_alloc(); };
     Kelvane::CmdCallback(1, u"x", reinterpret_cast<std::int64_t>(fails));
-    EXPECT_EQ(Traces(), "CmdCallback failed with exception:\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "debug: CmdCallback failed with exception:\n");
 }
 
 }  // namespace

@@ -216,7 +216,7 @@ TEST_F(ConversationTest, DamagedAnswersNeverHurtTheClient) {
 }
 
 TEST_F(ConversationTest, TheServiceAnswersStrangeClients) {
-    TestService service;
+    const TestService service({}, {}, [](ServerCall& call) { call.SetText(0, u"{}"); });
     for (const auto& row : Rows("serve")) {
         RawClient raw;
         raw.Send(FromHex(row[2]));
