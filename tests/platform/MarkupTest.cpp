@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "backends/headless/HeadlessWorld.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/TypeRegistry.h"
+#include "tests/support/Golden.h"
 #include "tests/support/PackageScope.h"
 
 namespace platform {
@@ -77,25 +80,12 @@ TEST_F(MarkupTest, BuildsTheTreeWithTextsBindingsAndHandlers) {
 }
 
 TEST_F(MarkupTest, NamesFileAndLineOfEveryMistake) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"<UserControl>\n<Foo/></UserControl>", "Test.xaml:2: unknown element <Foo>"},
-        {"<UserControl>\n\n<Grid Glyph='x'/></UserControl>", "Test.xaml:3: <Grid> has no attribute 'Glyph'"},
-        {"<UserControl><Grid Visibility='Maybe'/></UserControl>",
-         "Test.xaml:1: Visibility: unknown value 'Maybe'"},
-        {"<UserControl><Grid Width='wide'/></UserControl>", "Test.xaml:1: Width: 'wide' is not a number"},
-        {"<UserControl><Button Click='No'/></UserControl>", "Test.xaml:1: there is no handler 'No'"},
-        {"<UserControl><Grid Height='{x:Bind No}'/></UserControl>",
-         "Test.xaml:1: there is no property 'No' to bind"},
-        {"<UserControl><TextBlock AutomationProperties.LabeledBy='{x:Bind No}'/></UserControl>",
-         "Test.xaml:1: there is no element named 'No'"},
-        {"<UserControl><Grid><Grid x:Name='a'/><Grid x:Name='a'/></Grid></UserControl>",
-         "Test.xaml:1: the name 'a' is used twice"},
-        {"<UserControl><Grid/><Grid/></UserControl>", "Test.xaml:1: <UserControl> cannot hold this element"},
-        {"<UserControl>\n<local:Nope/></UserControl>", "Test.xaml:2: There is no type Kelvane.Nope"},
-    };
-    for (const auto& [markup, problem] : cases) {
-        EXPECT_EQ(ProblemWith(markup), problem);
-    }
+    tests::ExpectScripts("platform/markup", [this] {
+        return [this](std::string markup) {
+            std::ranges::replace(markup, '|', '\n');
+            return ProblemWith(markup) + "\n";
+        };
+    });
     EXPECT_EQ(ProblemWith("<UserControl>\n<Grid></UserControl>").substr(0, 12), "Test.xaml:2:");
 }
 
