@@ -12,6 +12,7 @@
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/EventTraceReader.h"
+#include "tests/support/LogFolder.h"
 
 namespace {
 
@@ -118,30 +119,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 std::vector<std::string> fuzz::Seeds() {
     constexpr std::size_t kInputSize = std::size_t{kPiece} * etl::kBuffersPerFile;
-    std::vector<std::string> seeds;
-    for (const bool completed : {false, true}) {
-        etl::EventTraceImage image(g_file.data());
-        image.Prepare(u"session", u"file.etl", -60);
-        image.Begin(1, 2, 133'000'000'000'000'000, 1000);
-        for (const int level : {0, 1, 2, 3, 4}) {
-            image.Append({.Channel = u"channel", .Text = u"text", .Level = level, .Thread = 1, .Process = 2},
-                         2000 + level);
-        }
-        if (completed) {
-            image.Complete(133'000'000'000'001'000, 3);
-        }
-        std::vector<std::byte> file(kInputSize);
-        CopyPieces(g_file, etl::kBufferSize, file, kPiece);
-        seeds.push_back(Seed(file));
-        // A file of three buffers of events, the first one also compressed.
-        for (std::size_t index = 2; index < etl::kBuffersPerFile; ++index) {
-            std::copy_n(file.data() + kPiece, kPiece, file.data() + index * kPiece);
-        }
-        At<etl::FileHeader>(file, 0).LogFile.BuffersWritten = etl::kBuffersPerFile;
-        seeds.push_back(Seed(file));
-        At<etl::BufferHeader>(file, kPiece).BufferFlag |= etl::kBufferFlagCompressed;
-        At<etl::FileHeader>(file, 0).LogFile.ClockType = etl::kClockTypeSystemTime;
-        seeds.push_back(Seed(file));
+    const auto log = tests::LogFile({u"text", u"", u"another text"}, 3);
+    std::vector<std::byte> file(kInputSize);
+    CopyPieces(log, etl::kBufferSize, file, kPiece);
+    std::vector<std::string> seeds = {Seed(file)};
+    // A file of three buffers of events, the first one also compressed.
+    for (std::size_t index = 2; index < etl::kBuffersPerFile; ++index) {
+        std::copy_n(file.data() + kPiece, kPiece, file.data() + index * kPiece);
     }
+    At<etl::FileHeader>(file, 0).LogFile.BuffersWritten = etl::kBuffersPerFile;
+    seeds.push_back(Seed(file));
+    At<etl::BufferHeader>(file, kPiece).BufferFlag |= etl::kBufferFlagCompressed;
+    At<etl::FileHeader>(file, 0).LogFile.ClockType = etl::kClockTypeSystemTime;
+    seeds.push_back(Seed(file));
     return seeds;
 }

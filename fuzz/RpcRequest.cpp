@@ -33,18 +33,6 @@ Bytes Bind(const SyntaxId& syntax) {
     return bind;
 }
 
-std::vector<ServerProcedure> Procedures() {
-    std::vector<ServerProcedure> all(procedure::Count, [](ServerCall& call) { call.SetText(0, u"A<.^.>B"); });
-    all[procedure::OpenContext] = [](ServerCall& call) { call.SetContext(std::make_shared<int>()); };
-    all[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
-    all[procedure::ExchangeTextProc8] = [](ServerCall& call) { call.SetText(1, call.Text(0)); };
-    all[procedure::CommandWithCallbackProc11] = [](ServerCall& call) {
-        call.InvokeCallback(call.Long(0), call.Text(1).value_or(u"none").c_str(), call.Hyper(3));
-        call.SetText(2, u"done");
-    };
-    return all;
-}
-
 }  // namespace
 
 /// Makes context handles that the input can name.
@@ -57,8 +45,8 @@ extern "C" ssize_t getrandom(void* buffer, std::size_t size, unsigned) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static ServerShared shared{
-        Kelvane::kHotkeyRpc, Procedures(), {.MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
+    static ServerShared shared{{{Kelvane::kHotkeyRpc, test::EchoProcedures()}},
+                               {.MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
     int pair[2];
     if (size == 0 || size > kMaxInput || socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
         return 0;

@@ -1,11 +1,6 @@
 // A client against whatever a service sends on a connection: a byte that picks good answers to the bind and
 // to OpenContext or none, then the service's bytes.
 
-#include <poll.h>
-#include <sys/socket.h>
-
-#include <thread>
-
 #include "fuzz/Target.h"
 #include "platform/rpc/Ndr.h"
 #include "service/RpcClient.h"
@@ -30,29 +25,16 @@ Bytes Opened(const SyntaxId& syntax) {
     return bytes;
 }
 
-/// Sends all of `bytes` to the first client, then reads until it ends.
-void Serve(const ListeningSocket& listener, ByteView bytes) {
-    pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
-    poll(&wait, 1, -1);
-    const platform::FileDescriptor client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    SendAll(client.Get(), bytes);
-    shutdown(client.Get(), SHUT_WR);
-    std::byte ignored[4096];
-    while (ReceiveSome(client.Get(), ignored) > 0) {
-    }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::EndpointScope endpoints;
-    static const ListeningSocket listener(test::EndpointScope::Socket());
     if (size == 0 || size > kMaxInput) {
         return 0;
     }
     Bytes bytes = data[0] % 4 == 0 ? Bytes() : Opened(data[0] % 4 == 1 ? kNdr : kNdr64);
     Append(bytes, std::as_bytes(std::span(data, size)).subspan(1));
-    std::jthread service([&] { Serve(listener, bytes); });
+    const test::ScriptedService service({bytes});
     if (data[0] % 8 < 4) {
         char16_t record[1000];
         Kelvane::RpcClient client;

@@ -80,24 +80,30 @@ EndpointScope::~EndpointScope() {
     std::filesystem::remove_all(m_directory);
 }
 
-TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerOptions options,
-                         ServerProcedure readDetails) {
-    std::vector<ServerProcedure> all(procedure::Count, [](ServerCall&) {});
-    all[procedure::OpenContext] = [this](ServerCall& call) {
-        call.SetContext(
-            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.release(); }));
-    };
+std::vector<ServerProcedure> EchoProcedures() {
+    std::vector<ServerProcedure> all(procedure::Count, [](ServerCall& call) { call.SetText(0, u"AB"); });
+    all[procedure::OpenContext] = [](ServerCall& call) { call.SetContext(std::make_shared<int>()); };
     all[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
-    all[procedure::ReadSysInfo] = all[procedure::ReadUSBTypeCInfo] =
-        all[procedure::SetUEFIFlag] = [this](ServerCall& call) { call.SetText(0, Record); };
     all[procedure::ExchangeTextProc8] = [](ServerCall& call) {
         const auto& text = call.Text(0);
         call.SetRawText(1, text ? static_cast<std::int32_t>(text->size()) : 0, text);
     };
     all[procedure::CommandWithCallbackProc11] = [](ServerCall& call) {
-        call.InvokeCallback(call.Long(0), call.Text(1)->c_str(), call.Hyper(3));
+        call.InvokeCallback(call.Long(0), call.Text(1).value_or(u"none").c_str(), call.Hyper(3));
         call.SetText(2, u"done");
     };
+    return all;
+}
+
+TestService::TestService(std::map<unsigned, ServerProcedure> procedures, ServerOptions options,
+                         ServerProcedure readDetails) {
+    auto all = EchoProcedures();
+    all[procedure::OpenContext] = [this](ServerCall& call) {
+        call.SetContext(
+            std::shared_ptr<void>(this, [](TestService* service) { service->RunDown.release(); }));
+    };
+    all[procedure::ReadSysInfo] = all[procedure::ReadUSBTypeCInfo] =
+        all[procedure::SetUEFIFlag] = [this](ServerCall& call) { call.SetText(0, Record); };
     for (auto& [number, body] : procedures) {
         all[number] = std::move(body);
     }

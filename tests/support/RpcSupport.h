@@ -40,7 +40,10 @@ class EndpointScope {
     std::string m_directory;
 };
 
-/// A service on a thread of its own. Reads return `Record`, exchanges return what came.
+/// HotkeyRpc's procedures: exchanges return what came, the others "AB".
+std::vector<ServerProcedure> EchoProcedures();
+
+/// A service on a thread of its own: EchoProcedures, except that reads return `Record`.
 class TestService {
   public:
     /// Has the details interface too where `readDetails` answers it.
