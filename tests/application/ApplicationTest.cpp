@@ -40,15 +40,11 @@ class Watchdog {
     }};
 };
 
-/// Begins a section of the trace, or is a line of its own in it.
-void Mark(const std::string& text) {
-    LoggingHandler::GetInstance().LogVerbose(platform::FromUtf8(text));
-}
-
-/// Texts in quotes, so that blanks show.
-void Describe(const platform::UIElement& element, std::string& lines) {
+/// Texts in quotes, so that blanks show. An icon without a name has its `parent`'s.
+void Describe(const platform::UIElement& element, std::string& lines, const std::string& parent = {}) {
     const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element);
-    auto line = platform::ToUtf8(framework != nullptr ? framework->Name() : u"");
+    const auto name = platform::ToUtf8(framework != nullptr ? framework->Name() : u"");
+    auto line = name;
     if (element.Visibility() != platform::Visibility::Visible) {
         line += " hidden";
     }
@@ -56,8 +52,15 @@ void Describe(const platform::UIElement& element, std::string& lines) {
         line += ring->IsActive() ? " active" : " at rest";
     } else if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
         line += " " + platform::ToJson(block->Text());
+        line += block->TextWrapping() == platform::TextWrapping::Wrap ? " wraps" : "";
     } else if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
-        line += " " + platform::ToJson(box->Text());
+        line += " " + platform::ToJson(box->Text()) + (box->IsReadOnly() ? "" : " can be changed");
+        line += box->SelectedText().empty() ? "" : ", selected " + platform::ToJson(box->SelectedText());
+    } else if (const auto* const icon = dynamic_cast<const platform::FontIcon*>(&element)) {
+        line = (name.empty() ? parent : name) + " icon " + platform::ToJson(icon->Glyph());
+        line += icon->Foreground() == platform::SolidColorBrush{platform::Colors::Green} ? " green" : "";
+    } else if (dynamic_cast<const platform::SymbolIcon*>(&element) != nullptr) {
+        line = (name.empty() ? parent : name) + " symbol";
     }
     if (!line.empty() && framework != nullptr) {
         const auto* const label =
@@ -65,7 +68,7 @@ void Describe(const platform::UIElement& element, std::string& lines) {
         lines += line + (label != nullptr ? " by " + platform::ToUtf8(label->Name()) : "") + "\n";
     }
     for (const auto* const child : element.Children()) {
-        Describe(*child, lines);
+        Describe(*child, lines, name);
     }
 }
 
@@ -123,6 +126,10 @@ int ApplicationTest::Run(std::vector<Step> steps) {
     return status;
 }
 
+void ApplicationTest::Mark(const std::string& text) {
+    LoggingHandler::GetInstance().LogVerbose(platform::FromUtf8(text));
+}
+
 void ApplicationTest::Press(std::u16string_view name) {
     Mark("> press " + platform::ToUtf8(name));
     Find<platform::Button>(name)->Invoke();
@@ -172,16 +179,35 @@ std::shared_ptr<platform::UIElement> ApplicationTest::FindElement(platform::UIEl
 }
 
 std::string ApplicationTest::Shown() {
-    const auto& content = *platform::Window::Current()->Content();
-    std::string lines = content.FlowDirection() == platform::FlowDirection::LeftToRight ? "left to right\n"
-                                                                                        : "right to left\n";
-    Describe(content, lines);
-    return lines;
+    const auto content = platform::Window::Current()->Content();
+    auto& window = m_world->Window();
+    std::ostringstream lines;
+    lines << "window " << window.Size().Width << " x " << window.Size().Height << ", at least "
+          << window.MinimumSize().Width << (window.IsShown() ? "\n" : ", hidden\n");
+    if (!content) {
+        return lines.str();
+    }
+    m_contents += content != m_content.lock() ? 1 : 0;
+    m_content = content;
+    const auto* const focus = dynamic_cast<const platform::FrameworkElement*>(window.Focused());
+    lines << "content " << m_contents << "\nfocus "
+          << platform::ToUtf8(focus != nullptr ? focus->Name() : u"") << "\nclipboard "
+          << platform::ToJson(m_world->ClipboardText()) << "\n";
+    for (const auto& [text, voice] : m_world->Spoken().Spoken()) {
+        lines << "spoken " << platform::ToJson(text) << " by " << platform::ToUtf8(voice) << "\n";
+    }
+    for (const auto& [text, state] : m_world->Spoken().Sounds()) {
+        lines << "sound " << platform::ToJson(text) << " in state " << static_cast<int>(state) << "\n";
+    }
+    const bool leftToRight = content->FlowDirection() == platform::FlowDirection::LeftToRight;
+    std::string elements = leftToRight ? "left to right\n" : "right to left\n";
+    Describe(*content, elements);
+    return lines.str() + elements;
 }
 
 void ApplicationTest::MarkShown() {
     std::set<std::string> shown;
-    std::istringstream lines(platform::Window::Current()->Content() ? Shown() : "nothing\n");
+    std::istringstream lines(Shown());
     for (std::string line; std::getline(lines, line);) {
         if (shown.insert(line).second && !m_shown.contains(line)) {
             Mark("| " + line);

@@ -52,8 +52,13 @@ class ApplicationTest : public testing::Test {
     /// Closes the window; no further step is taken.
     void Close();
 
-    /// What the window shows: a line for each element that has a name or a text, in reading order.
+    /// What a user perceives: a line for each element that has a name, a text or an icon, in reading order,
+    /// behind the window's size, the focus, the clipboard and what has been spoken.
     std::string Shown();
+    /// What of it is new since the last time becomes lines of the trace; each step begins with them.
+    void MarkShown();
+    /// A line of the trace.
+    static void Mark(const std::string& text);
 
     /// How often the service has been asked for a procedure.
     int Calls(unsigned procedure) const { return m_calls[procedure].load(); }
@@ -86,7 +91,6 @@ class ApplicationTest : public testing::Test {
     platform::rpc::test::EndpointScope m_endpoints;
 
   private:
-    void MarkShown();
     std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);
 
     tests::StateFolderScope m_state;
@@ -94,6 +98,9 @@ class ApplicationTest : public testing::Test {
     std::array<std::atomic<int>, 13> m_calls{};
     bool m_closed = false;
     std::set<std::string> m_shown;
+    /// The window's content, and how many it has had.
+    std::weak_ptr<platform::UIElement> m_content;
+    int m_contents = 0;
     std::optional<platform::rpc::test::TestService> m_service;
 };
 

@@ -19,7 +19,7 @@ std::string Content(const std::filesystem::path& path) {
 
 }  // namespace
 
-ProgramRun RunProgram(const std::string& commandLine, const std::string& environment) {
+ProgramRun RunProgram(const std::string& commandLine) {
     std::string pattern = std::filesystem::temp_directory_path() / "kelvane-run-XXXXXX";
     const std::filesystem::path folder = mkdtemp(pattern.data());
     const auto output = folder / "output";
@@ -27,8 +27,8 @@ ProgramRun RunProgram(const std::string& commandLine, const std::string& environ
     const auto command = "unset DISPLAY WAYLAND_DISPLAY; PATH=" KELVANE_PROGRAMS
                          ":$PATH; "
                          "export XDG_STATE_HOME=" +
-                         folder.string() + " KELVANE_RPC_DIRECTORY=/nonexistent; { " + environment + " " +
-                         commandLine + "\n} </dev/null >" + output.string() + " 2>" + errors.string();
+                         folder.string() + " KELVANE_RPC_DIRECTORY=/nonexistent; { " + commandLine +
+                         "\n} </dev/null >" + output.string() + " 2>" + errors.string();
     const int status = std::system(command.c_str());
     ProgramRun run{.Status = WEXITSTATUS(status), .Output = Content(output), .Errors = Content(errors)};
     std::filesystem::remove_all(folder);

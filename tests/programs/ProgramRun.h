@@ -12,8 +12,7 @@ struct ProgramRun {
 };
 
 /// Has a shell run `commandLine` (a program of the build's, its arguments and redirections; other commands
-/// may follow) with `environment` ("NAME=value ...") besides the test's own, without a display and a service
-/// and in a state folder of its own, and waits for its end.
-ProgramRun RunProgram(const std::string& commandLine, const std::string& environment = {});
+/// may follow) without a display and a service and in a state folder of its own, and waits for its end.
+ProgramRun RunProgram(const std::string& commandLine);
 
 }  // namespace tests

@@ -1,0 +1,206 @@
+// Plays the scripts of the folder: what is done to the application, and what it writes to its log, shows and
+// gives out.
+
+#include <filesystem>
+#include <fstream>
+#include <semaphore>
+#include <sstream>
+
+#include "app/TextOutput.h"
+#include "pages/main/MainPage.h"
+#include "platform/storage/ApplicationData.h"
+#include "platform/xaml/Navigation.h"
+#include "tests/application/ApplicationTest.h"
+#include "tests/support/Golden.h"
+#include "tests/support/PackageScope.h"
+
+namespace Kelvane {
+
+namespace {
+
+using platform::Window;
+
+std::vector<std::string> Split(const std::string& text, char delimiter) {
+    std::istringstream parts(text);
+    std::vector<std::string> all;
+    for (std::string part; std::getline(parts, part, delimiter);) {
+        all.push_back(part);
+    }
+    return all;
+}
+
+/// "\u000A" is the UTF-16 code unit with that number.
+std::u16string Unescaped(const std::string& line) {
+    auto text = platform::FromUtf8(line);
+    for (auto at = text.find(u"\\u"); at != std::u16string::npos; at = text.find(u"\\u", at + 1)) {
+        const auto unit = std::stoul(platform::ToUtf8(text.substr(at + 2, 4)), nullptr, 16);
+        text.replace(at, 6, 1, static_cast<char16_t>(unit));
+    }
+    return text;
+}
+
+std::vector<std::string> Scripts() {
+    std::vector<std::string> names;
+    for (const auto& file : std::filesystem::directory_iterator(tests::PathOf("application/scripts"))) {
+        names.push_back(file.path().stem());
+    }
+    return names;
+}
+
+/// A script is a golden file. Its lines that begin with "$" are played: those before the first "$ step"
+/// before the start, the others as steps. What came of them stands below: the log, or, if the script asks for
+/// any, the outputs.
+class ScriptTest : public ApplicationTest, public testing::WithParamInterface<std::string> {
+  protected:
+    ScriptTest() { m_systemInformation = Record(Letters(10)); }
+
+    void Play(const std::vector<std::string>& lines) {
+        for (const auto& line : lines) {
+            Play(line);
+        }
+    }
+
+    std::string Result() { return m_output.empty() ? Trace(m_isWhole) : m_output; }
+
+    std::counting_semaphore<> m_answer{0};
+
+  private:
+    void Play(const std::string& line);
+
+    static platform::VirtualKey Key(const std::u16string& name) {
+        platform::VirtualKey key{};
+        while (platform::NameOf(key) != name) {
+            key = static_cast<platform::VirtualKey>(static_cast<unsigned>(key) + 1);
+        }
+        return key;
+    }
+
+    static std::shared_ptr<platform::Frame> Frame() {
+        return std::dynamic_pointer_cast<platform::Frame>(Window::Current()->Content());
+    }
+
+    void Show(std::u16string_view name) {
+        auto* each = dynamic_cast<platform::UIElement*>(Find<platform::FrameworkElement>(name).get());
+        for (; each != nullptr; each = each->Parent()) {
+            each->Visibility(platform::Visibility::Visible);
+        }
+    }
+
+    /// The page becomes the window's content.
+    static void RemoveFrame() {
+        const auto frame = Frame();
+        auto page = frame->Content();
+        frame->Content(nullptr);
+        Window::Current()->Content(std::move(page));
+    }
+
+    /// The service's answer to a request comes after the click that led to it, and, as the words say, after
+    /// the window is closed; never; or is a failure.
+    void HoldRequests(const std::string& words) {
+        const auto has = [words](const char* word) { return words.find(word) != std::string::npos; };
+        m_onRequest = [this, has] {
+            m_world->Loop().Post([this, has] {
+                has("closed") ? Close() : void();
+                m_world->Loop().Post([this, has] {
+                    EXPECT_NE(m_world->Window().IsShown(), has("closed"));
+                    has("unanswered") ? m_clock.Advance(std::chrono::seconds(4)) : m_answer.release();
+                });
+            });
+            m_answer.acquire();
+            if (has("refused")) {
+                throw std::runtime_error("refused");
+            }
+        };
+    }
+
+    const PackageScope m_package;
+    bool m_isWhole = false;
+    std::string m_output;
+};
+
+void ScriptTest::Play(const std::string& line) {
+    const auto verb = line.substr(0, line.find(' '));
+    const auto rest = line.substr(std::min(verb.size() + 1, line.size()));
+    const auto text = Unescaped(rest);
+    const auto record = text == u"none" ? std::nullopt : std::optional(text);
+    const auto parts = Split(rest, '|');
+    const auto words = Split(rest, ' ');
+    const std::map<std::string, std::function<void()>> verbs = {
+        {"whole", [&] { m_isWhole = true; }},
+        {"service", [&] { StartService(); }},
+        {"system-information", [&] { m_systemInformation = record; }},
+        {"usb-type-c", [&] { m_usbTypeC = record; }},
+        {"words", [&] { m_options.Words = words; }},
+        {"prelaunch", [&] { m_options.Prelaunch = true; }},
+        {"windowless", [&] { m_options.HasWindow = false; }},
+        {"arm64", [&] { m_options.Architecture = platform::ProcessorArchitecture::Arm64; }},
+        {"x64", [&] { m_options.Architecture = platform::ProcessorArchitecture::X64; }},
+        {"locale", [&] { m_options.LocaleName = rest; }},
+        {"language", [&] { m_options.Languages = {text}; }},
+        {"man",
+         [&] {
+             m_options.Voices.push_back({text, u"", u"", platform::VoiceGender::Male});
+         }},
+        {"woman",
+         [&] {
+             m_options.Voices.push_back({text, u"", u"", platform::VoiceGender::Female});
+         }},
+        {"write", [&] { m_package.Write(parts.at(0), platform::ToUtf8(Unescaped(parts.at(1)))); }},
+        {"replace", [&] { m_package.Replace(parts.at(0), parts.at(1), parts.at(2)); }},
+        {"hold", [&] { HoldRequests(rest); }},
+        {"press", [&] { Press(text); }},
+        {"show", [&] { Show(text); }},
+        {"focus", [&] { Find<platform::FrameworkElement>(text)->Focus(); }},
+        {"key", [&] { PressKey(Key(text)); }},
+        {"swallows",
+         [&] {
+             auto& focused = *m_world->Window().Focused();
+             Mark("> " + rest + (focused.RaiseKey(Key(text), true) ? " down" : "") +
+                  (focused.RaiseKey(Key(text), false) ? " up" : "") + " goes no further");
+         }},
+        {"look", [&] { MarkShown(); }},
+        {"frameless", [&] { RemoveFrame(); }},
+        {"update", [&] { std::dynamic_pointer_cast<MainPage>(Frame()->Content())->UpdateUI(text); }},
+        {"start", [&] { m_world->Client().Started(words, false); }},
+        {"sleep", [&] { m_world->Client().SleepAnnounced([] { Mark("> may sleep"); }); }},
+        {"wake", [&] { m_world->Client().Woken(); }},
+        {"end", [&] { m_world->Client().EndRequested(); }},
+        {"logs", [&] { Mark("> logs: " + std::to_string(tests::Names(StoredLogs()).size())); }},
+        {"page", [&] { m_output += "# page\n" + Shown(); }},
+        {"text", [&] { m_output += "# text\n" + MachineAs(OutputFormat::Text); }},
+        {"json", [&] { m_output += "# JSON\n" + tests::JsonLines(MachineAs(OutputFormat::Json)); }},
+    };
+    verbs.at(verb)();
+}
+
+TEST_P(ScriptTest, PlaysAsWritten) {
+    const auto path = "application/scripts/" + GetParam() + ".txt";
+    std::ifstream file(tests::PathOf(path));
+    std::ostringstream result;
+    std::vector<std::vector<std::string>> parts(1);
+    for (std::string line; std::getline(file, line) && line.starts_with("$ ");) {
+        result << line << "\n";
+        line == "$ step" ? void(parts.emplace_back()) : parts.back().push_back(line.substr(2));
+    }
+    Play(parts.front());
+    std::vector<Step> steps;
+    for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
+        steps.emplace_back([this, part] { Play(*part); });
+    }
+    const int status = Run(steps);
+    m_answer.release();
+    const auto logging =
+        platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled");
+    result << Result() << "== status " << status << ", reads " << Calls(procedure::ReadSysInfo) << " + "
+           << Calls(procedure::ReadUSBTypeCInfo) << ", requests " << Calls(procedure::StartMSInfoApp) << " + "
+           << Calls(procedure::SetUEFIFlag) << ", logs " << tests::Names(StoredLogs()).size() << ", logging "
+           << (logging == platform::PropertyValue(true)) << "\n";
+    tests::ExpectGolden(path, result.str());
+}
+
+INSTANTIATE_TEST_SUITE_P(Golden, ScriptTest, testing::ValuesIn(Scripts()),
+                         [](const auto& script) { return script.param; });
+
+}  // namespace
+
+}  // namespace Kelvane
