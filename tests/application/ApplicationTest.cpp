@@ -44,7 +44,9 @@ class Watchdog {
 void Describe(const platform::UIElement& element, std::string& lines, const std::string& parent = {}) {
     const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element);
     const auto name = platform::ToUtf8(framework != nullptr ? framework->Name() : u"");
-    auto line = name;
+    const auto* const icon = dynamic_cast<const platform::FontIcon*>(&element);
+    const bool isSymbol = dynamic_cast<const platform::SymbolIcon*>(&element) != nullptr;
+    auto line = name.empty() && (icon != nullptr || isSymbol) ? parent : name;
     if (element.Visibility() != platform::Visibility::Visible) {
         line += " hidden";
     }
@@ -56,11 +58,11 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
     } else if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
         line += " " + platform::ToJson(box->Text()) + (box->IsReadOnly() ? "" : " can be changed");
         line += box->SelectedText().empty() ? "" : ", selected " + platform::ToJson(box->SelectedText());
-    } else if (const auto* const icon = dynamic_cast<const platform::FontIcon*>(&element)) {
-        line = (name.empty() ? parent : name) + " icon " + platform::ToJson(icon->Glyph());
+    } else if (icon != nullptr) {
+        line += " icon " + platform::ToJson(icon->Glyph());
         line += icon->Foreground() == platform::SolidColorBrush{platform::Colors::Green} ? " green" : "";
-    } else if (dynamic_cast<const platform::SymbolIcon*>(&element) != nullptr) {
-        line = (name.empty() ? parent : name) + " symbol";
+    } else if (isSymbol) {
+        line += " symbol";
     }
     if (!line.empty() && framework != nullptr) {
         const auto* const label =

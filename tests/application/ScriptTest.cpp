@@ -60,7 +60,13 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
-    std::string Result() { return m_output.empty() ? Trace(m_isWhole) : m_output; }
+    std::string Result() { return (m_output.empty() ? Trace(m_isWhole) : m_output) + m_logs; }
+
+    /// While the machine may sleep there is no log to note it in.
+    void NoteLogs() {
+        m_logs += "== logs " + std::to_string(tests::Names(StoredLogs()).size()) + ", may sleep " +
+                  std::to_string(m_sleeps) + "\n";
+    }
 
     std::counting_semaphore<> m_answer{0};
 
@@ -116,6 +122,8 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     const PackageScope m_package;
     bool m_isWhole = false;
     std::string m_output;
+    std::string m_logs;
+    std::atomic<int> m_sleeps = 0;
 };
 
 void ScriptTest::Play(const std::string& line) {
@@ -162,10 +170,10 @@ void ScriptTest::Play(const std::string& line) {
         {"frameless", [&] { RemoveFrame(); }},
         {"update", [&] { std::dynamic_pointer_cast<MainPage>(Frame()->Content())->UpdateUI(text); }},
         {"start", [&] { m_world->Client().Started(words, false); }},
-        {"sleep", [&] { m_world->Client().SleepAnnounced([] { Mark("> may sleep"); }); }},
+        {"sleep", [&] { m_world->Client().SleepAnnounced([this] { ++m_sleeps; }); }},
         {"wake", [&] { m_world->Client().Woken(); }},
         {"end", [&] { m_world->Client().EndRequested(); }},
-        {"logs", [&] { Mark("> logs: " + std::to_string(tests::Names(StoredLogs()).size())); }},
+        {"logs", [&] { NoteLogs(); }},
         {"page", [&] { m_output += "# page\n" + Shown(); }},
         {"text", [&] { m_output += "# text\n" + MachineAs(OutputFormat::Text); }},
         {"json", [&] { m_output += "# JSON\n" + tests::JsonLines(MachineAs(OutputFormat::Json)); }},
