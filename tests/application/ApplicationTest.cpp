@@ -195,12 +195,6 @@ std::string ApplicationTest::Shown() {
     lines << "content " << m_contents << "\nfocus "
           << platform::ToUtf8(focus != nullptr ? focus->Name() : u"") << "\nclipboard "
           << platform::ToJson(m_world->ClipboardText()) << "\n";
-    for (const auto& [text, voice] : m_world->Spoken().Spoken()) {
-        lines << "spoken " << platform::ToJson(text) << " by " << platform::ToUtf8(voice) << "\n";
-    }
-    for (const auto& [text, state] : m_world->Spoken().Sounds()) {
-        lines << "sound " << platform::ToJson(text) << " in state " << static_cast<int>(state) << "\n";
-    }
     const bool leftToRight = content->FlowDirection() == platform::FlowDirection::LeftToRight;
     std::string elements = leftToRight ? "left to right\n" : "right to left\n";
     Describe(*content, elements);

@@ -53,7 +53,7 @@ class ApplicationTest : public testing::Test {
     void Close();
 
     /// What a user perceives: a line for each element that has a name, a text or an icon, in reading order,
-    /// behind the window's size, the focus, the clipboard and what has been spoken.
+    /// behind the window's size, the focus and the clipboard.
     std::string Shown();
     /// What of it is new since the last time becomes lines of the trace; each step begins with them.
     void MarkShown();

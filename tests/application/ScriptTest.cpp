@@ -199,7 +199,14 @@ TEST_P(ScriptTest, PlaysAsWritten) {
     m_answer.release();
     const auto logging =
         platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled");
-    result << Result() << "== status " << status << ", reads " << Calls(procedure::ReadSysInfo) << " + "
+    result << Result();
+    for (const auto& [text, voice] : m_world->Spoken().Spoken()) {
+        result << "== spoken " << platform::ToJson(text) << " by " << platform::ToUtf8(voice) << "\n";
+    }
+    for (const auto& [text, state] : m_world->Spoken().Sounds()) {
+        result << "== sound " << platform::ToJson(text) << " in state " << static_cast<int>(state) << "\n";
+    }
+    result << "== status " << status << ", reads " << Calls(procedure::ReadSysInfo) << " + "
            << Calls(procedure::ReadUSBTypeCInfo) << ", requests " << Calls(procedure::StartMSInfoApp) << " + "
            << Calls(procedure::SetUEFIFlag) << ", logs " << tests::Names(StoredLogs()).size() << ", logging "
            << (logging == platform::PropertyValue(true)) << "\n";
