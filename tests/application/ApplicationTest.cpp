@@ -105,7 +105,7 @@ int ApplicationTest::Run(std::vector<Step> steps) {
     m_world = std::make_unique<headless::HeadlessWorld>(m_options);
     std::size_t next = 0;
     std::function<void()> take = [&] {
-        if (m_closed) {
+        if (m_closed || (m_endsItself && next == steps.size())) {
             return;
         }
         MarkShown();

@@ -89,6 +89,8 @@ class ApplicationTest : public testing::Test {
     std::string m_errors;
     TestClock m_clock;
     platform::rpc::test::EndpointScope m_endpoints;
+    /// The last step sees to the end: what it waits for does not count as work.
+    bool m_endsItself = false;
 
   private:
     std::shared_ptr<platform::UIElement> FindElement(platform::UIElement& root, std::u16string_view name);

@@ -141,6 +141,7 @@ TEST_P(JsonTest, IsTheDocumentOrMadeOfTheRecordsWithinTheLimit) {
         StartService({}, {}, json.details->empty() ? nullptr : readDetails);
     }
     std::string text;
+    m_endsItself = true;
     Run({[&] {
         WhenServiceAnswered(m_world->Loop(), std::chrono::seconds(3), Needed::Details, [&](bool answered) {
             const bool complete = answered && ReportMissingData(Needed::Details);
