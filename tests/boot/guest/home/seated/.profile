@@ -1,0 +1,3 @@
+kelvane --json >/run/boot-check/seated.json 2>/run/boot-check/seated.errors
+echo $? >/run/boot-check/status
+exec cat
