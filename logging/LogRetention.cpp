@@ -25,10 +25,10 @@ void AddFiles(const LogFilePlace& place, const std::vector<std::u16string>& kept
               std::vector<StoredFile>& files) {
     const auto now = platform::CurrentClock().FileTime();
     std::error_code failure;
-    for (std::filesystem::directory_iterator entry(place.folder, failure), end; !failure && entry != end;
+    for (std::filesystem::directory_iterator entry(place.Folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
         const auto& path = entry->path();
-        if (!path.filename().string().starts_with(place.prefix) || path.extension() != ".etl") {
+        if (!path.filename().string().starts_with(place.Prefix) || path.extension() != ".etl") {
             continue;
         }
         std::error_code gone;

@@ -12,10 +12,10 @@ namespace Kelvane {
 /// The most bytes that stored log files may take up together.
 inline constexpr std::uint64_t kLogFilesLimit = std::uint64_t{64} << 20;
 
-/// The log files of one folder: those whose names begin with `prefix` and end with ".etl".
+/// The log files of one folder: those whose names begin with `Prefix` and end with ".etl".
 struct LogFilePlace {
-    std::filesystem::path folder;
-    std::string prefix;
+    std::filesystem::path Folder;
+    std::string Prefix;
 };
 
 /// Deletes the oldest log files of all `places` together until at most `limit` bytes are left. Age is the

@@ -113,25 +113,25 @@ bool LogSources::Poll() {
 }
 
 void LogSources::AddPlace(const Place& place, std::vector<Source>& sources) {
-    std::vector<std::filesystem::path> files = {place.path};
+    std::vector<std::filesystem::path> files = {place.Path};
     std::error_code failure;
-    if (std::filesystem::is_directory(place.path, failure)) {
-        files = FilesIn(place.path, failure);
+    if (std::filesystem::is_directory(place.Path, failure)) {
+        files = FilesIn(place.Path, failure);
         if (failure) {
-            Fail(place.path, platform::ExceptionFromErrno("list", failure.value()));
-        } else if (files.empty() && m_first && !place.mayBeMissing) {
-            Say(m_onProblem, {.key = {}, .path = place.path}, "there are no log files in it");
+            Fail(place.Path, platform::ExceptionFromErrno("list", failure.value()));
+        } else if (files.empty() && m_first && !place.MayBeMissing) {
+            Say(m_onProblem, {.key = {}, .path = place.Path}, "there are no log files in it");
         }
-        if (place.newest != 0 && m_first && files.size() > place.newest) {
+        if (place.Newest != 0 && m_first && files.size() > place.Newest) {
             // The others are as good as read.
-            for (std::size_t i = place.newest; i < files.size(); ++i) {
+            for (std::size_t i = place.Newest; i < files.size(); ++i) {
                 m_finished[files[i]] = StampOf(files[i]);
             }
-            files.resize(place.newest);
+            files.resize(place.Newest);
         }
         // Live files first: a message stored between the two listings is then found in a log file.
         std::stable_partition(files.begin(), files.end(), IsLive);
-    } else if (place.mayBeMissing && IsGone(place.path)) {
+    } else if (place.MayBeMissing && IsGone(place.Path)) {
         return;
     }
     for (const auto& file : files) {
@@ -155,7 +155,7 @@ std::optional<LogSources::Stamp> LogSources::StampOf(const std::filesystem::path
 }
 
 bool LogSources::IsNamed(const std::filesystem::path& path) const {
-    return std::ranges::any_of(m_places, [&](const Place& place) { return place.path == path; });
+    return std::ranges::any_of(m_places, [&](const Place& place) { return place.Path == path; });
 }
 
 void LogSources::Say(const OnProblem& listener, const Source& source, const std::string& what) {

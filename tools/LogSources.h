@@ -22,11 +22,11 @@ namespace logtool {
 
 /// A file, or a folder whose log and live files count.
 struct Place {
-    std::filesystem::path path;
+    std::filesystem::path Path;
     /// Only so many of the files that a folder holds at first, the newest; 0 for all.
-    std::size_t newest = 0;
+    std::size_t Newest = 0;
     /// Its absence is no problem; it may come later.
-    bool mayBeMissing = false;
+    bool MayBeMissing = false;
 };
 
 class LogSources {

@@ -48,14 +48,14 @@ int Run(const logtool::LogOptions& options) {
     platform::RequireStandardOutput();
     std::vector<logtool::Place> places;
     for (const auto& place : options.Places) {
-        places.push_back({.path = place});
+        places.push_back({.Path = place});
     }
     const bool byDefault = places.empty();
     const auto stored = platform::LocalStateFolder() / "Kelvane_LogFiles";
     if (byDefault) {
         // In the order in which a message moves, so that none slips through.
-        places = {{.path = platform::LogsFolder(), .mayBeMissing = true},
-                  {.path = stored, .newest = options.Since ? 0 : kNewest, .mayBeMissing = true}};
+        places = {{.Path = platform::LogsFolder(), .MayBeMissing = true},
+                  {.Path = stored, .Newest = options.Since ? 0 : kNewest, .MayBeMissing = true}};
     }
     int status = 0;
     const auto say = [](const std::filesystem::path& path, const std::string& what) {

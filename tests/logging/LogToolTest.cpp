@@ -46,8 +46,8 @@ class LogTool : public testing::Test {
 };
 
 TEST_F(LogTool, FollowsMessagesFromTheLiveFileIntoTheStoredOnesOnceEach) {
-    auto sources = Open({{.path = m_state.Logs(), .mayBeMissing = true},
-                         {.path = m_state.Stored(), .newest = 1, .mayBeMissing = true}});
+    auto sources = Open({{.Path = m_state.Logs(), .MayBeMissing = true},
+                         {.Path = m_state.Stored(), .Newest = 1, .MayBeMissing = true}});
     EXPECT_FALSE(sources.Poll());
     const auto session = std::make_shared<platform::FileLoggingSession>(u"Kelvane_Session");
     session->AddLoggingChannel(m_channel);
@@ -91,7 +91,7 @@ TEST_F(LogTool, SaysOnceWhatCannotBeReadOrWasLostAndReadsTheRest) {
     const auto empty = m_state.Kelvane() / "empty";
     std::filesystem::create_directory(empty);
     auto sources = Open(
-        {{.path = m_state.Logs()}, {.path = text}, {.path = empty}, {.path = m_state.Kelvane() / "missing"}});
+        {{.Path = m_state.Logs()}, {.Path = text}, {.Path = empty}, {.Path = m_state.Kelvane() / "missing"}});
     sources.Poll();
     sources.Poll();
     EXPECT_EQ(Taken(), (Lines{u"one", u"two", u"three", u"one"}));
@@ -107,7 +107,7 @@ TEST_F(LogTool, ShowsEachMessageOnceWhateverBecomesOfNamesAndCopies) {
     Put("b.etl", bytes);
     bytes[kSecondRecordType] ^= std::byte{0xFF};
     Put("a.etl", bytes);
-    auto sources = Open({{.path = m_state.Logs() / "a.etl"}, {.path = m_state.Logs()}});
+    auto sources = Open({{.Path = m_state.Logs() / "a.etl"}, {.Path = m_state.Logs()}});
     sources.Poll();
     EXPECT_EQ(Taken(), (Lines{u"one", large, u"last", u"two"}));
     EXPECT_EQ(m_problems, std::vector<std::string>{"a.etl"});

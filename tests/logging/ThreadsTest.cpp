@@ -121,7 +121,7 @@ TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
         Expectation atOnce;
         const auto fail = [](const auto& path, const auto& what) { ADD_FAILURE() << path << what; };
         logtool::LogSources sources(
-            {{.path = state.Logs(), .mayBeMissing = true}}, [&](const auto& event) { atOnce.Take(event); },
+            {{.Path = state.Logs(), .MayBeMissing = true}}, [&](const auto& event) { atOnce.Take(event); },
             fail, fail);
         sources.Poll();
         atOnce.Check(returned);
