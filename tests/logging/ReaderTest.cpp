@@ -41,10 +41,14 @@ TEST(EventTraceImage, WritesTheFormatAlsoBehindACrash) {
     const std::u16string large(20'000, u'l');
     auto file = tests::LogFile({u"one", large, large, u"last"}, 7);
     tests::ExpectGolden("logging/images/complete.txt", tests::HexLines(file));
-    // The first buffer was left with what was behind it, the second in the middle of its last record.
+    // The first buffer was left with what was behind it, the second in the middle of its last record, and
+    // none has the mark of the last one.
     const std::size_t largeSize = 0x50 + 2 * (1 + large.size() + 2) + 2;
     std::fill(file.begin() + kRecords + kRecordSize + largeSize, file.begin() + 0x20000, std::byte{'j'});
     file[kRecords + 0x10000 + largeSize] = std::byte{0};
+    for (std::size_t at = kRecords & ~0xFFFFU; at < file.size(); at += 0x10000) {
+        file[at + 0x34] = std::byte{0x20};
+    }
     file.resize(platform::etl::EventTraceImage::CompleteLeftover(file));
     tests::ExpectGolden("logging/images/leftover.txt", tests::HexLines(file));
 }
