@@ -252,7 +252,8 @@ DesktopWindow::PixelSize DesktopWindow::OnScreen(platform::Size size) const {
                            nullptr);
         fitting.height = std::max(fitting.height, natural);
     }
-    fitting.height = std::min(fitting.height, screen.height);
+    // A window of the whole screen is taken for one that wants to be fullscreen, and stays so.
+    fitting.height = std::min(fitting.height, screen.height - 1);
     return fitting;
 }
 
