@@ -30,7 +30,7 @@ void Say(const std::u16string& context, const ServiceProblem& problem) {
 
 }  // namespace
 
-void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit, Needed needed,
+void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit,
                          std::function<void(bool answered)> done) {
     // On the user-interface thread only.
     struct Wait {
@@ -45,12 +45,8 @@ void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit, 
     };
     const auto wait = std::make_shared<Wait>();
     wait->Done = std::move(done);
-    platform::Application::WhenIdle([wait, needed, &loop] {
+    platform::Application::WhenIdle([wait, &loop] {
         wait->HasRecords = true;
-        if (needed == Needed::Records) {
-            wait->End(true);
-            return;
-        }
         MainViewModel::GetInstance()->DetailsRead().then(
             [wait, &loop](const platform::task<void>&) { loop.Post([wait] { wait->End(true); }); });
     });
@@ -71,7 +67,7 @@ void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit, 
     }
 }
 
-bool ReportMissingData(Needed needed) {
+bool ReportMissingData() {
     const auto viewModel = MainViewModel::GetInstance();
     auto problem = viewModel->SysInfoProblem();
     if (!problem && !HasSystemInformation()) {
@@ -86,7 +82,7 @@ bool ReportMissingData(Needed needed) {
         return false;
     }
     const auto details = viewModel->DetailsProblem();
-    if (needed == Needed::Details && details && details->Status != kNoInterface) {
+    if (details && details->Status != kNoInterface) {
         Say(PackageTexts().Lookup(u"DetailsMissing/Text"), *details);
         return false;
     }

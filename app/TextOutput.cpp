@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "pages/CachedRecord.h"
+#include "pages/main/MachineTexts.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "pages/usbc/USBTypeCRecord.h"
 #include "platform/core/Text.h"
@@ -106,15 +107,31 @@ bool HasValues(const Values& values) {
     return !std::ranges::all_of(values, &std::u16string::empty);
 }
 
-/// A line for each value. What would forge rows or steer the terminal becomes a blank.
+/// `label` is a resource key. What would forge rows or steer the terminal becomes a blank.
+std::string TextLine(std::u16string_view label, const std::u16string& value, const DisplayTexts& texts) {
+    auto line = texts.Lookup(label) + (value.empty() ? u":" : u": ") + value;
+    std::ranges::replace_if(line, platform::SteersTerminal, u' ');
+    return platform::ToValidUtf8(line) + "\n";
+}
+
+/// A line for each value.
 std::string TextLines(std::span<const Field> fields, const Values& values, const DisplayTexts& texts) {
     std::string lines;
     for (const auto& field : fields) {
         if (field.place < values.size()) {
-            const auto& value = values[field.place];
-            auto line = texts.Lookup(field.label) + (value.empty() ? u":" : u": ") + value;
-            std::ranges::replace_if(line, platform::SteersTerminal, u' ');
-            lines += platform::ToValidUtf8(line) + "\n";
+            lines += TextLine(field.label, values[field.place], texts);
+        }
+    }
+    return lines;
+}
+
+/// The machine's kind and maker, as far as the details tell them.
+std::string MachineLines(const DisplayTexts& texts) {
+    std::string lines;
+    if (const auto details = MainViewModel::GetInstance()->Details()) {
+        for (const auto& [label, value] : {std::pair(u"MachineKindLabel/Text", MachineKind(*details, texts)),
+                                           std::pair(u"MachineMakerLabel/Text", details->Maker.Value)}) {
+            lines += value.empty() ? "" : TextLine(label, value, texts);
         }
     }
     return lines;
@@ -191,10 +208,14 @@ std::string MachineAs(OutputFormat format) {
         return platform::ToUtf8(document.Stringify()) + "\n";
     }
     const auto texts = PackageTexts();
-    auto text = TextLines(kSystemInformation, SystemInformation(texts), texts);
-    if (const auto values = UsbTypeC(texts); HasValues(values)) {
+    const std::span rows = kSystemInformation;
+    const auto values = SystemInformation(texts);
+    // The machine's kind and maker stand below its name, as on the page.
+    auto text = TextLines(rows.first(1), values, texts) + MachineLines(texts) +
+                TextLines(rows.subspan(1), values, texts);
+    if (const auto ports = UsbTypeC(texts); HasValues(ports)) {
         text += "\n" + platform::ToValidUtf8(texts.Lookup(u"UsbTypeCTitle/Text")) + "\n" +
-                TextLines(kUsbTypeC, values, texts);
+                TextLines(kUsbTypeC, ports, texts);
     }
     return text;
 }

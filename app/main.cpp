@@ -27,18 +27,15 @@ int RunText(const CommandLine& line, Kelvane::OutputFormat format) {
     headless::HeadlessWorld world({.Words = line.Words});
     std::optional<int> status;
     const int ended = platform::Application::Start(world, [&] {
-        const auto needed =
-            format == Kelvane::OutputFormat::Text ? Kelvane::Needed::Records : Kelvane::Needed::Details;
-        Kelvane::WhenServiceAnswered(
-            world.Loop(), line.Timeout, needed, [&status, format, needed](bool answered) {
-                status = 1;
-                if (answered) {
-                    const bool written =
-                        platform::WriteStandardOutput(Kelvane::kProgram.Name, Kelvane::MachineAs(format));
-                    status = Kelvane::ReportMissingData(needed) && written ? 0 : 1;
-                }
-                platform::Application::Exit();
-            });
+        Kelvane::WhenServiceAnswered(world.Loop(), line.Timeout, [&status, format](bool answered) {
+            status = 1;
+            if (answered) {
+                const bool written =
+                    platform::WriteStandardOutput(Kelvane::kProgram.Name, Kelvane::MachineAs(format));
+                status = Kelvane::ReportMissingData() && written ? 0 : 1;
+            }
+            platform::Application::Exit();
+        });
         return Kelvane::App::Create();
     });
     if (ended == 0 && !status) {
@@ -68,16 +65,16 @@ int RunWindow(const CommandLine& line) {
     };
     const int ended = platform::Application::Start(*world, [&] {
         if (takesPicture) {
-            Kelvane::WhenServiceAnswered(world->Loop(), line.Timeout, Kelvane::Needed::Records,
-                                         [&](bool answered) {
-                                             complete = answered && Kelvane::ReportMissingData();
-                                             if (answered) {
-                                                 savePicture();
-                                             } else {
-                                                 problem.clear();
-                                                 platform::Application::Exit();
-                                             }
-                                         });
+            Kelvane::WhenServiceAnswered(world->Loop(), line.Timeout, [&](bool answered) {
+                complete = answered && Kelvane::ReportMissingData();
+                if (answered) {
+                    // The page shows the details in a chain of its own.
+                    platform::Application::WhenIdle(savePicture);
+                } else {
+                    problem.clear();
+                    platform::Application::Exit();
+                }
+            });
         }
         return Kelvane::App::Create();
     });

@@ -5,6 +5,16 @@
 
 namespace Kelvane {
 
+std::u16string Filled(std::u16string text,
+                      std::initializer_list<std::pair<std::u16string_view, std::u16string>> values) {
+    for (const auto& [name, value] : values) {
+        for (auto at = text.find(name); at != std::u16string::npos; at = text.find(name, at + value.size())) {
+            text.replace(at, name.size(), value);
+        }
+    }
+    return text;
+}
+
 DisplayTexts PackageTexts() {
     return {.Lookup =
                 [](std::u16string_view key) {

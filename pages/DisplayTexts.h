@@ -1,8 +1,10 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Kelvane {
 
@@ -14,6 +16,10 @@ struct DisplayTexts {
     /// Whether the thread has a window, whose language the texts have.
     bool HasWindow = true;
 };
+
+/// `text` with each name ("{maker}") replaced by its value, one name after the other.
+std::u16string Filled(std::u16string text,
+                      std::initializer_list<std::pair<std::u16string_view, std::u16string>> values);
 
 /// The texts of the package. User-interface thread.
 DisplayTexts PackageTexts();

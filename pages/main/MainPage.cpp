@@ -101,6 +101,8 @@ void MainPage::InitializeComponent() {
                                  ? elements.FindIfPresent<platform::Button>(kRowNames[i].copy)
                                  : elements.Find<platform::Button>(kRowNames[i].copy)};
     }
+    m_machineIcon = elements.Find<platform::FontIcon>(u"MachineIcon");
+    m_machineLine = elements.Find<platform::TextBlock>(u"MachineLine");
     m_advanced = elements.Find<platform::Button>(u"Advanced");
     m_usbType = elements.Find<platform::Button>(u"USBType");
     m_runSysDiagsbutton = elements.Find<platform::Button>(u"RunSysDiagsbutton");
@@ -141,6 +143,7 @@ void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
         } else {
             trace.Verbose(u"Already Sysinfo read completed and updateUI with preloaded sysdata");
             UpdateUIWithSysDataAvailable();
+            ShowDetailsAfter(viewModel->DetailsRead());
         }
     });
 }
@@ -164,7 +167,7 @@ void MainPage::StartHotkeyChain() {
                  StopRing(page->m_titleBar);
                  page->LaunchSysLabelsVisible(true);
                  page->UpdateUIWithSysDataAvailable();
-                 MainViewModel::GetInstance()->ReadMachineDetailsAsync();
+                 page->ShowDetailsAfter(MainViewModel::GetInstance()->ReadMachineDetailsAsync());
              })
         .then([](const platform::task<void>& chain) {
             try {
@@ -201,7 +204,7 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
                     StopRing(page->m_titleBar);
                     page->LaunchSysLabelsVisible(true);
                 }
-                viewModel->ReadMachineDetailsAsync();
+                page->ShowDetailsAfter(viewModel->ReadMachineDetailsAsync());
             });
     });
 }

@@ -70,6 +70,9 @@ class MainPage final : public platform::Page {
     void UpdateSysInfoDetails(const platform::NavigationEventArgs& args);
     void StartHotkeyChain();
     void UpdateUIWithSysDataAvailable();
+    /// Shows what the details say, now as far as they are there, and when `read` has ended.
+    void ShowDetailsAfter(const platform::task<void>& read);
+    void ShowMachineDetails();
     void UpdateUsbTypeButton();
     void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
@@ -83,6 +86,8 @@ class MainPage final : public platform::Page {
     std::shared_ptr<platform::MediaPlayer> m_mediaPlayer;
 
     std::array<Row, kRows> m_rows;
+    std::shared_ptr<platform::FontIcon> m_machineIcon;
+    std::shared_ptr<platform::TextBlock> m_machineLine;
     std::shared_ptr<platform::Button> m_advanced;
     std::shared_ptr<platform::Button> m_usbType;
     std::shared_ptr<platform::Button> m_runSysDiagsbutton;

@@ -3,6 +3,8 @@
 #include "chrome/PageChrome.h"
 #include "logging/TraceLines.h"
 #include "pages/CachedRecord.h"
+#include "pages/WorkThenShow.h"
+#include "pages/main/MachineTexts.h"
 #include "pages/main/MainPage.h"
 #include "pages/main/SystemInfoRecord.h"
 
@@ -61,6 +63,30 @@ void MainPage::Show(const SystemInfo& info) {
     }
     m_advanced->Visibility(platform::Visibility::Visible);
     m_runSysDiagsbutton->Visibility(platform::Visibility::Visible);
+}
+
+void MainPage::ShowDetailsAfter(const platform::task<void>& read) {
+    Traced(u"Kelvane::MainPage::ShowDetailsAfter", [&](const Trace& trace) {
+        ShowMachineDetails();
+        if (const auto window = WindowOfThread(trace)) {
+            // A read that never ends keeps no page.
+            ThenShow(read, window->Dispatcher(),
+                     [weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this()))] {
+                         if (const auto page = weak.lock()) {
+                             page->ShowMachineDetails();
+                         }
+                     });
+        }
+    });
+}
+
+void MainPage::ShowMachineDetails() {
+    Traced(u"Kelvane::MainPage::ShowMachineDetails", [this] {
+        const auto details = MainViewModel::GetInstance()->Details();
+        const auto texts = PackageTexts();
+        m_machineIcon->Glyph(MachineGlyph(details.get()));
+        m_machineLine->Text(details ? MachineLine(*details, texts) : u"");
+    });
 }
 
 void MainPage::LaunchSysLabelsVisible(bool visible) {

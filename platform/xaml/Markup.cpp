@@ -45,6 +45,7 @@ constexpr std::string_view kUidProperties[] = {"Text", "Content", "AutomationPro
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
 constexpr std::string_view kVisibilityOf = ".Visibility";
 constexpr std::string_view kOpposite = ".Visibility, Converter={StaticResource Opposite}";
+constexpr std::string_view kHasText = ".Text, Converter={StaticResource HasText}";
 constexpr std::string_view kOwnTypePrefix = "local:";
 constexpr std::u16string_view kOwnNamespace = u"Kelvane.";
 
@@ -181,7 +182,7 @@ class MarkupReader {
     }
 
     /// {x:Bind ...}: the labelling or describing element, the visibility of another element or its opposite,
-    /// or a property of the component.
+    /// whether a text block has a text, or a property of the component.
     bool ReadBinding(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
                      const std::string& value) {
         const std::string bound(markup::BoundName(value));
@@ -203,6 +204,11 @@ class MarkupReader {
                                     other = bound.substr(0, bound.size() - suffix)] {
                 FollowVisibility(element, *FindNamed(node, other), follow);
             });
+        } else if (name == "Visibility" && bound.ends_with(kHasText)) {
+            m_afterwards.push_back(
+                [this, &element, node, other = bound.substr(0, bound.size() - kHasText.size())] {
+                    FollowText(element, *FindNamed(node, other));
+                });
         } else if (name == "Height") {
             Bind(m_code.Numbers, node, bound, element, [&element](double height) { element.Height(height); });
         } else if (auto* const panel = dynamic_cast<Panel*>(&element);
@@ -244,6 +250,22 @@ class MarkupReader {
             [weak = follower.weak_from_this(), follow](UIElement& changed, ElementProperty property) {
                 if (const auto held = weak.lock(); held && property == ElementProperty::Visibility) {
                     follow(static_cast<FrameworkElement&>(*held), changed.Visibility());
+                }
+            });
+    }
+
+    /// Visible while the leader, a text block, which may be the follower itself, has a text.
+    static void FollowText(FrameworkElement& follower, UIElement& leader) {
+        const auto follow = [](FrameworkElement& element, const UIElement& other) {
+            const auto* const block = dynamic_cast<const TextBlock*>(&other);
+            element.Visibility(block != nullptr && !block->Text().empty() ? Visibility::Visible
+                                                                          : Visibility::Collapsed);
+        };
+        follow(follower, leader);
+        leader.PropertyChanged().Add(
+            [weak = follower.weak_from_this(), follow](UIElement& changed, ElementProperty property) {
+                if (const auto held = weak.lock(); held && property == ElementProperty::Text) {
+                    follow(static_cast<FrameworkElement&>(*held), changed);
                 }
             });
     }

@@ -4,8 +4,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <future>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <thread>
 
@@ -15,6 +17,7 @@
 #include "platform/xaml/Window.h"
 #include "tests/application/TraceText.h"
 #include "tests/support/Golden.h"
+#include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
@@ -210,6 +213,15 @@ void ApplicationTest::MarkShown() {
         }
     }
     m_shown = std::move(shown);
+}
+
+void AwaitDetails() {
+    MainViewModel::GetInstance()->DetailsRead().then([] {}).wait();
+}
+
+std::u16string MachineFile(const std::string& path) {
+    std::ifstream file(tests::PathOf("machines/" + path));
+    return platform::FromUtf8(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
 std::u16string Record(const std::vector<std::u16string>& fields) {

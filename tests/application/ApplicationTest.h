@@ -106,6 +106,13 @@ class ApplicationTest : public testing::Test {
     std::optional<platform::rpc::test::TestService> m_service;
 };
 
+/// Worker. Ends when the page has shown the details that are being read, or will without further work of
+/// others.
+void AwaitDetails();
+
+/// The text of a file of tests/machines.
+std::u16string MachineFile(const std::string& path);
+
 /// A record of these fields joined by the new separator.
 std::u16string Record(const std::vector<std::u16string>& fields);
 

@@ -1,9 +1,7 @@
 // The details beside the records: whatever becomes of them, the records' flow is the same.
 
 #include <cstdio>
-#include <fstream>
 #include <future>
-#include <iterator>
 #include <sstream>
 
 #include "app/ServiceReport.h"
@@ -21,8 +19,7 @@ using platform::rpc::ServerCall;
 
 /// The document of a recorded machine, with `from` replaced.
 std::u16string Document(std::u16string_view from = u"", std::u16string_view to = u"") {
-    std::ifstream file(tests::PathOf("machines/business-laptop/details.json"));
-    auto document = platform::FromUtf8(std::string(std::istreambuf_iterator<char>(file), {}));
+    auto document = MachineFile("business-laptop/details.json");
     return document.replace(document.find(from), from.size(), to);
 }
 
@@ -84,7 +81,7 @@ TEST_P(DetailsAnswerTest, LeavesTheRecordsFlowAsItIsLineForLine) {
                       asked.get_future().wait();
                       if (answer.when != DetailsAnswer::When::Never) {
                           released.set_value();
-                          MainViewModel::GetInstance()->DetailsRead().wait();
+                          AwaitDetails();
                       }
                   });
               }}),
@@ -143,8 +140,8 @@ TEST_P(JsonTest, IsTheDocumentOrMadeOfTheRecordsWithinTheLimit) {
     std::string text;
     m_endsItself = true;
     Run({[&] {
-        WhenServiceAnswered(m_world->Loop(), std::chrono::seconds(3), Needed::Details, [&](bool answered) {
-            const bool complete = answered && ReportMissingData(Needed::Details);
+        WhenServiceAnswered(m_world->Loop(), std::chrono::seconds(3), [&](bool answered) {
+            const bool complete = answered && ReportMissingData();
             text = tests::JsonLines(MachineAs(json.format)) + (complete ? "complete\n" : "incomplete\n");
             Close();
         });

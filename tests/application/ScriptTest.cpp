@@ -9,6 +9,7 @@
 #include "app/TextOutput.h"
 #include "pages/main/MainPage.h"
 #include "platform/storage/ApplicationData.h"
+#include "platform/tasks/task.h"
 #include "platform/xaml/Navigation.h"
 #include "tests/application/ApplicationTest.h"
 #include "tests/support/Golden.h"
@@ -92,6 +93,16 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
+    /// The service answers what it tells of this machine of tests/machines.
+    void BeMachine(const std::string& name) {
+        const auto record = MachineFile(name + "/record.txt");
+        const auto begin = record.find(u": ") + 2;
+        m_systemInformation = record.substr(begin, record.find(u'\n') - begin);
+        StartService({}, {}, [details = MachineFile(name + "/details.json")](auto& call) {
+            call.SetText(0, details);
+        });
+    }
+
     /// The page becomes the window's content.
     static void RemoveFrame() {
         const auto frame = Frame();
@@ -136,6 +147,8 @@ void ScriptTest::Play(const std::string& line) {
     const std::map<std::string, std::function<void()>> verbs = {
         {"whole", [&] { m_isWhole = true; }},
         {"service", [&] { StartService(); }},
+        {"machine", [&] { BeMachine(rest); }},
+        {"await-details", [] { platform::create_task(AwaitDetails); }},
         {"system-information", [&] { m_systemInformation = record; }},
         {"usb-type-c", [&] { m_usbTypeC = record; }},
         {"words", [&] { m_options.Words = words; }},

@@ -42,7 +42,8 @@ class ServiceReportTest : public ApplicationTest {
     /// Runs the application, and compares the outcome, and what standard error says of it, with a file.
     void ExpectReport(const std::string& name) {
         std::string report;
-        Run({[&] { report = ReportMissingData() ? "complete\n" : "incomplete\n"; },
+        Run({[] { platform::create_task(AwaitDetails); },
+             [&] { report = ReportMissingData() ? "complete\n" : "incomplete\n"; },
              [&] { report += tests::JsonLines(MachineAs(OutputFormat::Json)); }});
         // Whoever runs the test.
         report += m_errors;
@@ -140,7 +141,7 @@ TEST_F(ServiceReportTest, AServiceThatDoesNotAnswerIsWaitedForAndGivenUp) {
         stuck.emplace(platform::rpc::test::EndpointScope::Socket());
         platform::create_task([] { MainViewModel::GetInstance()->ReadSysInfoDetailsAsync(); });
         auto& loop = m_world->Loop();
-        WhenServiceAnswered(loop, std::chrono::seconds(3), Needed::Records, [](bool answered) {
+        WhenServiceAnswered(loop, std::chrono::seconds(3), [](bool answered) {
             std::fputs(answered ? "answered\n" : "given up\n", stderr);
         });
         // Each comes after what was asked for at the same time before.

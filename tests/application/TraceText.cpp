@@ -61,7 +61,12 @@ std::string SectionText(std::span<const platform::etl::TraceEvent> events,
 }
 
 bool IsOfDetails(const platform::etl::TraceEvent& event) {
-    return event.Text.starts_with(u"Kelvane::MainViewModel::ReadMachineDetails");
+    // With what the page shows of them.
+    constexpr std::u16string_view kBeginnings[] = {
+        u"| Machine", u"Kelvane::MainViewModel::ReadMachineDetails", u"Kelvane::MainPage::ShowDetailsAfter",
+        u"Kelvane::MainPage::ShowMachineDetails"};
+    return std::ranges::any_of(kBeginnings,
+                               [&](std::u16string_view name) { return event.Text.starts_with(name); });
 }
 
 }  // namespace
@@ -71,7 +76,7 @@ std::string DetailsText(const std::vector<platform::etl::TraceEvent>& events,
     std::string text;
     std::string workers;
     for (const auto& event : events) {
-        if (IsOfDetails(event)) {
+        if (IsOfDetails(event) && !event.Text.starts_with(u"|")) {
             (event.Thread == userInterfaceThread ? text : workers) += Line(event);
         }
     }

@@ -1,0 +1,54 @@
+#include "pages/main/MachineTexts.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+namespace Kelvane {
+
+namespace {
+
+struct Kind {
+    /// In the details.
+    std::u16string_view name;
+    char16_t glyph;
+    /// The resource key of its name.
+    std::u16string_view text;
+};
+constexpr Kind kKinds[] = {
+    {u"laptop", u'\uE7F8', u"MachineLaptop/Text"},     {u"desktop", u'\uE977', u"MachineDesktop/Text"},
+    {u"allInOne", u'\uE7F4', u"MachineAllInOne/Text"}, {u"server", u'\uE968', u"MachineServer/Text"},
+    {u"tablet", u'\uE70A', u"MachineTablet/Text"},     {u"board", u'\uE950', u"MachineBoard/Text"},
+    {u"virtual", u'\uE8D4', u"MachineVirtual/Text"},
+};
+constexpr char16_t kUnknownGlyph = u'\uE9CE';
+
+/// Null for one that is not known, which a later version may tell.
+const Kind* KindOf(const MachineDetails& details) {
+    const auto* const kind = std::ranges::find(kKinds, std::u16string_view(details.Kind), &Kind::name);
+    return kind != std::end(kKinds) ? kind : nullptr;
+}
+
+}  // namespace
+
+std::u16string MachineGlyph(const MachineDetails* details) {
+    const auto* const kind = details != nullptr ? KindOf(*details) : nullptr;
+    return {kind != nullptr ? kind->glyph : kUnknownGlyph};
+}
+
+std::u16string MachineKind(const MachineDetails& details, const DisplayTexts& texts) {
+    const auto* const kind = KindOf(details);
+    return kind != nullptr ? texts.Lookup(kind->text) : u"";
+}
+
+std::u16string MachineLine(const MachineDetails& details, const DisplayTexts& texts) {
+    const auto kind = MachineKind(details, texts);
+    const auto& maker = details.Maker.Value;
+    if (maker.empty()) {
+        return kind;
+    }
+    return Filled(texts.Lookup(kind.empty() ? u"MadeBy/Text" : u"MachineByMaker/Text"),
+                  {{u"{kind}", kind}, {u"{maker}", maker}});
+}
+
+}  // namespace Kelvane
