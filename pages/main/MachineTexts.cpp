@@ -29,6 +29,23 @@ const Kind* KindOf(const MachineDetails& details) {
     return kind != std::end(kKinds) ? kind : nullptr;
 }
 
+std::u16string_view ReasonKey(MissingReason reason) {
+    switch (reason) {
+        case MissingReason::NotReported:
+        case MissingReason::Placeholder:
+            return u"ReasonNotReported/Text";
+        case MissingReason::Absent:
+            return u"ReasonAbsent/Text";
+        case MissingReason::Denied:
+            return u"ReasonDenied/Text";
+        case MissingReason::Damaged:
+            return u"ReasonDamaged/Text";
+        case MissingReason::Unknown:
+            break;
+    }
+    return u"ReasonUnknown/Text";
+}
+
 }  // namespace
 
 std::u16string MachineGlyph(const MachineDetails* details) {
@@ -49,6 +66,23 @@ std::u16string MachineLine(const MachineDetails& details, const DisplayTexts& te
     }
     return Filled(texts.Lookup(kind.empty() ? u"MadeBy/Text" : u"MachineByMaker/Text"),
                   {{u"{kind}", kind}, {u"{maker}", maker}});
+}
+
+const FieldDetails& FieldOf(const MachineDetails* details, std::size_t row) {
+    static const FieldDetails kNone;
+    if (details == nullptr) {
+        return kNone;
+    }
+    const auto found = details->Fields.find(kDetailsKeys[row]);
+    return found != details->Fields.end() ? found->second : kNone;
+}
+
+std::u16string ReasonText(const FieldDetails& field, const DisplayTexts& texts) {
+    return field.Missing ? texts.Lookup(ReasonKey(*field.Missing)) : u"";
+}
+
+std::u16string SourceText(const FieldDetails& field) {
+    return field.Source + (field.Detail.empty() ? u"" : u": ") + field.Detail;
 }
 
 }  // namespace Kelvane

@@ -25,19 +25,20 @@ constexpr std::u16string_view kExpandGlyph = u"\uE972";
 struct RowNames {
     std::u16string_view label;
     std::u16string_view value;
+    std::u16string_view reason;
     std::u16string_view copy;
 };
 constexpr RowNames kRowNames[] = {
-    {u"SysInfoLabel0", u"SysInfoValue0", u"CopySysInfoValue0"},
-    {u"SysInfoLabel1", u"SysInfoValue1", u"CopySysInfoValue1"},
-    {u"SysInfoLabel2", u"SysInfoValue2", u"CopySysInfoValue2"},
-    {u"SysInfoLabel3", u"SysInfoValue3", u"CopySysInfoValue3"},
-    {u"SysInfoLabel4", u"SysInfoValue4", u"CopySysInfoValue4"},
-    {u"SysInfoLabel5", u"SysInfoValue5", u"CopySysInfoValue5"},
-    {u"SysInfoLabel6", u"SysInfoValue6", u"CopySysInfoValue6"},
-    {u"SerialNumberLabel", u"SerialNumber", u"CopySerialNumber"},
-    {u"SysInfoLabel8", u"SysInfoValue8", u"CopySysInfoValue8"},
-    {u"BiosPasswordLabel", u"BiosPasswordValue", u"CopyBiosPasswordValue"},
+    {u"SysInfoLabel0", u"SysInfoValue0", u"SysInfoReason0", u"CopySysInfoValue0"},
+    {u"SysInfoLabel1", u"SysInfoValue1", u"SysInfoReason1", u"CopySysInfoValue1"},
+    {u"SysInfoLabel2", u"SysInfoValue2", u"SysInfoReason2", u"CopySysInfoValue2"},
+    {u"SysInfoLabel3", u"SysInfoValue3", u"SysInfoReason3", u"CopySysInfoValue3"},
+    {u"SysInfoLabel4", u"SysInfoValue4", u"SysInfoReason4", u"CopySysInfoValue4"},
+    {u"SysInfoLabel5", u"SysInfoValue5", u"SysInfoReason5", u"CopySysInfoValue5"},
+    {u"SysInfoLabel6", u"SysInfoValue6", u"SysInfoReason6", u"CopySysInfoValue6"},
+    {u"SerialNumberLabel", u"SerialNumber", u"SerialNumberReason", u"CopySerialNumber"},
+    {u"SysInfoLabel8", u"SysInfoValue8", u"SysInfoReason8", u"CopySysInfoValue8"},
+    {u"BiosPasswordLabel", u"BiosPasswordValue", u"BiosPasswordReason", u"CopyBiosPasswordValue"},
 };
 
 /// The package's architecture decides whether the USB Type-C record is read; it is asked once.
@@ -97,10 +98,12 @@ void MainPage::InitializeComponent() {
     for (std::size_t i = 0; i < kRows; ++i) {
         m_rows[i] = {.label = elements.Find<platform::TextBlock>(kRowNames[i].label),
                      .value = elements.Find<platform::TextBlock>(kRowNames[i].value),
+                     .reason = elements.Find<platform::TextBlock>(kRowNames[i].reason),
                      .copy = i == kSerialNumberField
                                  ? elements.FindIfPresent<platform::Button>(kRowNames[i].copy)
                                  : elements.Find<platform::Button>(kRowNames[i].copy)};
     }
+    m_machineTile = elements.Find<platform::Panel>(u"MachineTile");
     m_machineIcon = elements.Find<platform::FontIcon>(u"MachineIcon");
     m_machineLine = elements.Find<platform::TextBlock>(u"MachineLine");
     m_advanced = elements.Find<platform::Button>(u"Advanced");

@@ -16,6 +16,7 @@
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Navigation.h"
+#include "viewmodel/MachineDetails.h"
 
 namespace Kelvane {
 
@@ -43,6 +44,8 @@ class MainPage final : public platform::Page {
     struct Row {
         std::shared_ptr<platform::TextBlock> label;
         std::shared_ptr<platform::TextBlock> value;
+        /// Stands in the value's place, where that is blank, and says why.
+        std::shared_ptr<platform::TextBlock> reason;
         /// Null where the markup leaves the serial number's out.
         std::shared_ptr<platform::Button> copy;
     };
@@ -73,6 +76,9 @@ class MainPage final : public platform::Page {
     /// Shows what the details say, now as far as they are there, and when `read` has ended.
     void ShowDetailsAfter(const platform::task<void>& read);
     void ShowMachineDetails();
+    void ShowDetails(const Row& row, const FieldDetails& field, const DisplayTexts& texts);
+    /// Whether any row has a value.
+    bool HasData() const;
     void UpdateUsbTypeButton();
     void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
@@ -86,6 +92,7 @@ class MainPage final : public platform::Page {
     std::shared_ptr<platform::MediaPlayer> m_mediaPlayer;
 
     std::array<Row, kRows> m_rows;
+    std::shared_ptr<platform::Panel> m_machineTile;
     std::shared_ptr<platform::FontIcon> m_machineIcon;
     std::shared_ptr<platform::TextBlock> m_machineLine;
     std::shared_ptr<platform::Button> m_advanced;

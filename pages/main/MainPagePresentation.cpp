@@ -1,5 +1,7 @@
 // What the main page shows: the rows filled from the records.
 
+#include <algorithm>
+
 #include "chrome/PageChrome.h"
 #include "logging/TraceLines.h"
 #include "pages/CachedRecord.h"
@@ -85,8 +87,33 @@ void MainPage::ShowMachineDetails() {
         const auto details = MainViewModel::GetInstance()->Details();
         const auto texts = PackageTexts();
         m_machineIcon->Glyph(MachineGlyph(details.get()));
+        m_machineTile->Style(details || HasData() ? u"Tile" : u"QuietTile");
         m_machineLine->Text(details ? MachineLine(*details, texts) : u"");
+        static_assert(std::size(kDetailsKeys) == kRows);
+        for (std::size_t row = 0; row < kRows; ++row) {
+            ShowDetails(m_rows[row], FieldOf(details.get(), row), texts);
+        }
     });
+}
+
+void MainPage::ShowDetails(const Row& row, const FieldDetails& field, const DisplayTexts& texts) {
+    auto reason = row.value->Text().empty() ? ReasonText(field, texts) : u"";
+    auto accessibility = row.reason->Accessibility();
+    accessibility.ToolTip = SourceText(field);
+    if (row.value->Text().empty() && reason.empty()) {
+        // There is a message on why, which a dash need not repeat; a screen reader would not say a dash.
+        accessibility.Name = texts.Lookup(u"NotAvailable/Text");
+        reason = &row == &m_rows.front() ? accessibility.Name : u"–";
+    }
+    row.reason->Text(std::move(reason));
+    row.reason->Accessibility(accessibility);
+    accessibility = row.value->Accessibility();
+    accessibility.ToolTip = SourceText(field);
+    row.value->Accessibility(std::move(accessibility));
+}
+
+bool MainPage::HasData() const {
+    return std::ranges::any_of(m_rows, [](const Row& row) { return !row.value->Text().empty(); });
 }
 
 void MainPage::LaunchSysLabelsVisible(bool visible) {

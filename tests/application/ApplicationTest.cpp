@@ -43,7 +43,8 @@ class Watchdog {
     }};
 };
 
-/// Texts in quotes, so that blanks show. An icon without a name has its `parent`'s.
+/// Texts in quotes, so that blanks show; without those that are blank and hidden. An icon without a name has
+/// its `parent`'s.
 void Describe(const platform::UIElement& element, std::string& lines, const std::string& parent = {}) {
     const auto* const framework = dynamic_cast<const platform::FrameworkElement*>(&element);
     const auto name = platform::ToUtf8(framework != nullptr ? framework->Name() : u"");
@@ -67,10 +68,18 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
     } else if (isSymbol) {
         line += " symbol";
     }
+    const auto* const text = dynamic_cast<const platform::TextBlock*>(&element);
+    if (text != nullptr && text->Text().empty() && text->Visibility() != platform::Visibility::Visible) {
+        return;
+    }
     if (!line.empty() && framework != nullptr) {
         const auto* const label =
             dynamic_cast<const platform::FrameworkElement*>(framework->Accessibility().LabeledBy);
         lines += line + (label != nullptr ? " by " + platform::ToUtf8(label->Name()) : "") + "\n";
+        if (text != nullptr && !text->Accessibility().ToolTip.empty()) {
+            lines += platform::ToUtf8(text->Name()) + " tip " +
+                     platform::ToJson(text->Accessibility().ToolTip) + "\n";
+        }
     }
     for (const auto* const child : element.Children()) {
         Describe(*child, lines, name);

@@ -66,7 +66,8 @@ bool IsOfDetails(const platform::etl::TraceEvent& event) {
         u"| Machine", u"Kelvane::MainViewModel::ReadMachineDetails", u"Kelvane::MainPage::ShowDetailsAfter",
         u"Kelvane::MainPage::ShowMachineDetails"};
     return std::ranges::any_of(kBeginnings,
-                               [&](std::u16string_view name) { return event.Text.starts_with(name); });
+                               [&](std::u16string_view name) { return event.Text.starts_with(name); }) ||
+           event.Text.find(u" tip \"") != std::u16string::npos;
 }
 
 }  // namespace
