@@ -162,6 +162,7 @@ class ButtonPeer final : public ContentPeer {
   public:
     ButtonPeer(PeerClient& client, platform::Button& button, GtkWidget* box = NewElementWidget())
         : ContentPeer(client, button, gtk_button_new(), box),
+          m_button(button),
           m_clicked(
               Widget(), "clicked",
               [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
@@ -175,6 +176,9 @@ class ButtonPeer final : public ContentPeer {
         ContentPeer::Update(property);
         if (property == ElementProperty::Children || property == ElementProperty::Accessibility) {
             UpdateName();
+        } else if (property == ElementProperty::IsEnabled) {
+            gtk_widget_set_sensitive(Widget(), m_button.IsEnabled());
+            Client().ContentChanged();
         }
     }
 
@@ -222,6 +226,7 @@ class ButtonPeer final : public ContentPeer {
         }
     }
 
+    platform::Button& m_button;
     Signal m_clicked;
 };
 

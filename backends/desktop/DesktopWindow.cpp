@@ -323,7 +323,8 @@ void DesktopWindow::UpdateFocus() {
         peer->Update(platform::ElementProperty::Accessibility);
     }
     auto* const focus = gtk_window_get_focus(m_window.get());
-    if (m_root == nullptr || (focus != nullptr && gtk_widget_get_mapped(focus))) {
+    if (m_root == nullptr ||
+        (focus != nullptr && gtk_widget_get_mapped(focus) && gtk_widget_is_sensitive(focus))) {
         return;
     }
     m_keyboard.FocusLost();

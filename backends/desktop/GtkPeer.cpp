@@ -82,8 +82,8 @@ GtkPeer* GtkPeer::Around(GtkWidget* widget) {
 void GtkPeer::UpdateAll() {
     for (const auto property :
          {ElementProperty::Style, ElementProperty::Text, ElementProperty::Icon, ElementProperty::IsActive,
-          ElementProperty::Layout, ElementProperty::FlowDirection, ElementProperty::Visibility,
-          ElementProperty::Accessibility}) {
+          ElementProperty::IsEnabled, ElementProperty::Layout, ElementProperty::FlowDirection,
+          ElementProperty::Visibility, ElementProperty::Accessibility}) {
         Update(property);
     }
 }
@@ -114,6 +114,14 @@ void GtkPeer::Update(ElementProperty property) {
 
 void GtkPeer::Focus() {
     gtk_widget_grab_focus(Widget());
+}
+
+bool GtkPeer::ContainsFocus() const {
+    return (gtk_widget_get_state_flags(Widget()) & GTK_STATE_FLAG_FOCUS_WITHIN) != 0;
+}
+
+bool GtkPeer::IsPointerOver() const {
+    return (gtk_widget_get_state_flags(Widget()) & GTK_STATE_FLAG_PRELIGHT) != 0;
 }
 
 void GtkPeer::MakeDragArea(bool dragArea) {

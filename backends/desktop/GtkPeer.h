@@ -24,6 +24,8 @@ class GtkPeer : public platform::ElementPeer {
 
     void Update(platform::ElementProperty property) override;
     void Focus() override;
+    bool ContainsFocus() const override;
+    bool IsPointerOver() const override;
 
     /// Reads every property, once, after construction.
     void UpdateAll();

@@ -35,8 +35,10 @@ class HeadlessWindow::ElementPeer final : public platform::ElementPeer {
     }
 
     void Update(platform::ElementProperty property) override {
-        if (property == platform::ElementProperty::Visibility && m_window.m_focused != nullptr &&
-            !m_window.m_focused->IsShown()) {
+        if ((property == platform::ElementProperty::Visibility ||
+             property == platform::ElementProperty::IsEnabled) &&
+            m_window.m_focused != nullptr &&
+            !(m_window.m_focused->IsShown() && m_window.m_focused->IsTabStop())) {
             m_window.LoseFocus();
         }
     }
@@ -46,6 +48,16 @@ class HeadlessWindow::ElementPeer final : public platform::ElementPeer {
             m_window.m_focused = &m_element;
         }
     }
+
+    bool ContainsFocus() const override {
+        const auto* focused = m_window.m_focused;
+        while (focused != nullptr && focused != &m_element) {
+            focused = focused->Parent();
+        }
+        return focused != nullptr;
+    }
+
+    bool IsPointerOver() const override { return false; }
 
   private:
     HeadlessWindow& m_window;

@@ -111,6 +111,10 @@ void MainPage::InitializeComponent() {
     m_runSysDiagsbutton = elements.Find<platform::Button>(u"RunSysDiagsbutton");
     m_expandIcon = elements.Find<platform::FontIcon>(u"ExpandIcon");
     m_detailsPanel = elements.Find<platform::Panel>(u"DetailsPanel");
+    m_commandButtons = elements.Find<platform::Panel>(u"CommandButtons");
+    m_messageBar = elements.Find<platform::InfoBar>(u"MessageBar");
+    m_messageBar->Closed().Add(
+        [this](platform::InfoBar& sender, const auto& args) { MessageBar_Closed(sender, args); });
 }
 
 void MainPage::AddCustomTitleBar() {

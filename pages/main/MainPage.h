@@ -6,6 +6,7 @@
 // user-interface thread.
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,11 +15,24 @@
 #include "platform/media/Speech.h"
 #include "platform/tasks/CoreDispatcher.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/InfoBar.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Navigation.h"
 #include "viewmodel/MachineDetails.h"
 
 namespace Kelvane {
+
+/// What the message bar says, in place of the command bar's buttons.
+struct PageMessage {
+    /// Warnings stay until they are closed or another message replaces them; the others close after 10 s.
+    platform::InfoBarSeverity Severity = platform::InfoBarSeverity::Success;
+    std::u16string Text;
+    /// Empty for no button.
+    std::u16string ActionText{};
+    /// What the button does, on the user-interface thread, after the message has been closed.
+    std::function<void()> Action{};
+    bool IsClosable = true;
+};
 
 class MainPage final : public platform::Page {
   public:
@@ -30,6 +44,9 @@ class MainPage final : public platform::Page {
 
     /// Fills the rows from a system-information record; a record with too few fields changes nothing.
     void UpdateUI(const std::u16string& record);
+
+    /// Opens the message bar, in place of the message before.
+    void ShowMessage(PageMessage message);
 
   protected:
     void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
@@ -83,6 +100,8 @@ class MainPage final : public platform::Page {
     void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
     void NavigateRoot(std::u16string_view pageType);
+    void CloseMessageLater();
+    void MessageBar_Closed(platform::InfoBar& sender, const platform::InfoBarClosedEventArgs& args);
 
     /// One a process: the details stay open from page to page.
     static bool s_bExpanded;
@@ -100,6 +119,10 @@ class MainPage final : public platform::Page {
     std::shared_ptr<platform::Button> m_runSysDiagsbutton;
     std::shared_ptr<platform::FontIcon> m_expandIcon;
     std::shared_ptr<platform::Panel> m_detailsPanel;
+    std::shared_ptr<platform::Panel> m_commandButtons;
+    std::shared_ptr<platform::InfoBar> m_messageBar;
+    /// How many messages there have been.
+    int m_messages = 0;
 };
 
 }  // namespace Kelvane

@@ -36,6 +36,18 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
     return create_task(ended);
 }
 
+void CoreDispatcher::RunAfter(std::chrono::milliseconds delay, std::function<void()> handler) {
+    m_state.With([&](State& state) {
+        if (state.closed) {
+            state.refused.push_back(std::move(handler));
+            return;
+        }
+        m_loop.PostAfter(delay, [self = shared_from_this(), handler = std::move(handler)] {
+            self->RunAsync(CoreDispatcherPriority::Normal, handler);
+        });
+    });
+}
+
 void CoreDispatcher::RunNext() {
     auto next = m_state.With([](State& state) -> std::optional<Posted> {
         if (state.queue.empty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -29,6 +30,10 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
     /// exception. Once the window is closed, the handler is refused: the task ends cancelled, and the handler
     /// is destroyed unrun by the next Close.
     task<void> RunAsync(CoreDispatcherPriority priority, std::function<void()> handler);
+
+    /// Any thread. RunAsync after `delay`, by the world's clock. Until then the handler does not count as
+    /// pending.
+    void RunAfter(std::chrono::milliseconds delay, std::function<void()> handler);
 
     /// Any thread. A hold on `object` for work on other threads: whichever thread drops the last copy of it,
     /// the user-interface thread releases the object.

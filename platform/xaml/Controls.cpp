@@ -4,7 +4,7 @@ namespace platform {
 
 void Button::Invoke() {
     VerifyUserInterfaceThread();
-    if (!IsShown()) {
+    if (!IsShown() || !m_isEnabled) {
         return;
     }
     // A handler may take the button out of the tree.

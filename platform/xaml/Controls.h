@@ -7,12 +7,17 @@ namespace platform {
 /// A push button.
 class Button : public ContentControl {
   public:
-    bool IsTabStop() const override { return true; }
+    bool IsTabStop() const override { return m_isEnabled; }
 
     Event<UIElement&, const RoutedEventArgs&>& Click() { return m_click; }
 
-    /// What a click, Enter or Space does: raises Click, when the button and all above it are visible.
+    /// What a click, Enter or Space does: raises Click, when the button is enabled and, with all above it,
+    /// visible.
     void Invoke();
+
+    /// A disabled button takes neither focus nor key nor click, and is drawn paler.
+    bool IsEnabled() const { return m_isEnabled; }
+    void IsEnabled(bool value) { Set(m_isEnabled, value, ElementProperty::IsEnabled); }
 
     /// The key that invokes the button from anywhere on its page (Escape for a cancel button); None for none.
     VirtualKey AcceleratorKey() const { return m_acceleratorKey; }
@@ -32,6 +37,7 @@ class Button : public ContentControl {
     Event<UIElement&, const RoutedEventArgs&> m_click;
     VirtualKey m_acceleratorKey = VirtualKey::None;
     bool m_isDefault = false;
+    bool m_isEnabled = true;
 };
 
 /// Text to read.

@@ -7,6 +7,7 @@
 #include "platform/resources/ResourceLoader.h"
 #include "platform/resources/XmlSource.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/InfoBar.h"
 #include "platform/xaml/MarkupAttributes.h"
 #include "platform/xaml/Panels.h"
 #include "platform/xaml/TypeRegistry.h"
@@ -36,11 +37,12 @@ constexpr ElementKind kElements[] = {
     {"FontIcon", Make<FontIcon>},
     {"SymbolIcon", Make<SymbolIcon>},
     {"ProgressRing", Make<ProgressRing>},
+    {"InfoBar", Make<InfoBar>},
 };
 
 /// Properties that a text of the resource file may set on an element with x:Uid.
-constexpr std::string_view kUidProperties[] = {"Text", "Content", "AutomationProperties.Name",
-                                               "ToolTipService.ToolTip"};
+constexpr std::string_view kUidProperties[] = {"Text", "Content", "CloseButtonText",
+                                               "AutomationProperties.Name", "ToolTipService.ToolTip"};
 
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
 constexpr std::string_view kVisibilityOf = ".Visibility";

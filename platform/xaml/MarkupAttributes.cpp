@@ -7,6 +7,7 @@
 
 #include "platform/core/Text.h"
 #include "platform/xaml/Controls.h"
+#include "platform/xaml/InfoBar.h"
 #include "platform/xaml/Panels.h"
 
 namespace platform::markup {
@@ -197,6 +198,7 @@ constexpr Attribute kAttributes[] = {
     {"Spacing", On<StackPanel, [](StackPanel& e, Value v) { e.Spacing(ParseNumber<double>(v)); }>},
     {"Content", On<Button, SetContentText>},
     {"IsDefault", On<Button, [](Button& e, Value v) { e.IsDefault(OneOf(v, kBooleans)); }>},
+    {"IsEnabled", On<Button, [](Button& e, Value v) { e.IsEnabled(OneOf(v, kBooleans)); }>},
     {"AcceleratorKey", On<Button, [](Button& e, Value v) { e.AcceleratorKey(OneOf(v, kKeys)); }>},
     {"Text", On<TextBlock, [](TextBlock& e, Value v) { e.Text(FromUtf8(v)); }>},
     {"TextWrapping", On<TextBlock, [](TextBlock& e, Value v) { e.TextWrapping(OneOf(v, kWrappings)); }>},
@@ -208,6 +210,7 @@ constexpr Attribute kAttributes[] = {
     {"Glyph", On<FontIcon, [](FontIcon& e, Value v) { e.Glyph(FromUtf8(v)); }>},
     {"FontFamily", On<FontIcon, [](FontIcon& e, Value v) { e.FontFamily(FromUtf8(v)); }>},
     {"Symbol", On<SymbolIcon, [](SymbolIcon& e, Value v) { e.Symbol(OneOf(v, kSymbols)); }>},
+    {"CloseButtonText", On<InfoBar, [](InfoBar& e, Value v) { e.CloseButtonText(FromUtf8(v)); }>},
     {"IsActive", On<ProgressRing, [](ProgressRing& e, Value v) { e.IsActive(OneOf(v, kBooleans)); }>},
 };
 

@@ -21,6 +21,12 @@ class ElementPeer {
 
     /// Gives the element the keyboard focus, when it can have it.
     virtual void Focus() = 0;
+
+    /// Whether the keyboard focus is on the element or on one below it.
+    virtual bool ContainsFocus() const = 0;
+
+    /// Whether the pointer is over the element; false in a world without one.
+    virtual bool IsPointerOver() const = 0;
 };
 
 /// What a window reports to the layer. User-interface thread.

@@ -30,6 +30,7 @@ enum class ElementProperty {
     /// Glyph, symbol and colour.
     Icon,
     IsActive,
+    IsEnabled,
     /// Accessible name, labelling element, heading level, tool tip.
     Accessibility,
 };

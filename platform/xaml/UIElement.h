@@ -59,6 +59,12 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     /// Gives the element the keyboard focus; nothing happens outside a window.
     void Focus();
 
+    /// Whether the element or one below it has the keyboard focus; false outside a window.
+    bool ContainsFocus() const { return m_peer != nullptr && m_peer->ContainsFocus(); }
+
+    /// Whether the pointer is over the element; false outside a window.
+    bool IsPointerOver() const { return m_peer != nullptr && m_peer->IsPointerOver(); }
+
     Event<UIElement&, KeyRoutedEventArgs&>& KeyDown() { return m_keyDown; }
     Event<UIElement&, KeyRoutedEventArgs&>& KeyUp() { return m_keyUp; }
 

@@ -13,6 +13,7 @@
 
 #include "logging/LoggingHandler.h"
 #include "package/PackageContent.h"
+#include "platform/xaml/InfoBar.h"
 #include "platform/xaml/Navigation.h"
 #include "platform/xaml/Window.h"
 #include "tests/application/TraceText.h"
@@ -54,7 +55,14 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
     if (element.Visibility() != platform::Visibility::Visible) {
         line += " hidden";
     }
-    if (const auto* const ring = dynamic_cast<const platform::ProgressRing*>(&element)) {
+    if (const auto* const bar = dynamic_cast<const platform::InfoBar*>(&element)) {
+        if (!bar->IsOpen()) {
+            return;
+        }
+        line += bar->Severity() >= platform::InfoBarSeverity::Warning ? " warns" : " tells";
+    } else if (const auto* const button = dynamic_cast<const platform::Button*>(&element)) {
+        line += button->IsEnabled() ? "" : " disabled";
+    } else if (const auto* const ring = dynamic_cast<const platform::ProgressRing*>(&element)) {
         line += ring->IsActive() ? " active" : " at rest";
     } else if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
         line += " " + platform::ToJson(block->Text());

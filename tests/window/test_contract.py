@@ -17,14 +17,14 @@ class Contract(unittest.TestCase):
         world.heard("suspended")
         self.assertEqual((world.ended(), world.errors), (status, list(errors)))
 
-    def test_tab_follows_the_reading_order_past_what_is_hidden(self):
+    def test_tab_follows_the_reading_order_past_what_is_hidden_or_disabled(self):
         world = self.start()
         order = ["Ok", "Cancel", "Expand", "Value0", "Copy0", "Box1"]
         for name in [*order, "Ok"]:  # The default button is first.
             world.has_focus(name)
             world.key("Tab")
         world.has_focus("Cancel")
-        world.say("set Row0 Visibility Collapsed", "set Expand Visibility Collapsed")
+        world.say("set Row0 Visibility Collapsed", "set Expand IsEnabled False")
         for keys, name in ("Tab", "Box1"), ("Tab", "Ok"), ("shift+Tab", "Box1"), ("ctrl+Tab", "Ok"):
             world.key(keys)
             world.has_focus(name)
