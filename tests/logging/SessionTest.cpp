@@ -123,9 +123,9 @@ TEST_F(LoggingSession, TimesGoBackBetweenFilesOnlyWhenTheWallClockDoes) {
         const platform::ClockScope scope(clock);
         std::filesystem::remove_all(m_state.Logs());
         Start();
-        // Three of them fill a file.
+        // Three of them fill a file. The second file's 5 ms count as an error of the reading.
         for (int i = 0; i < 13; ++i) {
-            clock.wallClock -= i == 6 ? kHour : 0;
+            clock.wallClock -= i == 3 ? 50000 : i == 6 ? kHour : 0;
             m_channel->LogMessage(std::u16string(30000, u'x'), LoggingLevel::Information);
         }
         Save();
