@@ -220,8 +220,8 @@ std::int64_t Quantile(const std::vector<std::int64_t>& sorted, double share) {
 }
 
 /// A folder for the folders of this run. Ext4 is slow to make files where many were deleted in the last
-/// minutes, those of an earlier run among them; told so, it puts each of these folders elsewhere on the disk,
-/// by its name. Other file systems refuse, which does no harm.
+/// minutes, those of an earlier run among them. The attribute set here makes it spread these folders over the
+/// disk. Other file systems refuse it, which does no harm.
 std::filesystem::path MakeFolder(const std::filesystem::path& parent) {
     auto folder = parent / ("bench-" + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
@@ -284,7 +284,7 @@ int Log(std::span<char* const> arguments) {
             quantiles.at(i).push_back(Quantile(timed.calls, kQuantiles.at(i).second));
         }
     }
-    // Not before, for the reason that MakeFolder tells.
+    // Not before: see MakeFolder.
     std::filesystem::remove_all(folder);
 
     nlohmann::ordered_json calls;

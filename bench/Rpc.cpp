@@ -140,44 +140,45 @@ std::vector<double> MeasurePlain(std::size_t runs, std::size_t requestSize, std:
     });
 }
 
-void WholeSession(const std::u16string& endpoint) {
-    OpenedContext session(endpoint);
-    session.Read();
-    NdrClientCall3(Kelvane::kHotkeyRpc, procedure::CloseContext, {&session.Context});
+void WholeConversation(const std::u16string& endpoint) {
+    OpenedContext context(endpoint);
+    context.Read();
+    NdrClientCall3(Kelvane::kHotkeyRpc, procedure::CloseContext, {&context.Context});
 }
 
 /// Prints the line.
-void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t sessions) {
-    const OpenedContext session(endpoint);
-    const std::size_t characters = session.Read();
+void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t conversations) {
+    const OpenedContext context(endpoint);
+    const std::size_t characters = context.Read();
     // NDR64: length, padding, referent and count before the characters.
     const std::size_t requestSize = kCallHeaderSize + kHandleSize;
     const std::size_t responseSize = kCallHeaderSize + 24 + 2 * characters;
 
-    const auto callTimes = Measure(calls, [&] { session.Read(); });
+    const auto callTimes = Measure(calls, [&] { context.Read(); });
     const auto plainTimes = MeasurePlain(calls, requestSize, responseSize);
-    const auto sessionTimes = Measure(sessions, [&] { WholeSession(endpoint); });
+    const auto conversationTimes = Measure(conversations, [&] { WholeConversation(endpoint); });
     const double callMedian = Percentile(callTimes, 50);
     const double plainMedian = Percentile(plainTimes, 50);
     std::printf(
         "{\"calls\": %zu, \"request_bytes\": %zu, \"response_bytes\": %zu, \"call_median_us\": %.2f, "
         "\"call_p99_us\": %.2f, \"calls_per_second\": %.0f, \"plain_median_us\": %.2f, \"plain_p99_us\": "
         "%.2f, "
-        "\"call_to_plain_median\": %.3f, \"call_to_plain_p99\": %.3f, \"session_median_us\": %.2f, "
-        "\"session_to_plain_median\": %.3f}\n",
+        "\"call_to_plain_median\": %.3f, \"call_to_plain_p99\": %.3f, \"conversation_median_us\": %.2f, "
+        "\"conversation_to_plain_median\": %.3f}\n",
         calls, requestSize, responseSize, callMedian, Percentile(callTimes, 99),
         static_cast<double>(calls) * 1e6 / Sum(callTimes), plainMedian, Percentile(plainTimes, 99),
         callMedian / plainMedian, Percentile(callTimes, 99) / Percentile(plainTimes, 99),
-        Percentile(sessionTimes, 50), Percentile(sessionTimes, 50) / plainMedian);
+        Percentile(conversationTimes, 50), Percentile(conversationTimes, 50) / plainMedian);
 }
 
 }  // namespace
 
 int Rpc(std::span<char* const> arguments) {
     const std::size_t calls = arguments.size() == 3 ? std::strtoul(arguments[1], nullptr, 10) : 0;
-    const std::size_t sessions = arguments.size() == 3 ? std::strtoul(arguments[2], nullptr, 10) : 0;
-    if (calls == 0 || sessions == 0) {
-        std::fputs("kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and SESSIONS, both above 0\n", stderr);
+    const std::size_t conversations = arguments.size() == 3 ? std::strtoul(arguments[2], nullptr, 10) : 0;
+    if (calls == 0 || conversations == 0) {
+        std::fputs("kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and CONVERSATIONS, both above 0\n",
+                   stderr);
         return 2;
     }
     std::optional<TemporaryDirectory> directory;
@@ -193,7 +194,7 @@ int Rpc(std::span<char* const> arguments) {
     const std::u16string endpoint = platform::FromUtf8(socket.filename().string());
 
     try {
-        MeasureLink(endpoint, calls, sessions);
+        MeasureLink(endpoint, calls, conversations);
     } catch (const RpcException& exception) {
         if (exception.Status() == status::kServerTooBusy) {
             throw std::runtime_error("the service allows fewer calls a second; measure fewer, or 'self'");

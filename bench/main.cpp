@@ -26,9 +26,9 @@ constexpr std::array kRows = {
         bench::Flood},
     Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
         bench::Log},
-    Row{"rpc", "SOCKET CALLS SESSIONS",
+    Row{"rpc", "SOCKET CALLS CONVERSATIONS",
         "remote calls to the service that listens at SOCKET ('self': one in this process), and whole "
-        "sessions, beside "
+        "conversations, beside "
         "a plain exchange of the same bytes",
         bench::Rpc},
 };

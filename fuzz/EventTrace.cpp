@@ -1,6 +1,6 @@
 // Anything taken for a log file: the reader and what completes a crashed run's file must end in good order,
-// and what was completed must be whole, whatever is in its records. The input is a file with small buffers.
-// It is read as it is and with a header that passes the checks.
+// and what was completed must be whole, with any bytes in its records. The input is a file with small
+// buffers. It is read as it is and with a header that passes the checks.
 
 #include <algorithm>
 #include <array>

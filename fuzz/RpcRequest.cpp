@@ -1,4 +1,4 @@
-// A service against whatever a client sends on a connection. The first byte picks a bind of NDR or NDR64 or
+// A service against any bytes of a client on a connection. The first byte picks a bind of NDR or NDR64 or
 // none, and whether the client is one too many or one that may not call; the client's bytes follow.
 
 #include <sys/random.h>

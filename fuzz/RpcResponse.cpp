@@ -1,4 +1,4 @@
-// A client against whatever a service sends on a connection: a byte that picks good answers to the bind and
+// A client against any bytes of a service on a connection: a byte that picks good answers to the bind and
 // to OpenContext or none, then the service's bytes.
 
 #include "fuzz/Target.h"
@@ -11,7 +11,7 @@ using namespace platform::rpc;
 
 namespace {
 
-constexpr std::size_t kMaxInput = 65536;  // goes into the socket as a whole
+constexpr std::size_t kMaxInput = 65536;  // fits into the socket's buffer
 
 Bytes Opened(const SyntaxId& syntax) {
     BindAckBody ack{.Results = {{.TransferSyntax = kNdr}, {.TransferSyntax = kNdr64}}};

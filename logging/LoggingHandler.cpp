@@ -136,7 +136,7 @@ void LoggingHandler::RestoreLoggingState() {
 }
 
 void LoggingHandler::StartLoggingSession() {
-    const auto session = m_session.With([this](Session& current) {
+    const auto session = m_session.With([this](LoggingSession& current) {
         if (!current) {
             current = std::make_shared<platform::FileLoggingSession>(std::u16string(kSessionName));
             current->LogFileGenerated().Add(shared_from_this(), &LoggingHandler::OnLogFileGenerated);
@@ -222,14 +222,14 @@ void LoggingHandler::KeepNewestFiles(const std::u16string& stored) {
 
 void LoggingHandler::OnAppSuspending(platform::Application&, platform::SuspendingEventArgs& args) {
     const auto deferral = args.SuspendingOperation().GetDeferral();
-    if (!m_session.With([](const Session& session) { return session != nullptr; })) {
+    if (!m_session.With([](const LoggingSession& session) { return session != nullptr; })) {
         SetLocalSetting(kLoggingEnabled, false);
         SetLocalSetting(kFileBeforeSuspend, {});
         deferral->Complete();
         return;
     }
     m_suspending = true;
-    // Completed last: whoever waits for it may then destroy what the steps before used.
+    // Completed last: its completion may destroy what the steps before used.
     CloseSessionSaveFinalLogFile()
         .then([self = shared_from_this()](const platform::task<File>& saved) {
             self->FinishSuspension(saved);
@@ -240,7 +240,7 @@ void LoggingHandler::OnAppSuspending(platform::Application&, platform::Suspendin
 
 platform::task<LoggingHandler::File> LoggingHandler::CloseSessionSaveFinalLogFile() {
     const auto data = std::make_shared<ContinuationData>();
-    const auto session = m_session.With([](const Session& current) { return current; });
+    const auto session = m_session.With([](const LoggingSession& current) { return current; });
     return session->CloseAndSaveToFileAsync().then(
         [self = shared_from_this(), data](const File& saved) -> platform::task<File> {
             if (!saved) {
@@ -264,7 +264,7 @@ void LoggingHandler::FinishSuspension(const platform::task<File>& saved) {
         }
         // A session that could not save has ended too: the next one hands out what it left.
         if (const auto session =
-                m_session.With([](Session& current) { return std::exchange(current, nullptr); })) {
+                m_session.With([](LoggingSession& current) { return std::exchange(current, nullptr); })) {
             session->Close();
         }
         SetLocalSetting(kLoggingEnabled, true);

@@ -48,7 +48,7 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     platform::Event<LoggingHandler&, LoggingEventArgs&>& StatusChanged() { return m_statusChanged; }
 
   private:
-    using Session = std::shared_ptr<platform::FileLoggingSession>;
+    using LoggingSession = std::shared_ptr<platform::FileLoggingSession>;
     using File = std::shared_ptr<platform::StorageFile>;
 
     /// What the steps of one asynchronous chain hand on.
@@ -95,7 +95,7 @@ class LoggingHandler final : public std::enable_shared_from_this<LoggingHandler>
     bool m_saidNotStored = false;
 
     // Guarded.
-    platform::Guarded<Session> m_session;
+    platform::Guarded<LoggingSession> m_session;
     /// The last turn so far.
     platform::Guarded<platform::task<void>> m_turns{platform::task_from_result()};
 };

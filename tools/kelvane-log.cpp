@@ -28,7 +28,7 @@ constexpr std::size_t kNewest = 10;
 constexpr std::chrono::milliseconds kPollInterval{200};
 
 /// Ends the program when the standard output did not take what was printed; `taken` is what its last call
-/// told.
+/// returned.
 void Require(bool taken) {
     if (taken) {
         return;

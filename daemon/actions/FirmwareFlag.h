@@ -11,8 +11,8 @@
 
 namespace daemon_service {
 
-/// Has the session manager set it: it is asked first whether it can, told only when something changes, and
-/// read back. Returns the English sentence that says what will happen. Throws ActionError.
+/// Has the session manager set it: asks first whether it can, calls it only when something changes, and reads
+/// the result back. Returns the English sentence that says what will happen. Throws ActionError.
 std::string SetFirmwareFlag(const FirmwareRequest& request);
 
 /// Takes back what SetFirmwareFlag has set; does nothing when that is not set. Throws ActionError.

@@ -192,7 +192,7 @@ void SystemBus::Call(const BusObject& object, const char* method, const std::str
 }
 
 void SystemBus::StartUnit(const std::string& unit) {
-    // org.freedesktop.systemd1(5). The manager tells of a job's end whoever made the job.
+    // org.freedesktop.systemd1(5). The manager reports a job's end to the connection that made the job.
     constexpr BusObject kManager{"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
                                  "org.freedesktop.systemd1.Manager"};
     using Results = std::map<std::string, std::string>;  // by the job's path
@@ -227,8 +227,9 @@ void SystemBus::StartUnit(const std::string& unit) {
         m_bus.get(), m_limit, [&] { return results.contains(job); },
         "the service manager does not end the start of " + unit);
     if (results[job] != "done") {
-        throw ActionError(Status::Failed, "the start of " + unit + " ended with \"" + results[job] +
-                                              "\"; the journal tells why: journalctl --unit=" + unit);
+        throw ActionError(Status::Failed,
+                          "the start of " + unit + " ended with \"" + results[job] +
+                              "\"; see the journal for the reason: journalctl --unit=" + unit);
     }
 }
 

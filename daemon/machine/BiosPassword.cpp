@@ -10,18 +10,18 @@ namespace daemon_service {
 
 namespace {
 
-/// What several statements add up to: one that is set decides, one that is open keeps "none" from being told.
+/// What several statements add up to: one that is set decides, one that is unknown prevents "none".
 /// Each names its source.
 struct Verdict {
     std::string Password{};
     std::string OtherKind{};
-    std::string UnknownKind{};  ///< one is set, and nobody says of which kind
-    std::string UnknownRole{};  ///< nobody says what it guards
+    std::string UnknownKind{};  ///< one is set, of a kind that no source names
+    std::string UnknownRole{};  ///< no source names what it guards
     std::string Off{};
     std::string Open{};
     Missing Why = Missing::Unknown;  ///< of Open
     std::string Detail{};            ///< of UnknownRole, else of Open
-    std::string Silent{};            ///< what would have told
+    std::string Silent{};            ///< the source that has no statement
     Missing SilentWhy = Missing::NotReported;
 
     Sourced<BiosCredential> Result() const {

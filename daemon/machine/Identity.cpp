@@ -318,7 +318,7 @@ struct KindRow {
 };
 
 /// Enclosure types of DMTF DSP0134, "System Enclosure or Chassis Types", and values of the device tree's
-/// "chassis-type". What tells no kind ("Other", "Docking Station", ...) is not here.
+/// "chassis-type". Values that name no kind ("Other", "Docking Station", ...) is not here.
 constexpr KindRow kChassis[] = {{"3", MachineKind::Desktop},
                                 {"4", MachineKind::Desktop},
                                 {"5", MachineKind::Desktop},

@@ -143,7 +143,7 @@ std::optional<std::string> MachineFiles::Read(const std::string& path) {
         if (content && *content != kStandIn) {
             return Observed(path, std::move(content));
         }
-        // The service manager could not read the file either; the file itself tells why.
+        // The service manager could not read the file either; reading it gives the reason.
     }
     const platform::FileDescriptor file = Open(path, kFlags);
     return file ? Observed(path, ReadOpened(path, file)) : Failed(path, errno);
@@ -169,7 +169,7 @@ std::optional<std::string> MachineFiles::Observed(const std::string& path,
     return content;
 }
 
-/// A file that is absent is the only case that is nobody's fault and gets no note.
+/// An absent file is the only failure without a note: machines differ in which files they have.
 std::nullopt_t MachineFiles::Failed(const std::string& path, int error) {
     m_why = WhyOf(error);
     m_reason = m_why == Missing::Absent ? "absent" : std::strerror(error);

@@ -52,7 +52,8 @@ class MachineFiles {
     /// reason becomes a note.
     std::optional<std::string> LinkTarget(const std::string& path);
 
-    /// Why something could not be read or told; goes to the service's own log. The same note counts once.
+    /// Why something could not be read or has no value; written to the service's log. The same note counts
+    /// once.
     void Note(std::string note);
     const std::vector<std::string>& Notes() const { return m_notes; }
 

@@ -185,7 +185,7 @@ void ReadMemory(Sources& sources, MachineDetails& machine) {
         memory.Why = files.Read("/proc/meminfo") ? Missing::Damaged : files.Why();
         files.Note("memory: /proc/meminfo has no readable MemTotal; the usable size is not shown");
     }
-    // A source that tells less than what is in use does not know everything; the next one may.
+    // A source with less than what is in use does not know everything; the next one may.
     const auto offer = [&machine](const char* source, std::optional<std::uint64_t> bytes) {
         if (!machine.InstalledBytes && bytes && *bytes >= machine.UsableBytes.value_or(0)) {
             machine.InstalledBytes = bytes;
@@ -196,7 +196,7 @@ void ReadMemory(Sources& sources, MachineDetails& machine) {
     offer("udev +dmi:id", machine.InstalledBytes ? std::nullopt : DeviceManagerMemory(files));
     offer("sysfs devices/system/memory", machine.InstalledBytes ? std::nullopt : OnlineMemory(files));
     if (!machine.InstalledBytes) {
-        files.Note("memory: no source tells the installed size");
+        files.Note("memory: no source has the installed size");
     }
     if (machine.InstalledBytes && machine.UsableBytes) {
         memory.Value = Amount(*machine.InstalledBytes) + u" (" + Amount(*machine.UsableBytes) + u" usable)";

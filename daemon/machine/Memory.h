@@ -17,7 +17,7 @@ namespace daemon_service {
 std::optional<std::uint64_t> InstalledMemory(std::span<const SmbiosStructure> tables);
 
 /// Fills in memory, its parts and its modules: "16 GB (15.6 GB usable)"; "15.6 GB usable" where no source
-/// tells an installed size that is as large; "16 GB" where only that is known. 1 GB is 2^30 bytes. Pages find
+/// has an installed size that is as large; "16 GB" where only that is known. 1 GB is 2^30 bytes. Pages find
 /// and translate the word "usable".
 void ReadMemory(Sources& sources, MachineDetails& machine);
 

@@ -127,7 +127,7 @@ std::string Table(std::string_view content) {
             }
         }
     }
-    // Why the table ends here; what follows its end nobody reads.
+    // The end marker, which shows why the table ends here. What follows it is never read.
     Restore(table, content, content.substr(end, kHeaderBytes));
     if (content.size() > end && content[end] == static_cast<char>(smbios::kEndOfTable)) {
         table.resize(std::min(table.size(), end + kHeaderBytes + 2));
@@ -208,7 +208,8 @@ std::vector<std::string> Record(const std::string& root, const std::string& fold
                               .Link = [&writer](const std::string& path,
                                                 const std::string& target) { writer.Link(path, target); }});
     ReadMachine(files);
-    // Sources that this machine did not need, because an earlier one told: a fault may lie in the choice.
+    // Sources that this machine did not need, because an earlier one had the value: a fault may lie in the
+    // choice.
     ReadSmbios(files);
     for (const char* path : {"/run/udev/data/+dmi:id", "/usr/lib/os-release"}) {
         files.Read(path);

@@ -367,7 +367,7 @@ std::vector<TypeCPort> ReadTypeCPorts(MachineFiles& files) {
             thunderbolt || port.ThunderboltSupport == Support::Yes || port.Generation == UsbGeneration::Usb4;
         if (byClass && port.Generation == UsbGeneration::Unknown) {
             files.Note(kTypeC + port.Name +
-                       "/: neither usb_capability nor a hub's connector link tells the USB generation");
+                       "/: neither usb_capability nor a hub's connector link has the USB generation");
         }
     }
     return ports;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The machine's USB Type-C ports and what each of them can do, as the kernel tells it: the classes typec and
-// usb_power_delivery, the USB and the Thunderbolt bus (Documentation/ABI/testing/sysfs-class-typec,
+// The machine's USB Type-C ports and what each of them can do, as the kernel reports it: the classes typec
+// and usb_power_delivery, the USB and the Thunderbolt bus (Documentation/ABI/testing/sysfs-class-typec,
 // sysfs-class-usb_power_delivery, sysfs-bus-usb, sysfs-bus-thunderbolt, sysfs-bus-typec,
 // sysfs-devices-physical_location of the kernel).
 

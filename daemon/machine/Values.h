@@ -17,8 +17,8 @@ using platform::Trimmed;
 /// blanks, bytes that are no UTF-8 by "?", runs of blanks collapsed, ends trimmed. May be empty.
 std::u16string Clean(std::string_view bytes);
 
-/// True for what firmware writers leave in when nobody filled the value in ("To be filled by O.E.M."), and
-/// for the empty text. Expects cleaned text.
+/// True for what firmware writers leave where a maker should have filled the value in ("To be filled by
+/// O.E.M."), and for the empty text. Expects cleaned text.
 bool IsPlaceholder(std::u16string_view text);
 
 /// The cleaned text unless it is a placeholder.

@@ -13,7 +13,7 @@
 namespace daemon_service {
 
 /// What the session manager knows of a user. Only active sessions of class "user" count: a login screen, a
-/// lock screen or a background job is nobody at the machine.
+/// lock screen or a background job does not mean that the user is at the machine.
 struct Presence {
     bool OnSeat = false;           ///< has the seat's screen and keyboard now
     bool OnRemoteDesktop = false;  ///< has a graphical session elsewhere
@@ -23,7 +23,7 @@ struct Presence {
 bool MayCall(const platform::rpc::SocketCredentials& caller, uid_t service, const Presence& presence,
              const Access& opened);
 
-/// As the session manager has it now; nobody is present where none runs. Remote desktops are looked for only
+/// As the session manager reports it now; without one no user is present. Remote desktops are looked for only
 /// if `withRemote`. Any thread; reads a few small files of /run/systemd and asks no process.
 Presence ReadPresence(uid_t user, bool withRemote);
 

@@ -19,7 +19,8 @@ namespace daemon_service {
 class Procedures {
   public:
     /// `options` say what the records are of and where the configuration lies. `byManager`: see ToolStarter;
-    /// the configuration must be root's then, for whoever starts the tool does not trust the service's user.
+    /// the configuration must be root's then, since the unit that starts the tool does not trust the
+    /// service's user.
     Procedures(const Options& options, bool byManager);
 
     /// Who is answered. Any thread.

@@ -19,13 +19,13 @@ class Records {
   public:
     explicit Records(const Options& options);
 
-    /// The text of the record, read anew; nothing if the file that stands in for it is missing.
+    /// The text of the record, read at each call; nothing if the file that stands in for it is missing.
     std::optional<std::u16string> SystemInformation();
     std::optional<std::u16string> UsbTypeC();
 
     /// Whether the records are of the machine's files, so that details of it go with them.
     bool HasDetails() const { return !m_systemInformationFile && !m_usbTypeCFile; }
-    /// The details document, made anew.
+    /// The details document, made at each call.
     std::u16string Details(const FirmwareRequest& request, const FirmwareFlagState& flag);
 
   private:
@@ -34,7 +34,7 @@ class Records {
     const std::optional<std::string> m_systemInformationFile;
     const std::optional<std::string> m_usbTypeCFile;
 
-    /// What the log was told last, so that it is told again only when something changed.
+    /// What was logged last, so that it is logged again only when something changed.
     using Notes = std::vector<std::string>;
     void LogNews(platform::Guarded<Notes>& known, const Notes& notes);
     platform::Guarded<Notes> m_systemInformationNotes;

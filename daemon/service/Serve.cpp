@@ -99,7 +99,7 @@ sigset_t BlockEndingSignals() {
     sigaddset(&signals, SIGINT);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
-    signal(SIGCHLD, SIG_IGN);  // tools that were started are nobody's to wait for
+    signal(SIGCHLD, SIG_IGN);  // the kernel reaps the tools that were started
     return signals;
 }
 
@@ -110,7 +110,7 @@ bool WaitForEnd(const sigset_t& signals, std::chrono::milliseconds limit) {
 }
 
 /// Watches over the running server on the main thread: feeds the watchdog as long as no call is stuck, and
-/// ends when told to or when idle.
+/// returns on a signal or when idle.
 void Supervise(const Server& server, const Procedures& procedures, const sigset_t& signals,
                std::chrono::seconds idleExit) {
     std::uint64_t watchdogMicroseconds = 0;
@@ -123,12 +123,12 @@ void Supervise(const Server& server, const Procedures& procedures, const sigset_
         step = std::min<std::chrono::milliseconds>(step, idleExit / 4.0 < 1s ? 250ms : 5s);
     }
     auto busy = std::chrono::steady_clock::now();
-    std::string told;
+    std::string reported;
     while (!WaitForEnd(signals, step)) {
         const auto now = std::chrono::steady_clock::now();
         const std::string status = "STATUS=" + std::to_string(server.Connections()) + " connections, " +
                                    std::to_string(server.OpenContexts()) + " open contexts";
-        if (std::exchange(told, status) != status) {
+        if (std::exchange(reported, status) != status) {
             sd_notify(0, status.c_str());
         }
         if (watchdog && procedures.OldestCall() < kStuck) {

@@ -10,7 +10,7 @@ namespace platform {
 void FailWithCurrentException() noexcept;
 
 /// Calls `body` for a toolkit or an event loop, whose frames no exception may pass through: one that `body`
-/// throws, of whatever type, ends the application (Lifetime::Fail). Returns what `body` returns, and after an
+/// throws, of any type, ends the application (Lifetime::Fail). Returns what `body` returns, and after an
 /// exception a value-initialised result. Any thread.
 template <typename Body>
 std::invoke_result_t<Body> EnterLayer(Body&& body) noexcept {

@@ -8,7 +8,7 @@
 
 namespace platform {
 
-/// The sessions that are open in one run of the application. Any thread.
+/// The extended execution sessions that are open in one run of the application. Any thread.
 class ExtendedExecution {
   public:
     using Handler = std::function<void()>;

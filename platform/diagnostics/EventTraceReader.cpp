@@ -173,7 +173,7 @@ class TraceParser {
             const auto record = buffer.subspan(offset);
             const auto header = Load<EventHeader>(record);
             if (header.HeaderType != kHeaderTypeEvent64) {
-                // Kernel records and 32-bit events have other shapes; their size cannot be told for sure.
+                // Kernel records and 32-bit events have other shapes; their size is not certain.
                 Problem(at + offset, "a record of an unknown kind; the rest of its buffer is skipped");
                 return;
             }

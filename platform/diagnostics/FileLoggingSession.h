@@ -20,8 +20,8 @@ class LogFileGeneratedEventArgs {
   public:
     explicit LogFileGeneratedEventArgs(std::shared_ptr<StorageFile> file) : m_file(std::move(file)) {}
 
-    /// Lies in the session's folder; whoever wants to keep it moves it. One that nobody moves is handed out
-    /// again by the next session.
+    /// Lies in the session's folder; a handler that wants to keep it moves it. One that is not moved is
+    /// reported again by the next session.
     const std::shared_ptr<StorageFile>& File() const { return m_file; }
 
   private:

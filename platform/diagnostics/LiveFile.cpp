@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kSize = LiveFile::kImages * etl::kFileSize;
 
 /// Locks the file for as long as the descriptor is open; false when another process, or another descriptor,
-/// has it. The lock goes with the process, whatever ends it. A failure is a platform exception.
+/// has it. The kernel releases the lock when the process ends. A failure is a platform exception.
 bool Lock(const FileDescriptor& file, const std::filesystem::path& path) {
     if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
         return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-// The file that messages are copied into: reserved on the disk and mapped into memory, so that whatever was
+// The file that messages are copied into: reserved on the disk and mapped into memory, so that what was
 // copied is the kernel's at once and outlives the process, and a full disk shows when the file is made, never
 // as a signal. It holds a few images of log files; each is stored as a file of its own when it is full, and
 // used again. The file is locked as long as its process lives: an unlocked one was left by a crash.
@@ -47,7 +47,7 @@ class LiveFile {
     static bool IsInUse(const std::filesystem::path& path);
 
     /// Opens and locks the live file of a process that has ended; empty when its process still lives, or when
-    /// the file is gone. The bytes are the file's own. A failure is a platform exception.
+    /// the file has been deleted. The bytes are the file's own. A failure is a platform exception.
     static FileDescriptor OpenLeftover(const std::filesystem::path& path);
 
   private:

@@ -255,7 +255,7 @@ void LogFileRecorder::TryAgain(Lock& lock) {
     }
 }
 
-/// Makes the live file anew if somebody has deleted it; false when that fails.
+/// Makes the live file again if it has been deleted; false when that fails.
 bool LogFileRecorder::RestoreLiveFile(Lock& lock) {
     if (!m_live->IsGone()) {
         return true;

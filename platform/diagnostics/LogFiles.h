@@ -13,8 +13,8 @@
 namespace platform {
 
 /// The log files of one session name in one folder: "<stem>-<number of the live file>-<number>.etl". They
-/// belong to whoever holds the lock of the live file "<stem>-<number>.live", so that several processes can
-/// use the folder at once. One thread.
+/// belong to the process that holds the lock of the live file "<stem>-<number>.live", so that several
+/// processes can use the folder at once. One thread.
 class LogFiles {
   public:
     static constexpr std::string_view kExtension = ".etl";

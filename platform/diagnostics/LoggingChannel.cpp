@@ -99,7 +99,7 @@ void LoggingChannel::Attach(const std::shared_ptr<LogFileRecorder>& recorder, Lo
 }
 
 void LoggingChannel::Detach(const LogFileRecorder* recorder) {
-    // What goes is destroyed outside the lock.
+    // Destroyed outside the lock.
     std::vector<Recording> removed;
     const std::lock_guard lock(TraceLock());
     const auto middle = std::stable_partition(

@@ -48,8 +48,8 @@ void LimitSendBuffer(int socket, int bytes);
 /// From here on nothing waits: what would, fails with EAGAIN.
 void SetNonBlocking(int socket);
 
-/// Sends everything; false when the connection is closed, or the peer has not read for the socket's time
-/// limit.
+/// Sends everything; false when the connection is closed, or the other end has not read for the
+/// socket's time limit.
 bool SendAll(int socket, ByteView bytes);
 
 /// Receives at least one byte. 0 when the other side has ended, -1 with errno set for a failure.

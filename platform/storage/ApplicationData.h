@@ -8,8 +8,8 @@
 namespace platform {
 
 /// Settings under one name. Any thread. Each change is on the disk when the call returns; when it cannot get
-/// there, which is said once on the standard error stream, it holds until the process ends and goes to the
-/// disk with the next change that can.
+/// there, which is said once on the standard error stream, it holds until the process ends and is written
+/// with the next change that can be.
 class ApplicationDataContainer {
   public:
     explicit ApplicationDataContainer(const std::filesystem::path& file);

@@ -12,7 +12,7 @@
 
 namespace platform {
 
-/// Low is background work, which nobody waits for.
+/// Low is background work, which no page waits for.
 enum class WorkItemPriority { Normal, Low };
 
 /// The process's worker threads. A worker that is about to block says so with a BlockingRegion; the pool then
@@ -43,8 +43,8 @@ class ThreadPool {
     /// Called by a worker each time Outstanding has fallen to zero; it must not block. Empty for none.
     void OnIdle(std::function<void()> callback);
 
-    /// Interrupts every blocking region, those that begin meanwhile included, and waits until all work, and
-    /// the work that it still queues, has ended and all workers have ended. Not on a worker.
+    /// Interrupts every blocking region, those that begin during the call included, and waits until all work,
+    /// and the work that it still queues, has ended and all workers have ended. Not on a worker.
     void Stop();
 
   private:

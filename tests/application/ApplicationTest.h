@@ -35,7 +35,7 @@ class ApplicationTest : public testing::Test {
     /// before has led to nothing more; then ends it as a closed window does. Returns the exit status.
     int Run(std::vector<Step> steps = {});
 
-    /// The service answers reads with the two records below, and whatever else as `others` say; it has the
+    /// The service answers reads with the two records below, and the other calls as `others` say; it has the
     /// details interface where `readDetails` answers it.
     void StartService(std::map<unsigned, platform::rpc::ServerProcedure> others = {},
                       platform::rpc::ServerOptions options = {},

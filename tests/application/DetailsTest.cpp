@@ -1,4 +1,4 @@
-// The details beside the records: whatever becomes of them, the records' flow is the same.
+// The details beside the records: with or without them, the records' flow is the same.
 
 #include <cstdio>
 #include <future>

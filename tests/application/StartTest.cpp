@@ -49,7 +49,7 @@ TEST_F(StartTest, APageThatIsLeftBeforeItsReadEndsIsFilledAllTheSame) {
              // The read is still on its way: its result comes through this thread.
              Press(u"BackButton");
          },
-         [&] { EXPECT_TRUE(box.expired()) << "the page goes with its result"; }});
+         [&] { EXPECT_TRUE(box.expired()) << "the page is destroyed with its result"; }});
     EXPECT_NE(Trace().find("UpdateUSBTypeCInfoDetails - success\n"), std::string::npos);
 }
 

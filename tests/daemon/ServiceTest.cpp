@@ -279,7 +279,7 @@ TEST_F(Service, ContextsOfKilledClientsRunDown) {
 }
 
 // One client silent, one in the middle of a message, one sending rubbish: the next is answered all the same,
-// and what a vanished client leaves behind goes with it.
+// and what a vanished client had open is closed.
 TEST_F(Service, HostileClientsDelayNobody) {
     ServiceProcess service;
     RawClient silent;

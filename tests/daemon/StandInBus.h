@@ -17,7 +17,7 @@
 
 namespace daemon_service {
 
-/// What the stand-ins answer and what they were told.
+/// What the stand-ins answer and what calls they received.
 struct BusState {
     std::string CanSetup = "yes";
     std::string CanEntry = "yes";

@@ -1,5 +1,5 @@
-// What is told of the machines of tests/machines, and what no folder can hold: other rights, links out of the
-// tree, failures by chance.
+// What is reported of the machines of tests/machines, and what no folder can hold: other rights, links out of
+// the tree, failures by chance.
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>

@@ -31,7 +31,7 @@ class ClientAndServerTest : public testing::Test {
 std::u16string g_called;
 Client* g_client = nullptr;
 
-TEST_F(ClientAndServerTest, AWholeSessionWithFragmentsAndACallbackInEachTransferSyntax) {
+TEST_F(ClientAndServerTest, AWholeConversationWithFragmentsAndACallbackInEachTransferSyntax) {
     const std::u16string text(50'000, u'x');
     TestService service({}, {.MaxRequestBytes = 2 * text.size() + 100});
     for (const bool ndrOnly : {true, false}) {

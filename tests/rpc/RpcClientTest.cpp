@@ -21,8 +21,8 @@ using Kelvane::RpcClient;
 /// Debug output is decided once a process.
 [[maybe_unused]] const int g_debugOutput = setenv("KELVANE_DEBUG", "1", 1);
 
-/// A client and what it reaches, as a script tells them.
-class Session {
+/// A client and what it reaches, as a script says.
+class Conversation {
   public:
     /// What the client wrote, then its result, what it copied and the procedures that the service was asked
     /// for.
@@ -100,10 +100,11 @@ class Session {
     std::optional<RpcClient> m_client{std::in_place};
 };
 
-TEST(RpcClientSession, EndsWithNumbersTracesAndWholeTexts) {
+TEST(RpcClientConversation, EndsWithNumbersTracesAndWholeTexts) {
     tests::ExpectScripts("rpc/client", [] {
-        return
-            [session = std::make_shared<Session>()](const std::string& line) { return session->Play(line); };
+        return [conversation = std::make_shared<Conversation>()](const std::string& line) {
+            return conversation->Play(line);
+        };
     });
 }
 

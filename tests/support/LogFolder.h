@@ -41,7 +41,7 @@ std::vector<std::byte> ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, std::span<const std::byte> bytes);
 
 /// A log file with one message of each text, on the channel "c" at Verbose; begun and ended at `start`, when
-/// the steady clock stood at 1000. It goes on by one with each message.
+/// the steady clock stood at 1000. It advances by one with each message.
 std::vector<std::byte> LogFile(const std::vector<std::u16string>& texts, std::uint32_t lost = 0,
                                std::int64_t start = 133000000000000000);
 

@@ -53,7 +53,7 @@ class TestService {
     void Stop();
 
     std::optional<std::u16string> Record = u"AB";
-    std::counting_semaphore<> RunDown{0};  ///< released when a context's state goes
+    std::counting_semaphore<> RunDown{0};  ///< released when a context's state is destroyed
     std::optional<rpc::Server> Server;
 
   private:

@@ -5,7 +5,7 @@
 #include "platform/core/FileTime.h"
 #include "platform/tasks/Clock.h"
 
-/// A clock that stands still until it is told to go on; sleeping moves it on at once.
+/// A clock that stands still until Advance; sleeping advances it at once.
 class TestClock : public platform::Clock {
   public:
     std::int64_t FileTime() override { return kStart + m_units.load(); }

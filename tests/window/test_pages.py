@@ -62,7 +62,7 @@ class Pages(unittest.TestCase):
 
     @staticmethod
     def is_open(program):
-        """What the button for the details tells of them, in words and as a state."""
+        """What the button for the details reports of them, in words and as a state."""
         button = find(program, "push button", "Hide details")
         return button is not None and button.get_state_set().contains(Atspi.StateType.EXPANDED)
 
