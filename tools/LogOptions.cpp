@@ -11,6 +11,7 @@ constexpr platform::ProgramOption kOptions[] = {
     {.Name = "level",
      .Letter = 'l',
      .Argument = "L",
+     .Choices = "Verbose Information Warning Error Critical",
      .Help = "only messages of this level and above: Verbose, Information, Warning, Error, Critical"},
     {.Name = "since",
      .Letter = 's',
@@ -38,6 +39,7 @@ usage.
 )",
     .Options = kOptions,
     .TakesWords = true,
+    .WordsAreFiles = true,
 };
 
 LogOptions ReadOptions(const platform::ProgramArguments& arguments, std::int64_t now) {

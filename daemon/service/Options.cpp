@@ -37,6 +37,7 @@ constexpr platform::ProgramOption kOptions[] = {
      .Exclusive = true},
     {.Name = "start-tool",
      .Argument = "TOOL",
+     .Choices = "system-information usb-type-c",
      .Help =
          "instead of serving, start system-information or usb-type-c in the session of the current user and "
          "end",

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/core/Commit.h"
+#include "platform/core/Completion.h"
 #include "platform/core/Exception.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/StandardOutput.h"
@@ -12,17 +14,10 @@ namespace platform {
 
 namespace {
 
-constexpr std::string_view kHelp = "help";
-constexpr std::string_view kVersion = "version";
 constexpr std::size_t kLineLength = 80;
 
-std::string Dashed(std::string_view name) {
-    return "--" + std::string(name);
-}
-
 std::string NeedsArgument(const ProgramOption& option) {
-    return Dashed(option.Name) + " needs an argument: " + Dashed(option.Name) + " " +
-           std::string(option.Argument);
+    return option.Dashed() + " needs an argument: " + option.Dashed() + " " + std::string(option.Argument);
 }
 
 /// The library takes "--name=" for "--name", and words its own refusal of "--flag=x".
@@ -32,11 +27,11 @@ void VerifyAssignments(const std::vector<ProgramOption>& options, const std::vec
             return;
         }
         for (const auto& option : options) {
-            if (argument == Dashed(option.Name) + "=" && !option.Argument.empty()) {
+            if (argument == option.Dashed() + "=" && !option.Argument.empty()) {
                 throw WrongUsage(NeedsArgument(option));
             }
-            if (argument.starts_with(Dashed(option.Name) + "=") && option.Argument.empty()) {
-                throw WrongUsage(Dashed(option.Name) + " takes no argument");
+            if (argument.starts_with(option.Dashed() + "=") && option.Argument.empty()) {
+                throw WrongUsage(option.Dashed() + " takes no argument");
             }
         }
     }
@@ -49,7 +44,7 @@ void VerifyExclusive(const std::vector<ProgramOption>& options, const ProgramArg
             continue;
         }
         if (first != nullptr) {
-            throw WrongUsage(Dashed(first->Name) + " and " + Dashed(option.Name) +
+            throw WrongUsage(first->Dashed() + " and " + option.Dashed() +
                              " cannot be used together; choose one");
         }
         first = &option;
@@ -109,22 +104,10 @@ std::optional<std::chrono::seconds> ProgramArguments::Seconds(std::string_view n
     const auto* const end = text->data() + text->size();
     const auto [read, error] = std::from_chars(text->data(), end, number);
     if (error != std::errc() || read != end || number > most.count()) {
-        throw WrongUsage(Dashed(name) + " takes a whole number of seconds, " + std::to_string(most.count()) +
-                         " at most, not '" + *text + "'");
+        throw WrongUsage("--" + std::string(name) + " takes a whole number of seconds, " +
+                         std::to_string(most.count()) + " at most, not '" + *text + "'");
     }
     return std::chrono::seconds(number);
-}
-
-std::vector<ProgramOption> AllOptions(const Program& program) {
-    std::vector<ProgramOption> options(program.Options.begin(), program.Options.end());
-    options.push_back({.Name = kHelp, .Letter = 'h', .Help = "show this help and end"});
-    options.push_back({.Name = kVersion, .Letter = 'V', .Help = "show the version and end"});
-    return options;
-}
-
-std::string OptionSyntax(const ProgramOption& option) {
-    return (option.Letter != 0 ? std::string{'-', option.Letter, ',', ' '} : std::string()) +
-           Dashed(option.Name) + (option.Argument.empty() ? "" : " ") + std::string(option.Argument);
 }
 
 ProgramArguments ParseArguments(const Program& program, const std::vector<std::string>& arguments) {
@@ -134,7 +117,7 @@ ProgramArguments ParseArguments(const Program& program, const std::vector<std::s
     parser.allow_extras();
     for (const auto& option : options) {
         const auto names =
-            (option.Letter != 0 ? std::string{'-', option.Letter, ','} : std::string()) + Dashed(option.Name);
+            (option.Letter != 0 ? std::string{'-', option.Letter, ','} : std::string()) + option.Dashed();
         if (option.Argument.empty()) {
             parser.add_flag(names);
         } else {
@@ -150,13 +133,13 @@ ProgramArguments ParseArguments(const Program& program, const std::vector<std::s
         throw WrongUsage(error.what());
     }
     for (const auto& option : options) {
-        const auto* const found = parser.get_option(Dashed(option.Name));
+        const auto* const found = parser.get_option(option.Dashed());
         if (found->count() != 0) {
             parsed.m_values.emplace(option.Name,
                                     option.Argument.empty() ? std::string() : found->results().back());
         }
     }
-    if (parsed.Has(kHelp) || parsed.Has(kVersion)) {
+    if (parsed.Has(ProgramOption::kHelp) || parsed.Has(ProgramOption::kVersion)) {
         return parsed;
     }
     VerifyAssignments(options, arguments);
@@ -205,11 +188,15 @@ int RunProgram(const Program& program, int argc, const char* const* argv,
     try {
         SecureStandardDescriptors();
         const auto arguments = ParseArguments(program, {argv + 1, argv + argc});
-        if (arguments.Has(kHelp)) {
+        if (arguments.Has(ProgramOption::kHelp)) {
             return WriteStandardOutput(name, HelpText(program)) ? 0 : 1;
         }
-        if (arguments.Has(kVersion)) {
-            return WriteStandardOutput(name, name + " " KELVANE_VERSION "\n") ? 0 : 1;
+        if (arguments.Has(ProgramOption::kVersion)) {
+            return WriteStandardOutput(name, name + " " KELVANE_VERSION + std::string(kCommit) + "\n") ? 0
+                                                                                                       : 1;
+        }
+        if (const auto shell = arguments.Value(ProgramOption::kCompletion)) {
+            return WriteStandardOutput(name, CompletionScript(program, *shell)) ? 0 : 1;
         }
         return run(arguments);
     } catch (const WrongUsage& wrong) {
