@@ -12,3 +12,7 @@ function(kelvane_install_configured folder template destination)
         configure_file(\"${folder}/${template}.in\" \"${CMAKE_CURRENT_BINARY_DIR}/installed/${template}\" @ONLY)
         file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/installed/${template}\" DESTINATION \"\${prefix}/${destination}\")")
 endfunction()
+
+# cmake --build BUILD --target uninstall
+add_custom_target(uninstall
+    COMMAND ${CMAKE_COMMAND} -DMANIFEST=${CMAKE_BINARY_DIR}/install_manifest.txt -P ${CMAKE_SOURCE_DIR}/cmake/Uninstall.cmake)

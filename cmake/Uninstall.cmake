@@ -1,0 +1,13 @@
+# Deletes what `cmake --install` wrote, by its MANIFEST, and the folders that are Kelvane's alone; DESTDIR counts as it did then.
+file(STRINGS ${MANIFEST} files)
+foreach(file IN LISTS files)
+    file(REMOVE "$ENV{DESTDIR}${file}")
+    cmake_path(GET file PARENT_PATH folder)
+    while(folder MATCHES "/kelvane(/examples)?$")
+        execute_process(COMMAND rmdir "$ENV{DESTDIR}${folder}" RESULT_VARIABLE status ERROR_QUIET)
+        if(NOT status EQUAL 0)
+            break()
+        endif()
+        cmake_path(GET folder PARENT_PATH folder)
+    endwhile()
+endforeach()
