@@ -19,13 +19,6 @@ class Button : public ContentControl {
     bool IsEnabled() const { return m_isEnabled; }
     void IsEnabled(bool value) { Set(m_isEnabled, value, ElementProperty::IsEnabled); }
 
-    /// The key that invokes the button from anywhere on its page (Escape for a cancel button); None for none.
-    VirtualKey AcceleratorKey() const { return m_acceleratorKey; }
-    void AcceleratorKey(VirtualKey value) {
-        VerifyUserInterfaceThread();
-        m_acceleratorKey = value;
-    }
-
     /// The page's default button: has the focus when the page appears.
     bool IsDefault() const { return m_isDefault; }
     void IsDefault(bool value) {
@@ -35,7 +28,6 @@ class Button : public ContentControl {
 
   private:
     Event<UIElement&, const RoutedEventArgs&> m_click;
-    VirtualKey m_acceleratorKey = VirtualKey::None;
     bool m_isDefault = false;
     bool m_isEnabled = true;
 };

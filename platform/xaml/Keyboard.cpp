@@ -32,6 +32,42 @@ Button* FindButton(UIElement& root, Matches matches) {
     return nullptr;
 }
 
+struct Accelerated {
+    std::shared_ptr<UIElement> element;
+    std::shared_ptr<KeyboardAccelerator> accelerator;
+};
+
+/// The enabled accelerators of visible elements, last in reading order first: what stands later on a page
+/// lies over what stands before it.
+void AddAccelerators(UIElement& element, std::vector<Accelerated>& order) {
+    if (element.Visibility() == Visibility::Collapsed) {
+        return;
+    }
+    const auto children = element.Children();
+    for (auto child = children.rbegin(); child != children.rend(); ++child) {
+        AddAccelerators(**child, order);
+    }
+    for (const auto& accelerator : element.KeyboardAccelerators()) {
+        if (accelerator->IsEnabled) {
+            order.push_back({.element = element.shared_from_this(), .accelerator = accelerator});
+        }
+    }
+}
+
+/// Whether the accelerator has used the key.
+bool Invoke(const Accelerated& accelerated) {
+    KeyboardAcceleratorInvokedEventArgs args;
+    accelerated.accelerator->Invoked.Raise(*accelerated.element, args);
+    if (args.Handled) {
+        return true;
+    }
+    auto* const button = dynamic_cast<Button*>(accelerated.element.get());
+    if (button != nullptr) {
+        button->Invoke();
+    }
+    return button != nullptr;
+}
+
 /// The element that Tab moves to from `focused`, from the last to the first; null when there is none.
 UIElement* NextFocus(UIElement& root, const UIElement* focused, bool back) {
     auto order = TabOrder(root);
@@ -63,14 +99,24 @@ UIElement* FirstFocus(UIElement& root) {
 }
 
 KeyResponse Keyboard::KeyDown(UIElement& root, UIElement* focused, const KeyPress& press) {
-    m_held.insert(press.ScanCode);
+    const bool repeats = !m_held.insert(press.ScanCode).second;
     if (m_stale.contains(press.ScanCode)) {
         return {.Handled = true};
     }
     // A handler may show another page.
     const auto keepPage = root.shared_from_this();
     const auto keepFocused = (focused != nullptr ? *focused : root).shared_from_this();
-    if (keepFocused->RaiseKey(press.Key, true) || root.Peer() == nullptr) {
+    const bool isHandled = keepFocused->RaiseKey(press.Key, true);
+    if (keepFocused->Peer() == nullptr) {
+        return {.Handled = true};
+    }
+    std::vector<Accelerated> accelerators;
+    AddAccelerators(root, accelerators);
+    std::erase_if(accelerators, [&](const Accelerated& each) {
+        return each.accelerator->Key != press.Key || each.accelerator->Modifiers != press.Modifiers;
+    });
+    if (std::ranges::any_of(accelerators, [&](const Accelerated& each) { return repeats || Invoke(each); }) ||
+        isHandled) {
         return {.Handled = true};
     }
     const auto has = [&](VirtualKeyModifiers modifier) { return HasModifier(press.Modifiers, modifier); };
@@ -81,11 +127,6 @@ KeyResponse Keyboard::KeyDown(UIElement& root, UIElement* focused, const KeyPres
     }
     if (press.Key == VirtualKey::None || press.Modifiers != VirtualKeyModifiers::None) {
         return {};
-    }
-    if (auto* const button =
-            FindButton(root, [&](const Button& each) { return each.AcceleratorKey() == press.Key; })) {
-        button->Invoke();
-        return {.Handled = true};
     }
     Button* pressed = nullptr;
     if (press.Key == VirtualKey::Enter || press.Key == VirtualKey::Space) {

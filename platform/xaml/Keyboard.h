@@ -48,9 +48,11 @@ struct KeyResponse {
 class Keyboard {
   public:
     /// Raises KeyDown at `focused`, the element that has the focus (null: at `root`, the window's content),
-    /// and above it. A press that no handler takes does what its key is for: Tab moves the focus, back with
-    /// Shift held; an accelerator key invokes its button from anywhere on the page; Enter and Space press the
-    /// focused button, Enter elsewhere the default button. All but Tab only without modifiers.
+    /// and above it. Then the page's keyboard accelerators with these keys are asked, whatever the handlers
+    /// said, since values take every key for themselves: only at the first press of a key that is held, and
+    /// last in reading order first. A press that neither takes does what its key is for: Tab moves the focus,
+    /// back with Shift held; Enter and Space press the focused button, Enter elsewhere the default button,
+    /// without modifiers.
     KeyResponse KeyDown(UIElement& root, UIElement* focused, const KeyPress& press);
 
     /// Raises KeyUp in the same way.

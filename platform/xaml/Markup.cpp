@@ -44,6 +44,7 @@ constexpr ElementKind kElements[] = {
 constexpr std::string_view kUidProperties[] = {"Text", "Content", "CloseButtonText",
                                                "AutomationProperties.Name", "ToolTipService.ToolTip"};
 
+constexpr std::string_view kAccelerators = ".KeyboardAccelerators";
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
 constexpr std::string_view kVisibilityOf = ".Visibility";
 constexpr std::string_view kOpposite = ".Visibility, Converter={StaticResource Opposite}";
@@ -105,7 +106,11 @@ class MarkupReader {
             if (child.type() != pugi::node_element) {
                 m_source.Fail(child, "text between elements is not supported; use an attribute");
             }
-            if (auto* const panel = dynamic_cast<Panel*>(&parent)) {
+            if (child.name() == node.name() + std::string(kAccelerators)) {
+                for (const auto& accelerator : child.children()) {
+                    parent.KeyboardAccelerators().push_back(ReadAccelerator(accelerator));
+                }
+            } else if (auto* const panel = dynamic_cast<Panel*>(&parent)) {
                 panel->Append(ReadElement(child));
             } else if (auto* const control = dynamic_cast<ContentControl*>(&parent);
                        control != nullptr && !control->Content()) {
@@ -133,7 +138,8 @@ class MarkupReader {
         }
     }
 
-    void SetValue(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,
+    template <typename Target>
+    void SetValue(Target& element, const pugi::xml_node& node, std::string_view name,
                   const std::string& value) {
         try {
             if (!markup::SetAttribute(element, name, value)) {
@@ -145,7 +151,8 @@ class MarkupReader {
         }
     }
 
-    void ReadTexts(FrameworkElement& element, const pugi::xml_node& node, const std::string& uid) {
+    template <typename Target>
+    void ReadTexts(Target& element, const pugi::xml_node& node, const std::string& uid) {
         const auto loader = ResourceLoader::GetForCurrentView();
         for (const auto property : kUidProperties) {
             std::string key = uid + "/" + std::string(property);
@@ -164,6 +171,24 @@ class MarkupReader {
             m_source.Fail(node, "there is no handler '" + name + "'");
         }
         return found->second;
+    }
+
+    std::shared_ptr<KeyboardAccelerator> ReadAccelerator(const pugi::xml_node& node) {
+        if (node.name() != std::string_view("KeyboardAccelerator")) {
+            m_source.Fail(node, "only <KeyboardAccelerator> can stand here");
+        }
+        auto accelerator = std::make_shared<KeyboardAccelerator>();
+        for (const auto& attribute : node.attributes()) {
+            const std::string_view name = attribute.name();
+            if (name == "x:Uid") {
+                ReadTexts(*accelerator, node, attribute.value());
+            } else if (name == "Invoked") {
+                accelerator->Invoked.Add(FindHandler(m_code.AcceleratorHandlers, node, attribute.value()));
+            } else {
+                SetValue(*accelerator, node, name, attribute.value());
+            }
+        }
+        return accelerator;
     }
 
     bool ReadEvent(FrameworkElement& element, const pugi::xml_node& node, std::string_view name,

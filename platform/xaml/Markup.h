@@ -24,6 +24,8 @@ struct ComponentCode {
     Handlers<const RoutedEventArgs&> EventHandlers{};
     /// For KeyDown and KeyUp.
     Handlers<KeyRoutedEventArgs&> KeyHandlers{};
+    /// For Invoked of a KeyboardAccelerator.
+    Handlers<KeyboardAcceleratorInvokedEventArgs&> AcceleratorHandlers{};
     /// Properties that Height="{x:Bind ...}" and Padding="{x:Bind ...}" may name. They are read at loading
     /// and at each RefreshBindings.
     std::map<std::u16string_view, std::function<double()>> Numbers{};

@@ -53,7 +53,9 @@ constexpr Word<TextTrimming> kTrimmings[] = {{"None", TextTrimming::None},
 constexpr Word<Symbol> kSymbols[] = {
     {"Copy", Symbol::Copy}, {"Volume", Symbol::Volume}, {"Back", Symbol::Back}};
 constexpr Word<GridLength> kGridLengths[] = {{"Auto", GridLength::Auto}, {"*", GridLength::Star}};
-constexpr Word<VirtualKey> kKeys[] = {{"Escape", VirtualKey::Escape}, {"Enter", VirtualKey::Enter}};
+constexpr Word<VirtualKeyModifiers> kModifiers[] = {{"Control", VirtualKeyModifiers::Control},
+                                                    {"Menu", VirtualKeyModifiers::Menu},
+                                                    {"Shift", VirtualKeyModifiers::Shift}};
 constexpr Word<int> kHeadingLevels[] = {{"None", 0}, {"Level1", 1}, {"Level2", 2}, {"Level3", 3}};
 
 std::vector<std::string> Pieces(std::string_view list) {
@@ -199,7 +201,6 @@ constexpr Attribute kAttributes[] = {
     {"Content", On<Button, SetContentText>},
     {"IsDefault", On<Button, [](Button& e, Value v) { e.IsDefault(OneOf(v, kBooleans)); }>},
     {"IsEnabled", On<Button, [](Button& e, Value v) { e.IsEnabled(OneOf(v, kBooleans)); }>},
-    {"AcceleratorKey", On<Button, [](Button& e, Value v) { e.AcceleratorKey(OneOf(v, kKeys)); }>},
     {"Text", On<TextBlock, [](TextBlock& e, Value v) { e.Text(FromUtf8(v)); }>},
     {"TextWrapping", On<TextBlock, [](TextBlock& e, Value v) { e.TextWrapping(OneOf(v, kWrappings)); }>},
     {"TextTrimming", On<TextBlock, [](TextBlock& e, Value v) { e.TextTrimming(OneOf(v, kTrimmings)); }>},
@@ -220,6 +221,24 @@ bool SetAttribute(FrameworkElement& element, std::string_view name, const std::s
     return std::any_of(std::begin(kAttributes), std::end(kAttributes), [&](const Attribute& attribute) {
         return attribute.name == name && attribute.set(element, value);
     });
+}
+
+bool SetAttribute(KeyboardAccelerator& accelerator, std::string_view name, const std::string& value) {
+    if (name == "Key") {
+        accelerator.Key = KeyOf(FromUtf8(value));
+        if (accelerator.Key == VirtualKey::None) {
+            throw BadValue{"there is no key '" + value + "'"};
+        }
+    } else if (name == "Modifiers") {
+        for (const auto& piece : Pieces(value)) {
+            accelerator.Modifiers = accelerator.Modifiers | OneOf(piece, kModifiers);
+        }
+    } else if (name == "AutomationProperties.Name") {
+        accelerator.Name = FromUtf8(value);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 std::string_view BoundName(std::string_view value) {

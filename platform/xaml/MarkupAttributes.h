@@ -15,6 +15,9 @@ struct BadValue {
 /// Sets the attribute on the element. False when this kind of element has no such attribute; throws BadValue.
 bool SetAttribute(FrameworkElement& element, std::string_view name, const std::string& value);
 
+/// The same for an accelerator: Key="H" Modifiers="Control,Shift".
+bool SetAttribute(KeyboardAccelerator& accelerator, std::string_view name, const std::string& value);
+
 /// The name in "{x:Bind Name}"; empty for any other value.
 std::string_view BoundName(std::string_view value);
 

@@ -82,18 +82,32 @@ inline constexpr Color Green{255, 0, 128, 0};
 }
 
 /// Keys by their virtual-key numbers; only the ones that anything here asks for have a name.
+/// Letters have the number of their capital character.
 enum class VirtualKey : std::uint32_t {
     None = 0,
     Tab = 9,
     Enter = 13,
     Escape = 27,
     Space = 32,
+    End = 35,
+    Home = 36,
     Left = 37,
     Up = 38,
     Right = 39,
     Down = 40,
+    Insert = 45,
     A = 65,
-    C = 67
+    C = 67,
+    Q = 81,
+    W = 87,
+    /// The menu key.
+    Application = 93,
+    F1 = 112,
+    F5 = 116,
+    F10 = 121,
+    GoBack = 166,
+    /// The platform has a number for it and no name.
+    QuestionMark = 191
 };
 
 /// Keys that are held while another one is pressed; a set of bits.
@@ -111,5 +125,8 @@ constexpr bool HasModifier(VirtualKeyModifiers set, VirtualKeyModifiers modifier
 
 /// The enumeration name of a key ("Tab"); empty for a key without one.
 std::u16string_view NameOf(VirtualKey key);
+
+/// The key of that name; None when there is none.
+VirtualKey KeyOf(std::u16string_view name);
 
 }  // namespace platform

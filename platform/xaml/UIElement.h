@@ -21,6 +21,24 @@ struct KeyRoutedEventArgs {
     bool Handled = false;
 };
 
+struct KeyboardAcceleratorInvokedEventArgs {
+    /// The key has done its work: nothing else is asked.
+    bool Handled = false;
+};
+
+/// A key combination that works from anywhere on the page while its element and all above it are visible.
+/// User-interface thread.
+struct KeyboardAccelerator {
+    VirtualKey Key = VirtualKey::None;
+    VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
+    bool IsEnabled = true;
+    /// What the list of shortcuts says of it; empty: the name of its element.
+    std::u16string Name{};
+    /// Raised with the element. Unless a handler sets Handled, the element is clicked if it is a button, else
+    /// the next one with the same keys is asked.
+    Event<UIElement&, KeyboardAcceleratorInvokedEventArgs&> Invoked{};
+};
+
 /// What a plain event of an element carries beside its sender.
 struct RoutedEventArgs {};
 
@@ -67,6 +85,12 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
 
     Event<UIElement&, KeyRoutedEventArgs&>& KeyDown() { return m_keyDown; }
     Event<UIElement&, KeyRoutedEventArgs&>& KeyUp() { return m_keyUp; }
+
+    /// The element's accelerators; see Keyboard for the order in which they are asked.
+    std::vector<std::shared_ptr<KeyboardAccelerator>>& KeyboardAccelerators() {
+        VerifyUserInterfaceThread();
+        return m_keyboardAccelerators;
+    }
 
     /// Raised each time the element has entered a window, after its children's.
     Event<UIElement&, const RoutedEventArgs&>& Loaded() { return m_loaded; }
@@ -131,6 +155,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     std::optional<platform::FlowDirection> m_flowDirection;
     Event<UIElement&, KeyRoutedEventArgs&> m_keyDown;
     Event<UIElement&, KeyRoutedEventArgs&> m_keyUp;
+    std::vector<std::shared_ptr<KeyboardAccelerator>> m_keyboardAccelerators;
     Event<UIElement&, const RoutedEventArgs&> m_loaded;
     Event<UIElement&, ElementProperty> m_propertyChanged;
     std::vector<std::function<void()>> m_bindings;

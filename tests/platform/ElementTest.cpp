@@ -40,7 +40,7 @@ TEST_F(ElementTest, AWorkerIsRefusedWithTheWrongThreadError) {
                                              [&] { full->RemoveAtEnd(); },
                                              [&] { box->Text(u"x"); },
                                              [&] { button->IsDefault(true); },
-                                             [&] { button->AcceleratorKey(VirtualKey::Tab); },
+                                             [&] { button->KeyboardAccelerators(); },
                                              [&] { std::make_shared<TextBlock>(); }};
     for (const auto& touch : touches) {
         std::optional<HResult> code;

@@ -44,10 +44,11 @@ class Contract(unittest.TestCase):
         # A text without handlers.
         world.say("set Label1 IsTextSelectionEnabled True")
         rows = [("Box1", "a", "keydown Box1 65", "keyup Box1 65"),
-                ("Box1", "Escape", "keydown Box1 27", "keyup Box1 27"),
+                ("Box1", "Escape", "keydown Box1 27", "clicked Cancel", "keyup Box1 27"),
                 ("Box1", "Return", "keydown Box1 13", "keyup Box1 13"),
                 ("Box1", "Tab", "keydown Box1 9"),
-                ("Label1", "Escape", "clicked Cancel"),
+                ("Label1", "ctrl+shift+c", "clicked Cancel"),
+                ("Label1", "ctrl+c"),
                 ("Label1", "Return", "clicked Ok"),
                 ("Label1", "space"),
                 ("Copy0", "shift+Escape"),

@@ -6,7 +6,7 @@ import tempfile
 
 from session import Stage, clipboard, focused, press, until, value, xdotool
 
-KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "a": 65}
+KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "a": 65, "c": 67}
 MODIFIERS = {"ctrl": 1, "alt": 2, "shift": 4}
 SEEN = {"Ok": ("push button", "OK"), "Cancel": ("push button", "Cancel"), "Expand": ("push button", "Show all"),
         "Copy0": ("push button", "Copy the product name"), "Value0": ("label", "Product name"),
