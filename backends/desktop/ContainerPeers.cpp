@@ -165,7 +165,13 @@ class ButtonPeer final : public ContentPeer {
           m_button(button),
           m_clicked(
               Widget(), "clicked",
-              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
+              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button),
+          m_toolTip(
+              Widget(), "query-tooltip",
+              [](GtkWidget*, int, int, gboolean, GtkTooltip* toolTip, gpointer self) -> gboolean {
+                  return static_cast<ButtonPeer*>(self)->ShowName(toolTip);
+              },
+              this) {
         // A button wider than its content has it in the middle.
         gtk_widget_set_halign(box, GTK_ALIGN_CENTER);
         gtk_widget_set_valign(box, GTK_ALIGN_CENTER);
@@ -175,32 +181,49 @@ class ButtonPeer final : public ContentPeer {
     void Update(ElementProperty property) override {
         ContentPeer::Update(property);
         if (property == ElementProperty::Children || property == ElementProperty::Accessibility) {
-            UpdateName();
+            FindName();
         } else if (property == ElementProperty::IsEnabled) {
             gtk_widget_set_sensitive(Widget(), m_button.IsEnabled());
             Client().ContentChanged();
         }
     }
 
-    void TextBelowChanged() override { UpdateName(); }
+    void TextBelowChanged() override { FindName(); }
 
   private:
-    /// The name of a button without one is the text in it; a button without text says its name in a tool tip.
-    void UpdateName() {
+    /// A screen reader says each change of a property. A changed label of a button it does not: an
+    /// announcement tells what happened, and nobody hears the old name once more when it comes back.
+    void UpdateName(const std::string& name) override {
+        if (!m_name) {
+            m_name = Share(gtk_label_new(nullptr));
+            IsCalledBy({m_name.get()});
+        }
+        gtk_label_set_text(GTK_LABEL(m_name.get()), name.c_str());
+    }
+
+    /// A button without text shows its name in a tool tip, which is no description: it would be read twice.
+    bool ShowName(GtkTooltip* toolTip) const {
+        const bool isNeeded = m_name && Element().Accessibility().ToolTip.empty();
+        if (isNeeded) {
+            gtk_tooltip_set_text(toolTip, gtk_label_get_text(GTK_LABEL(m_name.get())));
+        }
+        return isNeeded;
+    }
+
+    /// The name of a button without one is the text in it.
+    void FindName() {
         const auto& accessibility = Element().Accessibility();
-        auto* const accessible = GTK_ACCESSIBLE(Widget());
         std::vector<GtkWidget*> texts;
         for (const auto* const child : Element().Children()) {
             AddTexts(*child, texts);
         }
-        if (texts.empty() && accessibility.ToolTip.empty() && !accessibility.Name.empty()) {
-            gtk_widget_set_tooltip_text(Widget(), platform::ToValidUtf8(accessibility.Name).c_str());
-            // The toolkit has made it the description as well, which would be read after the name.
-            gtk_accessible_reset_property(accessible, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+        gtk_widget_set_has_tooltip(Widget(), !accessibility.ToolTip.empty() || m_name);
+        if (!texts.empty() && accessibility.Name.empty() && accessibility.LabeledBy == nullptr) {
+            IsCalledBy(texts);
         }
-        if (texts.empty() || !accessibility.Name.empty() || accessibility.LabeledBy != nullptr) {
-            return;
-        }
+    }
+
+    void IsCalledBy(const std::vector<GtkWidget*>& texts) {
         GList* list = nullptr;
         for (auto* const text : texts) {
             list = g_list_append(list, text);
@@ -209,7 +232,7 @@ class ButtonPeer final : public ContentPeer {
         GValue value = G_VALUE_INIT;
         gtk_accessible_relation_init_value(relation, &value);
         g_value_set_pointer(&value, list);
-        gtk_accessible_update_relation_value(accessible, 1, &relation, &value);
+        gtk_accessible_update_relation_value(GTK_ACCESSIBLE(Widget()), 1, &relation, &value);
         g_value_unset(&value);
     }
 
@@ -228,6 +251,9 @@ class ButtonPeer final : public ContentPeer {
 
     platform::Button& m_button;
     Signal m_clicked;
+    Signal m_toolTip;
+    /// Not on the screen. Null for a button that is called by the text in it.
+    GObjectPtr<GtkWidget> m_name;
 };
 
 }  // namespace

@@ -27,6 +27,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     bool Resize(platform::Size size) override;
     platform::Size VisibleSize() override;
     platform::OverlayInsets SystemOverlayInsets() override;
+    void Announce(std::u16string_view text) override;
     void Close() override;
 
     GtkWindow* Widget() const { return m_window.get(); }
@@ -49,6 +50,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     void Forget(GtkPeer& peer) override;
 
     void UpdateFocus();
+    void FocusMoved();
     void UpdateDirection();
     void UnitChanged(double before);
     /// The largest width and height of the screens.
@@ -84,6 +86,9 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     const platform::UIElement* m_titleBar = nullptr;
     GtkPeer* m_dragArea = nullptr;
     std::vector<GtkPeer*> m_awaitingLabel;
+    /// Its description is an announcement still.
+    GtkPeer* m_announcing = nullptr;
+    DeferredCall m_descriptionRestore;
     /// The size requested by Resize and not yet applied.
     std::optional<PixelSize> m_wish;
     /// Asks again for the size while it has not come.

@@ -209,16 +209,36 @@ void GtkPeer::UpdateStyle() {
     }
 }
 
+void GtkPeer::Describe(std::u16string_view text) {
+    gtk_accessible_update_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                   platform::ToValidUtf8(text).c_str(), -1);
+}
+
+void GtkPeer::RestoreDescription() {
+    if (const auto& toolTip = m_element.Accessibility().ToolTip; !toolTip.empty()) {
+        Describe(toolTip);
+    } else {
+        gtk_accessible_reset_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+    }
+}
+
+void GtkPeer::UpdateName(const std::string& name) {
+    gtk_accessible_update_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(), -1);
+}
+
 void GtkPeer::UpdateAccessibility() {
     const auto& accessibility = m_element.Accessibility();
     const auto toolTip = platform::ToValidUtf8(accessibility.ToolTip);
-    // The toolkit makes the tool tip the description as well.
-    gtk_widget_set_tooltip_text(Widget(), toolTip.empty() ? nullptr : toolTip.c_str());
+    // The toolkit makes the tool tip the description as well, which a screen reader says when it is set.
+    if (const auto* const present = gtk_widget_get_tooltip_text(Widget());
+        toolTip != (present != nullptr ? present : "")) {
+        gtk_widget_set_tooltip_text(Widget(), toolTip.empty() ? nullptr : toolTip.c_str());
+    }
 
     auto* const accessible = GTK_ACCESSIBLE(Widget());
     const auto name = platform::ToValidUtf8(accessibility.Name);
     if (!name.empty()) {
-        gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(), -1);
+        UpdateName(name);
     }
     if (accessibility.HeadingLevel > 0) {
         gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_LEVEL, accessibility.HeadingLevel,
@@ -237,7 +257,9 @@ void GtkPeer::UpdateAccessibility() {
             m_client.AwaitLabel(*this);
         }
     };
-    relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, accessibility.LabeledBy);
+    if (name.empty()) {
+        relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, accessibility.LabeledBy);
+    }
     relate(GTK_ACCESSIBLE_RELATION_DESCRIBED_BY, accessibility.DescribedBy);
 }
 

@@ -38,6 +38,10 @@ class GtkPeer : public platform::ElementPeer {
     /// A text somewhere below has appeared or disappeared.
     virtual void TextBelowChanged() {}
 
+    /// Has assistive technology describe the element by `text` in place of its tool tip.
+    void Describe(std::u16string_view text);
+    void RestoreDescription();
+
     /// The element's area moves the window, or no longer does.
     void MakeDragArea(bool dragArea);
 
@@ -51,6 +55,9 @@ class GtkPeer : public platform::ElementPeer {
     std::vector<Cell> ChildCells() const;
     /// The children's widgets, in reading order.
     std::vector<GtkWidget*> ChildWidgets() const;
+
+    /// The element's name is not empty.
+    virtual void UpdateName(const std::string& name);
 
   private:
     void UpdateDirection();

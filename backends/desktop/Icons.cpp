@@ -188,7 +188,7 @@ constexpr Icon kIcons[] = {
     {u'\uE73E', 16, false, kCheck},
     {u'\uE738', 16, false, kDash},
     {static_cast<char16_t>(platform::Symbol::Volume), 16, true, kSpeak},
-    {u'\uE71A', 16, false, kStop},
+    {static_cast<char16_t>(platform::Symbol::Stop), 16, false, kStop},
     {u'\uE890', 16, false, kEye},
     {u'\uED1A', 16, false, kEyeoff},
     {u'\uE972', 16, false, kDown},

@@ -82,6 +82,7 @@ class HeadlessWindow::WindowPeer final : public platform::WindowPeer {
     }
     platform::Size VisibleSize() override { return m_window.m_size; }
     platform::OverlayInsets SystemOverlayInsets() override { return m_window.m_insets; }
+    void Announce(std::u16string_view text) override { m_window.m_announced.emplace_back(text); }
     void Close() override { m_window.m_shown = false; }
 
   private:

@@ -18,6 +18,9 @@ class HeadlessWindow {
     platform::UIElement* Content() const { return m_content; }
     platform::UIElement* TitleBar() const { return m_titleBar; }
 
+    /// What a screen reader has said beside names and values, since the start.
+    const std::vector<std::u16string>& Announced() const { return m_announced; }
+
     /// Null when nothing on the page can have the focus.
     platform::UIElement* Focused();
 
@@ -51,6 +54,7 @@ class HeadlessWindow {
     platform::UIElement* m_content = nullptr;
     platform::UIElement* m_titleBar = nullptr;
     platform::UIElement* m_focused = nullptr;
+    std::vector<std::u16string> m_announced;
     platform::Keyboard m_keyboard;
     platform::WindowClient* m_client = nullptr;
 };

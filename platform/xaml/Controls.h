@@ -41,6 +41,8 @@ class TextBlock : public FrameworkElement {
     const std::u16string& Text() const { return m_text; }
     void Text(std::u16string value) { Set(m_text, std::move(value), ElementProperty::Text); }
 
+    std::u16string SpokenText() const override { return m_text; }
+
     platform::TextWrapping TextWrapping() const { return m_wrapping; }
     void TextWrapping(platform::TextWrapping value) { Set(m_wrapping, value, ElementProperty::Text); }
 
@@ -126,6 +128,9 @@ class ProgressRing : public FrameworkElement {
   public:
     bool IsActive() const { return m_isActive; }
     void IsActive(bool value) { Set(m_isActive, value, ElementProperty::IsActive); }
+
+    /// At rest it says nothing.
+    std::u16string SpokenText() const override { return m_isActive ? Accessibility().Name : u""; }
 
   private:
     bool m_isActive = false;

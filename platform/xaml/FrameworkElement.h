@@ -36,6 +36,9 @@ struct ElementAccessibility {
     std::optional<bool> IsExpanded;
     /// 1 to 9; 0 for no heading.
     int HeadingLevel = 0;
+    /// Whether a screen reader says the element's text when it has become another one, or visible. Polite and
+    /// Assertive sound alike.
+    AutomationLiveSetting LiveSetting = AutomationLiveSetting::Off;
     std::u16string ToolTip;
     bool operator==(const ElementAccessibility&) const = default;
 };
@@ -67,6 +70,16 @@ class FrameworkElement : public UIElement {
     void Accessibility(ElementAccessibility value) {
         Set(m_accessibility, std::move(value), ElementProperty::Accessibility);
     }
+
+    /// Has a screen reader say `text` once; nothing happens outside a window.
+    void RaiseNotificationEvent(std::u16string_view text) const;
+
+    /// What a screen reader calls the element: its name, or else the visible texts in it.
+    virtual std::u16string SpokenText() const;
+
+  protected:
+    /// Announces an element with a live setting.
+    void Changed(ElementProperty property) override;
 
   private:
     std::u16string m_name;

@@ -51,11 +51,14 @@ constexpr Word<TextWrapping> kWrappings[] = {{"NoWrap", TextWrapping::NoWrap}, {
 constexpr Word<TextTrimming> kTrimmings[] = {{"None", TextTrimming::None},
                                              {"CharacterEllipsis", TextTrimming::CharacterEllipsis}};
 constexpr Word<Symbol> kSymbols[] = {
-    {"Copy", Symbol::Copy}, {"Volume", Symbol::Volume}, {"Back", Symbol::Back}};
+    {"Copy", Symbol::Copy}, {"Volume", Symbol::Volume}, {"Back", Symbol::Back}, {"Stop", Symbol::Stop}};
 constexpr Word<GridLength> kGridLengths[] = {{"Auto", GridLength::Auto}, {"*", GridLength::Star}};
 constexpr Word<VirtualKeyModifiers> kModifiers[] = {{"Control", VirtualKeyModifiers::Control},
                                                     {"Menu", VirtualKeyModifiers::Menu},
                                                     {"Shift", VirtualKeyModifiers::Shift}};
+constexpr Word<AutomationLiveSetting> kLiveSettings[] = {{"Off", AutomationLiveSetting::Off},
+                                                         {"Polite", AutomationLiveSetting::Polite},
+                                                         {"Assertive", AutomationLiveSetting::Assertive}};
 constexpr Word<int> kHeadingLevels[] = {{"None", 0}, {"Level1", 1}, {"Level2", 2}, {"Level3", 3}};
 
 std::vector<std::string> Pieces(std::string_view list) {
@@ -182,6 +185,8 @@ constexpr Attribute kAttributes[] = {
     {"AutomationProperties.Name", On<E, [](E& e, Value v) { SetAccessibility<&A::Name>(e, FromUtf8(v)); }>},
     {"AutomationProperties.HeadingLevel",
      On<E, [](E& e, Value v) { SetAccessibility<&A::HeadingLevel>(e, OneOf(v, kHeadingLevels)); }>},
+    {"AutomationProperties.LiveSetting",
+     On<E, [](E& e, Value v) { SetAccessibility<&A::LiveSetting>(e, OneOf(v, kLiveSettings)); }>},
     {"ToolTipService.ToolTip", On<E, [](E& e, Value v) { SetAccessibility<&A::ToolTip>(e, FromUtf8(v)); }>},
     {"Padding", On<Panel, [](Panel& e, Value v) { e.Padding(ParseThickness(v)); }>},
     {"Padding", On<ContentControl, [](ContentControl& e, Value v) { e.Padding(ParseThickness(v)); }>},

@@ -69,6 +69,10 @@ class WindowPeer {
 
     virtual OverlayInsets SystemOverlayInsets() = 0;
 
+    /// Has a screen reader say `text` once, after what it is saying. Nothing is said while another window is
+    /// in use.
+    virtual void Announce(std::u16string_view text) = 0;
+
     /// Takes the window off the screen.
     virtual void Close() = 0;
 };

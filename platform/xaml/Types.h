@@ -14,7 +14,8 @@ enum class VerticalAlignment { Top = 0, Center = 1, Bottom = 2, Stretch = 3 };
 enum class Orientation { Vertical = 0, Horizontal = 1 };
 enum class TextWrapping { NoWrap = 1, Wrap = 2 };
 enum class TextTrimming { None = 0, CharacterEllipsis = 1 };
-enum class Symbol { Copy = 57711, Volume = 57749, Back = 57618 };
+enum class AutomationLiveSetting { Off = 0, Polite = 1, Assertive = 2 };
+enum class Symbol { Copy = 57711, Volume = 57749, Back = 57618, Stop = 57691 };
 
 /// Which part of an element has changed, for its peer.
 enum class ElementProperty {
@@ -31,7 +32,7 @@ enum class ElementProperty {
     Icon,
     IsActive,
     IsEnabled,
-    /// Accessible name, labelling element, heading level, tool tip.
+    /// Accessible name, labelling element, heading level, live setting, tool tip.
     Accessibility,
 };
 

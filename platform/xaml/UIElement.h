@@ -135,7 +135,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     }
 
     /// Updates the peer and raises PropertyChanged.
-    void Changed(ElementProperty property);
+    virtual void Changed(ElementProperty property);
 
     /// Adding a child is three steps: Adopt refuses an element that has a parent, the derived class stores
     /// the child, and Attached takes it into the window. Removing is two: the derived class drops it from its

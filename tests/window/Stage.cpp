@@ -215,15 +215,20 @@ class Stage final : public platform::Application {
         });
     }
 
-    /// What a user perceives without a screen: the focus, how many characters have been heard, the clipboard.
+    /// What a user perceives without a screen: the focus, how many characters have been heard, the clipboard,
+    /// what was announced.
     void Look() {
         std::size_t heard = 0;
         for (const auto& sound : m_headless->Spoken().Sounds()) {
             heard += sound.State == headless::HeadlessSpeech::SoundState::Ended ? sound.Text.size() : 0;
         }
         const auto* const focused = m_headless->Window().Focused();
+        std::string announced;
+        for (const auto& text : m_headless->Window().Announced()) {
+            announced += "\t" + platform::ToUtf8(text);
+        }
         Tell("looks\t" + (focused != nullptr ? NameOf(*focused) : "") + "\t" + std::to_string(heard) + "\t" +
-             platform::ToUtf8(m_headless->ClipboardText()));
+             platform::ToUtf8(m_headless->ClipboardText()) + announced);
     }
 
     void Read(Words& words) {
@@ -280,6 +285,8 @@ const std::map<std::string, Stage::Command, std::less<>> Stage::kCommands = {
          package.SetText(platform::FromUtf8(Rest(words)));
          platform::Clipboard::SetContent(package);
      }},
+    {"announce", [](Stage& stage,
+                    Words& words) { stage.m_page->RaiseNotificationEvent(platform::FromUtf8(Rest(words))); }},
     {"reload", [](Stage& stage, Words&) { stage.Reload(); }},
     {"picture",
      [](Stage& stage, Words& words) {

@@ -188,5 +188,24 @@ def tab(program):
     return moved[0].get_name()
 
 
+class Ear:
+    """What a screen reader says without being asked: a new name or description of what has the focus. Orca 43 does so,
+    and says nothing of live regions."""
+
+    def __init__(self, program):
+        self.said = []
+        self.focus, self.name = focused(program).path, None
+        self.listener = Atspi.EventListener.new(self.listen)
+        for event in "state-changed:focused", "property-change:accessible-name", "property-change:accessible-description":
+            self.listener.register(f"object:{event}")
+
+    def listen(self, event):
+        if event.type.startswith("object:state-changed"):
+            self.focus, self.name = (event.source.path, event.source.get_name()) if event.detail1 else (None, None)
+        elif event.source.path == self.focus and event.any_data and (
+                event.type.endswith("description") or event.any_data != self.name):
+            self.said.append(event.any_data)
+
+
 def press(program, name):
     shown(program, "push button", name).do_action(0)

@@ -3,7 +3,7 @@
 import sys
 import unittest
 
-from session import until
+from session import find, until
 from worlds import Desktop, Headless
 
 START = {"headless": Headless, "desktop": Desktop}[sys.argv.pop(1)]
@@ -93,6 +93,31 @@ class Contract(unittest.TestCase):
             with self.subTest(command):
                 world.say(command)
                 world.sees(element, text)
+
+    def test_announcements_are_heard_once(self):
+        world = self.start()
+        # Whether what has the focus has a tool tip of its own or not.
+        world.say("set Copy0 ToolTipService.ToolTip To the clipboard", "set Label1 AutomationProperties.LiveSetting Polite",
+                  "set Bar AutomationProperties.LiveSetting Polite", "set Ring AutomationProperties.LiveSetting Assertive")
+        expected = []
+        for focus in "Ok", "Copy0", "Box1", "Copy0":
+            world.say(f"focus {focus}")
+            world.has_focus(focus)
+            for command, *said in (("announce Copied", "Copied"), ("set Label1 Text " + focus, focus),
+                                   ("set Label0 Text " + focus,), ("set Label1 Visibility Collapsed",),
+                                   ("set Label1 Text Charging",), ("set Label1 Visibility Visible", "Charging"),
+                                   ("set Bar Visibility Collapsed",), ("set Bar Visibility Visible", "Stage Reading"),
+                                   ("set Ring IsActive False",), ("set Ring IsActive True", "Reading"),
+                                   ("set Copy0 AutomationProperties.Name Copied",),
+                                   ("set Copy0 AutomationProperties.Name Copy the product name",)):
+                world.say(command)
+                expected += said
+            until(lambda: world.announced() == expected, f"{expected[-5:]}, not {world.announced()[-5:]}")
+        if START is Desktop:
+            self.assertEqual(find(world, "push button", "Copy the product name").get_description(), "Reading")
+            world.say("focus Ok")
+            until(lambda: find(world, "push button", "Copy the product name").get_description() == "To the clipboard", "")
+            self.assertEqual(world.announced(), expected)
 
     def test_the_dispatcher_queues_in_order_and_keeps_failures_to_the_task(self):
         world = self.start()

@@ -4,7 +4,7 @@ import os
 import subprocess
 import tempfile
 
-from session import Stage, clipboard, focused, press, until, value, xdotool
+from session import Ear, Stage, clipboard, focused, press, until, value, xdotool
 
 KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "a": 65, "c": 67}
 MODIFIERS = {"ctrl": 1, "alt": 2, "shift": 4}
@@ -68,6 +68,9 @@ class Headless(World):
     def clipboard(self):
         return self.look()[3]
 
+    def announced(self):
+        return self.look()[4:]
+
     def text(self, element):
         self.say(f"read {element}")
         seen, text = self.heard(("reads", "hidden")).split("\t")
@@ -94,6 +97,10 @@ class Desktop(World):
         super().__init__(PULSE_SERVER=f"unix:{socket}")
         self.heard("launched")
         xdotool("windowfocus", "--sync", self.window)
+        self.ear = Ear(self)
+
+    def announced(self):
+        return self.ear.said
 
     def __exit__(self, *unused):
         super().__exit__()
