@@ -8,6 +8,7 @@
 #include "pages/CachedRecord.h"
 #include "pages/main/MachineTexts.h"
 #include "pages/main/SystemInfoRecord.h"
+#include "pages/usbc/TypeCPorts.h"
 #include "pages/usbc/USBTypeCRecord.h"
 #include "platform/core/Text.h"
 #include "platform/data/JsonObject.h"
@@ -107,9 +108,9 @@ bool HasValues(const Values& values) {
     return !std::ranges::all_of(values, &std::u16string::empty);
 }
 
-/// `label` is a resource key. What would forge rows or steer the terminal becomes a blank.
-std::string TextLine(std::u16string_view label, const std::u16string& value, const DisplayTexts& texts) {
-    auto line = texts.Lookup(label) + (value.empty() ? u":" : u": ") + value;
+/// What would forge rows or steer the terminal becomes a blank.
+std::string TextLine(const std::u16string& label, const std::u16string& value) {
+    auto line = label + (value.empty() ? u":" : u": ") + value;
     std::ranges::replace_if(line, platform::SteersTerminal, u' ');
     return platform::ToValidUtf8(line) + "\n";
 }
@@ -119,7 +120,7 @@ std::string TextLines(std::span<const Field> fields, const Values& values, const
     std::string lines;
     for (const auto& field : fields) {
         if (field.place < values.size()) {
-            lines += TextLine(field.label, values[field.place], texts);
+            lines += TextLine(texts.Lookup(field.label), values[field.place]);
         }
     }
     return lines;
@@ -131,8 +132,20 @@ std::string MachineLines(const DisplayTexts& texts) {
     if (const auto details = MainViewModel::GetInstance()->Details()) {
         for (const auto& [label, value] : {std::pair(u"MachineKindLabel/Text", MachineKind(*details, texts)),
                                            std::pair(u"MachineMakerLabel/Text", details->Maker.Value)}) {
-            lines += value.empty() ? "" : TextLine(label, value, texts);
+            lines += value.empty() ? "" : TextLine(texts.Lookup(label), value);
         }
+    }
+    return lines;
+}
+
+/// A line for each port, as far as the details tell them.
+std::string PortLines(const DisplayTexts& texts) {
+    const auto details = MainViewModel::GetInstance()->Details();
+    const auto ports = details ? TextsOfPorts(details->Ports, texts) : std::vector<TypeCPortTexts>();
+    std::string lines;
+    for (const auto& port : ports) {
+        lines += TextLine(Joined(u"ListOfTwo/Text", {port.Name, port.Place}, texts),
+                          Joined(u"UsbTypeCTwoFacts/Text", {port.Abilities, port.Power}, texts));
     }
     return lines;
 }
@@ -215,7 +228,7 @@ std::string MachineAs(OutputFormat format) {
                 TextLines(rows.subspan(1), values, texts);
     if (const auto ports = UsbTypeC(texts); HasValues(ports)) {
         text += "\n" + platform::ToValidUtf8(texts.Lookup(u"UsbTypeCTitle/Text")) + "\n" +
-                TextLines(kUsbTypeC, ports, texts);
+                TextLines(kUsbTypeC, ports, texts) + PortLines(texts);
     }
     return text;
 }

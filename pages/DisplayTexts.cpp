@@ -15,6 +15,17 @@ std::u16string Filled(std::u16string text,
     return text;
 }
 
+std::u16string Joined(std::u16string_view key, const std::vector<std::u16string>& parts,
+                      const DisplayTexts& texts) {
+    std::u16string list;
+    for (const auto& part : parts) {
+        list = list.empty()   ? part
+               : part.empty() ? list
+                              : Filled(texts.Lookup(key), {{u"{first}", list}, {u"{second}", part}});
+    }
+    return list;
+}
+
 DisplayTexts PackageTexts() {
     return {.Lookup =
                 [](std::u16string_view key) {

@@ -5,6 +5,7 @@
 #include "pages/CachedRecord.h"
 #include "pages/KeyRule.h"
 #include "pages/WorkThenShow.h"
+#include "pages/usbc/TypeCPorts.h"
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Window.h"
 
@@ -17,6 +18,8 @@ constexpr platform::Size kViewSize{.Width = 640, .Height = 210};
 /// The markup's names: box n shows field n; a label for each box, then the two headings.
 constexpr std::u16string_view kValueNames[] = {u"UsbTypeCValue1", u"UsbTypeCValue2", u"UsbTypeCValue3",
                                                u"UsbTypeCValue4", u"UsbTypeCValue5", u"UsbTypeCValue6"};
+constexpr std::u16string_view kNoteNames[] = {u"UsbTypeCNote1", u"UsbTypeCNote2", u"UsbTypeCNote3",
+                                              u"UsbTypeCNote4", u"UsbTypeCNote5", u"UsbTypeCNote6"};
 /// Of the four support texts, which begin with the second field.
 constexpr std::array<std::u16string_view, 4> kIconNames = {u"UsbTypeCIcon2", u"UsbTypeCIcon3",
                                                            u"UsbTypeCIcon4", u"UsbTypeCIcon5"};
@@ -50,6 +53,7 @@ void USBTypeCPage::InitializeComponent() {
                          {u"KeyboardKeyUpEvent", on(&USBTypeCPage::KeyboardKeyUpEvent)}}});
     for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
         m_values[i] = elements.Find<platform::TextBox>(kValueNames[i]);
+        m_notes[i] = elements.Find<platform::TextBlock>(kNoteNames[i]);
     }
     for (std::size_t i = 0; i < kIconNames.size(); ++i) {
         m_icons[i + 1] = elements.Find<platform::FontIcon>(kIconNames[i]);
@@ -57,6 +61,8 @@ void USBTypeCPage::InitializeComponent() {
     for (std::size_t i = 0; i < kLabels; ++i) {
         m_labels[i] = elements.Find<platform::TextBlock>(kLabelNames[i]);
     }
+    m_eachPort = elements.Find<platform::UIElement>(u"UsbTypeCEachPort");
+    m_ports = elements.Find<platform::Panel>(u"UsbTypeCPorts");
 }
 
 void USBTypeCPage::AddCustomTitleBar() {
@@ -73,6 +79,7 @@ void USBTypeCPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
         if (viewModel->IsUsbTypeCInfoReadCompleted() && viewModel->IsRpcInitialised()) {
             trace.Verbose(u"Already Updated USBTypeCInfoDetails - success");
             UpdateUIWithTypeCDataAvailable();
+            ShowPortsWhenKnown();
         } else {
             UpdateUSBTypeCInfoDetails(args);
         }
@@ -112,6 +119,7 @@ void USBTypeCPage::UpdateUSBTypeCInfoDetails(const platform::NavigationEventArgs
                     StopRing(page->m_titleBar);
                     page->LaunchUsbPageLabelsVisible(true);
                 }
+                page->ShowPortsWhenKnown();
             });
     });
 }
@@ -126,19 +134,77 @@ void USBTypeCPage::UpdateUIWithTypeCDataAvailable() {
 
 void USBTypeCPage::UpdateUI(const std::u16string& record) {
     Traced(u"Kelvane::USBTypeCPage::UpdateUI", [&] {
-        const auto reading = InterpretUsbTypeC(record, PackageTexts());
+        m_reading = InterpretUsbTypeC(record, PackageTexts());
         for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
-            if (const auto& value = reading.Values[i]) {
+            if (const auto& value = m_reading.Values[i]) {
                 m_values[i]->Text(*value);
             }
-            if (const auto& supports = reading.Supports[i]) {
+            if (const auto& supports = m_reading.Supports[i]) {
                 m_icons[i]->Glyph(std::u16string(*supports ? kSupportedGlyph : kNotSupportedGlyph));
                 m_icons[i]->Style(*supports ? u"Supported" : u"NotSupported");
                 m_icons[i]->Visibility(platform::Visibility::Visible);
             }
         }
-        WriteLines(reading.Lines);
+        WriteLines(m_reading.Lines);
     });
+}
+
+void USBTypeCPage::ShowPortsWhenKnown() {
+    Traced(u"Kelvane::USBTypeCPage::ShowPortsWhenKnown", [this](const Trace& trace) {
+        const auto viewModel = MainViewModel::GetInstance();
+        const auto details = viewModel->Details();
+        ShowPorts(details.get());
+        if (const auto window = WindowOfThread(trace)) {
+            ThenShow(viewModel->DetailsRead(), window->Dispatcher(),
+                     [viewModel, details,
+                      weak = std::weak_ptr(std::static_pointer_cast<USBTypeCPage>(shared_from_this()))] {
+                         const auto page = weak.lock();
+                         if (const auto now = viewModel->Details(); page && now != details) {
+                             page->ShowPorts(now.get());
+                         }
+                     });
+        }
+    });
+}
+
+void USBTypeCPage::ShowPorts(const MachineDetails* details) {
+    Traced(u"Kelvane::USBTypeCPage::ShowPorts", [&] {
+        const auto texts = PackageTexts();
+        const auto ports = details != nullptr ? details->Ports : std::vector<TypeCPortDetails>();
+        const auto notes = NotesOfValues(m_reading, ports, texts);
+        for (std::size_t i = 0; i < kUsbTypeCFields; ++i) {
+            ShowNote(i, notes[i]);
+        }
+        while (m_ports->Size() > 0) {
+            m_ports->RemoveAtEnd();
+        }
+        for (const auto& port : TextsOfPorts(ports, texts)) {
+            const auto row = std::make_shared<platform::UserControl>();
+            const auto elements = platform::LoadComponent(*row, u"ms-appx:///USBTypeCPort.xaml", {});
+            elements.Find<platform::TextBlock>(u"UsbTypeCPort")->Text(port.Name);
+            const auto place = elements.Find<platform::TextBlock>(u"UsbTypeCPortPlace");
+            place->Text(port.Place);
+            place->Visibility(port.Place.empty() ? platform::Visibility::Collapsed
+                                                 : platform::Visibility::Visible);
+            const auto abilities = elements.Find<platform::TextBox>(u"UsbTypeCPortAbilities");
+            abilities->Text(port.Abilities);
+            auto accessibility = abilities->Accessibility();
+            accessibility.ToolTip = port.Source;
+            abilities->Accessibility(std::move(accessibility));
+            elements.Find<platform::TextBlock>(u"UsbTypeCPortPower")->Text(port.Power);
+            m_ports->Append(row);
+        }
+        m_eachPort->Visibility(ports.empty() ? platform::Visibility::Collapsed
+                                             : platform::Visibility::Visible);
+    });
+}
+
+void USBTypeCPage::ShowNote(std::size_t field, const std::u16string& note) {
+    auto& element = *m_notes[field];
+    element.Text(note);
+    element.Visibility(note.empty() ? platform::Visibility::Collapsed : platform::Visibility::Visible);
+    // In the place of a value that is not there.
+    platform::Grid::SetRow(element, m_values[field]->Text().empty() ? 0 : 1);
 }
 
 void USBTypeCPage::LaunchUsbPageLabelsVisible(bool visible) {

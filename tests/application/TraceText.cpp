@@ -64,7 +64,7 @@ bool IsOfDetails(const platform::etl::TraceEvent& event) {
     // With what the page shows of them.
     constexpr std::u16string_view kBeginnings[] = {
         u"| Machine", u"Kelvane::MainViewModel::ReadMachineDetails", u"Kelvane::MainPage::ShowDetailsAfter",
-        u"Kelvane::MainPage::ShowMachineDetails"};
+        u"Kelvane::MainPage::ShowMachineDetails", u"Kelvane::USBTypeCPage::ShowPorts"};
     return std::ranges::any_of(kBeginnings,
                                [&](std::u16string_view name) { return event.Text.starts_with(name); }) ||
            event.Text.find(u" tip \"") != std::u16string::npos;
