@@ -279,21 +279,30 @@ platform::OverlayInsets DesktopWindow::SystemOverlayInsets() {
 }
 
 void DesktopWindow::Announce(std::u16string_view text) {
+    m_announcements.emplace_back(text);
+    if (!m_focusUpdate.IsPending()) {
+        AnnounceWaiting();
+    }
+}
+
+void DesktopWindow::AnnounceWaiting() {
     // The toolkit has no live regions before version 4.14. But a screen reader says each change of the
     // description of what has the focus, if it is not empty: a tool tip is restored when the focus has moved.
+    const auto announcements = std::exchange(m_announcements, {});
     auto* const peer = GtkPeer::Around(gtk_window_get_focus(m_window.get()));
-    if (peer == nullptr) {
+    if (peer == nullptr || announcements.empty()) {
         return;
     }
-    peer->Describe(text);
+    for (const auto& text : announcements) {
+        peer->Describe(text);
+    }
     if (m_announcing != nullptr && m_announcing != peer) {
         m_announcing->RestoreDescription();
     }
-    m_announcing = nullptr;
+    m_announcing = peer;
     if (peer->Element().Accessibility().ToolTip.empty()) {
         peer->RestoreDescription();
-    } else {
-        m_announcing = peer;
+        m_announcing = nullptr;
     }
 }
 
@@ -348,7 +357,10 @@ void DesktopWindow::UpdateDirection() {
 
 void DesktopWindow::ContentChanged() {
     if (!m_focusUpdate.IsPending()) {
-        m_focusUpdate.Schedule(G_PRIORITY_DEFAULT, [this] { UpdateFocus(); });
+        m_focusUpdate.Schedule(G_PRIORITY_DEFAULT, [this] {
+            UpdateFocus();
+            AnnounceWaiting();
+        });
     }
 }
 

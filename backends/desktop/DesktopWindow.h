@@ -51,6 +51,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
 
     void UpdateFocus();
     void FocusMoved();
+    void AnnounceWaiting();
     void UpdateDirection();
     void UnitChanged(double before);
     /// The largest width and height of the screens.
@@ -86,6 +87,8 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     const platform::UIElement* m_titleBar = nullptr;
     GtkPeer* m_dragArea = nullptr;
     std::vector<GtkPeer*> m_awaitingLabel;
+    /// What is announced when the focus is where it belongs.
+    std::vector<std::u16string> m_announcements;
     /// Its description is an announcement still.
     GtkPeer* m_announcing = nullptr;
     DeferredCall m_descriptionRestore;

@@ -14,8 +14,9 @@ class Engine final : public platform::SpeechEngine {
     std::vector<platform::VoiceInformation> Voices() override { return m_synthesizer.Voices(); }
 
     platform::SpeechSynthesisStream Synthesize(std::u16string_view text,
-                                               const platform::VoiceInformation& voice) override {
-        return m_synthesizer.Synthesize(text, voice);
+                                               const platform::VoiceInformation& voice,
+                                               double rate) override {
+        return m_synthesizer.Synthesize(text, voice, rate);
     }
 
     std::unique_ptr<platform::Playback> Play(std::shared_ptr<const platform::SpeechSynthesisStream> stream,

@@ -146,6 +146,10 @@ bool SpeechLibrary::SelectVoice(const std::string& name) {
     return espeak_SetVoiceByName(name.c_str()) == EE_OK;
 }
 
+void SpeechLibrary::SetRate(double rate) {
+    espeak_SetParameter(espeakRATE, static_cast<int>(espeakRATE_NORMAL * rate), 0);
+}
+
 template <typename Speak>
 SpeechLibrary::Samples SpeechLibrary::Record(Speak speak) {
     Recording recording{.samples = {}, .ending = m_ending};

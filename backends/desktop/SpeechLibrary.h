@@ -33,6 +33,9 @@ class SpeechLibrary {
     /// Returns false when there is none.
     [[nodiscard]] bool SelectVoice(const std::string& name);
 
+    /// As a share of a voice's usual speed, for all voices from now on.
+    void SetRate(double rate);
+
     /// The text as the selected voice reads it. Throws a platform exception when it cannot be spoken.
     Samples Read(std::u16string_view text);
 

@@ -52,22 +52,25 @@ bool SelectEnglish(SpeechLibrary& library, const VoiceInformation& voice) {
 }
 
 std::vector<SpokenCharacter> Spelled(SpeechLibrary& library, std::u16string_view identifier,
-                                     const VoiceInformation& voice) {
-    constexpr std::size_t kPause = 100;
-    constexpr std::size_t kPauseAfterGroup = 350;
-    const auto rate = library.SampleRate();
+                                     const VoiceInformation& voice, double rate) {
+    constexpr double kPause = 100;
+    constexpr double kPauseAfterGroup = 350;
+    const auto sampleRate = library.SampleRate();
+    const auto silence = [&](double milliseconds) {
+        return Milliseconds(static_cast<std::size_t>(milliseconds / rate), sampleRate);
+    };
     std::vector<SpokenCharacter> spoken;
     Select(library, voice);
     for (const auto& group : platform::SpellingGroups(identifier)) {
         for (const auto character : group) {
-            spoken.push_back({character, library.NameOf(character), Milliseconds(kPause, rate)});
+            spoken.push_back({character, library.NameOf(character), silence(kPause)});
         }
-        spoken.back().Pause = Milliseconds(kPauseAfterGroup, rate);
+        spoken.back().Pause = silence(kPauseAfterGroup);
     }
     spoken.back().Pause = 0;
 
     const auto isUnheard = [&](const SpokenCharacter& character) {
-        return !IsHeard(character.Samples, rate);
+        return !IsHeard(character.Samples, sampleRate);
     };
     if (std::any_of(spoken.begin(), spoken.end(), isUnheard) && SelectEnglish(library, voice)) {
         for (auto& character : spoken) {
@@ -118,20 +121,22 @@ std::vector<VoiceInformation> Synthesizer::Voices() {
     return m_voices;
 }
 
-std::vector<SpokenCharacter> Synthesizer::Spell(std::u16string_view identifier,
-                                                const VoiceInformation& voice) {
+std::vector<SpokenCharacter> Synthesizer::Spell(std::u16string_view identifier, const VoiceInformation& voice,
+                                                double rate) {
     const std::lock_guard lock(m_mutex);
-    return Spelled(Library(), identifier, voice);
+    Library().SetRate(rate);
+    return Spelled(Library(), identifier, voice, rate);
 }
 
 platform::SpeechSynthesisStream Synthesizer::Synthesize(std::u16string_view text,
-                                                        const VoiceInformation& voice) {
+                                                        const VoiceInformation& voice, double rate) {
     const std::lock_guard lock(m_mutex);
     auto& library = Library();
+    library.SetRate(rate);
     platform::SpeechSynthesisStream stream;
     stream.SampleRate = library.SampleRate();
     if (platform::IsIdentifier(text)) {
-        for (const auto& character : Spelled(library, text, voice)) {
+        for (const auto& character : Spelled(library, text, voice, rate)) {
             stream.Samples.insert(stream.Samples.end(), character.Samples.begin(), character.Samples.end());
             stream.Samples.resize(stream.Samples.size() + character.Pause);
         }

@@ -39,11 +39,11 @@ class Synthesizer {
     /// See platform::SpeechEngine. An identifier is spelled. Where the voice cannot say a character's name,
     /// or has no digits for a text that needs them, English is spoken with the same variant of the voice.
     platform::SpeechSynthesisStream Synthesize(std::u16string_view text,
-                                               const platform::VoiceInformation& voice);
+                                               const platform::VoiceInformation& voice, double rate = 1);
 
     /// What Synthesize makes of an identifier, character by character.
     std::vector<SpokenCharacter> Spell(std::u16string_view identifier,
-                                       const platform::VoiceInformation& voice);
+                                       const platform::VoiceInformation& voice, double rate = 1);
 
   private:
     /// Opens the library unless it is open. `m_mutex` is held.

@@ -20,9 +20,11 @@ class HeadlessSpeech::Playback final : public platform::Playback {
 };
 
 platform::SpeechSynthesisStream HeadlessSpeech::Synthesize(std::u16string_view text,
-                                                           const platform::VoiceInformation& voice) {
-    m_spoken.With(
-        [&](auto& spoken) { spoken.push_back({.Text = std::u16string(text), .VoiceId = voice.Id}); });
+                                                           const platform::VoiceInformation& voice,
+                                                           double rate) {
+    m_spoken.With([&](auto& spoken) {
+        spoken.push_back({.Text = std::u16string(text), .VoiceId = voice.Id, .Rate = rate});
+    });
     platform::SpeechSynthesisStream stream;
     stream.SampleRate = 8000;
     stream.Samples.assign(text.begin(), text.end());
@@ -58,8 +60,19 @@ std::unique_ptr<platform::Playback> HeadlessSpeech::Play(
                 platform::Exception(platform::result::kFail, u"The sound system cannot be used")));
         }
     };
-    m_loop.Post([this, end] { end(m_hasSound ? SoundState::Ended : SoundState::Failed); });
+    const auto last = [this, end] { end(m_hasSound ? SoundState::Ended : SoundState::Failed); };
+    if (m_soundsLast) {
+        m_ends.With([&](auto& ends) { ends.push_back(last); });
+    } else {
+        m_loop.Post(last);
+    }
     return std::make_unique<Playback>([end] { end(SoundState::Stopped); });
+}
+
+void HeadlessSpeech::EndSounds() {
+    for (auto& end : m_ends.With([](auto& ends) { return std::exchange(ends, {}); })) {
+        m_loop.Post(std::move(end));
+    }
 }
 
 }  // namespace headless

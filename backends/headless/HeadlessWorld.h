@@ -17,6 +17,8 @@ struct HeadlessOptions {
     platform::OverlayInsets Insets{};
     std::vector<platform::VoiceInformation> Voices{};
     bool HasSound = true;
+    /// Sounds go on until HeadlessSpeech::EndSounds.
+    bool SoundsLast = false;
     /// Empty: from the environment, as POSIX says.
     std::string LocaleName{};
     /// Empty: from the environment.
@@ -43,7 +45,7 @@ class HeadlessWorld final : public platform::World {
     /// User-interface thread.
     const std::u16string& ClipboardText() const { return m_clipboard; }
     HeadlessWindow& Window() { return m_window; }
-    const HeadlessSpeech& Spoken() const { return m_speech; }
+    HeadlessSpeech& Spoken() { return m_speech; }
 
     /// While Run runs: what later starts, sleep and waking are reported to.
     platform::WorldClient& Client() { return *m_client; }

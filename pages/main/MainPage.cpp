@@ -217,7 +217,11 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
 }
 
 void MainPage::MainWindow_Loaded(UIElement&, const RoutedEventArgs&) {
-    TracedUncaught(u"Kelvane::MainPage::MainWindow_Loaded", [] {});
+    TracedUncaught(u"Kelvane::MainPage::MainWindow_Loaded", [this] {
+        if (!HasData()) {
+            Announce(u"TitleBarProgressRing/AutomationProperties/Name");
+        }
+    });
 }
 
 void MainPage::Advanced_Click(UIElement&, const RoutedEventArgs&) {

@@ -57,6 +57,13 @@ class MainPage final : public platform::Page {
 
     using Speech = std::shared_ptr<const platform::SpeechSynthesisStream>;
 
+    /// A read-aloud in progress, from the press to the end of the sound.
+    struct ReadAloud {
+        /// Of this page.
+        platform::Button* button;
+        std::u16string text;
+    };
+
     /// One row of the page; also the serial number's and the BIOS password's.
     struct Row {
         std::shared_ptr<platform::TextBlock> label;
@@ -80,9 +87,18 @@ class MainPage final : public platform::Page {
     void CopySerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     /// Worker. In the default voice where no voice is female.
-    static platform::task<Speech> SynthesizeWithFemaleVoice(const std::u16string& text);
-    /// Plays `stream` in place of what is being played. The player is destroyed when it has been heard.
-    void PlaySpeech(const std::shared_ptr<platform::CoreDispatcher>& dispatcher, const Speech& stream);
+    static platform::task<Speech> SynthesizeWithFemaleVoice(const std::u16string& text, double rate);
+    /// Shows on `button` that `text` is being read, and that the next press or Escape stops it.
+    std::shared_ptr<const ReadAloud> StartReading(platform::Button& button, std::u16string text);
+    /// Unless the read-aloud has been stopped.
+    void PlaySpeech(const std::shared_ptr<platform::CoreDispatcher>& dispatcher,
+                    const std::shared_ptr<const ReadAloud>& reading, const Speech& stream);
+    /// Returns whether `reading` was in progress. Releases its player.
+    bool EndReading(const std::shared_ptr<const ReadAloud>& reading);
+    /// Ends `reading` with a message, the text of that key.
+    void FailReading(const std::shared_ptr<const ReadAloud>& reading, std::u16string_view key);
+    /// Has a screen reader say the text of that key.
+    void Announce(std::u16string_view key) const;
     void KeyboardKeyDownEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void KeyboardKeyUpEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void SelectionOnTab(UIElement& sender, platform::KeyRoutedEventArgs& args);
@@ -107,8 +123,12 @@ class MainPage final : public platform::Page {
     static bool s_bExpanded;
 
     std::shared_ptr<CustomTitleBar> m_titleBar;
-    /// The read-aloud in progress, if any.
+    /// Null for none.
+    std::shared_ptr<const ReadAloud> m_reading;
+    /// Its sound, once that is played.
     std::shared_ptr<platform::MediaPlayer> m_mediaPlayer;
+    /// Heard to its end last: it is repeated slowly.
+    std::u16string m_textHeard;
 
     std::array<Row, kRows> m_rows;
     std::shared_ptr<platform::Panel> m_machineTile;

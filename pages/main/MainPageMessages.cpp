@@ -51,6 +51,7 @@ void MainPage::ShowMessage(PageMessage message) {
     if (hadFocus) {
         FocusFirst(*m_messageBar);
     }
+    RaiseNotificationEvent(m_messageBar->Message());
     if (message.Severity < platform::InfoBarSeverity::Warning) {
         CloseMessageLater();
     }

@@ -29,6 +29,9 @@ void MainPage::UpdateUIWithSysDataAvailable() {
         LaunchSysLabelsVisible(true);
         UpdateUI(CachedRecord(&MainViewModel::GetSysInfo, MainViewModel::kSysDataCapacity));
         UpdateUsbTypeButton();
+        if (HasData()) {
+            Announce(u"DataShown/Text");
+        }
     });
 }
 

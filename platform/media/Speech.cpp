@@ -16,14 +16,14 @@ std::vector<VoiceInformation> SpeechSynthesizer::AllVoices() {
 
 task<std::shared_ptr<const SpeechSynthesisStream>> SpeechSynthesizer::SynthesizeTextToStreamAsync(
     std::u16string text) const {
-    return create_task([voice = m_voice, text = std::move(text)] {
+    return create_task([voice = m_voice, text = std::move(text), rate = m_options.SpeakingRate] {
         auto& engine = Provided<SpeechEngine>::Current();
         const auto voices = voice ? std::vector<VoiceInformation>{*voice} : engine.Voices();
         if (voices.empty()) {
             throw Exception(result::kFileNotFound, u"No voice is installed");
         }
         return std::shared_ptr<const SpeechSynthesisStream>(
-            std::make_shared<SpeechSynthesisStream>(engine.Synthesize(text, voices.front())));
+            std::make_shared<SpeechSynthesisStream>(engine.Synthesize(text, voices.front(), rate)));
     });
 }
 

@@ -8,6 +8,11 @@
 
 namespace platform {
 
+struct SpeechSynthesizerOptions {
+    /// 1 is the voice's usual speed, 0.5 half of it, which is the least.
+    double SpeakingRate = 1;
+};
+
 /// Turns text into speech with one of the world's voices. One thread at a time.
 class SpeechSynthesizer {
   public:
@@ -17,6 +22,8 @@ class SpeechSynthesizer {
 
     void Voice(VoiceInformation voice) { m_voice = std::move(voice); }
 
+    SpeechSynthesizerOptions& Options() { return m_options; }
+
     /// Synthesizes on a worker. A serial number is spelled. The task fails with a platform exception when
     /// there is no voice or the text cannot be spoken.
     task<std::shared_ptr<const SpeechSynthesisStream>> SynthesizeTextToStreamAsync(std::u16string text) const;
@@ -24,6 +31,7 @@ class SpeechSynthesizer {
   private:
     /// Nothing: the default voice, which is the first.
     std::optional<VoiceInformation> m_voice;
+    SpeechSynthesizerOptions m_options;
 };
 
 /// Something to play.

@@ -46,9 +46,10 @@ class SpeechEngine {
     /// disk.
     virtual std::vector<VoiceInformation> Voices() = 0;
 
-    /// Worker. Identifiers are spelled (see Spelling.h). Throws a platform exception when the text cannot be
-    /// spoken. An empty text gives no samples.
-    virtual SpeechSynthesisStream Synthesize(std::u16string_view text, const VoiceInformation& voice) = 0;
+    /// Worker. Identifiers are spelled (see Spelling.h). `rate` is a share of the voice's usual speed. Throws
+    /// a platform exception when the text cannot be spoken. An empty text gives no samples.
+    virtual SpeechSynthesisStream Synthesize(std::u16string_view text, const VoiceInformation& voice,
+                                             double rate) = 0;
 
     /// Any thread. Starts playing at once and returns; `ended` is called once, on any thread, when the sound
     /// has been heard to its end or has failed (then with a platform exception, null otherwise), and never

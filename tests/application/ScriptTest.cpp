@@ -103,6 +103,14 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         });
     }
 
+    /// What a screen reader has said since the last time.
+    void MarkAnnounced() {
+        const auto& all = m_world->Window().Announced();
+        for (; m_announced < all.size(); ++m_announced) {
+            Mark("| says " + platform::ToJson(all[m_announced]));
+        }
+    }
+
     /// The page becomes the window's content.
     static void RemoveFrame() {
         const auto frame = Frame();
@@ -134,6 +142,7 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     bool m_isWhole = false;
     std::string m_output;
     std::string m_logs;
+    std::size_t m_announced = 0;
     std::atomic<int> m_sleeps = 0;
 };
 
@@ -180,6 +189,10 @@ void ScriptTest::Play(const std::string& line) {
                   (focused.RaiseKey(Key(text), false) ? " up" : "") + " goes no further");
          }},
         {"look", [&] { MarkShown(); }},
+        {"silent", [&] { m_options.HasSound = false; }},
+        {"lasting", [&] { m_options.SoundsLast = true; }},
+        {"hear", [&] { m_world->Spoken().EndSounds(); }},
+        {"announced", [&] { MarkAnnounced(); }},
         {"frameless", [&] { RemoveFrame(); }},
         {"update", [&] { std::dynamic_pointer_cast<MainPage>(Frame()->Content())->UpdateUI(text); }},
         {"start", [&] { m_world->Client().Started(words, false); }},
@@ -213,8 +226,9 @@ TEST_P(ScriptTest, PlaysAsWritten) {
     const auto logging =
         platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled");
     result << Result();
-    for (const auto& [text, voice] : m_world->Spoken().Spoken()) {
-        result << "== spoken " << platform::ToJson(text) << " by " << platform::ToUtf8(voice) << "\n";
+    for (const auto& [text, voice, rate] : m_world->Spoken().Spoken()) {
+        result << "== spoken " << platform::ToJson(text) << " by " << platform::ToUtf8(voice)
+               << (rate == 1 ? "" : " slowly") << "\n";
     }
     for (const auto& [text, state] : m_world->Spoken().Sounds()) {
         result << "== sound " << platform::ToJson(text) << " in state " << static_cast<int>(state) << "\n";

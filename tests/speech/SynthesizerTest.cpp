@@ -143,6 +143,12 @@ TEST(Synthesizer, PausesAfterEachCharacterAndLongerAfterAGroup) {
     EXPECT_EQ(heard.SampleRate, 22050U);
     EXPECT_THAT(Pauses(heard.Samples), testing::ElementsAre(100, 100, 100, 350, 100, 100, 350, 100, 100));
     EXPECT_GT(AudibleTime(heard.Samples), 10 * 100U);
+    // Slowly, in names and pauses alike; the next text is as fast as ever.
+    const auto slow = Speech().Synthesize(u"5CD1234XYZ", Voice(u"gmw/en-US+f2"), 0.5).Samples;
+    EXPECT_THAT(Pauses(slow), testing::ElementsAre(200, 200, 200, 700, 200, 200, 700, 200, 200));
+    EXPECT_GT(AudibleTime(slow), AudibleTime(heard.Samples) * 3 / 2);
+    EXPECT_EQ(Speech().Synthesize(u"5CD1234XYZ", Voice(u"gmw/en-US+f2")).Samples.size(),
+              heard.Samples.size());
 }
 
 TEST(Synthesizer, ListsTheLanguageThenItsFemaleVariants) {

@@ -207,7 +207,7 @@ class Stage final : public platform::Application {
     void Speak(Words& words) {
         auto& speech = m_world.Speech();
         const auto stream = std::make_shared<platform::SpeechSynthesisStream>(
-            speech.Synthesize(platform::FromUtf8(Rest(words)), speech.Voices().at(0)));
+            speech.Synthesize(platform::FromUtf8(Rest(words)), speech.Voices().at(0), 1));
         Tell("samples " + std::to_string(std::count_if(stream->Samples.begin(), stream->Samples.end(),
                                                        [](auto sample) { return sample != 0; })));
         m_playback = speech.Play(stream, [](const std::exception_ptr& failure) {
