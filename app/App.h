@@ -34,6 +34,9 @@ class App final : public platform::Application {
     platform::cancellation_token_source m_cancellationTokenSource;
 };
 
+/// Hides serial number and build identifier in the window and in all outputs. Before the application starts.
+void HideIdentifiers();
+
 /// Tells the platform which page types there are, by name. Once, before the application starts.
 void RegisterPages();
 

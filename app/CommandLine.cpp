@@ -1,5 +1,8 @@
 #include "app/CommandLine.h"
 
+#include <cstdlib>
+#include <string_view>
+
 namespace Kelvane {
 
 namespace {
@@ -15,14 +18,16 @@ constexpr platform::ProgramOption kOptions[] = {
      .Help = "print all that is known of the machine, with sources, as one JSON object, the same in every "
              "language",
      .Exclusive = true},
-    {.Name = "without-identifiers", .Help = "leave the serial number out of --json"},
+    {.Name = "hide-identifiers",
+     .Help = "hide serial number and build identifier in the window, in --text, --json and --screenshot"},
     {.Name = "screenshot",
      .Argument = "FILE",
      .Help = "save a picture of the filled window as PNG and end",
      .Exclusive = true},
     {.Name = "timeout",
      .Argument = "SECONDS",
-     .Help = "how long these three wait for the service's data (default: 30; 0: as long as it takes)"},
+     .Help = "how long --text, --json and --screenshot wait for the service's data (default: 30; 0: as long "
+             "as it takes)"},
     // How the session bus starts the program, see org.kelvane.Kelvane.service.
     {.Name = "gapplication-service"},
 };
@@ -59,12 +64,14 @@ CommandLine ReadCommandLine(const platform::ProgramArguments& arguments) {
                                : arguments.Has("json") ? Action::Json
                                                        : Action::Window,
                      .Screenshot = arguments.Value("screenshot").value_or(""),
-                     .WithoutIdentifiers = arguments.Has("without-identifiers"),
+                     .HidesIdentifiers = arguments.Has("hide-identifiers"),
                      .Timeout = arguments.Seconds("timeout", kLongestTimeout).value_or(kDefaultTimeout),
                      .Background = arguments.Has("gapplication-service"),
                      .Words = arguments.Words()};
-    if (line.WithoutIdentifiers && line.Wanted != Action::Json) {
-        throw platform::WrongUsage("--without-identifiers goes with --json");
+    const char* const trace = std::getenv("KELVANE_TRACE");
+    if (line.HidesIdentifiers && trace != nullptr && std::string_view(trace) == "1") {
+        throw platform::WrongUsage(
+            "--hide-identifiers goes without KELVANE_TRACE=1, whose trace has the identifiers");
     }
     if (arguments.Has("timeout") && line.Wanted == Action::Window && line.Screenshot.empty()) {
         throw platform::WrongUsage("--timeout goes with --text, --json or --screenshot");

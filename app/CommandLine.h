@@ -15,8 +15,8 @@ struct CommandLine {
     Action Wanted = Action::Window;
     /// Where to save a picture of the window; empty for none.
     std::string Screenshot;
-    /// JSON is to hold nothing that tells this machine from others of its kind.
-    bool WithoutIdentifiers = false;
+    /// Window and outputs are to hold nothing that tells this machine from others of its kind.
+    bool HidesIdentifiers = false;
     /// How long outputs and pictures wait for the service; 0: as long as it takes.
     std::chrono::seconds Timeout{};
     /// Started by the desktop in the background, without a window.

@@ -15,4 +15,8 @@ void RegisterPages() {
     platform::RegisterType(u"Kelvane.ErrorDisplay", [] { return std::make_shared<ErrorDisplay>(); });
 }
 
+void HideIdentifiers() {
+    MainPage::HidesIdentifiers(true);
+}
+
 }  // namespace Kelvane

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <span>
 #include <vector>
 
 #include "pages/CachedRecord.h"
 #include "pages/main/MachineTexts.h"
+#include "pages/main/MainPage.h"
 #include "pages/main/SystemInfoRecord.h"
 #include "pages/usbc/TypeCPorts.h"
 #include "pages/usbc/USBTypeCRecord.h"
@@ -29,21 +29,6 @@ struct Field {
     std::u16string_view label;
 };
 
-constexpr std::size_t kBiosPassword = kSystemInfoRows;
-
-// In the order of the pages' rows.
-constexpr Field kSystemInformation[] = {
-    {0, u"productName", u"SysInfoLabel0/Text"},
-    {1, u"productNumber", u"SysInfoLabel1/Text"},
-    {kSerialNumberField, u"serialNumber", u"SerialNumberLabel/Text"},
-    {2, u"processor", u"SysInfoLabel2/Text"},
-    {kMemoryField, u"memory", u"SysInfoLabel3/Text"},
-    {4, u"operatingSystem", u"SysInfoLabel4/Text"},
-    {5, u"firmwareVersion", u"SysInfoLabel5/Text"},
-    {6, u"systemBoard", u"SysInfoLabel6/Text"},
-    {8, u"buildIdentifier", u"SysInfoLabel8/Text"},
-    {kBiosPassword, u"biosPassword", u"BiosPasswordLabel/Text"},
-};
 constexpr Field kUsbTypeC[] = {
     {0, u"usbStandard", u"UsbTypeCLabel1/Text"},       {2, u"displayPortOutput", u"UsbTypeCLabel3/Text"},
     {3, u"thunderboltOrUsb4", u"UsbTypeCLabel4/Text"}, {1, u"powerDelivery", u"UsbTypeCLabel2/Text"},
@@ -108,41 +93,32 @@ bool HasValues(const Values& values) {
     return !std::ranges::all_of(values, &std::u16string::empty);
 }
 
-/// What would forge rows or steer the terminal becomes a blank.
-std::string TextLine(const std::u16string& label, const std::u16string& value) {
-    auto line = label + (value.empty() ? u":" : u": ") + value;
-    std::ranges::replace_if(line, platform::SteersTerminal, u' ');
-    return platform::ToValidUtf8(line) + "\n";
+std::u16string TextLine(const std::u16string& label, const std::u16string& value) {
+    return TextRow(label, value) + u"\n";
 }
 
-/// A line for each value.
-std::string TextLines(std::span<const Field> fields, const Values& values, const DisplayTexts& texts) {
-    std::string lines;
-    for (const auto& field : fields) {
-        if (field.place < values.size()) {
-            lines += TextLine(texts.Lookup(field.label), values[field.place]);
+/// The rows of the main page, with kind and maker below the name as there.
+std::u16string SystemInformationLines(const DisplayTexts& texts) {
+    std::u16string lines;
+    const auto values = SystemInformation(texts);
+    for (const auto& row : kPageRows) {
+        if (row.Place < values.size()) {
+            const auto& value = values[row.Place];
+            const bool hidden = MainPage::HidesIdentifiers() && row.IsIdentifier && !value.empty();
+            lines += TextLine(texts.Lookup(row.Label), hidden ? std::u16string(platform::kMask) : value);
         }
-    }
-    return lines;
-}
-
-/// The machine's kind and maker, as far as the details tell them.
-std::string MachineLines(const DisplayTexts& texts) {
-    std::string lines;
-    if (const auto details = MainViewModel::GetInstance()->Details()) {
-        for (const auto& [label, value] : {std::pair(u"MachineKindLabel/Text", MachineKind(*details, texts)),
-                                           std::pair(u"MachineMakerLabel/Text", details->Maker.Value)}) {
-            lines += value.empty() ? "" : TextLine(texts.Lookup(label), value);
+        if (row.Place == 0) {
+            lines += MachineRows(MainViewModel::GetInstance()->Details().get(), texts);
         }
     }
     return lines;
 }
 
 /// A line for each port, as far as the details tell them.
-std::string PortLines(const DisplayTexts& texts) {
+std::u16string PortLines(const DisplayTexts& texts) {
     const auto details = MainViewModel::GetInstance()->Details();
     const auto ports = details ? TextsOfPorts(details->Ports, texts) : std::vector<TypeCPortTexts>();
-    std::string lines;
+    std::u16string lines;
     for (const auto& port : ports) {
         lines += TextLine(Joined(u"ListOfTwo/Text", {port.Name, port.Place}, texts),
                           Joined(u"UsbTypeCTwoFacts/Text", {port.Abilities, port.Power}, texts));
@@ -153,15 +129,15 @@ std::string PortLines(const DisplayTexts& texts) {
 /// Each value, or that it is not known.
 JsonObject FieldsOf(const Values& values) {
     JsonObject fields;
-    for (const auto& field : kSystemInformation) {
+    for (const auto& row : kPageRows) {
         JsonObject object;
-        if (field.place < values.size() && !values[field.place].empty()) {
-            object.SetNamedValue(u"value", values[field.place]);
+        if (row.Place < values.size() && !values[row.Place].empty()) {
+            object.SetNamedValue(u"value", values[row.Place]);
         } else {
             object.SetNamedValue(u"missing", u"unknown");
         }
         object.SetNamedValue(u"source", u"record");
-        fields.SetNamedValue(field.key, std::move(object));
+        fields.SetNamedValue(row.Key, std::move(object));
     }
     return fields;
 }
@@ -198,39 +174,39 @@ JsonObject DocumentOfRecords() {
 
 void RemoveIdentifiers(JsonObject& document) {
     auto fields = document.GetNamedObject(u"fields");
-    const auto* const serial = fields.Find(u"serialNumber");
-    if (serial == nullptr || serial->GetObject().Find(u"value") == nullptr) {
-        return;
+    for (const auto& row : kPageRows) {
+        const auto* const field = fields.Find(row.Key);
+        if (row.IsIdentifier && field != nullptr && field->GetObject().Find(u"value") != nullptr) {
+            JsonObject removed;
+            removed.SetNamedValue(u"missing", u"removed");
+            removed.SetNamedValue(u"source", field->GetObject().GetNamedString(u"source"));
+            fields.SetNamedValue(row.Key, std::move(removed));
+        }
     }
-    JsonObject removed;
-    removed.SetNamedValue(u"missing", u"removed");
-    removed.SetNamedValue(u"source", serial->GetObject().GetNamedString(u"source"));
-    fields.SetNamedValue(u"serialNumber", std::move(removed));
     document.SetNamedValue(u"fields", std::move(fields));
 }
 
 }  // namespace
 
 std::string MachineAs(OutputFormat format) {
-    if (format != OutputFormat::Text) {
+    if (format == OutputFormat::Json) {
         const auto details = MainViewModel::GetInstance()->Details();
         auto document = details ? details->Document : DocumentOfRecords();
-        if (format == OutputFormat::JsonWithoutIdentifiers) {
+        if (MainPage::HidesIdentifiers()) {
             RemoveIdentifiers(document);
         }
         return platform::ToUtf8(document.Stringify()) + "\n";
     }
     const auto texts = PackageTexts();
-    const std::span rows = kSystemInformation;
-    const auto values = SystemInformation(texts);
-    // The machine's kind and maker stand below its name, as on the page.
-    auto text = TextLines(rows.first(1), values, texts) + MachineLines(texts) +
-                TextLines(rows.subspan(1), values, texts);
+    auto text = SystemInformationLines(texts);
     if (const auto ports = UsbTypeC(texts); HasValues(ports)) {
-        text += "\n" + platform::ToValidUtf8(texts.Lookup(u"UsbTypeCTitle/Text")) + "\n" +
-                TextLines(kUsbTypeC, ports, texts) + PortLines(texts);
+        text += u"\n" + texts.Lookup(u"UsbTypeCTitle/Text") + u"\n";
+        for (const auto& field : kUsbTypeC) {
+            text += TextLine(texts.Lookup(field.label), ports[field.place]);
+        }
+        text += PortLines(texts);
     }
-    return text;
+    return platform::ToValidUtf8(text);
 }
 
 bool HasSystemInformation() {

@@ -11,14 +11,11 @@ enum class OutputFormat {
     /// A "label: value" line for each row of the pages, in the user's language.
     Text,
     /// The details document (docs/details.md), the same in every language; without details as much of it as
-    /// the
-    /// records say, with "record" as the source.
+    /// the records say, with "record" as the source.
     Json,
-    /// The same, with "removed" in place of the serial number.
-    JsonWithoutIdentifiers,
 };
 
-/// In valid UTF-8.
+/// In valid UTF-8. Hidden identifiers (MainPage::HidesIdentifiers) are dots in Text and "removed" in Json.
 std::string MachineAs(OutputFormat format);
 
 /// Whether the system-information record has a value.

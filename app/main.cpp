@@ -53,8 +53,10 @@ int RunWindow(const CommandLine& line) {
         return kNoDisplay;
     }
     const bool takesPicture = !line.Screenshot.empty();
-    const auto world = desktop::CreateDesktopWorld(
-        {.Words = line.Words, .SingleInstance = !takesPicture, .Background = line.Background});
+    // The window that is open already may show identifiers.
+    const auto world = desktop::CreateDesktopWorld({.Words = line.Words,
+                                                    .SingleInstance = !takesPicture && !line.HidesIdentifiers,
+                                                    .Background = line.Background});
     bool complete = true;
     std::string problem = takesPicture ? "the program was ended before" : "";
     const auto savePicture = [&] {
@@ -87,12 +89,14 @@ int RunWindow(const CommandLine& line) {
 
 int Run(const CommandLine& line) {
     platform::VerifyPackageDirectory();
+    if (line.HidesIdentifiers) {
+        Kelvane::HideIdentifiers();
+    }
     switch (line.Wanted) {
         case CommandLine::Action::Text:
             return RunText(line, Kelvane::OutputFormat::Text);
         case CommandLine::Action::Json:
-            return RunText(line, line.WithoutIdentifiers ? Kelvane::OutputFormat::JsonWithoutIdentifiers
-                                                         : Kelvane::OutputFormat::Json);
+            return RunText(line, Kelvane::OutputFormat::Json);
         case CommandLine::Action::Window:
             break;
     }

@@ -86,7 +86,7 @@ class TextBlockPeer final : public LabelPeer {
         if (property == ElementProperty::Text) {
             const bool trim = m_text.TextTrimming() == platform::TextTrimming::CharacterEllipsis;
             gtk_label_set_ellipsize(Label(), trim ? PANGO_ELLIPSIZE_END : PANGO_ELLIPSIZE_NONE);
-            Show(m_text.Text(), m_text.TextWrapping() == platform::TextWrapping::Wrap,
+            Show(m_text.ShownText(), m_text.TextWrapping() == platform::TextWrapping::Wrap,
                  m_text.IsTextSelectionEnabled());
         }
     }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
+#include <utility>
+
+#include "platform/core/Text.h"
 
 namespace Kelvane {
 
@@ -68,12 +71,29 @@ std::u16string MachineLine(const MachineDetails& details, const DisplayTexts& te
                   {{u"{kind}", kind}, {u"{maker}", maker}});
 }
 
-const FieldDetails& FieldOf(const MachineDetails* details, std::size_t row) {
+std::u16string TextRow(const std::u16string& label, const std::u16string& value) {
+    auto row = label + (value.empty() ? u":" : u": ") + value;
+    std::ranges::replace_if(row, platform::SteersTerminal, u' ');
+    return row;
+}
+
+std::u16string MachineRows(const MachineDetails* details, const DisplayTexts& texts) {
+    std::u16string rows;
+    if (details != nullptr) {
+        for (const auto& [label, value] : {std::pair(u"MachineKindLabel/Text", MachineKind(*details, texts)),
+                                           std::pair(u"MachineMakerLabel/Text", details->Maker.Value)}) {
+            rows += value.empty() ? u"" : TextRow(texts.Lookup(label), value) + u"\n";
+        }
+    }
+    return rows;
+}
+
+const FieldDetails& FieldOf(const MachineDetails* details, const PageRow& row) {
     static const FieldDetails kNone;
     if (details == nullptr) {
         return kNone;
     }
-    const auto found = details->Fields.find(kDetailsKeys[row]);
+    const auto found = details->Fields.find(row.Key);
     return found != details->Fields.end() ? found->second : kNone;
 }
 

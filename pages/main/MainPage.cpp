@@ -48,13 +48,10 @@ bool ReadsUsbTypeC() {
     return reads;
 }
 
-platform::Visibility VisibleIf(bool visible) {
-    return visible ? platform::Visibility::Visible : platform::Visibility::Collapsed;
-}
-
 }  // namespace
 
 bool MainPage::s_bExpanded = false;
+bool MainPage::s_bHidesIdentifiers = false;
 
 MainPage::MainPage() {
     // A page whose markup cannot be read must fail to load, rather than be shown empty: this is outside the
@@ -92,6 +89,8 @@ void MainPage::InitializeComponent() {
                            {u"Expand_Click", on(&MainPage::Expand_Click)},
                            {u"CopySysInfoValue_Click", on(&MainPage::CopySysInfoValue_Click)},
                            {u"CopySerialNumber_Click", on(&MainPage::CopySerialNumber_Click)},
+                           {u"HideSerialNumber_Click", on(&MainPage::HideSerialNumber_Click)},
+                           {u"CopyAll_Click", on(&MainPage::CopyAll_Click)},
                            {u"ReadSerialNumber_Click", on(&MainPage::ReadSerialNumber_Click)}},
          .KeyHandlers = {{u"KeyboardKeyDownEvent", on(&MainPage::KeyboardKeyDownEvent)},
                          {u"KeyboardKeyUpEvent", on(&MainPage::KeyboardKeyUpEvent)}}});
@@ -106,6 +105,9 @@ void MainPage::InitializeComponent() {
     m_machineTile = elements.Find<platform::Panel>(u"MachineTile");
     m_machineIcon = elements.Find<platform::FontIcon>(u"MachineIcon");
     m_machineLine = elements.Find<platform::TextBlock>(u"MachineLine");
+    m_copyAll = elements.Find<platform::Button>(u"CopyAll");
+    m_hideSerialNumber = elements.Find<platform::Button>(u"HideSerialNumber");
+    m_hideIcon = elements.Find<platform::FontIcon>(u"HideIcon");
     m_advanced = elements.Find<platform::Button>(u"Advanced");
     m_usbType = elements.Find<platform::Button>(u"USBType");
     m_runSysDiagsbutton = elements.Find<platform::Button>(u"RunSysDiagsbutton");
@@ -115,6 +117,7 @@ void MainPage::InitializeComponent() {
     m_messageBar = elements.Find<platform::InfoBar>(u"MessageBar");
     m_messageBar->Closed().Add(
         [this](platform::InfoBar& sender, const auto& args) { MessageBar_Closed(sender, args); });
+    ShowWhetherHidden();
 }
 
 void MainPage::AddCustomTitleBar() {
@@ -133,7 +136,7 @@ void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
         const auto viewModel = MainViewModel::GetInstance();
         const bool allRead = viewModel->IsSysInfoReadCompleted() &&
                              viewModel->IsUsbTypeCInfoReadCompleted() && viewModel->IsRpcInitialised();
-        m_detailsPanel->Visibility(VisibleIf(s_bExpanded));
+        m_detailsPanel->Visibility(platform::VisibleIf(s_bExpanded));
         if (s_bExpanded) {
             m_expandIcon->Glyph(std::u16string(kCollapseGlyph));
         }
@@ -255,7 +258,7 @@ void MainPage::Expand_Click(UIElement&, const RoutedEventArgs&) {
     const double width = view.VisibleBounds().Width;
     const bool expand = m_detailsPanel->Visibility() == platform::Visibility::Collapsed;
     view.TryResizeView({.Width = width, .Height = expand ? kExpandedHeight : kViewSize.Height});
-    m_detailsPanel->Visibility(VisibleIf(expand));
+    m_detailsPanel->Visibility(platform::VisibleIf(expand));
     m_expandIcon->Glyph(std::u16string(expand ? kCollapseGlyph : kExpandGlyph));
     s_bExpanded = expand;
 }

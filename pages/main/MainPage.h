@@ -48,6 +48,11 @@ class MainPage final : public platform::Page {
     /// Opens the message bar, in place of the message before.
     void ShowMessage(PageMessage message);
 
+    /// Whether serial number and build identifier are hidden. One a process: kept from page to page, and
+    /// shown by the next one.
+    static bool HidesIdentifiers() { return s_bHidesIdentifiers; }
+    static void HidesIdentifiers(bool value) { s_bHidesIdentifiers = value; }
+
   protected:
     void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
 
@@ -85,6 +90,8 @@ class MainPage final : public platform::Page {
     void Expand_Click(UIElement& sender, const RoutedEventArgs& args);
     void CopySysInfoValue_Click(UIElement& sender, const RoutedEventArgs& args);
     void CopySerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    void HideSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
+    void CopyAll_Click(UIElement& sender, const RoutedEventArgs& args);
     void ReadSerialNumber_Click(UIElement& sender, const RoutedEventArgs& args);
     /// Worker. In the default voice where no voice is female.
     static platform::task<Speech> SynthesizeWithFemaleVoice(const std::u16string& text, double rate);
@@ -112,6 +119,9 @@ class MainPage final : public platform::Page {
     void ShowDetails(const Row& row, const FieldDetails& field, const DisplayTexts& texts);
     /// Whether any row has a value.
     bool HasData() const;
+    void ShowWhetherHidden();
+    /// To the clipboard, as rows of label and value; the message bar says so.
+    void CopyAll(bool hidesIdentifiers);
     void UpdateUsbTypeButton();
     void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
@@ -121,6 +131,7 @@ class MainPage final : public platform::Page {
 
     /// One a process: the details stay open from page to page.
     static bool s_bExpanded;
+    static bool s_bHidesIdentifiers;
 
     std::shared_ptr<CustomTitleBar> m_titleBar;
     /// Null for none.
@@ -134,6 +145,9 @@ class MainPage final : public platform::Page {
     std::shared_ptr<platform::Panel> m_machineTile;
     std::shared_ptr<platform::FontIcon> m_machineIcon;
     std::shared_ptr<platform::TextBlock> m_machineLine;
+    std::shared_ptr<platform::Button> m_copyAll;
+    std::shared_ptr<platform::Button> m_hideSerialNumber;
+    std::shared_ptr<platform::FontIcon> m_hideIcon;
     std::shared_ptr<platform::Button> m_advanced;
     std::shared_ptr<platform::Button> m_usbType;
     std::shared_ptr<platform::Button> m_runSysDiagsbutton;

@@ -39,7 +39,7 @@ void MainPage::UpdateUsbTypeButton() {
     Trace(u"Kelvane::MainPage::UpdateUIC").Verbose(u"Entry");
     const auto offer = InterpretUsbTypeCOffer(
         CachedRecord(&MainViewModel::GetUsbTypeCInfo, MainViewModel::kUsbTypeCDataCapacity));
-    m_usbType->Visibility(offer.HasPage ? platform::Visibility::Visible : platform::Visibility::Collapsed);
+    m_usbType->Visibility(platform::VisibleIf(offer.HasPage));
     WriteLines(offer.Lines);
 }
 
@@ -66,6 +66,7 @@ void MainPage::Show(const SystemInfo& info) {
         bios.value->Visibility(platform::Visibility::Visible);
         ShowValue(*bios.value, info.BiosPassword);
     }
+    m_copyAll->Visibility(platform::VisibleIf(HasData()));
     m_advanced->Visibility(platform::Visibility::Visible);
     m_runSysDiagsbutton->Visibility(platform::Visibility::Visible);
 }
@@ -92,9 +93,8 @@ void MainPage::ShowMachineDetails() {
         m_machineIcon->Glyph(MachineGlyph(details.get()));
         m_machineTile->Style(details || HasData() ? u"Tile" : u"QuietTile");
         m_machineLine->Text(details ? MachineLine(*details, texts) : u"");
-        static_assert(std::size(kDetailsKeys) == kRows);
-        for (std::size_t row = 0; row < kRows; ++row) {
-            ShowDetails(m_rows[row], FieldOf(details.get(), row), texts);
+        for (const auto& row : kPageRows) {
+            ShowDetails(m_rows[row.Place], FieldOf(details.get(), row), texts);
         }
     });
 }
@@ -102,6 +102,7 @@ void MainPage::ShowMachineDetails() {
 void MainPage::ShowDetails(const Row& row, const FieldDetails& field, const DisplayTexts& texts) {
     auto reason = row.value->Text().empty() ? ReasonText(field, texts) : u"";
     auto accessibility = row.reason->Accessibility();
+    accessibility.Name.clear();
     accessibility.ToolTip = SourceText(field);
     if (row.value->Text().empty() && reason.empty()) {
         // There is a message on why, which a dash need not repeat; a screen reader would not say a dash.
@@ -121,7 +122,7 @@ bool MainPage::HasData() const {
 
 void MainPage::LaunchSysLabelsVisible(bool visible) {
     Traced(u"Kelvane::MainPage::LaunchSysLabelsVisible", [&] {
-        const auto visibility = visible ? platform::Visibility::Visible : platform::Visibility::Collapsed;
+        const auto visibility = platform::VisibleIf(visible);
         for (const auto& row : m_rows) {
             row.label->Visibility(visibility);
         }

@@ -4,6 +4,10 @@
 
 namespace platform {
 
+constexpr Visibility VisibleIf(bool visible) {
+    return visible ? Visibility::Visible : Visibility::Collapsed;
+}
+
 /// A push button.
 class Button : public ContentControl {
   public:
@@ -32,6 +36,9 @@ class Button : public ContentControl {
     bool m_isEnabled = true;
 };
 
+/// What is shown in place of a text that is hidden.
+inline constexpr std::u16string_view kMask = u"••••••••";
+
 /// Text to read.
 class TextBlock : public FrameworkElement {
   public:
@@ -46,6 +53,15 @@ class TextBlock : public FrameworkElement {
     platform::TextWrapping TextWrapping() const { return m_wrapping; }
     void TextWrapping(platform::TextWrapping value) { Set(m_wrapping, value, ElementProperty::Text); }
 
+    /// Whether dots are shown in the text's place, however long it is, to assistive technology too.
+    bool IsMasked() const { return m_isMasked; }
+    void IsMasked(bool value) { Set(m_isMasked, value, ElementProperty::Text); }
+
+    /// What is shown of the text.
+    std::u16string ShownText() const {
+        return m_isMasked && !m_text.empty() ? std::u16string(kMask) : m_text;
+    }
+
     /// What becomes of a line that is longer than its place; None makes the place as long as the line.
     platform::TextTrimming TextTrimming() const { return m_trimming; }
     void TextTrimming(platform::TextTrimming value) { Set(m_trimming, value, ElementProperty::Text); }
@@ -58,6 +74,7 @@ class TextBlock : public FrameworkElement {
     platform::TextWrapping m_wrapping = platform::TextWrapping::NoWrap;
     platform::TextTrimming m_trimming = platform::TextTrimming::None;
     bool m_isTextSelectionEnabled = false;
+    bool m_isMasked = false;
 };
 
 /// A box with text.

@@ -14,10 +14,6 @@ struct Look {
 constexpr Look kGood{u"GoodMessage", u"\uE73E"};
 constexpr Look kWarning{u"WarningMessage", u"\uE783"};
 
-platform::Visibility VisibleIf(bool visible) {
-    return visible ? Visibility::Visible : Visibility::Collapsed;
-}
-
 }  // namespace
 
 InfoBar::InfoBar() {

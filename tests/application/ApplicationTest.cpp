@@ -65,7 +65,7 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
     } else if (const auto* const ring = dynamic_cast<const platform::ProgressRing*>(&element)) {
         line += ring->IsActive() ? " active" : " at rest";
     } else if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
-        line += " " + platform::ToJson(block->Text());
+        line += " " + platform::ToJson(block->ShownText());
         line += block->TextWrapping() == platform::TextWrapping::Wrap ? " wraps" : "";
     } else if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
         line += " " + platform::ToJson(box->Text()) + (box->IsReadOnly() ? "" : " can be changed");
@@ -84,9 +84,9 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
         const auto* const label =
             dynamic_cast<const platform::FrameworkElement*>(framework->Accessibility().LabeledBy);
         lines += line + (label != nullptr ? " by " + platform::ToUtf8(label->Name()) : "") + "\n";
-        if (text != nullptr && !text->Accessibility().ToolTip.empty()) {
-            lines += platform::ToUtf8(text->Name()) + " tip " +
-                     platform::ToJson(text->Accessibility().ToolTip) + "\n";
+        for (const auto& [how, words] : {std::pair(" called ", framework->Accessibility().Name),
+                                         std::pair(" tip ", framework->Accessibility().ToolTip)}) {
+            lines += words.empty() ? "" : name + how + platform::ToJson(words) + "\n";
         }
     }
     for (const auto* const child : element.Children()) {

@@ -157,6 +157,7 @@ void ScriptTest::Play(const std::string& line) {
         {"whole", [&] { m_isWhole = true; }},
         {"service", [&] { StartService(); }},
         {"machine", [&] { BeMachine(rest); }},
+        {"hide-identifiers", [] { HideIdentifiers(); }},
         {"await-details", [] { platform::create_task(AwaitDetails); }},
         {"system-information", [&] { m_systemInformation = record; }},
         {"usb-type-c", [&] { m_usbTypeC = record; }},

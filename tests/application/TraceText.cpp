@@ -67,7 +67,8 @@ bool IsOfDetails(const platform::etl::TraceEvent& event) {
         u"Kelvane::MainPage::ShowMachineDetails", u"Kelvane::USBTypeCPage::ShowPorts"};
     return std::ranges::any_of(kBeginnings,
                                [&](std::u16string_view name) { return event.Text.starts_with(name); }) ||
-           event.Text.find(u" tip \"") != std::u16string::npos;
+           event.Text.find(u" tip \"") != std::u16string::npos ||
+           event.Text.find(u" called \"") != std::u16string::npos;
 }
 
 }  // namespace
