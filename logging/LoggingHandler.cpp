@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <utility>
 
 #include "logging/LogRetention.h"
@@ -55,6 +56,21 @@ std::u16string TimeStamp() {
                       unsigned{now.Month}, unsigned{now.Day}, unsigned{now.Hour}, unsigned{now.Minute},
                       unsigned{now.Second}, unsigned{now.Milliseconds});
     return {text.data(), text.data() + length};
+}
+
+/// Warns whoever gives the files of the folder to somebody.
+void WarnOfContent(const StorageFolder& folder) {
+    const std::filesystem::path path(platform::ToPathBytes(folder.Path() + u"/README.txt"));
+    std::error_code unknown;
+    if (!std::filesystem::exists(path, unknown) && !unknown) {
+        std::ofstream(path)
+            << "These files hold what Kelvane did, and this machine's data as it was read: the serial "
+               "number\n"
+               "and the build identifier too, also when they were hidden in the window. Read a file before\n"
+               "you give it to somebody: kelvane-log FILE\n";
+        std::filesystem::permissions(
+            path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, unknown);
+    }
 }
 
 platform::task<std::shared_ptr<StorageFolder>> OpenLogFolder() {
@@ -177,6 +193,7 @@ platform::task<void> LoggingHandler::InTurn(std::function<void()> work) {
 void LoggingHandler::Store(ContinuationData& data, std::u16string_view prefix) {
     try {
         data.folder = OpenLogFolder().get();
+        WarnOfContent(*data.folder);
         MoveIntoFolder(data, prefix);
         m_saidNotStored = false;
     } catch (...) {

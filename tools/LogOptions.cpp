@@ -33,7 +33,9 @@ constinit const platform::Program kProgram{
     .Summary =
         "Prints the messages of Kelvane's log files: time, level, process:thread, message. Without FILE or "
         "FOLDER: the newest stored files and the running program's.",
-    .Notes = R"(Exit status: 0 when all was read, 1 when a file is damaged, foreign or missing
+    .Notes = R"(The messages may hold the machine's data, the serial number among it: read them
+before you give them to somebody.
+Exit status: 0 when all was read, 1 when a file is damaged, foreign or missing
 (what can be read of it is printed) or the output cannot be written, 2 for wrong
 usage.
 )",
