@@ -19,6 +19,8 @@ struct Cell {
     platform::ElementLayout Layout;
     /// What a scrolled Widget holds, else null.
     GtkWidget* Scrolled = nullptr;
+    /// Takes all of its line in a WrapLayout.
+    bool Fills = false;
 };
 
 struct CellLayout {

@@ -2,6 +2,7 @@
 
 #include "backends/desktop/Unit.h"
 #include "platform/core/Text.h"
+#include "platform/xaml/InfoBar.h"
 
 namespace desktop {
 
@@ -152,8 +153,10 @@ std::vector<Cell> GtkPeer::ChildCells() const {
     for (const auto* const child : m_element.Children()) {
         if (const auto* const peer = Of(*child);
             peer != nullptr && gtk_widget_get_parent(peer->Outer()) != nullptr) {
-            cells.push_back(
-                {.Widget = peer->Outer(), .Layout = peer->m_element.Layout(), .Scrolled = peer->Scrolled()});
+            cells.push_back({.Widget = peer->Outer(),
+                             .Layout = peer->m_element.Layout(),
+                             .Scrolled = peer->Scrolled(),
+                             .Fills = dynamic_cast<const platform::InfoBar*>(child) != nullptr});
         }
     }
     return cells;

@@ -11,6 +11,13 @@ namespace {
 
 constexpr int kUnlimited = std::numeric_limits<int>::max() / 2;
 
+CellLayout::Extent Widths(GtkWidget* widget) {
+    CellLayout::Extent widths;
+    gtk_widget_measure(widget, GTK_ORIENTATION_HORIZONTAL, -1, &widths.Minimum, &widths.Natural, nullptr,
+                       nullptr);
+    return widths;
+}
+
 }  // namespace
 
 GdkRectangle WrapLayout::LastLine(int width) const {
@@ -26,26 +33,31 @@ std::vector<WrapLayout::Item> WrapLayout::Lines(int width, int& height) const {
     int x = start;
     int y = Pixels(Padding.Top);
     height = y;
-    for (const auto& cell : Cells) {
-        if (!gtk_widget_should_layout(cell.Widget)) {
+    for (auto cell = Cells.begin(); cell != Cells.end(); ++cell) {
+        if (!gtk_widget_should_layout(cell->Widget)) {
             continue;
         }
-        int least = 0;
-        int natural = 0;
-        gtk_widget_measure(cell.Widget, GTK_ORIENTATION_HORIZONTAL, -1, &least, &natural, nullptr, nullptr);
+        auto [least, natural] = Widths(cell->Widget);
+        if (cell->Fills && width < kUnlimited) {
+            const auto next = cell + 1;
+            const int left =
+                end - x -
+                (next != Cells.end() ? Widths(next->Widget).Natural + Pixels(HorizontalSpacing) : 0);
+            natural = left < (end - start) / 2 ? end - start : left;
+        }
         if (x > start && x + natural > end) {
             x = start;
             y = height + Pixels(VerticalSpacing);
         }
         const int taken = std::max(least, std::min(natural, end - start));
         int lineHeight = 0;
-        gtk_widget_measure(cell.Widget, GTK_ORIENTATION_VERTICAL, taken, nullptr, &lineHeight, nullptr,
+        gtk_widget_measure(cell->Widget, GTK_ORIENTATION_VERTICAL, taken, nullptr, &lineHeight, nullptr,
                            nullptr);
-        const bool atEnd = cell.Layout.HorizontalAlignment == platform::HorizontalAlignment::Right;
-        items.push_back({.widget = cell.Widget,
+        const bool atEnd = cell->Layout.HorizontalAlignment == platform::HorizontalAlignment::Right;
+        items.push_back({.widget = cell->Widget,
                          .area = {atEnd && width < kUnlimited ? end - taken : x, y, taken, lineHeight}});
         height = std::max(height, y + lineHeight);
-        if (const auto last = LastLineOf(cell.Widget, taken); last.height > 0) {
+        if (const auto last = LastLineOf(cell->Widget, taken); last.height > 0) {
             // The next child may stand beside the last line of this one.
             x += last.x + last.width;
             y += last.y;
@@ -67,9 +79,8 @@ CellLayout::Extent WrapLayout::Measure(GtkOrientation orientation, int forSize) 
     }
     CellLayout::Extent extent;
     for (const auto& item : items) {
-        int least = 0;
-        gtk_widget_measure(item.widget, orientation, -1, &least, nullptr, nullptr, nullptr);
-        extent = {std::max(extent.Minimum, least), item.area.x + item.area.width - Pixels(Padding.Left)};
+        extent = {std::max(extent.Minimum, Widths(item.widget).Minimum),
+                  item.area.x + item.area.width - Pixels(Padding.Left)};
     }
     const int padding = Pixels(Padding.Left) + Pixels(Padding.Right);
     return {extent.Minimum + padding, extent.Natural + padding};

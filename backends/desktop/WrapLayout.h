@@ -8,7 +8,8 @@ namespace desktop {
 
 /// Children one after another, in as many lines as the width asks for; one that is aligned to the right
 /// stands at the end of its line. A child that has a layout of this kind is continued by the next one in its
-/// last line.
+/// last line. One that fills takes what its line has left beside the next child, or a line of its own where
+/// that is less than half of it.
 struct WrapLayout {
     double HorizontalSpacing = 0;
     double VerticalSpacing = 0;

@@ -140,7 +140,9 @@ std::shared_ptr<const MainPage::ReadAloud> MainPage::StartReading(platform::Butt
     auto icon = std::make_shared<platform::SymbolIcon>(platform::Symbol::Stop);
     icon->Style(u"Reading");
     button.Content(std::move(icon));
-    button.AcceleratorKey(platform::VirtualKey::Escape);
+    auto stop = std::make_shared<platform::KeyboardAccelerator>();
+    stop->Key = platform::VirtualKey::Escape;
+    button.KeyboardAccelerators().push_back(std::move(stop));
     Rename(button, PackageTexts().Lookup(u"StopReading/Text"));
     Announce(u"Reading/Text");
     m_reading = std::make_shared<ReadAloud>(ReadAloud{.button = &button, .text = std::move(text)});
@@ -154,7 +156,7 @@ bool MainPage::EndReading(const std::shared_ptr<const ReadAloud>& reading) {
     auto& button = *reading->button;
     m_mediaPlayer.reset();
     RestoreIcon(button, platform::Symbol::Volume);
-    button.AcceleratorKey(platform::VirtualKey::None);
+    button.KeyboardAccelerators().clear();
     m_reading.reset();
     return true;
 }
