@@ -4,12 +4,13 @@
 #include <array>
 #include <iterator>
 
+#include "chrome/PageChrome.h"
 #include "logging/Trace.h"
+#include "pages/shortcuts/ShortcutsPage.h"
 #include "platform/core/Exception.h"
 #include "platform/resources/Locale.h"
 #include "platform/resources/Package.h"
 #include "platform/resources/ResourceLoader.h"
-#include "platform/xaml/Window.h"
 
 namespace Kelvane {
 
@@ -17,6 +18,23 @@ namespace {
 
 constexpr std::u16string_view kMainPage = u"Kelvane.MainPage";
 constexpr std::u16string_view kScheme = u"kelvane";
+
+struct FrameKey {
+    platform::VirtualKey key;
+    platform::VirtualKeyModifiers modifiers;
+    /// Of what the list of shortcuts says.
+    std::u16string_view resource;
+    void (*act)(platform::Frame&);
+};
+constexpr FrameKey kFrameKeys[] = {
+    {platform::VirtualKey::W, platform::VirtualKeyModifiers::Control, u"ShortcutClose/Text",
+     [](platform::Frame&) { platform::Application::Exit(); }},
+    {platform::VirtualKey::Q, platform::VirtualKeyModifiers::Control, u"ShortcutClose/Text",
+     [](platform::Frame&) { platform::Application::Exit(); }},
+    {platform::VirtualKey::F1, platform::VirtualKeyModifiers::None, u"ShortcutList/Text", ShowShortcuts},
+    {platform::VirtualKey::QuestionMark, platform::VirtualKeyModifiers::Control, u"ShortcutList/Text",
+     ShowShortcuts},
+};
 
 /// Room for a language or country name with its zero; longer names are reported as failures.
 constexpr int kLocaleNameSize = 5;
@@ -54,6 +72,7 @@ void App::OnLaunched(const platform::LaunchActivatedEventArgs& args) {
             frame = std::make_shared<platform::Frame>();
             const auto self = std::static_pointer_cast<App>(Current());
             frame->NavigationFailed().Add(self, &App::OnNavigationFailed);
+            AddKeys(*frame);
         }
         if (!args.PrelaunchActivated) {
             if (!frame->Content()) {
@@ -80,6 +99,34 @@ void App::ApplyLayoutDirection(platform::Frame& frame) {
                                     : platform::FlowDirection::RightToLeft);
 }
 
+void App::AddKeys(platform::Frame& frame) {
+    const auto loader = platform::ResourceLoader::GetForCurrentView();
+    for (const auto& row : kFrameKeys) {
+        auto accelerator = std::make_shared<platform::KeyboardAccelerator>();
+        accelerator->Key = row.key;
+        accelerator->Modifiers = row.modifiers;
+        accelerator->Name = loader->GetString(std::u16string(row.resource));
+        accelerator->Invoked.Add([act = row.act](platform::UIElement& element, auto& args) {
+            args.Handled = true;
+            act(dynamic_cast<platform::Frame&>(element));
+        });
+        frame.KeyboardAccelerators().push_back(std::move(accelerator));
+    }
+    if (!std::exchange(m_hearsBack, true)) {
+        platform::SystemNavigationManager::GetForCurrentView().BackRequested().Add(
+            std::static_pointer_cast<App>(Current()), &App::OnBackRequested);
+    }
+}
+
+void App::OnBackRequested(platform::SystemNavigationManager&, platform::BackRequestedEventArgs& args) {
+    const auto frame = std::dynamic_pointer_cast<platform::Frame>(platform::Window::Current()->Content());
+    const auto page = frame ? frame->Content() : nullptr;
+    if (auto* const returning = dynamic_cast<ReturningPage*>(page.get())) {
+        returning->Return();
+        args.Handled = true;
+    }
+}
+
 void App::OnActivated(const platform::ActivatedEventArgs& args) {
     TracedUncaught(u"Kelvane::App::OnActivated", [&](const Trace& trace) {
         if (args.Kind != platform::ActivationKind::Protocol) {
@@ -92,6 +139,7 @@ void App::OnActivated(const platform::ActivatedEventArgs& args) {
         }
         auto& window = *platform::Window::Current();
         const auto frame = std::make_shared<platform::Frame>();
+        AddKeys(*frame);
         frame->Navigate(kMainPage, args.Uri.Query());
         window.Content(frame);
         window.Activate();

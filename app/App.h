@@ -6,6 +6,7 @@
 #include "platform/tasks/Cancellation.h"
 #include "platform/world/Application.h"
 #include "platform/xaml/Navigation.h"
+#include "platform/xaml/Window.h"
 
 namespace Kelvane {
 
@@ -23,15 +24,19 @@ class App final : public platform::Application {
 
   private:
     void OnSuspending(platform::Application& sender, platform::SuspendingEventArgs& args);
+    void OnBackRequested(platform::SystemNavigationManager& sender, platform::BackRequestedEventArgs& args);
     void OnNavigationFailed(platform::UIElement& sender, const platform::NavigationFailedEventArgs& args);
 
     void InitialiseMainViewModel();
     void GetAppVersion();
     void GetAppLocale();
     void ApplyLayoutDirection(platform::Frame& frame);
+    /// The keys that do the same on every page.
+    void AddKeys(platform::Frame& frame);
 
     /// For application-wide work; cancelled and replaced at every suspension.
     platform::cancellation_token_source m_cancellationTokenSource;
+    bool m_hearsBack = false;
 };
 
 /// Hides serial number and build identifier in the window and in all outputs. Before the application starts.

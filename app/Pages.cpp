@@ -2,6 +2,7 @@
 #include "chrome/ErrorDisplay.h"
 #include "pages/diagnostics/RunSystemDiagnostics.h"
 #include "pages/main/MainPage.h"
+#include "pages/shortcuts/ShortcutsPage.h"
 #include "pages/usbc/USBTypeCPage.h"
 #include "platform/xaml/TypeRegistry.h"
 
@@ -12,6 +13,7 @@ void RegisterPages() {
     platform::RegisterType(u"Kelvane.USBTypeCPage", [] { return std::make_shared<USBTypeCPage>(); });
     platform::RegisterType(u"Kelvane.RunSystemDiagnostics",
                            [] { return std::make_shared<RunSystemDiagnostics>(); });
+    platform::RegisterType(u"Kelvane.ShortcutsPage", [] { return std::make_shared<ShortcutsPage>(); });
     platform::RegisterType(u"Kelvane.ErrorDisplay", [] { return std::make_shared<ErrorDisplay>(); });
 }
 

@@ -11,6 +11,16 @@
 
 namespace Kelvane {
 
+/// A page that leads back to another one. Escape, the back keys and the mouse's back button do what its
+/// button for that does.
+class ReturningPage {
+  public:
+    virtual void Return() = 0;
+
+  protected:
+    ~ReturningPage() = default;
+};
+
 /// Whether the ring of a new title bar stays as the markup has it.
 enum class TitleBarRing { AsInMarkup, Stopped };
 

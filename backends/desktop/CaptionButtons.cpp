@@ -42,7 +42,8 @@ GtkWidget* NewButton(const CaptionButton& button) {
     auto* const widget = gtk_button_new();
     gtk_button_set_child(GTK_BUTTON(widget), icon);
     gtk_widget_add_css_class(widget, std::string(button.word).c_str());
-    gtk_widget_set_focusable(widget, FALSE);
+    // Reached by Tab; a click leaves the focus where it is.
+    gtk_widget_set_focus_on_click(widget, FALSE);
     gtk_actionable_set_action_name(GTK_ACTIONABLE(widget), button.action);
     gtk_accessible_update_property(GTK_ACCESSIBLE(widget), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                    g_dgettext("gtk40", button.name), -1);
@@ -80,6 +81,10 @@ void CaptionButtons::Rebuild() {
     g_object_get(gtk_settings_get_default(), "gtk-decoration-layout", &setting, nullptr);
     const GCharPtr owned(setting);
     std::string_view rest = setting != nullptr ? setting : "";
+    const auto before = Buttons();
+    const auto focused = std::ranges::find(before, gtk_window_get_focus(m_window));
+    const auto position = focused - before.begin();
+    const bool hadFocus = focused != before.end();
     for (auto* const end : m_ends) {
         while (auto* const child = gtk_widget_get_first_child(end)) {
             gtk_box_remove(GTK_BOX(end), child);
@@ -97,6 +102,35 @@ void CaptionButtons::Rebuild() {
         }
     }
     SetDirection(gtk_widget_get_direction(GTK_WIDGET(m_overlay)));
+    if (const auto after = Buttons(); hadFocus && after.size() == before.size()) {
+        gtk_widget_grab_focus(after[position]);
+    }
+}
+
+std::vector<GtkWidget*> CaptionButtons::Buttons() const {
+    std::vector<GtkWidget*> buttons;
+    for (auto* const end : m_ends) {
+        for (auto* child = gtk_widget_get_first_child(end); child != nullptr;
+             child = gtk_widget_get_next_sibling(child)) {
+            buttons.push_back(child);
+        }
+    }
+    return buttons;
+}
+
+bool CaptionButtons::Contains(GtkWidget* widget) const {
+    const auto* const parent = widget != nullptr ? gtk_widget_get_parent(widget) : nullptr;
+    return parent != nullptr && std::ranges::find(m_ends, parent) != std::end(m_ends);
+}
+
+bool CaptionButtons::MoveFocus(GtkWidget* from, bool back) {
+    auto buttons = Buttons();
+    if (back) {
+        std::ranges::reverse(buttons);
+    }
+    const auto current = std::ranges::find(buttons, from);
+    const auto next = from == nullptr ? buttons.begin() : std::next(current);
+    return next != buttons.end() && gtk_widget_grab_focus(*next) != FALSE;
 }
 
 int CaptionButtons::WidthOf(GtkPackType end) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 #include "backends/desktop/DeferredCall.h"
 #include "backends/desktop/GLibPtr.h"
@@ -22,6 +23,13 @@ class CaptionButtons {
 
     void SetDirection(GtkTextDirection direction);
 
+    /// Whether `widget` is one of the buttons. Null is none.
+    bool Contains(GtkWidget* widget) const;
+
+    /// Gives the focus to the button after `from`, or before it when `back`; null: to the first or last.
+    /// False when there is none.
+    bool MoveFocus(GtkWidget* from, bool back);
+
   private:
     /// False for another widget than the buttons.
     bool Place(GtkWidget* widget, GdkRectangle& place);
@@ -29,6 +37,8 @@ class CaptionButtons {
     platform::OverlayInsets Measure() const;
     int WidthOf(GtkPackType end) const;
     bool IsRightToLeft() const;
+    /// In reading order.
+    std::vector<GtkWidget*> Buttons() const;
 
     GtkWindow* m_window;
     GtkOverlay* m_overlay;

@@ -25,9 +25,8 @@ void UpdateLayoutOf(platform::UIElement& element) {
     }
 }
 
-platform::KeyPress Press(guint key, guint code, GdkModifierType state) {
-    return {.Key = VirtualKeyOf(key), .Modifiers = ModifiersOf(state), .ScanCode = code};
-}
+/// The mouse's button for going back.
+constexpr guint kBackButton = 8;
 
 }  // namespace
 
@@ -80,13 +79,24 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
     m_signals.emplace_back(
         keys, "key-pressed",
         [](GtkEventControllerKey*, guint key, guint code, GdkModifierType state, gpointer self) -> gboolean {
-            return static_cast<DesktopWindow*>(self)->KeyDown(Press(key, code, state));
+            return static_cast<DesktopWindow*>(self)->KeyDown(KeyPressOf(key, code, state));
         },
         this);
     m_signals.emplace_back(
         keys, "key-released",
         [](GtkEventControllerKey*, guint key, guint code, GdkModifierType state, gpointer self) {
-            static_cast<DesktopWindow*>(self)->KeyUp(Press(key, code, state));
+            static_cast<DesktopWindow*>(self)->KeyUp(KeyPressOf(key, code, state));
+        },
+        this);
+    auto* const buttons = gtk_gesture_click_new();
+    gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(buttons), 0);
+    gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(buttons), GTK_PHASE_CAPTURE);
+    gtk_widget_add_controller(GTK_WIDGET(window), GTK_EVENT_CONTROLLER(buttons));
+    m_signals.emplace_back(
+        buttons, "pressed",
+        [](GtkGestureClick* gesture, int, double, double, gpointer self) {
+            static_cast<DesktopWindow*>(self)->ButtonDown(
+                gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture)));
         },
         this);
     // Key releases are not reported while another window has the focus.
@@ -372,13 +382,13 @@ void DesktopWindow::UpdateFocus() {
         peer->Update(platform::ElementProperty::Accessibility);
     }
     auto* const focus = gtk_window_get_focus(m_window.get());
-    if (m_root == nullptr ||
-        (focus != nullptr && gtk_widget_get_mapped(focus) && gtk_widget_is_sensitive(focus))) {
+    const bool isThere = focus != nullptr && gtk_widget_get_mapped(focus) && gtk_widget_is_sensitive(focus);
+    if (m_root == nullptr || (isThere && m_captionButtons.Contains(focus))) {
         return;
     }
-    m_keyboard.FocusLost();
-    if (auto* const first = platform::FirstFocus(*m_root)) {
-        first->Focus();
+    if (auto* const chosen = m_keyboard.ContentChanged(*m_root, isThere ? Focused() : nullptr)) {
+        chosen->Focus();
+        GtkPeer::Of(*chosen)->Unselect();
     }
 }
 
@@ -388,10 +398,30 @@ platform::UIElement* DesktopWindow::Focused() const {
 }
 
 bool DesktopWindow::KeyDown(const platform::KeyPress& press) {
-    if (m_root == nullptr) {
+    auto* const focus = gtk_window_get_focus(m_window.get());
+    // A menu over the window has its own keys.
+    if (m_root == nullptr ||
+        (focus != nullptr && gtk_widget_get_native(focus) != GTK_NATIVE(m_window.get()))) {
         return false;
     }
-    const auto response = m_keyboard.KeyDown(*m_root, Focused(), press);
+    const bool back = HasModifier(press.Modifiers, platform::VirtualKeyModifiers::Shift);
+    if (m_captionButtons.Contains(focus)) {
+        if (press.Key == platform::VirtualKey::Enter || press.Key == platform::VirtualKey::Space) {
+            return false;
+        }
+        if (press.Key == platform::VirtualKey::Tab && m_captionButtons.MoveFocus(focus, back)) {
+            return true;
+        }
+    }
+    auto* const focused = Focused();
+    const auto response = m_keyboard.KeyDown(*m_root, focused, press);
+    if (response.Gesture != platform::TextGesture::None) {
+        return GtkPeer::Of(*focused)->Perform(response.Gesture);
+    }
+    if (response.LeavesContent && m_captionButtons.MoveFocus(nullptr, back)) {
+        gtk_window_set_focus_visible(m_window.get(), TRUE);
+        return true;
+    }
     if (response.Focus != nullptr || response.Press != nullptr) {
         gtk_window_set_focus_visible(m_window.get(), TRUE);
     }
@@ -402,6 +432,13 @@ bool DesktopWindow::KeyDown(const platform::KeyPress& press) {
         gtk_widget_activate(GtkPeer::Of(*response.Press)->Widget());
     }
     return response.Handled;
+}
+
+void DesktopWindow::ButtonDown(guint button) {
+    m_keyboard.PointerPressed();
+    if (button == kBackButton) {
+        m_client.BackRequested();
+    }
 }
 
 void DesktopWindow::KeyUp(const platform::KeyPress& press) {

@@ -68,6 +68,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     platform::UIElement* Focused() const;
     bool KeyDown(const platform::KeyPress& press);
     void KeyUp(const platform::KeyPress& press);
+    void ButtonDown(guint button);
 
     platform::WindowClient& m_client;
     GObjectPtr<GtkWindow> m_window;

@@ -3,6 +3,7 @@
 #include "backends/desktop/CellLayout.h"
 #include "backends/desktop/PeerClient.h"
 #include "platform/xaml/FrameworkElement.h"
+#include "platform/xaml/Keyboard.h"
 
 namespace desktop {
 
@@ -41,6 +42,12 @@ class GtkPeer : public platform::ElementPeer {
     /// Has assistive technology describe the element by `text` in place of its tool tip.
     void Describe(std::u16string_view text);
     void RestoreDescription();
+
+    /// What a text does with a key. False when its widget does it.
+    virtual bool Perform(platform::TextGesture /*gesture*/) { return false; }
+
+    /// A text that has got the focus without the user's doing is not selected.
+    virtual void Unselect() {}
 
     /// The element's area moves the window, or no longer does.
     void MakeDragArea(bool dragArea);

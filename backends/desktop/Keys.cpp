@@ -19,9 +19,9 @@ constexpr Key kKeys[] = {
     {GDK_KEY_space, 32},     {GDK_KEY_Page_Up, 33}, {GDK_KEY_Page_Down, 34},   {GDK_KEY_End, 35},
     {GDK_KEY_Home, 36},      {GDK_KEY_Left, 37},    {GDK_KEY_Up, 38},          {GDK_KEY_Right, 39},
     {GDK_KEY_Down, 40},      {GDK_KEY_Insert, 45},  {GDK_KEY_Delete, 46},      {GDK_KEY_Menu, 93},
+    {GDK_KEY_KP_End, 35},    {GDK_KEY_KP_Home, 36}, {GDK_KEY_KP_Left, 37},     {GDK_KEY_KP_Right, 39},
+    {GDK_KEY_KP_Insert, 45}, {GDK_KEY_Back, 166},   {GDK_KEY_question, 191},
 };
-
-}  // namespace
 
 platform::VirtualKey VirtualKeyOf(guint keyValue) {
     const auto* const found = std::find_if(std::begin(kKeys), std::end(kKeys),
@@ -40,6 +40,26 @@ platform::VirtualKey VirtualKeyOf(guint keyValue) {
     return platform::VirtualKey::None;
 }
 
+/// The same for a key that types no Latin letter: Control and the key that has C in another of the user's
+/// layouts is Control and C.
+platform::VirtualKey VirtualKeyOf(guint keyValue, guint code) {
+    auto key = VirtualKeyOf(keyValue);
+    if (key != platform::VirtualKey::None) {
+        return key;
+    }
+    GdkKeymapKey* places = nullptr;
+    guint* values = nullptr;
+    int count = 0;
+    if (gdk_display_map_keycode(gdk_display_get_default(), code, &places, &values, &count) != FALSE) {
+        for (int index = 0; index < count && key == platform::VirtualKey::None; ++index) {
+            key = VirtualKeyOf(values[index]);
+        }
+        g_free(places);
+        g_free(values);
+    }
+    return key;
+}
+
 platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state) {
     using platform::VirtualKeyModifiers;
     auto modifiers = VirtualKeyModifiers::None;
@@ -52,6 +72,20 @@ platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state) {
         }
     }
     return modifiers;
+}
+
+}  // namespace
+
+platform::KeyPress KeyPressOf(guint keyValue, guint code, GdkModifierType state) {
+    const auto key = VirtualKeyOf(keyValue, code);
+    if (key == platform::VirtualKey::QuestionMark) {
+        // On most keyboards it takes Shift to type it.
+        state = static_cast<GdkModifierType>(state & ~GDK_SHIFT_MASK);
+    }
+    return {.Key = key,
+            .Modifiers = ModifiersOf(state),
+            .ScanCode = code,
+            .Character = static_cast<char16_t>(gdk_keyval_to_unicode(gdk_keyval_to_upper(keyValue)))};
 }
 
 }  // namespace desktop

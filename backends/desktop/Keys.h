@@ -2,13 +2,11 @@
 
 #include <gdk/gdk.h>
 
-#include "platform/xaml/Types.h"
+#include "platform/xaml/Keyboard.h"
 
 namespace desktop {
 
-/// The platform's number of a key; None for one that has none here.
-platform::VirtualKey VirtualKeyOf(guint keyValue);
-
-platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state);
+/// A key event of the toolkit's: the key's value in the layout in use, its code, and what is held with it.
+platform::KeyPress KeyPressOf(guint keyValue, guint code, GdkModifierType state);
 
 }  // namespace desktop

@@ -1,5 +1,8 @@
 // TextBlock and TextBox.
 
+#include <algorithm>
+#include <utility>
+
 #include "backends/desktop/Peers.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
@@ -19,11 +22,72 @@ bool RunsAgainst(GtkWidget* widget, const char* text) {
     return (direction == PANGO_DIRECTION_RTL) != (gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL);
 }
 
+/// The text with the toolkit's mark before the letter that clicks the button it stands in; nothing where
+/// there is no such letter.
+std::string WithMnemonic(const std::u16string& text, const platform::UIElement& element) {
+    const auto* above = element.Parent();
+    while (above != nullptr && dynamic_cast<const platform::Button*>(above) == nullptr) {
+        above = above->Parent();
+    }
+    const char16_t key = above != nullptr ? dynamic_cast<const platform::Button*>(above)->AccessKey() : u'\0';
+    const auto at = std::ranges::find(
+        text, key, [](char16_t each) { return static_cast<char16_t>(g_unichar_toupper(each)); });
+    if (key == 0 || at == text.end()) {
+        return {};
+    }
+    std::u16string marked;
+    for (auto each = text.begin(); each != text.end(); ++each) {
+        marked += each == at ? u"_" : *each == u'_' ? u"_" : u"";
+        marked += *each;
+    }
+    return platform::ToValidUtf8(marked);
+}
+
 /// A text as a label, which offers its text to assistive technology.
 class LabelPeer : public GtkPeer {
   protected:
     LabelPeer(PeerClient& client, platform::FrameworkElement& element, GtkAccessibleRole role)
-        : GtkPeer(client, element, NewLabel(role)) {}
+        : GtkPeer(client, element, NewLabel(role)) {
+        // Before the toolkit's own menu, which offers what cannot be done with a text to read.
+        auto* const click = gtk_gesture_click_new();
+        gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(click), GDK_BUTTON_SECONDARY);
+        gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(click), GTK_PHASE_CAPTURE);
+        gtk_widget_add_controller(Widget(), GTK_EVENT_CONTROLLER(click));
+        m_clicked = Signal(
+            click, "pressed",
+            [](GtkGestureClick* gesture, int, double x, double y, gpointer data) {
+                auto* const self = static_cast<LabelPeer*>(data);
+                if (gtk_label_get_selectable(self->Label())) {
+                    gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_CLAIMED);
+                    self->ShowMenu({static_cast<int>(x), static_cast<int>(y), 1, 1});
+                }
+            },
+            this);
+    }
+
+    ~LabelPeer() override { RemoveMenu(); }
+
+    bool Perform(platform::TextGesture gesture) override {
+        switch (gesture) {
+            case platform::TextGesture::Copy:
+                gtk_widget_activate_action(Widget(), kCopy, nullptr);
+                return true;
+            case platform::TextGesture::SelectAll:
+                gtk_label_select_region(Label(), 0, -1);
+                return true;
+            case platform::TextGesture::ContextMenu:
+                ShowMenu({0, 0, gtk_widget_get_width(Widget()), gtk_widget_get_height(Widget())});
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    void Unselect() override {
+        if (gtk_label_get_selectable(Label())) {
+            gtk_label_select_region(Label(), 0, 0);
+        }
+    }
 
     GtkLabel* Label() const { return GTK_LABEL(Widget()); }
 
@@ -32,10 +96,16 @@ class LabelPeer : public GtkPeer {
         auto* const label = Label();
         gtk_label_set_wrap(label, wrap);
         gtk_label_set_wrap_mode(label, isValue ? PANGO_WRAP_WORD_CHAR : PANGO_WRAP_WORD);
-        if (gtk_label_get_selectable(label) != static_cast<gboolean>(isValue)) {
-            gtk_label_set_selectable(label, isValue);
+        if (const gboolean isSelectable = isValue && !text.empty();
+            gtk_label_get_selectable(label) != isSelectable) {
+            gtk_label_set_selectable(label, isSelectable);
+            Client().ContentChanged();
         }
-        gtk_label_set_text(label, platform::ToValidUtf8(text).c_str());
+        if (const auto marked = WithMnemonic(text, Element()); !marked.empty()) {
+            gtk_label_set_text_with_mnemonic(label, marked.c_str());
+        } else {
+            gtk_label_set_text(label, platform::ToValidUtf8(text).c_str());
+        }
         UpdateAlignment();
         if (Element().Accessibility().LabeledBy != nullptr) {
             // The toolkit has made the text the name as well: a value is called by its label alone.
@@ -56,6 +126,51 @@ class LabelPeer : public GtkPeer {
     }
 
   private:
+    static constexpr const char* kCopy = "clipboard.copy";
+    static constexpr const char* kSelectAll = "selection.select-all";
+
+    /// What can be done with the text, at `place` in the widget. Words are the toolkit's, which has them in
+    /// the user's language.
+    void ShowMenu(const GdkRectangle& place) {
+        RemoveMenu();
+        const GObjectPtr<GMenu> menu(g_menu_new());
+        for (const auto& [word, action] : {std::pair{"_Copy", kCopy}, {"Select _All", kSelectAll}}) {
+            const GObjectPtr<GMenuItem> item(g_menu_item_new(g_dgettext("gtk40", word), action));
+            g_menu_item_set_attribute(item.get(), "hidden-when", "s", "action-disabled");
+            g_menu_append_item(menu.get(), item.get());
+        }
+        m_menu = gtk_popover_menu_new_from_model(G_MENU_MODEL(menu.get()));
+        gtk_widget_set_parent(m_menu, Widget());
+        gtk_widget_set_direction(m_menu, gtk_widget_get_direction(Widget()));
+        // The arrows of a menu inside of something that scrolls lead out of it: a fault of the toolkit's.
+        auto* const keys = gtk_event_controller_key_new();
+        gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
+        gtk_widget_add_controller(m_menu, keys);
+        ConnectSignal(
+            keys, "key-pressed",
+            [](GtkEventControllerKey*, guint key, guint, GdkModifierType, gpointer shown) -> gboolean {
+                if (key != GDK_KEY_Down && key != GDK_KEY_Up) {
+                    return FALSE;
+                }
+                gtk_widget_child_focus(GTK_WIDGET(shown),
+                                       key == GDK_KEY_Down ? GTK_DIR_TAB_FORWARD : GTK_DIR_TAB_BACKWARD);
+                return TRUE;
+            },
+            m_menu);
+        gtk_popover_set_pointing_to(GTK_POPOVER(m_menu), &place);
+        gtk_popover_popup(GTK_POPOVER(m_menu));
+    }
+
+    void RemoveMenu() {
+        if (auto* const menu = std::exchange(m_menu, nullptr)) {
+            gtk_widget_unparent(menu);
+        }
+    }
+
+    /// Owned by the widget; null until there has been one.
+    GtkWidget* m_menu = nullptr;
+    Signal m_clicked;
+
     /// The role is fixed when the widget is made.
     static GtkWidget* NewLabel(GtkAccessibleRole role) {
         // A hyphen at the end of a line would be read as part of the value.

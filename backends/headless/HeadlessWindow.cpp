@@ -15,7 +15,36 @@ namespace {
 
 /// A key has its number for a scan code.
 platform::KeyPress Press(VirtualKey key, VirtualKeyModifiers modifiers) {
-    return {.Key = key, .Modifiers = modifiers, .ScanCode = static_cast<std::uint32_t>(key)};
+    const auto name = platform::NameOf(key);
+    return {.Key = key,
+            .Modifiers = modifiers,
+            .ScanCode = static_cast<std::uint32_t>(key),
+            .Character = name.size() == 1 ? name.front() : u'\0'};
+}
+
+std::u16string TextOf(const UIElement* element) {
+    if (const auto* const block = dynamic_cast<const platform::TextBlock*>(element)) {
+        return block->Text();
+    }
+    const auto* const box = dynamic_cast<const platform::TextBox*>(element);
+    return box != nullptr ? box->Text() : u"";
+}
+
+/// Where a caret key moves the caret in `text`; with Control by words, between blanks.
+std::size_t Moved(std::size_t caret, const std::u16string& text, const platform::KeyPress& press) {
+    const bool back = press.Key == VirtualKey::Left || press.Key == VirtualKey::Home;
+    const auto end = back ? 0 : text.size();
+    if (caret == end || press.Key == VirtualKey::Home || press.Key == VirtualKey::End) {
+        return end;
+    }
+    const auto step = [&] { back ? --caret : ++caret; };
+    step();
+    if (HasModifier(press.Modifiers, VirtualKeyModifiers::Control)) {
+        while (caret != end && text[back ? caret - 1 : caret] != u' ') {
+            step();
+        }
+    }
+    return caret;
 }
 
 }  // namespace
@@ -27,7 +56,7 @@ class HeadlessWindow::ElementPeer final : public platform::ElementPeer {
 
     ~ElementPeer() override {
         if (m_window.m_focused == &m_element) {
-            m_window.LoseFocus();
+            m_window.m_focused = nullptr;
         }
         if (m_window.m_titleBar == &m_element) {
             m_window.m_titleBar = nullptr;
@@ -35,17 +64,22 @@ class HeadlessWindow::ElementPeer final : public platform::ElementPeer {
     }
 
     void Update(platform::ElementProperty property) override {
+        if (property == platform::ElementProperty::Selection && m_window.m_focused == &m_element) {
+            m_window.m_selection = {.Anchor = 0, .Caret = TextOf(&m_element).size()};
+        }
         if ((property == platform::ElementProperty::Visibility ||
              property == platform::ElementProperty::IsEnabled) &&
             m_window.m_focused != nullptr &&
             !(m_window.m_focused->IsShown() && m_window.m_focused->IsTabStop())) {
-            m_window.LoseFocus();
+            m_window.m_focused = nullptr;
         }
     }
 
     void Focus() override {
         if (m_element.IsTabStop()) {
             m_window.m_focused = &m_element;
+            // A text that is reached by key is selected.
+            m_window.m_selection = {.Anchor = 0, .Caret = TextOf(&m_element).size()};
         }
     }
 
@@ -89,16 +123,47 @@ class HeadlessWindow::WindowPeer final : public platform::WindowPeer {
     HeadlessWindow& m_window;
 };
 
-void HeadlessWindow::LoseFocus() {
-    m_focused = nullptr;
-    m_keyboard.FocusLost();
-}
-
 UIElement* HeadlessWindow::Focused() {
-    if (m_focused == nullptr && m_content != nullptr) {
-        m_focused = platform::FirstFocus(*m_content);
+    if (m_content != nullptr) {
+        if (auto* const chosen = m_keyboard.ContentChanged(*m_content, m_focused)) {
+            m_focused = chosen;
+            m_selection = {};
+        }
     }
     return m_focused;
+}
+
+void HeadlessWindow::Perform(platform::TextGesture gesture, const platform::KeyPress& press) {
+    const auto text = TextOf(m_focused);
+    auto& [anchor, caret] = m_selection;
+    anchor = std::min(anchor, text.size());
+    caret = std::min(caret, text.size());
+    switch (gesture) {
+        case platform::TextGesture::Copy:
+            if (anchor != caret) {
+                m_copy(
+                    text.substr(std::min(anchor, caret), std::max(anchor, caret) - std::min(anchor, caret)));
+            }
+            break;
+        case platform::TextGesture::SelectAll:
+            m_selection = {.Anchor = 0, .Caret = text.size()};
+            break;
+        case platform::TextGesture::MoveCaret: {
+            const bool selects = HasModifier(press.Modifiers, VirtualKeyModifiers::Shift);
+            // A selection that is left collapses to that end.
+            if (anchor != caret && !selects && press.Key == VirtualKey::Left) {
+                caret = std::min(anchor, caret);
+            } else if (anchor != caret && !selects && press.Key == VirtualKey::Right) {
+                caret = std::max(anchor, caret);
+            } else {
+                caret = Moved(caret, text, press);
+            }
+            anchor = selects ? anchor : caret;
+            break;
+        }
+        default:
+            break;
+    }
 }
 
 void HeadlessWindow::HoldKey(VirtualKey key, VirtualKeyModifiers modifiers) {
@@ -106,7 +171,9 @@ void HeadlessWindow::HoldKey(VirtualKey key, VirtualKeyModifiers modifiers) {
         if (m_content == nullptr) {
             return;
         }
-        const auto response = m_keyboard.KeyDown(*m_content, Focused(), Press(key, modifiers));
+        const auto press = Press(key, modifiers);
+        const auto response = m_keyboard.KeyDown(*m_content, Focused(), press);
+        Perform(response.Gesture, press);
         if (response.Focus != nullptr) {
             response.Focus->Focus();
         }
@@ -127,6 +194,12 @@ void HeadlessWindow::ReleaseKey(VirtualKey key) {
 void HeadlessWindow::PressKey(VirtualKey key, VirtualKeyModifiers modifiers) {
     HoldKey(key, modifiers);
     ReleaseKey(key);
+}
+
+void HeadlessWindow::RequestBack() {
+    if (m_client != nullptr) {
+        platform::EnterLayer([&] { m_client->BackRequested(); });
+    }
 }
 
 void HeadlessWindow::SetOverlayInsets(platform::OverlayInsets insets) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <string_view>
+
 #include "platform/xaml/Keyboard.h"
 #include "platform/xaml/Peers.h"
 #include "platform/xaml/UIElement.h"
@@ -10,7 +13,9 @@ namespace headless {
 /// the keyboard focus is. User-interface thread.
 class HeadlessWindow {
   public:
-    explicit HeadlessWindow(platform::Size size) : m_size(size) {}
+    /// `copy` is given what the user copies from a text.
+    HeadlessWindow(platform::Size size, std::function<void(std::u16string_view)> copy)
+        : m_size(size), m_copy(std::move(copy)) {}
 
     platform::Size Size() const { return m_size; }
     platform::Size MinimumSize() const { return m_minimum; }
@@ -32,6 +37,9 @@ class HeadlessWindow {
     void PressKey(platform::VirtualKey key,
                   platform::VirtualKeyModifiers modifiers = platform::VirtualKeyModifiers::None);
 
+    /// The mouse's back button.
+    void RequestBack();
+
     /// The caption buttons change their place.
     void SetOverlayInsets(platform::OverlayInsets insets);
 
@@ -45,7 +53,13 @@ class HeadlessWindow {
     class WindowPeer;
     class ElementPeer;
 
-    void LoseFocus();
+    /// The focused text, as its user sees it.
+    struct TextSelection {
+        std::size_t Anchor = 0;
+        std::size_t Caret = 0;
+    };
+
+    void Perform(platform::TextGesture gesture, const platform::KeyPress& press);
 
     platform::Size m_size;
     platform::Size m_minimum;
@@ -55,6 +69,8 @@ class HeadlessWindow {
     platform::UIElement* m_titleBar = nullptr;
     platform::UIElement* m_focused = nullptr;
     std::vector<std::u16string> m_announced;
+    TextSelection m_selection;
+    std::function<void(std::u16string_view)> m_copy;
     platform::Keyboard m_keyboard;
     platform::WindowClient* m_client = nullptr;
 };

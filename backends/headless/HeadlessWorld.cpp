@@ -6,7 +6,7 @@ namespace headless {
 
 HeadlessWorld::HeadlessWorld(HeadlessOptions options)
     : m_options(std::move(options)),
-      m_window(m_options.ViewSize),
+      m_window(m_options.ViewSize, [this](std::u16string_view text) { m_clipboard = text; }),
       m_speech(m_options.Voices, m_options.HasSound, m_options.SoundsLast, m_loop) {
     if (m_options.LocaleName.empty()) {
         m_options.LocaleName = platform::LocaleNameFromEnvironment();

@@ -1,6 +1,5 @@
 #include "pages/diagnostics/RunSystemDiagnostics.h"
 
-#include "chrome/PageChrome.h"
 #include "logging/Trace.h"
 #include "pages/RequestInProgress.h"
 #include "pages/WorkThenShow.h"

@@ -7,17 +7,20 @@
 #include <memory>
 
 #include "chrome/CustomTitleBar.h"
+#include "chrome/PageChrome.h"
 #include "platform/xaml/Navigation.h"
 
 namespace Kelvane {
 
-class RunSystemDiagnostics final : public platform::Page {
+class RunSystemDiagnostics final : public platform::Page, public ReturningPage {
   public:
     RunSystemDiagnostics();
     ~RunSystemDiagnostics() override;
 
     void AddCustomTitleBar();
     void RemoveCustomTitleBar();
+
+    void Return() override { Cancel_Click(*this, {}); }
 
   private:
     void InitializeComponent();

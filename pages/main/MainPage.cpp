@@ -93,7 +93,8 @@ void MainPage::InitializeComponent() {
                            {u"CopyAll_Click", on(&MainPage::CopyAll_Click)},
                            {u"ReadSerialNumber_Click", on(&MainPage::ReadSerialNumber_Click)}},
          .KeyHandlers = {{u"KeyboardKeyDownEvent", on(&MainPage::KeyboardKeyDownEvent)},
-                         {u"KeyboardKeyUpEvent", on(&MainPage::KeyboardKeyUpEvent)}}});
+                         {u"KeyboardKeyUpEvent", on(&MainPage::KeyboardKeyUpEvent)}},
+         .AcceleratorHandlers = {{u"TryAgain_Invoked", on(&MainPage::TryAgain_Invoked)}}});
     for (std::size_t i = 0; i < kRows; ++i) {
         m_rows[i] = {.label = elements.Find<platform::TextBlock>(kRowNames[i].label),
                      .value = elements.Find<platform::TextBlock>(kRowNames[i].value),
@@ -243,6 +244,11 @@ void MainPage::USBType_Click(UIElement&, const RoutedEventArgs&) {
 void MainPage::RunSysDiagsbutton_Click(UIElement&, const RoutedEventArgs&) {
     Traced(u"Kelvane::MainPage::RunSysDiagsbutton_Click",
            [this] { NavigateRoot(u"Kelvane.RunSystemDiagnostics"); });
+}
+
+void MainPage::TryAgain_Invoked(UIElement&, platform::KeyboardAcceleratorInvokedEventArgs& args) {
+    args.Handled = true;
+    Traced(u"Kelvane::MainPage::TryAgain_Invoked", [this] { NavigateRoot(u"Kelvane.MainPage"); });
 }
 
 void MainPage::NavigateRoot(std::u16string_view pageType) {

@@ -110,6 +110,9 @@ class MainPage final : public platform::Page {
     void KeyboardKeyUpEvent(UIElement& sender, platform::KeyRoutedEventArgs& args);
     void SelectionOnTab(UIElement& sender, platform::KeyRoutedEventArgs& args);
 
+    /// Reads anew what has not been read: the page is navigated to once more.
+    void TryAgain_Invoked(UIElement& sender, platform::KeyboardAcceleratorInvokedEventArgs& args);
+
     void UpdateSysInfoDetails(const platform::NavigationEventArgs& args);
     void StartHotkeyChain();
     void UpdateUIWithSysDataAvailable();

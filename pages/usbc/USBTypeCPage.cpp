@@ -1,6 +1,5 @@
 #include "pages/usbc/USBTypeCPage.h"
 
-#include "chrome/PageChrome.h"
 #include "logging/Trace.h"
 #include "pages/CachedRecord.h"
 #include "pages/KeyRule.h"

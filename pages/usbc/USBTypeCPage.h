@@ -10,6 +10,7 @@
 #include <string>
 
 #include "chrome/CustomTitleBar.h"
+#include "chrome/PageChrome.h"
 #include "pages/usbc/USBTypeCRecord.h"
 #include "platform/xaml/Controls.h"
 #include "platform/xaml/Navigation.h"
@@ -18,13 +19,15 @@
 
 namespace Kelvane {
 
-class USBTypeCPage final : public platform::Page {
+class USBTypeCPage final : public platform::Page, public ReturningPage {
   public:
     USBTypeCPage();
     ~USBTypeCPage() override;
 
     void AddCustomTitleBar();
     void RemoveCustomTitleBar();
+
+    void Return() override { Back_Click(*this, {}); }
 
     /// Shows a USB Type-C record, box by box.
     void UpdateUI(const std::u16string& record);

@@ -23,6 +23,14 @@ class Button : public ContentControl {
     bool IsEnabled() const { return m_isEnabled; }
     void IsEnabled(bool value) { Set(m_isEnabled, value, ElementProperty::IsEnabled); }
 
+    /// The letter that clicks the button while Alt is held, as a capital; 0 for none. It is underlined where
+    /// the button's text has it.
+    char16_t AccessKey() const { return m_accessKey; }
+    void AccessKey(char16_t value) {
+        VerifyUserInterfaceThread();
+        m_accessKey = value;
+    }
+
     /// The page's default button: has the focus when the page appears.
     bool IsDefault() const { return m_isDefault; }
     void IsDefault(bool value) {
@@ -32,6 +40,7 @@ class Button : public ContentControl {
 
   private:
     Event<UIElement&, const RoutedEventArgs&> m_click;
+    char16_t m_accessKey = 0;
     bool m_isDefault = false;
     bool m_isEnabled = true;
 };
@@ -42,8 +51,8 @@ inline constexpr std::u16string_view kMask = u"••••••••";
 /// Text to read.
 class TextBlock : public FrameworkElement {
   public:
-    /// A selectable text can take the focus.
-    bool IsTabStop() const override { return m_isTextSelectionEnabled; }
+    /// A selectable text can take the focus, when there is any.
+    bool IsTabStop() const override { return m_isTextSelectionEnabled && !m_text.empty(); }
 
     const std::u16string& Text() const { return m_text; }
     void Text(std::u16string value) { Set(m_text, std::move(value), ElementProperty::Text); }
@@ -80,7 +89,7 @@ class TextBlock : public FrameworkElement {
 /// A box with text.
 class TextBox : public FrameworkElement {
   public:
-    bool IsTabStop() const override { return true; }
+    bool IsTabStop() const override { return !m_isReadOnly || !m_text.empty(); }
 
     const std::u16string& Text() const { return m_text; }
     void Text(std::u16string value);

@@ -5,7 +5,9 @@
 // thread.
 
 #include <cstdint>
+#include <memory>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "platform/xaml/Types.h"
@@ -23,8 +25,11 @@ std::vector<UIElement*> TabOrder(UIElement& root);
 Button* DefaultButton(UIElement& root);
 
 /// What has the focus when a page appears, and when the focused element disappears: the default button, else
-/// the first button; null without one. Never a text, which would show itself selected.
+/// what Tab reaches first; null when there is nothing.
 UIElement* FirstFocus(UIElement& root);
+
+/// What a text does with a key by itself, before its page has a say.
+enum class TextGesture { None, Copy, SelectAll, ContextMenu, MoveCaret };
 
 /// A key that went down, or is still down and repeats.
 struct KeyPress {
@@ -32,7 +37,24 @@ struct KeyPress {
     VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
     /// Identifies the physical key, independent of the keyboard layout.
     std::uint32_t ScanCode = 0;
+    /// What the key types, as a capital; 0 for none.
+    char16_t Character = 0;
 };
+
+/// One row of the list of shortcuts.
+struct Shortcut {
+    VirtualKey Key = VirtualKey::None;
+    VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
+    /// An access key, in place of Key.
+    char16_t Character = 0;
+    /// What it does.
+    std::u16string Name;
+};
+
+/// What the keys do on the page that `root` shows: its accelerators, going back, the gestures of texts, the
+/// access keys. Made from what Keyboard looks keys up in; names of its own are the texts "Shortcut..." of the
+/// package.
+std::vector<Shortcut> Shortcuts(UIElement& root);
 
 /// What a backend does after a key press.
 struct KeyResponse {
@@ -42,25 +64,37 @@ struct KeyResponse {
     UIElement* Focus = nullptr;
     /// The button to press, as the backend's buttons are pressed; null for none.
     Button* Press = nullptr;
+    /// Tab goes past the last element, or back past the first: where the backend has stops of its own, the
+    /// focus moves to the first (or last) of them in place of `Focus`.
+    bool LeavesContent = false;
+    /// What the focused text does with the key.
+    TextGesture Gesture = TextGesture::None;
 };
 
 /// The keys of one window.
 class Keyboard {
   public:
     /// Raises KeyDown at `focused`, the element that has the focus (null: at `root`, the window's content),
-    /// and above it. Then the page's keyboard accelerators with these keys are asked, whatever the handlers
-    /// said, since values take every key for themselves: only at the first press of a key that is held, and
-    /// last in reading order first. A press that neither takes does what its key is for: Tab moves the focus,
-    /// back with Shift held; Enter and Space press the focused button, Enter elsewhere the default button,
-    /// without modifiers.
+    /// and above it. Whatever its handlers say, since values take every key for themselves, a text's own
+    /// gestures come first; then, only at the first press of a key that is held, the page's keyboard
+    /// accelerators, last in reading order first; then the keys that go back (Escape, the back key, Alt and
+    /// the arrow that points back), as SystemNavigationManager::BackRequested; then Alt with the access key
+    /// of a button. A press that none of them and no handler takes does what its key is for: Tab moves the
+    /// focus, back with Shift held; Enter and Space press the focused button, Enter elsewhere the default
+    /// button, without modifiers.
     KeyResponse KeyDown(UIElement& root, UIElement* focused, const KeyPress& press);
 
     /// Raises KeyUp in the same way.
     void KeyUp(UIElement& root, UIElement* focused, const KeyPress& press);
 
-    /// The focused element has disappeared. Keys that are still down meant that element: their repeats do
-    /// nothing until they are released.
-    void FocusLost() { m_stale = m_held; }
+    /// The content has changed, or the focused element has disappeared (`focused` is null). Returns where the
+    /// focus moves; null to leave it. It moves when it was lost, and while the user has not touched anything
+    /// since this function chose where it is: the first row may appear after the buttons. Keys that are down
+    /// when it is lost meant what has disappeared: their repeats do nothing until they are released.
+    UIElement* ContentChanged(UIElement& root, const UIElement* focused);
+
+    /// The user has touched the window other than by a key.
+    void PointerPressed() { m_chosen.reset(); }
 
     /// Key releases are not reported from here on: another window has the focus.
     void ReleaseAll();
@@ -69,6 +103,8 @@ class Keyboard {
     /// By scan code.
     std::set<std::uint32_t> m_held;
     std::set<std::uint32_t> m_stale;
+    /// What has the focus by ContentChanged's choice.
+    std::weak_ptr<UIElement> m_chosen;
 };
 
 }  // namespace platform

@@ -41,8 +41,8 @@ constexpr ElementKind kElements[] = {
 };
 
 /// Properties that a text of the resource file may set on an element with x:Uid.
-constexpr std::string_view kUidProperties[] = {"Text", "Content", "CloseButtonText",
-                                               "AutomationProperties.Name", "ToolTipService.ToolTip"};
+constexpr std::string_view kUidProperties[] = {
+    "Text", "Content", "CloseButtonText", "AutomationProperties.Name", "ToolTipService.ToolTip", "AccessKey"};
 
 constexpr std::string_view kAccelerators = ".KeyboardAccelerators";
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";

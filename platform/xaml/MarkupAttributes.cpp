@@ -204,6 +204,7 @@ constexpr Attribute kAttributes[] = {
     {"Orientation", On<StackPanel, [](StackPanel& e, Value v) { e.Orientation(OneOf(v, kOrientations)); }>},
     {"Spacing", On<StackPanel, [](StackPanel& e, Value v) { e.Spacing(ParseNumber<double>(v)); }>},
     {"Content", On<Button, SetContentText>},
+    {"AccessKey", On<Button, [](Button& e, Value v) { e.AccessKey(FromUtf8(v).at(0)); }>},
     {"IsDefault", On<Button, [](Button& e, Value v) { e.IsDefault(OneOf(v, kBooleans)); }>},
     {"IsEnabled", On<Button, [](Button& e, Value v) { e.IsEnabled(OneOf(v, kBooleans)); }>},
     {"Text", On<TextBlock, [](TextBlock& e, Value v) { e.Text(FromUtf8(v)); }>},

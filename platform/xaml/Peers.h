@@ -38,6 +38,9 @@ class WindowClient {
     virtual void CloseRequested() = 0;
 
     virtual void OverlayInsetsChanged() = 0;
+
+    /// The user asked to go back other than by a key: the mouse has a button for it.
+    virtual void BackRequested() = 0;
 };
 
 /// A world's side of the window. User-interface thread.

@@ -13,23 +13,16 @@ struct NamedKey {
 };
 
 constexpr NamedKey kKeys[] = {
-    {VirtualKey::None, u"None"},
-    {VirtualKey::Tab, u"Tab"},
-    {VirtualKey::Enter, u"Enter"},
-    {VirtualKey::Escape, u"Escape"},
-    {VirtualKey::Space, u"Space"},
-    {VirtualKey::End, u"End"},
-    {VirtualKey::Home, u"Home"},
-    {VirtualKey::Left, u"Left"},
-    {VirtualKey::Up, u"Up"},
-    {VirtualKey::Right, u"Right"},
-    {VirtualKey::Down, u"Down"},
-    {VirtualKey::Insert, u"Insert"},
-    {VirtualKey::Application, u"Application"},
-    {VirtualKey::F1, u"F1"},
-    {VirtualKey::F5, u"F5"},
-    {VirtualKey::F10, u"F10"},
-    {VirtualKey::GoBack, u"GoBack"},
+    {VirtualKey::None, u"None"},       {VirtualKey::Tab, u"Tab"},
+    {VirtualKey::Enter, u"Enter"},     {VirtualKey::Shift, u"Shift"},
+    {VirtualKey::Control, u"Control"}, {VirtualKey::Menu, u"Menu"},
+    {VirtualKey::Escape, u"Escape"},   {VirtualKey::Space, u"Space"},
+    {VirtualKey::End, u"End"},         {VirtualKey::Home, u"Home"},
+    {VirtualKey::Left, u"Left"},       {VirtualKey::Up, u"Up"},
+    {VirtualKey::Right, u"Right"},     {VirtualKey::Down, u"Down"},
+    {VirtualKey::Insert, u"Insert"},   {VirtualKey::Application, u"Application"},
+    {VirtualKey::F1, u"F1"},           {VirtualKey::F5, u"F5"},
+    {VirtualKey::F10, u"F10"},         {VirtualKey::GoBack, u"GoBack"},
     {VirtualKey::QuestionMark, u"?"},
 };
 constexpr std::u16string_view kLetters = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ";

@@ -46,6 +46,16 @@ double CoreApplicationViewTitleBar::SystemOverlayRightInset() const {
     return CurrentInsets().Right;
 }
 
+SystemNavigationManager& SystemNavigationManager::GetForCurrentView() {
+    return CurrentView().m_navigationManager;
+}
+
+bool SystemNavigationManager::RequestBack() {
+    BackRequestedEventArgs args;
+    m_backRequested.Raise(*this, args);
+    return args.Handled;
+}
+
 ApplicationView& ApplicationView::GetForCurrentView() {
     CurrentView();
     static ApplicationView view;

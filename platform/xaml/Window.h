@@ -45,6 +45,25 @@ class CoreApplicationView {
     std::shared_ptr<CoreApplicationViewTitleBar> m_titleBar = std::make_shared<CoreApplicationViewTitleBar>();
 };
 
+struct BackRequestedEventArgs {
+    /// The application has gone back.
+    bool Handled = false;
+};
+
+/// The user's requests to go back, by key or mouse.
+class SystemNavigationManager {
+  public:
+    static SystemNavigationManager& GetForCurrentView();
+
+    Event<SystemNavigationManager&, BackRequestedEventArgs&>& BackRequested() { return m_backRequested; }
+
+    /// For the layer. Returns whether a handler has gone back.
+    bool RequestBack();
+
+  private:
+    Event<SystemNavigationManager&, BackRequestedEventArgs&> m_backRequested;
+};
+
 enum class ApplicationViewWindowingMode { Auto = 0, PreferredLaunchViewSize = 1 };
 
 /// Sizes of the window's content. In a world without windows the wishes are kept and nothing happens.
@@ -93,13 +112,16 @@ class Window final : private WindowClient {
 
   private:
     friend class ApplicationView;
+    friend class SystemNavigationManager;
 
     void CloseRequested() override;
     void OverlayInsetsChanged() override;
+    void BackRequested() override { m_navigationManager.RequestBack(); }
 
     std::unique_ptr<WindowPeer> m_peer;
     std::shared_ptr<platform::CoreWindow> m_coreWindow;
     CoreApplicationView m_view;
+    SystemNavigationManager m_navigationManager;
     std::shared_ptr<UIElement> m_content;
     std::weak_ptr<UIElement> m_titleBar;
     Size m_launchSize{.Width = 640, .Height = 480};

@@ -159,6 +159,11 @@ class Stage final : public platform::Application {
     void Show() {
         auto& window = *platform::Window::Current();
         if (!window.Content()) {
+            platform::SystemNavigationManager::GetForCurrentView().BackRequested().Add(
+                [](auto&, platform::BackRequestedEventArgs& args) {
+                    args.Handled = true;
+                    Report("back");
+                });
             auto& view = platform::ApplicationView::GetForCurrentView();
             view.SetPreferredMinSize({640, 210});
             platform::ApplicationView::PreferredLaunchViewSize({640, 210});
@@ -320,6 +325,7 @@ const std::map<std::string, Stage::Command, std::less<>> Stage::kCommands = {
      [](Stage& stage, Words& words) {
          dynamic_cast<platform::Button&>(stage.m_page->Find(Next(words))).Invoke();
      }},
+    {"back", [](Stage& stage, Words&) { stage.m_headless->Window().RequestBack(); }},
     {"close", [](Stage& stage, Words&) { stage.m_headless->Window().RequestClose(); }},
 };
 

@@ -2,10 +2,13 @@
 
 import contextlib
 import os
+import pathlib
+import re
 import signal
 import subprocess
 import tempfile
 import unittest
+from xml.etree import ElementTree
 
 from session import (Atspi, Ear, Program, clipboard, everything, find, focused, gone, has_focus, press, run, shown, tab, text_of,
                      until, value, xdotool)
@@ -183,23 +186,58 @@ class Pages(unittest.TestCase):
         self.sees(program, ALWAYS)
         until(lambda: [line for line in self.service.errors if asked in line], "the request at the service")
 
-    def test_the_keyboard_reaches_every_value(self):
-        program = self.start()
-        self.sees(program, ALWAYS)
+    def test_everything_is_done_by_keyboard(self):
+        """Only keys are pressed here."""
+        program = self.start(service="later", state="keys")
+        gone(program, "progress bar", "Reading the machine’s data")
         xdotool("windowfocus", "--sync", program.window)
-        for page, rows in (("", ROWS), ("USB Type-C", USB)):
-            press(program, page or "Show details")
+        os.symlink("rpc", f"{self.folder}/later")
+        xdotool("key", "F5")
+        self.sees(program, ALWAYS)
+        has_focus(program, "Product name")
+        for label, keys in (("Product name", ["ctrl+a"]), ("Product number", ["shift+Right"]),
+                            ("Serial number", ["ctrl+a", "Menu", "Down", "Return"])):
+            self.reach(program, label)
+            xdotool("key", *keys, *([] if "Menu" in keys else ["ctrl+c"]))
+            until(lambda: clipboard() == (ROWS[label][:1] if "shift+Right" in keys else ROWS[label]), f"{label} copied")
+        own = ["Minimize", "Maximize", "Close"]
+        for keys, rows in ("alt+d", ROWS), ("alt+u", USB):
+            xdotool("key", keys)
             self.sees(program, rows)
             names = [until(lambda: focused(program), "an element with the focus").get_name()]
             while names.count(names[0]) < 2 and len(names) < 60:
                 names.append(tab(program))
-            reached = [name for name in names[:-1] if name in rows]
-            self.assertEqual(sorted(reached), sorted(rows))
-        # The texts take no key but Tab.
-        until(lambda: tab(program) == "Charges battery", "focus on a value")
-        xdotool("key", "x", "BackSpace")
-        self.assertEqual(tab(program), "Maximum power")
-        self.sees(program, USB)
+            self.assertEqual(sorted(name for name in names[:-1] if name in rows), sorted(rows))
+            self.assertEqual([name for name in names if name in own], own)
+        self.reach(program, "Charges battery")
+        xdotool("key", "x", "BackSpace", "alt+Left")
+        self.sees(program, ROWS)
+        xdotool("key", "alt+g")
+        shown(program, "heading", "Run diagnostics at the next start?")
+        xdotool("key", "F1")
+        shown(program, "heading", "Keyboard shortcuts")
+        self.assertEqual([value(program, name) for name in ("Go back", "Close the window", "Cancel")],
+                         ["Esc, Alt+Left, Back key", "Ctrl+W, Ctrl+Q", "Alt+C"])
+        for heading in "Run diagnostics at the next start?", "":
+            xdotool("key", "Escape")
+            shown(program, "heading", heading) if heading else self.sees(program, ROWS)
+        xdotool("key", "Escape", "ctrl+w")
+        self.assertEqual((program.ended(), program.errors), (0, []))
+        self.assertTrue(os.listdir(f"{self.folder}/keys/kelvane/LocalState/Kelvane_LogFiles"))
+
+    def test_no_page_has_an_access_key_twice_in_any_language(self):
+        root = pathlib.Path(__file__).parents[2]
+        for resources in root.glob("package/Strings/*/Resources.resw"):
+            texts = {each.get("name"): each.findtext("value") for each in ElementTree.parse(resources).iter("data")}
+            for page in root.glob("pages/*/*.xaml"):
+                uids = re.findall('<Button [^>]*x:Uid="([^"]*)"', page.read_text(encoding="utf-8"))
+                keys = [texts[f"{uid}.AccessKey"].upper() for uid in uids if f"{uid}.AccessKey" in texts]
+                self.assertEqual(len(keys), len(set(keys)), f"{resources}, {page}: {keys}")
+
+    @staticmethod
+    def reach(program, name):
+        if focused(program).get_name() != name:
+            until(lambda: tab(program) == name, f"focus on {name}")
 
     @contextlib.contextmanager
     def text_settings(self):

@@ -6,19 +6,22 @@ import tempfile
 
 from session import Ear, Stage, clipboard, focused, press, until, value, xdotool
 
-KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "a": 65, "c": 67}
+KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "End": 35, "Home": 36, "Left": 37, "Right": 39, "a": 65, "c": 67,
+        "k": 75, "Menu": 93, "F10": 121, "XF86Back": 166}
 MODIFIERS = {"ctrl": 1, "alt": 2, "shift": 4}
 SEEN = {"Ok": ("push button", "OK"), "Cancel": ("push button", "Cancel"), "Expand": ("push button", "Show all"),
         "Copy0": ("push button", "Copy the product name"), "Value0": ("label", "Product name"),
-        "Box1": ("text", "Charging"), "Label1": ("label", "Charging")}
+        "Box1": ("text", "Charging"), "Label1": ("label", "Charging"),
+        **{each: ("push button", each) for each in ("Minimize", "Maximize", "Close")}}
 
 
 class World(Stage):
     """Elements have their names from the markup, keys those of xdotool."""
 
     def events(self):
-        """What handlers have reported of keys and clicks so far."""
-        return [line for line in self.lines if line.startswith(("key", "clicked"))]
+        """What handlers have reported of keys and clicks so far, without keys that only change others."""
+        return [line for line in self.lines
+                if line.startswith(("key", "clicked", "back")) and not line.endswith((" 16", " 17", " 18"))]
 
     def sees(self, element, text):
         until(lambda: self.text(element) == text, f"{element}: {text}")
@@ -55,6 +58,9 @@ class Headless(World):
 
     def click(self, element):
         self.say(f"click {element}")
+
+    def press_back_button(self):
+        self.say("back")
 
     def close(self):
         self.say("close")
@@ -121,6 +127,9 @@ class Desktop(World):
 
     def click(self, element):
         press(self, SEEN[element][1])
+
+    def press_back_button(self):
+        xdotool("mousemove", "--window", self.window, 300, 100, "click", 8)
 
     def close(self):
         press(self, "Close")
