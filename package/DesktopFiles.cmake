@@ -7,7 +7,8 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/${application}.svg
 kelvane_install_configured(${CMAKE_CURRENT_LIST_DIR} ${application}.service ${CMAKE_INSTALL_DATADIR}/dbus-1/services)
 
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.svg DESTINATION ${icon_folder})
-install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+kelvane_translate_desktop_entry(${CMAKE_CURRENT_LIST_DIR}/${application}.desktop ${CMAKE_CURRENT_BINARY_DIR}/${application}.desktop)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${application}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/${application}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 
 # What programs that read the output of `kelvane --json` validate it by.

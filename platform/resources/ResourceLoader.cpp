@@ -21,18 +21,38 @@ constexpr std::string_view kDefaultLanguage = "en-US";
 constexpr std::array<std::u16string_view, 12> kRightToLeft = {u"ar", u"he", u"iw", u"fa", u"ur",  u"ps",
                                                               u"sd", u"ug", u"yi", u"dv", u"ckb", u"ks"};
 
+/// What in a tag means that Chinese is written in traditional characters.
+constexpr std::array<std::string_view, 4> kTraditionalChinese = {"-Hant", "-TW", "-HK", "-MO"};
+
 template <typename Char>
 std::basic_string_view<Char> BaseLanguage(std::basic_string_view<Char> tag) {
     return tag.substr(0, tag.find(Char{'-'}));
 }
 
-/// The folder of texts that serves a language best: the same tag, else the same base language, else none.
-std::string FolderFor(const std::string& language, const std::vector<std::string>& folders) {
-    if (std::find(folders.begin(), folders.end(), language) != folders.end()) {
-        return language;
+/// Where neither its own tag nor its base language is the folder's name: Chinese is written in two ways, by
+/// region, and Hebrew has two codes.
+std::string WrittenAs(const std::string& language) {
+    const auto base = BaseLanguage<char>(language);
+    if (base == "zh") {
+        const bool isTraditional = std::ranges::any_of(kTraditionalChinese, [&](std::string_view part) {
+            return language.find(part) != std::string::npos;
+        });
+        return isTraditional ? "zh-Hant" : "zh-Hans";
     }
-    const auto base = std::find_if(folders.begin(), folders.end(), [&](const std::string& folder) {
-        return BaseLanguage<char>(folder) == BaseLanguage<char>(language);
+    return base == "iw" ? "he" : language;
+}
+
+/// The folder of texts that serves a language best: the same tag, else the way it is written, else the same
+/// base language, else none.
+std::string FolderFor(const std::string& language, const std::vector<std::string>& folders) {
+    const auto written = WrittenAs(language);
+    for (const auto& name : {language, written}) {
+        if (std::ranges::find(folders, name) != folders.end()) {
+            return name;
+        }
+    }
+    const auto base = std::ranges::find_if(folders, [&](const std::string& folder) {
+        return BaseLanguage<char>(folder) == BaseLanguage<char>(written);
     });
     return base != folders.end() ? *base : std::string();
 }
@@ -52,11 +72,17 @@ std::shared_ptr<ResourceLoader> ResourceLoader::GetForCurrentView() {
             if (folder.empty()) {
                 continue;
             }
-            const XmlSource source(ReadPackageFile("Strings/" + folder + "/Resources.resw"));
+            const auto path = "Strings/" + folder + "/Resources.resw";
+            auto file = ReadPackageFile(path);
+            const bool isBuiltIn = file.DisplayPath == path;
+            const XmlSource source(std::move(file));
             for (const auto& entry : source.Root("root").children("data")) {
                 std::u16string key = FromUtf8(entry.attribute("name").value());
                 std::replace(key.begin(), key.end(), u'.', u'/');
                 made->m_texts.try_emplace(std::move(key), FromUtf8(entry.child_value("value")));
+            }
+            if (isBuiltIn) {
+                break;  // It has every text; a file in its place may lack some.
             }
         }
         return made;
