@@ -32,6 +32,10 @@ class Languages(unittest.TestCase):
                 for key, text in english.items():
                     # Placeholders, commands and paths are the same in every language, in any order.
                     self.assertEqual(*(sorted(re.findall(PLACEHOLDER, each)) for each in (own[key], text)), key)
+                for page in ROOT.glob("pages/*/*.xaml"):
+                    uids = re.findall('x:Uid="([^"]+)"', page.read_text("utf-8"))
+                    access = [own[uid + ".AccessKey"] for uid in uids if uid + ".AccessKey" in own]
+                    self.assertEqual(len(access), len(set(access)), f"access keys of {page}: {access}")
                 self.assertEqual(list(properties(folder)), ["Locale", "GenericName", "Comment", "Keywords", "kelvane.1",
                                                             "kelvane-service.8", "kelvane-log.1"])
 
