@@ -49,7 +49,7 @@ void MainPage::CopyAll_Click(UIElement&, const RoutedEventArgs&) {
 void MainPage::CopyAll(bool hidesIdentifiers) {
     const auto texts = PackageTexts();
     PageMessage message{.Text = texts.Lookup(m_rows[kSerialNumberField].value->Text().empty()
-                                                 ? u"Copied/Text"
+                                                 ? u"AllCopied/Text"
                                                  : u"CopiedWithSerialNumber/Text")};
     std::u16string text;
     for (const auto& row : kPageRows) {

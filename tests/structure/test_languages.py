@@ -12,7 +12,9 @@ PLACEHOLDER = r"\{\w+\}|'[^']*'|KELVANE_\w+|/run/\S+?(?=[,.\s、，]|$)"
 
 
 def texts(folder):
-    return {each.get("name"): each.findtext("value") for each in Xml.parse(folder / "Resources.resw").iter("data")}
+    pairs = [(each.get("name"), each.findtext("value")) for each in Xml.parse(folder / "Resources.resw").iter("data")]
+    assert len(dict(pairs)) == len(pairs), f"a key is there twice in {folder}"
+    return dict(pairs)
 
 
 def properties(folder):
