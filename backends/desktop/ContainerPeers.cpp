@@ -165,13 +165,7 @@ class ButtonPeer final : public ContentPeer {
           m_button(button),
           m_clicked(
               Widget(), "clicked",
-              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button),
-          m_toolTip(
-              Widget(), "query-tooltip",
-              [](GtkWidget*, int, int, gboolean, GtkTooltip* toolTip, gpointer self) -> gboolean {
-                  return static_cast<ButtonPeer*>(self)->ShowName(toolTip);
-              },
-              this) {
+              [](GtkButton*, gpointer data) { static_cast<platform::Button*>(data)->Invoke(); }, &button) {
         // A button wider than its content has it in the middle.
         gtk_widget_set_halign(box, GTK_ALIGN_CENTER);
         gtk_widget_set_valign(box, GTK_ALIGN_CENTER);
@@ -191,23 +185,19 @@ class ButtonPeer final : public ContentPeer {
     void TextBelowChanged() override { FindName(); }
 
   private:
-    /// A screen reader says each change of a property. A changed label of a button it does not: an
-    /// announcement tells what happened, and nobody hears the old name once more when it comes back.
+    /// A changed property would be said: the old name once more when it comes back after "Copied".
     void UpdateName(const std::string& name) override {
         if (!m_name) {
             m_name = Share(gtk_label_new(nullptr));
-            IsCalledBy({m_name.get()});
+            Relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, {m_name.get()});
         }
         gtk_label_set_text(GTK_LABEL(m_name.get()), name.c_str());
     }
 
     /// A button without text shows its name in a tool tip, which is no description: it would be read twice.
-    bool ShowName(GtkTooltip* toolTip) const {
-        const bool isNeeded = m_name && Element().Accessibility().ToolTip.empty();
-        if (isNeeded) {
-            gtk_tooltip_set_text(toolTip, gtk_label_get_text(GTK_LABEL(m_name.get())));
-        }
-        return isNeeded;
+    std::u16string ToolTip() const override {
+        const auto& accessibility = Element().Accessibility();
+        return accessibility.ToolTip.empty() && m_isIcon ? accessibility.Name : accessibility.ToolTip;
     }
 
     /// The name of a button without one is the text in it.
@@ -217,23 +207,11 @@ class ButtonPeer final : public ContentPeer {
         for (const auto* const child : Element().Children()) {
             AddTexts(*child, texts);
         }
-        gtk_widget_set_has_tooltip(Widget(), !accessibility.ToolTip.empty() || m_name);
+        m_isIcon = texts.empty();
+        gtk_widget_set_has_tooltip(Widget(), !ToolTip().empty());
         if (!texts.empty() && accessibility.Name.empty() && accessibility.LabeledBy == nullptr) {
-            IsCalledBy(texts);
+            Relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, texts);
         }
-    }
-
-    void IsCalledBy(const std::vector<GtkWidget*>& texts) {
-        GList* list = nullptr;
-        for (auto* const text : texts) {
-            list = g_list_append(list, text);
-        }
-        GtkAccessibleRelation relation = GTK_ACCESSIBLE_RELATION_LABELLED_BY;
-        GValue value = G_VALUE_INIT;
-        gtk_accessible_relation_init_value(relation, &value);
-        g_value_set_pointer(&value, list);
-        gtk_accessible_update_relation_value(GTK_ACCESSIBLE(Widget()), 1, &relation, &value);
-        g_value_unset(&value);
     }
 
     static void AddTexts(const platform::UIElement& element, std::vector<GtkWidget*>& texts) {
@@ -251,7 +229,7 @@ class ButtonPeer final : public ContentPeer {
 
     platform::Button& m_button;
     Signal m_clicked;
-    Signal m_toolTip;
+    bool m_isIcon = false;
     /// Not on the screen. Null for a button that is called by the text in it.
     GObjectPtr<GtkWidget> m_name;
 };

@@ -106,9 +106,6 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
             static_cast<DesktopWindow*>(self)->m_keyboard.ReleaseAll();
         },
         this);
-    m_signals.emplace_back(
-        window, "notify::focus-widget",
-        [](GObject*, GParamSpec*, gpointer self) { static_cast<DesktopWindow*>(self)->FocusMoved(); }, this);
 }
 
 DesktopWindow::~DesktopWindow() {
@@ -296,35 +293,11 @@ void DesktopWindow::Announce(std::u16string_view text) {
 }
 
 void DesktopWindow::AnnounceWaiting() {
-    // The toolkit has no live regions before version 4.14. But a screen reader says each change of the
-    // description of what has the focus, if it is not empty: a tool tip is restored when the focus has moved.
-    const auto announcements = std::exchange(m_announcements, {});
     auto* const peer = GtkPeer::Around(gtk_window_get_focus(m_window.get()));
-    if (peer == nullptr || announcements.empty()) {
-        return;
-    }
-    for (const auto& text : announcements) {
-        peer->Describe(text);
-    }
-    if (m_announcing != nullptr && m_announcing != peer) {
-        m_announcing->RestoreDescription();
-    }
-    m_announcing = peer;
-    if (peer->Element().Accessibility().ToolTip.empty()) {
-        peer->RestoreDescription();
-        m_announcing = nullptr;
-    }
-}
-
-void DesktopWindow::FocusMoved() {
-    if (m_announcing != nullptr) {
-        // A screen reader must have heard of the new focus before.
-        m_descriptionRestore.Schedule(G_PRIORITY_DEFAULT, [this] {
-            if (m_announcing != nullptr &&
-                m_announcing != GtkPeer::Around(gtk_window_get_focus(m_window.get()))) {
-                std::exchange(m_announcing, nullptr)->RestoreDescription();
-            }
-        });
+    for (const auto& text : std::exchange(m_announcements, {})) {
+        if (peer != nullptr) {
+            peer->Announce(text);
+        }
     }
 }
 
@@ -339,9 +312,6 @@ void DesktopWindow::AwaitLabel(GtkPeer& peer) {
 
 void DesktopWindow::Forget(GtkPeer& peer) {
     std::erase(m_awaitingLabel, &peer);
-    if (m_announcing == &peer) {
-        m_announcing = nullptr;
-    }
     if (m_dragArea == &peer) {
         m_dragArea = nullptr;
         m_titleBar = nullptr;

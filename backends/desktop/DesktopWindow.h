@@ -50,7 +50,6 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     void Forget(GtkPeer& peer) override;
 
     void UpdateFocus();
-    void FocusMoved();
     void AnnounceWaiting();
     void UpdateDirection();
     void UnitChanged(double before);
@@ -90,9 +89,6 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     std::vector<GtkPeer*> m_awaitingLabel;
     /// What is announced when the focus is where it belongs.
     std::vector<std::u16string> m_announcements;
-    /// Its description is an announcement still.
-    GtkPeer* m_announcing = nullptr;
-    DeferredCall m_descriptionRestore;
     /// The size requested by Resize and not yet applied.
     std::optional<PixelSize> m_wish;
     /// Asks again for the size while it has not come.

@@ -54,7 +54,18 @@ void SetDirection(GtkWidget* widget, GtkTextDirection direction) {
 }  // namespace
 
 GtkPeer::GtkPeer(PeerClient& client, platform::FrameworkElement& element, GtkWidget* widget)
-    : m_client(client), m_element(element), m_widget(Share(widget)) {
+    : m_client(client),
+      m_element(element),
+      m_widget(Share(widget)),
+      // A tool tip that the toolkit is given becomes a description, whose changes are said.
+      m_toolTipAsked(
+          widget, "query-tooltip",
+          [](GtkWidget*, int, int, gboolean, GtkTooltip* toolTip, gpointer self) -> gboolean {
+              const auto text = platform::ToValidUtf8(static_cast<GtkPeer*>(self)->ToolTip());
+              gtk_tooltip_set_text(toolTip, text.c_str());
+              return !text.empty();
+          },
+          this) {
     g_object_set_data(G_OBJECT(widget), kPeerKey, this);
 }
 
@@ -212,17 +223,28 @@ void GtkPeer::UpdateStyle() {
     }
 }
 
-void GtkPeer::Describe(std::u16string_view text) {
-    gtk_accessible_update_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+void GtkPeer::Announce(std::u16string_view text) {
+    auto* const accessible = GTK_ACCESSIBLE(Widget());
+    gtk_accessible_update_property(accessible, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
                                    platform::ToValidUtf8(text).c_str(), -1);
+    gtk_accessible_reset_property(accessible, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
 }
 
-void GtkPeer::RestoreDescription() {
-    if (const auto& toolTip = m_element.Accessibility().ToolTip; !toolTip.empty()) {
-        Describe(toolTip);
-    } else {
-        gtk_accessible_reset_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+void GtkPeer::Relate(GtkAccessibleRelation relation, const std::vector<GtkWidget*>& labels) {
+    auto* const accessible = GTK_ACCESSIBLE(Widget());
+    if (labels.empty()) {
+        gtk_accessible_reset_relation(accessible, relation);
+        return;
     }
+    GList* list = nullptr;
+    for (auto* const label : labels) {
+        list = g_list_append(list, label);
+    }
+    GValue value = G_VALUE_INIT;
+    gtk_accessible_relation_init_value(relation, &value);
+    g_value_set_pointer(&value, list);
+    gtk_accessible_update_relation_value(accessible, 1, &relation, &value);
+    g_value_unset(&value);
 }
 
 void GtkPeer::UpdateName(const std::string& name) {
@@ -231,13 +253,6 @@ void GtkPeer::UpdateName(const std::string& name) {
 
 void GtkPeer::UpdateAccessibility() {
     const auto& accessibility = m_element.Accessibility();
-    const auto toolTip = platform::ToValidUtf8(accessibility.ToolTip);
-    // The toolkit makes the tool tip the description as well, which a screen reader says when it is set.
-    if (const auto* const present = gtk_widget_get_tooltip_text(Widget());
-        toolTip != (present != nullptr ? present : "")) {
-        gtk_widget_set_tooltip_text(Widget(), toolTip.empty() ? nullptr : toolTip.c_str());
-    }
-
     auto* const accessible = GTK_ACCESSIBLE(Widget());
     const auto name = platform::ToValidUtf8(accessibility.Name);
     if (!name.empty()) {
@@ -251,19 +266,26 @@ void GtkPeer::UpdateAccessibility() {
         gtk_accessible_update_state(accessible, GTK_ACCESSIBLE_STATE_EXPANDED,
                                     static_cast<int>(*accessibility.IsExpanded), -1);
     }
-    const auto relate = [&](GtkAccessibleRelation relation, const platform::UIElement* other) {
-        if (other == nullptr) {
-            gtk_accessible_reset_relation(accessible, relation);
-        } else if (const auto* const text = Of(*other)) {
-            gtk_accessible_update_relation(accessible, relation, GTK_ACCESSIBLE(text->Widget()), nullptr, -1);
-        } else {
+    const auto labels = [this](const platform::UIElement* other) -> std::vector<GtkWidget*> {
+        const auto* const text = other != nullptr ? Of(*other) : nullptr;
+        if (other != nullptr && text == nullptr) {
             m_client.AwaitLabel(*this);
         }
+        return text != nullptr ? std::vector{text->Widget()} : std::vector<GtkWidget*>();
     };
     if (name.empty()) {
-        relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, accessibility.LabeledBy);
+        Relate(GTK_ACCESSIBLE_RELATION_LABELLED_BY, labels(accessibility.LabeledBy));
     }
-    relate(GTK_ACCESSIBLE_RELATION_DESCRIBED_BY, accessibility.DescribedBy);
+    auto descriptions = labels(accessibility.DescribedBy);
+    if (!accessibility.ToolTip.empty()) {
+        if (!m_toolTip) {
+            m_toolTip = Share(gtk_label_new(nullptr));
+        }
+        gtk_label_set_text(GTK_LABEL(m_toolTip.get()), platform::ToValidUtf8(accessibility.ToolTip).c_str());
+        descriptions.push_back(m_toolTip.get());
+    }
+    gtk_widget_set_has_tooltip(Widget(), !ToolTip().empty());
+    Relate(GTK_ACCESSIBLE_RELATION_DESCRIBED_BY, descriptions);
 }
 
 }  // namespace desktop

@@ -39,9 +39,9 @@ class GtkPeer : public platform::ElementPeer {
     /// A text somewhere below has appeared or disappeared.
     virtual void TextBelowChanged() {}
 
-    /// Has assistive technology describe the element by `text` in place of its tool tip.
-    void Describe(std::u16string_view text);
-    void RestoreDescription();
+    /// Has a screen reader say `text`, when the element has the focus. The toolkit has no live regions before
+    /// version 4.14. But each change of a description is said, if it is not empty.
+    void Announce(std::u16string_view text);
 
     /// What a text does with a key. False when its widget does it.
     virtual bool Perform(platform::TextGesture /*gesture*/) { return false; }
@@ -63,8 +63,13 @@ class GtkPeer : public platform::ElementPeer {
     /// The children's widgets, in reading order.
     std::vector<GtkWidget*> ChildWidgets() const;
 
+    /// What the pointer is shown; empty for nothing.
+    virtual std::u16string ToolTip() const { return m_element.Accessibility().ToolTip; }
+
     /// The element's name is not empty.
     virtual void UpdateName(const std::string& name);
+    /// A screen reader says no change of what is told by a relation.
+    void Relate(GtkAccessibleRelation relation, const std::vector<GtkWidget*>& labels);
 
   private:
     void UpdateDirection();
@@ -75,8 +80,11 @@ class GtkPeer : public platform::ElementPeer {
     PeerClient& m_client;
     platform::FrameworkElement& m_element;
     GObjectPtr<GtkWidget> m_widget;
+    Signal m_toolTipAsked;
     GObjectPtr<GtkWidget> m_handle;
     std::string m_styleClass;
+    /// Not on the screen: what describes the element. Null without a tool tip.
+    GObjectPtr<GtkWidget> m_toolTip;
 };
 
 }  // namespace desktop

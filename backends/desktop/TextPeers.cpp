@@ -191,10 +191,12 @@ class LabelPeer : public GtkPeer {
 class TextBlockPeer final : public LabelPeer {
   public:
     TextBlockPeer(PeerClient& client, platform::TextBlock& text)
-        : LabelPeer(client, text,
-                    text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING
-                                                          : GTK_ACCESSIBLE_ROLE_LABEL),
-          m_text(text) {}
+        : LabelPeer(client, text, RoleOf(text)), m_text(text) {
+        if (RoleOf(text) == GTK_ACCESSIBLE_ROLE_TEXT_BOX) {
+            gtk_accessible_update_property(GTK_ACCESSIBLE(Widget()), GTK_ACCESSIBLE_PROPERTY_READ_ONLY, TRUE,
+                                           -1);
+        }
+    }
 
     void Update(ElementProperty property) override {
         LabelPeer::Update(property);
@@ -207,6 +209,13 @@ class TextBlockPeer final : public LabelPeer {
     }
 
   private:
+    /// Of a label a screen reader says the name only, and what labels it, which is the same for a value.
+    static GtkAccessibleRole RoleOf(const platform::TextBlock& text) {
+        return text.Accessibility().HeadingLevel > 0 ? GTK_ACCESSIBLE_ROLE_HEADING
+               : text.IsTextSelectionEnabled()       ? GTK_ACCESSIBLE_ROLE_TEXT_BOX
+                                                     : GTK_ACCESSIBLE_ROLE_LABEL;
+    }
+
     platform::TextBlock& m_text;
 };
 

@@ -159,6 +159,12 @@ def text_of(node):
     return Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node))
 
 
+def descriptions(node):
+    """What describes the node, as a screen reader finds it."""
+    return [each.get_target(index).get_name() for each in node.get_relation_set()
+            if each.get_relation_type() == Atspi.RelationType.DESCRIBED_BY for index in range(each.get_n_targets())]
+
+
 def value(program, label):
     """The text of the element that the label names, as a screen reader finds it; None when there is none."""
     for node in everything(program.application):

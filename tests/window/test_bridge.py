@@ -7,7 +7,7 @@ import time
 import unittest
 
 from gi.repository import Gio, GLib
-from session import Atspi, Stage, everything, gone, has_focus, press, run, shown, text_of, until, xdotool
+from session import Atspi, Stage, descriptions, everything, gone, has_focus, press, run, shown, text_of, until, xdotool
 
 LABEL, BOX, BUTTON = "label", "text", "push button"
 
@@ -31,8 +31,8 @@ class Bridge(unittest.TestCase):
         stage = self.stage
         rows = [
             # The command, then the role, name, text and description that are seen; no text: the element disappears.
-            ("set Value0 Text Ωmega 三 16 GB", LABEL, "Product name", "Ωmega 三 16 GB", ""),
-            ("set Label0 Text Model", LABEL, "Model", "Ωmega 三 16 GB", ""),
+            ("set Value0 Text Ωmega 三 16 GB", BOX, "Product name", "Ωmega 三 16 GB", ""),
+            ("set Label0 Text Model", BOX, "Model", "Ωmega 三 16 GB", ""),
             ("set Copy0 ToolTipService.ToolTip To the clipboard", BUTTON, "Copy the product name", "",
              "To the clipboard"),
             ("set Copy0 AutomationProperties.Name Copy it", BUTTON, "Copy it", "", "To the clipboard"),
@@ -50,7 +50,7 @@ class Bridge(unittest.TestCase):
                 else:
                     expected = (role, name, text, description)
                     until(lambda: expected in [
-                        (node.get_role_name(), node.get_name(), text_of(node) or "", node.get_description())
+                        (node.get_role_name(), node.get_name(), text_of(node) or "", "".join(descriptions(node)))
                         for node in everything(stage.application)], command)
 
     def test_elements_take_the_place_that_their_layout_says(self):

@@ -10,7 +10,7 @@ KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "End": 35, "Home": 36
         "k": 75, "Menu": 93, "F10": 121, "XF86Back": 166}
 MODIFIERS = {"ctrl": 1, "alt": 2, "shift": 4}
 SEEN = {"Ok": ("push button", "OK"), "Cancel": ("push button", "Cancel"), "Expand": ("push button", "Show all"),
-        "Copy0": ("push button", "Copy the product name"), "Value0": ("label", "Product name"),
+        "Copy0": ("push button", "Copy the product name"), "Value0": ("text", "Product name"),
         "Box1": ("text", "Charging"), "Label1": ("label", "Charging"),
         **{each: ("push button", each) for each in ("Minimize", "Maximize", "Close")}}
 
