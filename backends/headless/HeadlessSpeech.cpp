@@ -70,8 +70,8 @@ std::unique_ptr<platform::Playback> HeadlessSpeech::Play(
 }
 
 void HeadlessSpeech::EndSounds() {
-    for (auto& end : m_ends.With([](auto& ends) { return std::exchange(ends, {}); })) {
-        m_loop.Post(std::move(end));
+    for (const auto& end : m_ends.With([](auto& ends) { return std::exchange(ends, {}); })) {
+        end();
     }
 }
 

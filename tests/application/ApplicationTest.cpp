@@ -74,7 +74,8 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
         line += " icon " + platform::ToJson(icon->Glyph());
         line += icon->Foreground() == platform::SolidColorBrush{platform::Colors::Green} ? " green" : "";
     } else if (isSymbol) {
-        line += " symbol";
+        line += " symbol " + platform::ToUtf8(framework->Style());
+        line.resize(line.find_last_not_of(' ') + 1);
     }
     const auto* const text = dynamic_cast<const platform::TextBlock*>(&element);
     if (text != nullptr && text->Text().empty() && text->Visibility() != platform::Visibility::Visible) {

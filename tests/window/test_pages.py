@@ -149,6 +149,7 @@ class Pages(unittest.TestCase):
             if name == "Read serial number aloud":
                 until(lambda: ear.said[said:] == ["Reading", "Nothing can be heard: no sound output was found."],
                       f"why nothing is heard, not {ear.said[said:]}")
+                self.assertEqual(button.get_name(), name)
             print(f"{name}: {', '.join(ear.said[said:])}")
         self.assertLessEqual({*COPY.values(), "Back", "Cancel", "Set for next start", "Hide details"}, set(pressed))
         self.assertEqual((program.ended(), program.errors), (0, []))
