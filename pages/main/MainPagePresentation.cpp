@@ -100,19 +100,22 @@ void MainPage::ShowMachineDetails() {
 }
 
 void MainPage::ShowDetails(const Row& row, const FieldDetails& field, const DisplayTexts& texts) {
-    auto reason = row.value->Text().empty() ? ReasonText(field, texts) : u"";
-    auto accessibility = row.reason->Accessibility();
-    accessibility.Name.clear();
-    accessibility.ToolTip = SourceText(field);
-    if (row.value->Text().empty() && reason.empty()) {
+    const bool isBlank = row.value->Text().empty();
+    auto name = isBlank ? ReasonText(field, texts) : u"";
+    auto shown = name;
+    if (isBlank && name.empty()) {
         // There is a message on why, which a dash need not repeat; a screen reader would not say a dash.
-        accessibility.Name = texts.Lookup(u"NotAvailable/Text");
-        reason = &row == &m_rows.front() ? accessibility.Name : u"–";
+        name = texts.Lookup(u"NotAvailable/Text");
+        shown = &row == &m_rows.front() ? name : u"–";
     }
-    row.reason->Text(std::move(reason));
+    row.reason->Text(std::move(shown));
+    auto accessibility = row.reason->Accessibility();
+    accessibility.Name = name;
+    // A tool tip is read as a description, that of the reason behind the value's own.
+    accessibility.ToolTip = isBlank ? SourceText(field) : u"";
     row.reason->Accessibility(accessibility);
     accessibility = row.value->Accessibility();
-    accessibility.ToolTip = SourceText(field);
+    accessibility.ToolTip = isBlank ? std::move(name) : SourceText(field);
     row.value->Accessibility(std::move(accessibility));
 }
 
