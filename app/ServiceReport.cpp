@@ -21,11 +21,9 @@ using namespace std::chrono_literals;
 /// How long the service may take before the user is told.
 constexpr auto kPatience = 2s;
 
-/// The problem as one line. `context` comes first, unless it is empty.
-void Say(const std::u16string& context, const ServiceProblem& problem) {
-    const auto [title, message] = MessageOf(problem, PackageTexts());
-    const auto text = context + (context.empty() ? u"" : u" ") + title + u" " + message;
-    platform::WriteStandardError({"kelvane: ", platform::ToUtf8(text)});
+/// The message as one line.
+void Say(const ServiceMessage& message) {
+    platform::WriteStandardError({"kelvane: ", platform::ToUtf8(message.Title + u" " + message.Message)});
 }
 
 }  // namespace
@@ -60,7 +58,7 @@ void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit,
     if (limit != 0s) {
         loop.PostAfter(limit, [wait] {
             if (!wait->Ended && !wait->HasRecords) {
-                Say({}, {.Status = kNoAnswer});
+                Say(MessageOf({.Status = kNoAnswer}, PackageTexts()));
             }
             wait->End(wait->HasRecords);
         });
@@ -69,21 +67,15 @@ void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit,
 
 bool ReportMissingData() {
     const auto viewModel = MainViewModel::GetInstance();
-    auto problem = viewModel->SysInfoProblem();
-    if (!problem && !HasSystemInformation()) {
-        problem = ServiceProblem{.Status = viewModel->IsSysInfoReadCompleted() ? kRecordUnusable : -1};
-    }
-    if (problem) {
-        Say({}, *problem);
-        return false;
-    }
-    if (const auto usbTypeC = viewModel->UsbTypeCInfoProblem()) {
-        Say(PackageTexts().Lookup(u"UsbTypeCMissing/Text"), *usbTypeC);
+    if (const auto missing = MessageOfMissingRecord(HasSystemInformation(), PackageTexts())) {
+        Say(*missing);
         return false;
     }
     const auto details = viewModel->DetailsProblem();
     if (details && details->Status != kNoInterface) {
-        Say(PackageTexts().Lookup(u"DetailsMissing/Text"), *details);
+        auto message = MessageOf(*details, PackageTexts());
+        message.Title = PackageTexts().Lookup(u"DetailsMissing/Text") + u" " + message.Title;
+        Say(message);
         return false;
     }
     return true;

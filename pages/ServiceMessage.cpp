@@ -1,6 +1,7 @@
 #include "pages/ServiceMessage.h"
 
 #include "platform/core/Text.h"
+#include "viewmodel/MainViewModel.h"
 
 namespace Kelvane {
 
@@ -18,6 +19,23 @@ ServiceMessage MessageOf(const ServiceProblem& problem, const DisplayTexts& text
     const std::u16string key(ResourceKeyOf(problem));
     return {.Title = FilledFor(texts.Lookup(key + u"/Title"), problem),
             .Message = FilledFor(texts.Lookup(key + u"/Message"), problem)};
+}
+
+std::optional<ServiceMessage> MessageOfMissingRecord(bool hasValues, const DisplayTexts& texts) {
+    const auto viewModel = MainViewModel::GetInstance();
+    auto problem = viewModel->SysInfoProblem();
+    if (!problem && !hasValues) {
+        problem = ServiceProblem{.Status = viewModel->IsSysInfoReadCompleted() ? kRecordUnusable : -1};
+    }
+    if (problem) {
+        return MessageOf(*problem, texts);
+    }
+    if (const auto usbTypeC = viewModel->UsbTypeCInfoProblem()) {
+        auto message = MessageOf(*usbTypeC, texts);
+        message.Title = texts.Lookup(u"UsbTypeCMissing/Text") + u" " + message.Title;
+        return message;
+    }
+    return std::nullopt;
 }
 
 }  // namespace Kelvane

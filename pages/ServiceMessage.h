@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "pages/DisplayTexts.h"
@@ -16,5 +17,9 @@ struct ServiceMessage {
 };
 
 ServiceMessage MessageOf(const ServiceProblem& problem, const DisplayTexts& texts);
+
+/// Why a record is missing, the system information's first; nothing when both are there. `hasValues`: the
+/// cached record of system information has them.
+std::optional<ServiceMessage> MessageOfMissingRecord(bool hasValues, const DisplayTexts& texts);
 
 }  // namespace Kelvane

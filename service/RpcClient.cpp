@@ -88,13 +88,17 @@ std::int64_t RpcClient::ReadUSBTypeCInfo(char16_t* destination, std::int32_t cap
                 {.CopyFailed = u"Failed to copy USBTypeC Data", .Contents = nullptr});
 }
 
-std::int32_t RpcClient::SetUEFIFlag() noexcept {
+std::int32_t RpcClient::SetUEFIFlag(Status* status) noexcept {
     OutputDebugStringW(u"Inside RpcClient::SetUEFIFlag() ");
     TextReply reply;
     if (reply.Cell == nullptr || m_hContext == nullptr) {
         return 1;
     }
-    return Guard([&] { CallForText(procedure::SetUEFIFlag, reply); }) == 0 ? 0 : 1;
+    const Status result = Guard([&] { CallForText(procedure::SetUEFIFlag, reply); });
+    if (status != nullptr) {
+        *status = result;
+    }
+    return result == 0 ? 0 : 1;
 }
 
 RpcClient::~RpcClient() {

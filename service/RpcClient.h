@@ -38,8 +38,9 @@ class RpcClient {
     std::int64_t ReadUSBTypeCInfo(char16_t* destination, std::int32_t capacity,
                                   platform::rpc::Status* copied = nullptr) noexcept;
 
-    /// 0: the call went through, 1: it did not.
-    std::int32_t SetUEFIFlag() noexcept;
+    /// 0: the call went through, 1: it did not; `*status`, if given, receives the call's status, if there was
+    /// a call.
+    std::int32_t SetUEFIFlag(platform::rpc::Status* status = nullptr) noexcept;
 
     /// The name of the user whose process listens at the endpoint; empty when Initialize has reached none.
     std::u16string ListenerName() const noexcept { return Kelvane::ListenerName(m_hBinding); }

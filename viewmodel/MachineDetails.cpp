@@ -70,7 +70,8 @@ FirmwareRequestDetails RequestOf(const JsonObject& object) {
     return {.BootEntry = object.GetNamedString(u"kind") == u"bootEntry" ? object.GetNamedString(u"name")
                                                                         : std::u16string(),
             .Supported = object.GetNamedBoolean(u"supported"),
-            .Pending = object.GetNamedBoolean(u"pending")};
+            .Pending = object.GetNamedBoolean(u"pending"),
+            .Status = static_cast<std::int64_t>(NumberOf(object, u"status").value_or(0))};
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // The details document (docs/details.md) as values: why a field is blank, where a value comes from, each USB
 // Type-C port, the firmware request. Functions of values; no text here is meant for the screen.
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,6 +51,8 @@ struct FirmwareRequestDetails {
     std::u16string BootEntry;
     bool Supported = false;
     bool Pending = false;
+    /// What the request would fail with where it is not supported, see RequestOutcome.
+    std::int64_t Status = 0;
 };
 
 struct MachineDetails {

@@ -36,6 +36,15 @@ std::optional<ServiceProblem> ProblemFor(std::int64_t status, const Client& clie
         .Status = status, .Listener = client.ListenerName(), .User = platform::CurrentUserName()};
 }
 
+/// Whether a call with this status has not brought the service's answer.
+bool IsOfTheLink(std::int64_t status) {
+    constexpr std::int64_t kFirst = 1700;
+    constexpr std::int64_t kLast = 1999;
+    return (status >= kFirst && status <= kLast) || status < 0 ||
+           status == platform::rpc::status::kMutualAuthenticationFailed ||
+           status == platform::rpc::status::kOutOfMemory;
+}
+
 /// The first step of every chain. It never stops the chain: the second step finds out for itself.
 void ConnectStep(MainViewModel& viewModel, const Trace& trace) {
     if (viewModel.InitialiseRpcConnection() != 0) {
@@ -123,6 +132,8 @@ constexpr MainViewModel::RecordKind MainViewModel::kUsbTypeCInfo{
 /// What differs between the two tools.
 struct MainViewModel::Tool {
     std::int32_t (RpcClient::*call)();
+    /// Nothing: nobody is told what came of it.
+    std::optional<Request> request;
     MethodName launch;
     MethodName connectStep;
     MethodName launchStep;
@@ -131,6 +142,7 @@ struct MainViewModel::Tool {
 
 constexpr MainViewModel::Tool MainViewModel::kSysInfoTool{
     .call = &RpcClient::StartMSInfoApp,
+    .request = Request::SystemInformationTool,
     .launch = u"Kelvane::MainViewModel::LaunchSysInfo",
     .connectStep = u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_1>::operator ()",
     .launchStep = u"Kelvane::MainViewModel::LaunchSysInfo::<lambda_2>::operator ()",
@@ -139,6 +151,7 @@ constexpr MainViewModel::Tool MainViewModel::kSysInfoTool{
 
 constexpr MainViewModel::Tool MainViewModel::kUsbTypeCTool{
     .call = &RpcClient::StartUSBC,
+    .request = {},
     .launch = u"Kelvane::MainViewModel::LaunchUSBC",
     .connectStep = u"Kelvane::MainViewModel::LaunchUSBC::<lambda_1>::operator ()",
     .launchStep = u"Kelvane::MainViewModel::LaunchUSBC::<lambda_2>::operator ()",
@@ -357,11 +370,48 @@ void MainViewModel::ReadMachineDetails() {
 }
 
 std::int64_t MainViewModel::CancelFirmwareRequest() {
-    return Traced(u"Kelvane::MainViewModel::CancelFirmwareRequest", std::int64_t{-1}, [](const Trace& trace) {
-        const std::int64_t status = DetailsClient().CancelFirmwareRequest();
-        trace.Information(u"CancelFirmwareRequest() Returned Status = ", status);
-        return status;
+    return Traced(u"Kelvane::MainViewModel::CancelFirmwareRequest", std::int64_t{-1},
+                  [this](const Trace& trace) {
+                      DetailsClient client;
+                      const std::int64_t status = client.CancelFirmwareRequest();
+                      trace.Information(u"CancelFirmwareRequest() Returned Status = ", status);
+                      Ended(Request::FirmwareRequestCancel, status, client);
+                      return status;
+                  });
+}
+
+template <typename Caller>
+void MainViewModel::Ended(Request request, std::int64_t status, const Caller& client) {
+    RequestOutcome outcome{.What = request, .Status = status};
+    if (request != Request::FirmwareRequestCancel && !IsRpcInitialised()) {
+        outcome.Problem = m_connectionProblem.With([](const auto& problem) { return problem; });
+    } else if (IsOfTheLink(status)) {
+        outcome.Problem = ProblemFor(status, client);
+    }
+    if (request != Request::SystemInformationTool && status == 0 && !outcome.Problem) {
+        m_details.With([&](DetailsState& details) {
+            if (details.value && details.value->FirmwareRequest) {
+                auto changed = std::make_shared<MachineDetails>(*details.value);
+                changed->FirmwareRequest->Pending = request == Request::FirmwareRequest;
+                details.value = std::move(changed);
+            }
+        });
+    }
+    const auto receiver = m_outcomes.With([&](Outcomes& outcomes) {
+        outcomes.last = std::move(outcome);
+        return outcomes.receiver;
     });
+    if (receiver) {
+        receiver();
+    }
+}
+
+std::optional<RequestOutcome> MainViewModel::TakeOutcome() {
+    return m_outcomes.With([](Outcomes& outcomes) { return std::exchange(outcomes.last, std::nullopt); });
+}
+
+void MainViewModel::OnOutcome(std::function<void()> receiver) {
+    m_outcomes.With([&](Outcomes& outcomes) { outcomes.receiver.swap(receiver); });
 }
 
 std::shared_ptr<const MachineDetails> MainViewModel::Details() const {
@@ -389,7 +439,11 @@ void MainViewModel::Launch(const Tool& tool) {
         RunChain(shared_from_this(), tool.connectStep, [this, &tool] {
             const Trace step(tool.launchStep);
             if (const auto client = Client()) {
-                step.Information(tool.returned, ((*client).*tool.call)());
+                const auto status = ((*client).*tool.call)();
+                step.Information(tool.returned, status);
+                if (tool.request) {
+                    Ended(*tool.request, status, *client);
+                }
             } else {
                 step.Error(kNoClient);
             }
@@ -408,12 +462,21 @@ void MainViewModel::SetUEFIFlagOperation() {
             shared_from_this(), u"Kelvane::MainViewModel::SetUEFIFlagOperation::<lambda_1>::operator ()",
             [this, token] {
                 const Trace step(u"Kelvane::MainViewModel::SetUEFIFlagOperation::<lambda_2>::operator ()");
-                step.Information(u"Set UEFI flag Return Status = ", SetUEFIFlag(token, kSysDataCapacity));
+                platform::rpc::Status called = platform::rpc::status::kOk;
+                const auto result = RequestFirmware(token, &called);
+                step.Information(u"Set UEFI flag Return Status = ", result);
+                if (const auto client = Client()) {
+                    Ended(Request::FirmwareRequest, result != 0 && called == 0 ? -1 : called, *client);
+                }
             });
     });
 }
 
 std::int64_t MainViewModel::SetUEFIFlag(char16_t* buffer, std::int32_t) {
+    return RequestFirmware(buffer, nullptr);
+}
+
+std::int64_t MainViewModel::RequestFirmware(const char16_t* buffer, platform::rpc::Status* status) {
     std::int64_t result = -1;
     Traced(u"Kelvane::MainViewModel::SetUEFIFlag", [&](const Trace& trace) {
         if (buffer == nullptr) {
@@ -426,7 +489,7 @@ std::int64_t MainViewModel::SetUEFIFlag(char16_t* buffer, std::int32_t) {
             trace.Error(kNoClient);
             return;
         }
-        result = client->SetUEFIFlag();
+        result = client->SetUEFIFlag(status);
         if (result != 0) {
             trace.Error(u"SetUEFIFlag() failed");
         }

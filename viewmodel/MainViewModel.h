@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -14,6 +15,7 @@
 #include "platform/tasks/task.h"
 #include "service/RpcClient.h"
 #include "viewmodel/MachineDetails.h"
+#include "viewmodel/RequestOutcome.h"
 #include "viewmodel/ServiceProblem.h"
 
 namespace Kelvane {
@@ -60,6 +62,7 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     std::int64_t ReadSysInfo(char16_t* buffer, std::int32_t capacity);
     std::int64_t ReadUSBTypeCInfo(char16_t* buffer, std::int32_t capacity);
     /// Asks the service to take back the request that SetUEFIFlag made. 0, or a status of the service link.
+    /// What came of it is an outcome, too.
     std::int64_t CancelFirmwareRequest();
 
     // Any thread; these never block.
@@ -84,6 +87,11 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     /// The read in progress, or one that has ended.
     platform::task<void> DetailsRead() const;
 
+    /// What came of the last request whose outcome has not been taken; nothing when there is none.
+    std::optional<RequestOutcome> TakeOutcome();
+    /// `receiver` is called, on a worker, when there is an outcome to take. One at a time; null for none.
+    void OnOutcome(std::function<void()> receiver);
+
   private:
     using Buffer = std::unique_ptr<char16_t[]>;
 
@@ -105,6 +113,10 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
     std::shared_ptr<RpcClient> Client() const;
 
     void Launch(const Tool& tool);
+    std::int64_t RequestFirmware(const char16_t* buffer, platform::rpc::Status* status);
+    /// `client` has made the call that ended with `status`.
+    template <typename Caller>
+    void Ended(Request request, std::int64_t status, const Caller& client);
     std::int64_t Read(const RecordKind& kind, char16_t* buffer, std::int32_t capacity,
                       std::optional<ServiceProblem>* problem = nullptr);
     std::optional<ServiceProblem> ProblemOf(const Record& record) const;
@@ -121,6 +133,12 @@ class MainViewModel : public std::enable_shared_from_this<MainViewModel> {
         std::optional<ServiceProblem> problem = ServiceProblem{.Status = kNoAnswer};
     };
     platform::Guarded<DetailsState> m_details;
+
+    struct Outcomes {
+        std::optional<RequestOutcome> last;
+        std::function<void()> receiver;
+    };
+    platform::Guarded<Outcomes> m_outcomes;
 
     std::atomic<bool> m_bRpcInitialised = false;
     /// Of the last attempt to connect.

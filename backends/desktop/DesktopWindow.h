@@ -22,6 +22,7 @@ class DesktopWindow final : public platform::WindowPeer, private PeerClient {
     std::unique_ptr<platform::ElementPeer> CreatePeer(platform::UIElement& element) override;
     void SetContent(platform::UIElement* content) override;
     void Activate() override;
+    bool IsActive() const override { return gtk_window_is_active(m_window.get()) != FALSE; }
     void SetTitleBar(platform::UIElement* element) override;
     void SetPreferredMinSize(platform::Size size) override;
     bool Resize(platform::Size size) override;

@@ -35,6 +35,8 @@ class GtkWorld final : public DesktopWorld {
                                platform::ToValidUtf8(text).c_str());
     }
 
+    void ShowNotification(platform::ToastNotification toast) override { m_session.Notify(std::move(toast)); }
+
     platform::SpeechEngine& Speech() override { return *m_speech; }
     std::string LocaleName() override { return m_locale; }
     std::vector<std::u16string> Languages() override { return m_languages; }

@@ -2,6 +2,7 @@
 
 #include "backends/desktop/Loop.h"
 #include "platform/core/StandardError.h"
+#include "platform/core/Text.h"
 
 namespace desktop {
 
@@ -11,6 +12,10 @@ constexpr const char* kApplicationId = "org.kelvane.Kelvane";
 
 /// The action by which a second process hands its start to the first.
 constexpr const char* kStartAction = "start";
+
+/// The action of the notification's button, and the notification's own name.
+constexpr const char* kNotificationAction = "act-on-notification";
+constexpr const char* kNotification = "message";
 
 GApplicationFlags FlagsFor(const DesktopOptions& options) {
     auto flags = static_cast<unsigned>(G_APPLICATION_HANDLES_OPEN);
@@ -31,6 +36,7 @@ SessionClient::SessionClient(DesktopOptions options, Loop& loop)
       m_application(gtk_application_new(kApplicationId, FlagsFor(m_options))) {
     g_object_set(m_application.get(), "register-session", TRUE, nullptr);
     AddStartAction();
+    AddNotificationAction();
 }
 
 void SessionClient::AddStartAction() {
@@ -49,6 +55,39 @@ void SessionClient::AddStartAction() {
         },
         this);
     g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
+}
+
+void SessionClient::AddNotificationAction() {
+    const GObjectPtr<GSimpleAction> action(g_simple_action_new(kNotificationAction, nullptr));
+    m_signals.emplace_back(
+        action.get(), "activate",
+        [](GSimpleAction*, GVariant*, gpointer data) {
+            auto* const self = static_cast<SessionClient*>(data);
+            if (const auto act = std::exchange(self->m_notified, nullptr)) {
+                act();
+            } else {
+                // An earlier run's notification has started this one.
+                self->Started({}, false);
+            }
+        },
+        this);
+    g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
+}
+
+void SessionClient::Notify(platform::ToastNotification toast) {
+    auto* const application = G_APPLICATION(m_application.get());
+    m_notified = std::move(toast.Activated);
+    if (toast.Text.empty()) {
+        g_application_withdraw_notification(application, kNotification);
+        return;
+    }
+    const GObjectPtr<GNotification> notification(g_notification_new(g_get_application_name()));
+    g_notification_set_body(notification.get(), platform::ToValidUtf8(toast.Text).c_str());
+    if (!toast.ActionText.empty()) {
+        g_notification_add_button(notification.get(), platform::ToValidUtf8(toast.ActionText).c_str(),
+                                  ("app." + std::string(kNotificationAction)).c_str());
+    }
+    g_application_send_notification(application, kNotification, notification.get());
 }
 
 int SessionClient::Run(platform::WorldClient& client) {

@@ -9,6 +9,7 @@
 #include "backends/desktop/GLibPtr.h"
 #include "backends/desktop/SleepMonitor.h"
 #include "backends/desktop/Unit.h"
+#include "platform/media/ToastNotification.h"
 
 namespace desktop {
 
@@ -23,10 +24,14 @@ class SessionClient {
     /// See World::Run.
     int Run(platform::WorldClient& client);
 
+    /// See platform::NotificationOwner.
+    void Notify(platform::ToastNotification toast);
+
     GtkApplication* Application() const { return m_application.get(); }
 
   private:
     void AddStartAction();
+    void AddNotificationAction();
     void HandOver();
     void Started(const std::vector<std::string>& words, bool prelaunch);
 
@@ -34,6 +39,8 @@ class SessionClient {
     Loop& m_loop;
     GObjectPtr<GtkApplication> m_application;
     platform::WorldClient* m_client = nullptr;
+    /// What the button of the notification does.
+    std::function<void()> m_notified;
     std::vector<Signal> m_signals;
     // While the loop runs.
     std::optional<SleepMonitor> m_sleepMonitor;

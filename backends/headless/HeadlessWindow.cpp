@@ -107,6 +107,7 @@ class HeadlessWindow::WindowPeer final : public platform::WindowPeer {
     }
     void SetContent(UIElement* content) override { m_window.m_content = content; }
     void Activate() override { m_window.m_shown = true; }
+    bool IsActive() const override { return m_window.m_shown; }
     void SetTitleBar(UIElement* element) override { m_window.m_titleBar = element; }
     void SetPreferredMinSize(platform::Size size) override { m_window.m_minimum = size; }
     bool Resize(platform::Size size) override {

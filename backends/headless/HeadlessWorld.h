@@ -37,6 +37,9 @@ class HeadlessWorld final : public platform::World {
     int Run(platform::WorldClient& client) override;
     std::unique_ptr<platform::WindowPeer> CreateWindow(platform::WindowClient& client) override;
     void SetClipboardText(std::u16string_view text) override { m_clipboard = text; }
+    void ShowNotification(platform::ToastNotification toast) override {
+        m_notifications.push_back(std::move(toast));
+    }
     platform::SpeechEngine& Speech() override { return m_speech; }
     std::string LocaleName() override { return m_options.LocaleName; }
     std::vector<std::u16string> Languages() override { return m_options.Languages; }
@@ -44,6 +47,8 @@ class HeadlessWorld final : public platform::World {
 
     /// User-interface thread.
     const std::u16string& ClipboardText() const { return m_clipboard; }
+    /// All since the start.
+    const std::vector<platform::ToastNotification>& Notifications() const { return m_notifications; }
     HeadlessWindow& Window() { return m_window; }
     HeadlessSpeech& Spoken() { return m_speech; }
 
@@ -56,6 +61,7 @@ class HeadlessWorld final : public platform::World {
     HeadlessWindow m_window;
     HeadlessSpeech m_speech;
     std::u16string m_clipboard;
+    std::vector<platform::ToastNotification> m_notifications;
     platform::WorldClient* m_client = nullptr;
 };
 

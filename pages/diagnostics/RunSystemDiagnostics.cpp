@@ -1,9 +1,9 @@
 #include "pages/diagnostics/RunSystemDiagnostics.h"
 
 #include "logging/Trace.h"
+#include "pages/DisplayTexts.h"
 #include "pages/RequestInProgress.h"
 #include "pages/WorkThenShow.h"
-#include "platform/xaml/Markup.h"
 #include "platform/xaml/Window.h"
 #include "viewmodel/MainViewModel.h"
 
@@ -21,10 +21,36 @@ RunSystemDiagnostics::~RunSystemDiagnostics() {
 }
 
 void RunSystemDiagnostics::InitializeComponent() {
-    platform::LoadComponent(
+    const auto elements = platform::LoadComponent(
         *this, u"ms-appx:///RunSystemDiagnostics.xaml",
         {.EventHandlers = {{u"Ok_Click", platform::Handler(this, &RunSystemDiagnostics::Ok_Click)},
                            {u"Cancel_Click", platform::Handler(this, &RunSystemDiagnostics::Cancel_Click)}}});
+    ShowWhatWillHappen(elements);
+}
+
+void RunSystemDiagnostics::ShowWhatWillHappen(const platform::NamedElements& elements) {
+    const auto details = MainViewModel::GetInstance()->Details();
+    if (!details || !details->FirmwareRequest) {
+        return;
+    }
+    const auto& request = *details->FirmwareRequest;
+    const auto texts = PackageTexts();
+    constexpr std::int64_t kDenied = 5;
+    const auto* const key = !request.Supported && request.Status == kDenied ? u"RequestDenied/Text"
+                            : !request.Supported                            ? u"RequestNotSupported/Text"
+                            : request.BootEntry.empty()                     ? u"RunDiagnosticsSetup/Text"
+                                                                            : u"RunDiagnosticsEntry/Text";
+    const auto action = elements.Find<platform::TextBlock>(u"RunDiagnosticsAction");
+    action->Text(Filled(texts.Lookup(key), {{u"{name}", request.BootEntry}}));
+    action->Visibility(platform::Visibility::Visible);
+    const auto ok = elements.Find<platform::Button>(u"OkButton");
+    ok->IsEnabled(request.Supported);
+    auto accessibility = ok->Accessibility();
+    accessibility.DescribedBy = action.get();
+    ok->Accessibility(std::move(accessibility));
+    if (!request.Supported) {
+        elements.Find<platform::TextBlock>(u"RunDiagnosticsNow")->Visibility(platform::Visibility::Collapsed);
+    }
 }
 
 void RunSystemDiagnostics::AddCustomTitleBar() {

@@ -8,6 +8,7 @@
 
 #include "chrome/CustomTitleBar.h"
 #include "chrome/PageChrome.h"
+#include "platform/xaml/Markup.h"
 #include "platform/xaml/Navigation.h"
 
 namespace Kelvane {
@@ -24,6 +25,8 @@ class RunSystemDiagnostics final : public platform::Page, public ReturningPage {
 
   private:
     void InitializeComponent();
+    /// In place of the general text, as far as the details say it.
+    void ShowWhatWillHappen(const platform::NamedElements& elements);
 
     void Ok_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);
     void Cancel_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);

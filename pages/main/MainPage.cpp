@@ -137,6 +137,7 @@ void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
         const auto viewModel = MainViewModel::GetInstance();
         const bool allRead = viewModel->IsSysInfoReadCompleted() &&
                              viewModel->IsUsbTypeCInfoReadCompleted() && viewModel->IsRpcInitialised();
+        m_parameter = args.Parameter;
         m_detailsPanel->Visibility(platform::VisibleIf(s_bExpanded));
         if (s_bExpanded) {
             m_expandIcon->Glyph(std::u16string(kCollapseGlyph));
@@ -156,11 +157,15 @@ void MainPage::OnNavigatedTo(const platform::NavigationEventArgs& args) {
             UpdateUIWithSysDataAvailable();
             ShowDetailsAfter(viewModel->DetailsRead());
         }
+        ListenForOutcomes();
     });
 }
 
 void MainPage::StartHotkeyChain() {
     const auto viewModel = MainViewModel::GetInstance();
+    const auto dispatcher = platform::CoreWindow::GetForCurrentThread()->Dispatcher();
+    const auto held = dispatcher->Hold(std::static_pointer_cast<MainPage>(shared_from_this()));
+    ReadBegins();
     const auto connect = platform::create_task([viewModel] { return viewModel->InitialiseRpcConnection(); });
     const auto read = connect.then([viewModel](std::int64_t status) {
         if (status != 0) {
@@ -173,26 +178,26 @@ void MainPage::StartHotkeyChain() {
             platform::create_task([viewModel] { viewModel->ReadUsbTypeCInfoDetailsAsync(); })};
         return platform::when_all(reads.begin(), reads.end());
     });
-    ThenShow(read, platform::CoreWindow::GetForCurrentThread()->Dispatcher(),
-             [page = std::static_pointer_cast<MainPage>(shared_from_this())] {
-                 StopRing(page->m_titleBar);
-                 page->LaunchSysLabelsVisible(true);
-                 page->UpdateUIWithSysDataAvailable();
-                 page->ShowDetailsAfter(MainViewModel::GetInstance()->ReadMachineDetailsAsync());
-             })
-        .then([](const platform::task<void>& chain) {
-            try {
-                chain.get();
-            } catch (const platform::Exception& exception) {
-                Trace(u"Kelvane::MainPage::OnNavigatedTo::<lambda_4>::operator ()")
-                    .Error(u"Exception in hotkey async chain: ", exception.Message());
-            }
-        });
+    ThenShow(read, dispatcher, [page = std::static_pointer_cast<MainPage>(shared_from_this())] {
+        StopRing(page->m_titleBar);
+        page->LaunchSysLabelsVisible(true);
+        page->UpdateUIWithSysDataAvailable();
+        page->ShowDetailsAfter(MainViewModel::GetInstance()->ReadMachineDetailsAsync());
+    }).then([dispatcher, held](const platform::task<void>& chain) {
+        try {
+            chain.get();
+        } catch (const platform::Exception& exception) {
+            Trace(u"Kelvane::MainPage::OnNavigatedTo::<lambda_4>::operator ()")
+                .Error(u"Exception in hotkey async chain: ", exception.Message());
+        }
+        dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [held] { held->ReadEnded(true); });
+    });
 }
 
 void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
     Traced(u"Kelvane::MainPage::UpdateSysInfoDetails", [this](const Trace& trace) {
         const auto viewModel = MainViewModel::GetInstance();
+        ReadBegins();
         WorkThenShow(
             trace,
             [viewModel] {
@@ -210,10 +215,12 @@ void MainPage::UpdateSysInfoDetails(const platform::NavigationEventArgs&) {
                     (viewModel->IsUsbTypeCInfoReadCompleted() || !ReadsUsbTypeC())) {
                     step.Verbose(u"UpdateSysInfoDetails - success");
                     page->UpdateUIWithSysDataAvailable();
+                    page->ReadEnded(true);
                 } else {
                     step.Verbose(u"UpdateSysInfoDetails failed from RpcClient");
                     StopRing(page->m_titleBar);
                     page->LaunchSysLabelsVisible(true);
+                    page->ReadEnded(false);
                 }
                 page->ShowDetailsAfter(viewModel->ReadMachineDetailsAsync());
             });
@@ -248,7 +255,7 @@ void MainPage::RunSysDiagsbutton_Click(UIElement&, const RoutedEventArgs&) {
 
 void MainPage::TryAgain_Invoked(UIElement&, platform::KeyboardAcceleratorInvokedEventArgs& args) {
     args.Handled = true;
-    Traced(u"Kelvane::MainPage::TryAgain_Invoked", [this] { NavigateRoot(u"Kelvane.MainPage"); });
+    Traced(u"Kelvane::MainPage::TryAgain_Invoked", [this] { TryAgain(); });
 }
 
 void MainPage::NavigateRoot(std::u16string_view pageType) {
@@ -267,6 +274,7 @@ void MainPage::Expand_Click(UIElement&, const RoutedEventArgs&) {
     m_detailsPanel->Visibility(platform::VisibleIf(expand));
     m_expandIcon->Glyph(std::u16string(expand ? kCollapseGlyph : kExpandGlyph));
     s_bExpanded = expand;
+    ShowMessageText();
 }
 
 void MainPage::KeyboardKeyDownEvent(UIElement& sender, platform::KeyRoutedEventArgs& args) {

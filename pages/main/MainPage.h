@@ -19,6 +19,7 @@
 #include "platform/xaml/Markup.h"
 #include "platform/xaml/Navigation.h"
 #include "viewmodel/MachineDetails.h"
+#include "viewmodel/RequestOutcome.h"
 
 namespace Kelvane {
 
@@ -32,6 +33,8 @@ struct PageMessage {
     /// What the button does, on the user-interface thread, after the message has been closed.
     std::function<void()> Action{};
     bool IsClosable = true;
+    /// What to do, in a sentence: beside the text while the details are open, else in its tool tip.
+    std::u16string Detail{};
 };
 
 class MainPage final : public platform::Page {
@@ -52,6 +55,10 @@ class MainPage final : public platform::Page {
     /// shown by the next one.
     static bool HidesIdentifiers() { return s_bHidesIdentifiers; }
     static void HidesIdentifiers(bool value) { s_bHidesIdentifiers = value; }
+
+    /// Navigates to this page once more, which reads what is missing. Goes no further back than this page
+    /// does.
+    void TryAgain();
 
   protected:
     void OnNavigatedTo(const platform::NavigationEventArgs& args) override;
@@ -129,7 +136,21 @@ class MainPage final : public platform::Page {
     void Show(const SystemInfo& info);
     void LaunchSysLabelsVisible(bool visible);
     void NavigateRoot(std::u16string_view pageType);
+    void ShowMessageText();
     void CloseMessageLater();
+    /// A read of the records has begun, which the user is told of when it takes long.
+    void ReadBegins();
+    /// It has ended. `filled`: the rows show the record.
+    void ReadEnded(bool filled);
+    /// Asks for `request` on a worker, as the pages do, once more or to take it back.
+    static void Ask(Request request);
+    void ListenForOutcomes();
+    void ShowOutcome();
+    /// Unless the user has been told, or another message is open.
+    void ShowRequestPending();
+    static PageMessage RequestSetMessage();
+    /// In the message bar; beside the window, too, when the user does not have it before them.
+    void ShowEverywhere(const PageMessage& message);
     void MessageBar_Closed(platform::InfoBar& sender, const platform::InfoBarClosedEventArgs& args);
 
     /// One a process: the details stay open from page to page.
@@ -158,8 +179,16 @@ class MainPage final : public platform::Page {
     std::shared_ptr<platform::Panel> m_detailsPanel;
     std::shared_ptr<platform::Panel> m_commandButtons;
     std::shared_ptr<platform::InfoBar> m_messageBar;
-    /// How many messages there have been.
+    /// In the message bar, or the last that was.
+    PageMessage m_message;
+    /// How many messages there have been, and which of them said that the service has not answered.
     int m_messages = 0;
+    int m_waitingMessage = 0;
+    bool m_isReading = false;
+    /// The user has been told of the firmware request that is pending.
+    bool m_toldPending = false;
+    /// Of the navigation to this page.
+    std::u16string m_parameter;
 };
 
 }  // namespace Kelvane

@@ -80,6 +80,7 @@ void MainPage::ShowDetailsAfter(const platform::task<void>& read) {
                      [weak = std::weak_ptr(std::static_pointer_cast<MainPage>(shared_from_this()))] {
                          if (const auto page = weak.lock()) {
                              page->ShowMachineDetails();
+                             page->ShowRequestPending();
                          }
                      });
         }

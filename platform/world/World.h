@@ -8,6 +8,7 @@
 #include "platform/core/Provided.h"
 #include "platform/media/Clipboard.h"
 #include "platform/media/SpeechEngine.h"
+#include "platform/media/ToastNotification.h"
 #include "platform/resources/UserEnvironment.h"
 #include "platform/xaml/Peers.h"
 
@@ -35,7 +36,7 @@ class WorldClient {
 /// All that a backend implements: a window system, a loop, and what belongs to the user. Each interface
 /// stands in the area that calls it; this is their sum. backends/headless and backends/desktop each have one;
 /// main picks one and hands it to Application::Start.
-class World : public WindowSystem, public ClipboardOwner, public UserEnvironment {
+class World : public WindowSystem, public ClipboardOwner, public NotificationOwner, public UserEnvironment {
   public:
     virtual EventLoop& Loop() = 0;
 
@@ -52,10 +53,12 @@ class World : public WindowSystem, public ClipboardOwner, public UserEnvironment
 /// layer.
 class WorldScope {
   public:
-    explicit WorldScope(World& world) : m_clipboard(world), m_user(world), m_speech(world.Speech()) {}
+    explicit WorldScope(World& world)
+        : m_clipboard(world), m_notifications(world), m_user(world), m_speech(world.Speech()) {}
 
   private:
     Provided<ClipboardOwner> m_clipboard;
+    Provided<NotificationOwner> m_notifications;
     Provided<UserEnvironment> m_user;
     Provided<SpeechEngine> m_speech;
 };

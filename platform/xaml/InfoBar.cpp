@@ -40,6 +40,10 @@ InfoBar::InfoBar() {
         part->Layout(layout);
         m_layout->Append(part);
     }
+    // Between the lines of a long message and those of the bar.
+    auto layout = m_text->Layout();
+    layout.Margin = {.Left = 0, .Top = 3, .Right = 0, .Bottom = 3};
+    m_text->Layout(layout);
     Severity(InfoBarSeverity::Informational);
 }
 

@@ -45,6 +45,14 @@ class Frame : public ContentControl {
     /// none. Fails as Navigate does.
     void GoBack();
 
+    /// Drops the earlier page that GoBack would show, if there is one.
+    void RemoveLastFromBackStack() {
+        VerifyUserInterfaceThread();
+        if (!m_backStack.empty()) {
+            m_backStack.pop_back();
+        }
+    }
+
     Event<UIElement&, const NavigationFailedEventArgs&>& NavigationFailed() { return m_navigationFailed; }
 
   private:

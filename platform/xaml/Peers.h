@@ -58,6 +58,9 @@ class WindowPeer {
     /// Shows the window, or brings it to the front.
     virtual void Activate() = 0;
 
+    /// The window is on the screen, and the keyboard's.
+    virtual bool IsActive() const = 0;
+
     /// The element that the window is moved by; null for the window's own title bar. The element has its
     /// peer; when the peer is destroyed, the window has its own title bar again.
     virtual void SetTitleBar(UIElement* element) = 0;

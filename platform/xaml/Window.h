@@ -102,6 +102,9 @@ class Window final : private WindowClient {
     /// Shows the window, or brings it to the front.
     void Activate();
 
+    /// Whether the user has the window before them: it is on the screen, and what is typed goes to it.
+    bool IsActive() const { return m_peer != nullptr && m_peer->IsActive(); }
+
     /// The element that the window is moved by, from the moment on that it is in the window; null for none of
     /// the content's.
     void SetTitleBar(const std::shared_ptr<UIElement>& element);

@@ -20,6 +20,9 @@ using platform::rpc::ServerCall;
 /// The document of a recorded machine, with `from` replaced.
 std::u16string Document(std::u16string_view from = u"", std::u16string_view to = u"") {
     auto document = MachineFile("business-laptop/details.json");
+    // The window has a message for a request that is pending.
+    constexpr std::u16string_view kPending = u"\"pending\":true";
+    document.replace(document.find(kPending), kPending.size(), u"\"pending\":false");
     return document.replace(document.find(from), from.size(), to);
 }
 

@@ -53,7 +53,10 @@ std::vector<std::string> Scripts() {
 /// any, the outputs.
 class ScriptTest : public ApplicationTest, public testing::WithParamInterface<std::string> {
   protected:
-    ScriptTest() { m_systemInformation = Record(Letters(10)); }
+    ScriptTest() {
+        m_systemInformation = Record(Letters(10));
+        m_onRequest = [this] { AnswerRequest(); };
+    }
 
     void Play(const std::vector<std::string>& lines) {
         for (const auto& line : lines) {
@@ -93,14 +96,18 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
-    /// The service answers what it tells of this machine of tests/machines.
+    /// The service answers what it tells of this machine of tests/machines, and the script's firmware
+    /// request.
     void BeMachine(const std::string& name) {
         const auto record = MachineFile(name + "/record.txt");
         const auto begin = record.find(u": ") + 2;
         m_systemInformation = record.substr(begin, record.find(u'\n') - begin);
-        StartService({}, {}, [details = MachineFile(name + "/details.json")](auto& call) {
-            call.SetText(0, details);
-        });
+        auto details = MachineFile(name + "/details.json");
+        constexpr std::u16string_view kRequest = u"\"firmwareRequest\":";
+        if (const auto end = details.find(kRequest); !m_firmwareRequest.empty()) {
+            details.replace(end + kRequest.size(), std::u16string::npos, m_firmwareRequest + u"}");
+        }
+        StartService({}, {}, [details](auto& call) { call.SetText(0, details); });
     }
 
     /// What a screen reader has said since the last time.
@@ -135,10 +142,44 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
             if (has("refused")) {
                 throw std::runtime_error("refused");
             }
+            AnswerRequest();
+        };
+    }
+
+    /// The next step comes after what is due by then.
+    void Wait(std::chrono::seconds time) {
+        m_clock.Advance(time);
+        const auto dispatcher = platform::CoreWindow::GetForCurrentThread()->Dispatcher();
+        const auto run = [dispatcher](auto handler) {
+            dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, handler);
+        };
+        run([run] { run([] {}); });
+    }
+
+    void AnswerRequest() const {
+        if (m_status != 0) {
+            throw platform::rpc::RpcException(m_status);
+        }
+    }
+
+    /// The first read is answered when two seconds have passed and the window shows what comes of that.
+    void AnswerLate() {
+        m_onRead = [this, isFirst = true]() mutable {
+            if (!std::exchange(isFirst, false)) {
+                return;
+            }
+            const auto post = [this](const auto& act) { m_world->Loop().Post(act); };
+            post([=, this] {
+                m_clock.Advance(std::chrono::seconds(2));
+                post([=, this] { post([=, this] { post([this] { MarkShown(), m_answer.release(); }); }); });
+            });
+            m_answer.acquire();
         };
     }
 
     const PackageScope m_package;
+    std::u16string m_firmwareRequest;
+    std::atomic<unsigned> m_status = 0;
     bool m_isWhole = false;
     std::string m_output;
     std::string m_logs;
@@ -179,6 +220,10 @@ void ScriptTest::Play(const std::string& line) {
         {"write", [&] { m_package.Write(parts.at(0), platform::ToUtf8(Unescaped(parts.at(1)))); }},
         {"replace", [&] { m_package.Replace(parts.at(0), parts.at(1), parts.at(2)); }},
         {"hold", [&] { HoldRequests(rest); }},
+        {"answer", [&] { m_status = static_cast<unsigned>(std::stoul(rest)); }},
+        {"firmware", [&] { m_firmwareRequest = text; }},
+        {"wait", [&] { Wait(std::chrono::seconds(std::stoi(rest))); }},
+        {"silent", [&] { AnswerLate(); }},
         {"press", [&] { Press(text); }},
         {"show", [&] { Show(text); }},
         {"focus", [&] { Find<platform::FrameworkElement>(text)->Focus(); }},
@@ -233,6 +278,12 @@ TEST_P(ScriptTest, PlaysAsWritten) {
     }
     for (const auto& [text, state] : m_world->Spoken().Sounds()) {
         result << "== sound " << platform::ToJson(text) << " in state " << static_cast<int>(state) << "\n";
+    }
+    for (const auto& toast : m_world->Notifications()) {
+        if (!toast.Text.empty()) {
+            result << "== notification " << platform::ToJson(toast.Text) << " with "
+                   << platform::ToJson(toast.ActionText) << "\n";
+        }
     }
     result << "== status " << status << ", reads " << Calls(procedure::ReadSysInfo) << " + "
            << Calls(procedure::ReadUSBTypeCInfo) << ", requests " << Calls(procedure::StartMSInfoApp) << " + "

@@ -393,11 +393,14 @@ class Pages(unittest.TestCase):
         until(lambda: run("xdotool", "getactivewindow").stdout.split() == [window], "the window in front")
         self.assertEqual(program.window, window, "on the screen")
 
-    def test_without_the_service_labels_stand_alone(self):
-        program = self.start(service="nowhere")
-        shown(program, "label", "Product name")
+    def test_without_the_service_the_window_says_what_to_do_and_tries_again(self):
+        program = self.start(service="later")
+        self.assertIn("Start kelvane-service", shown(program, "push button", "Try again").get_description())
         gone(program, "progress bar", "Reading the machine’s data")
         self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
+        os.symlink(f"{self.folder}/rpc", f"{self.folder}/later")
+        press(program, "Try again")
+        self.sees(program, ALWAYS)
 
     def test_a_picture_without_data_is_a_failure_with_its_reason(self):
         for service, status, errors in (("rpc", 0, []), ("nowhere", 1, ["kelvane: The system service is not running."])):
