@@ -82,10 +82,19 @@ DesktopWindow::DesktopWindow(GtkApplication* application, platform::WindowClient
             return static_cast<DesktopWindow*>(self)->KeyDown(KeyPressOf(key, code, state));
         },
         this);
+    // The controller of keys reports only releases of keys whose press was handled.
+    auto* const releases = gtk_event_controller_legacy_new();
+    gtk_event_controller_set_propagation_phase(releases, GTK_PHASE_CAPTURE);
+    gtk_widget_add_controller(GTK_WIDGET(window), releases);
     m_signals.emplace_back(
-        keys, "key-released",
-        [](GtkEventControllerKey*, guint key, guint code, GdkModifierType state, gpointer self) {
-            static_cast<DesktopWindow*>(self)->KeyUp(KeyPressOf(key, code, state));
+        releases, "event",
+        [](GtkEventControllerLegacy*, GdkEvent* event, gpointer self) -> gboolean {
+            if (gdk_event_get_event_type(event) == GDK_KEY_RELEASE) {
+                static_cast<DesktopWindow*>(self)->KeyUp(KeyPressOf(gdk_key_event_get_keyval(event),
+                                                                    gdk_key_event_get_keycode(event),
+                                                                    gdk_event_get_modifier_state(event)));
+            }
+            return FALSE;
         },
         this);
     auto* const buttons = gtk_gesture_click_new();
@@ -312,6 +321,10 @@ void DesktopWindow::AwaitLabel(GtkPeer& peer) {
 
 void DesktopWindow::Forget(GtkPeer& peer) {
     std::erase(m_awaitingLabel, &peer);
+    if (gtk_window_get_focus(m_window.get()) == peer.Widget()) {
+        // Key releases would go to a widget that is no longer in the window.
+        gtk_window_set_focus(m_window.get(), nullptr);
+    }
     if (m_dragArea == &peer) {
         m_dragArea = nullptr;
         m_titleBar = nullptr;
@@ -357,6 +370,10 @@ void DesktopWindow::UpdateFocus() {
         return;
     }
     if (auto* const chosen = m_keyboard.ContentChanged(*m_root, isThere ? Focused() : nullptr)) {
+        if (!isThere) {
+            // The toolkit looks at the widget that has the focus, which may be about to be destroyed.
+            gtk_window_set_focus(m_window.get(), nullptr);
+        }
         chosen->Focus();
         GtkPeer::Of(*chosen)->Unselect();
     }

@@ -65,7 +65,11 @@ class LabelPeer : public GtkPeer {
             this);
     }
 
-    ~LabelPeer() override { RemoveMenu(); }
+    ~LabelPeer() override {
+        if (m_menu != nullptr) {
+            gtk_widget_unparent(m_menu);
+        }
+    }
 
     bool Perform(platform::TextGesture gesture) override {
         switch (gesture) {
@@ -132,7 +136,15 @@ class LabelPeer : public GtkPeer {
     /// What can be done with the text, at `place` in the widget. Words are the toolkit's, which has them in
     /// the user's language.
     void ShowMenu(const GdkRectangle& place) {
-        RemoveMenu();
+        if (m_menu == nullptr) {
+            MakeMenu();
+        }
+        gtk_widget_set_direction(m_menu, gtk_widget_get_direction(Widget()));
+        gtk_popover_set_pointing_to(GTK_POPOVER(m_menu), &place);
+        gtk_popover_popup(GTK_POPOVER(m_menu));
+    }
+
+    void MakeMenu() {
         const GObjectPtr<GMenu> menu(g_menu_new());
         for (const auto& [word, action] : {std::pair{"_Copy", kCopy}, {"Select _All", kSelectAll}}) {
             const GObjectPtr<GMenuItem> item(g_menu_item_new(g_dgettext("gtk40", word), action));
@@ -141,7 +153,6 @@ class LabelPeer : public GtkPeer {
         }
         m_menu = gtk_popover_menu_new_from_model(G_MENU_MODEL(menu.get()));
         gtk_widget_set_parent(m_menu, Widget());
-        gtk_widget_set_direction(m_menu, gtk_widget_get_direction(Widget()));
         // The arrows of a menu inside of something that scrolls lead out of it: a fault of the toolkit's.
         auto* const keys = gtk_event_controller_key_new();
         gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
@@ -157,14 +168,6 @@ class LabelPeer : public GtkPeer {
                 return TRUE;
             },
             m_menu);
-        gtk_popover_set_pointing_to(GTK_POPOVER(m_menu), &place);
-        gtk_popover_popup(GTK_POPOVER(m_menu));
-    }
-
-    void RemoveMenu() {
-        if (auto* const menu = std::exchange(m_menu, nullptr)) {
-            gtk_widget_unparent(menu);
-        }
     }
 
     /// Owned by the widget; null until there has been one.

@@ -202,11 +202,17 @@ class Pages(unittest.TestCase):
         xdotool("key", "F5")
         self.sees(program, ALWAYS)
         has_focus(program, "Product name")
-        for label, keys in (("Product name", ["ctrl+a"]), ("Product number", ["shift+Right"]),
-                            ("Serial number", ["ctrl+a", "Menu", "Down", "Return"])):
+        for label, keys, copied in (("Product name", ["ctrl+a", "ctrl+c"], ALWAYS["Product name"]),
+                                    ("Product number", ["Home", "shift+Right", "ctrl+c"], "4")):
             self.reach(program, label)
-            xdotool("key", *keys, *([] if "Menu" in keys else ["ctrl+c"]))
-            until(lambda: clipboard() == (ROWS[label][:1] if "shift+Right" in keys else ROWS[label]), f"{label} copied")
+            xdotool("key", *keys)
+            until(lambda: clipboard() == copied, f"{label} copied")
+        xdotool("key", "Home", "shift+F10")
+        has_focus(program, "Select All")  # Nothing is selected that could be copied.
+        xdotool("key", "Return", "Menu")
+        has_focus(program, "Copy")
+        xdotool("key", "Down", "Up", "Return")
+        until(lambda: clipboard() == ALWAYS["Product number"], "the value by its menu")
         own = ["Minimize", "Maximize", "Close"]
         for keys, rows in ("alt+d", ROWS), ("alt+u", USB):
             xdotool("key", keys)
