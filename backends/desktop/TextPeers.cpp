@@ -186,8 +186,20 @@ class LabelPeer : public GtkPeer {
 
     /// The lines of a wrapped text begin where the element does.
     void UpdateAlignment() {
-        gtk_label_set_justify(Label(), RunsAgainst(Widget(), gtk_label_get_text(Label())) ? GTK_JUSTIFY_RIGHT
-                                                                                          : GTK_JUSTIFY_LEFT);
+        auto* const label = Label();
+        const auto* const text = gtk_label_get_text(label);
+        if (gtk_label_get_selectable(label)) {
+            // A value without letters ("1.07, 2025-03-18") is read from the left in every window.
+            gtk_widget_set_direction(Widget(), GTK_TEXT_DIR_LTR);
+            if (RunsAgainst(Widget(), text)) {
+                gtk_widget_set_direction(Widget(), GTK_TEXT_DIR_RTL);
+            }
+        }
+        const bool isMirrored = Element().FlowDirection() == platform::FlowDirection::RightToLeft;
+        const bool isOther = isMirrored != (gtk_widget_get_direction(Widget()) == GTK_TEXT_DIR_RTL);
+        gtk_label_set_xalign(label, isOther ? 1 : 0);
+        const bool runsAgainst = isOther != RunsAgainst(Widget(), text);
+        gtk_label_set_justify(label, runsAgainst ? GTK_JUSTIFY_RIGHT : GTK_JUSTIFY_LEFT);
     }
 };
 

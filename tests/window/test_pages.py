@@ -18,7 +18,7 @@ SOURCE = os.path.realpath(f"{__file__}/../../..")
 STRINGS = f"{SOURCE}/package/Strings"
 ALWAYS = {"Product name": "Workstation 5 SFF", "Product number": "4T8Z9EA#ABU", "Serial number": "5CG1234XYZ"}
 DETAILS = {"Processor": "12th Gen @ 2.10 GHz", "Memory": "16 GB (15.6 GB usable)", "Operating system": "Debian 12",
-           "Firmware version": "U21 Ver. 02.09.01", "System board": "8953 KBC", "Build identifier": "21WWHTAT602",
+           "Firmware version": "1.11.11, 888-888", "System board": "8953 KBC", "Build identifier": "21WWHTAT602",
            "BIOS password": "Password set"}
 STANDARDS = "USB 2.0, USB 3.2 Gen 2, USB 3.2 Gen 1, and one with a longer name"
 USB = {"USB standard": STANDARDS, "DisplayPort": "Not supported",
@@ -371,6 +371,15 @@ class Pages(unittest.TestCase):
             colours, picture = run("convert", file.name, *change, "-threshold", "70%", "-format", "%k %#", "info:").stdout.split()
         return picture if int(colours) > 1 else "blank"
 
+    def has_less_ink_at_the_left(self, program, text):
+        node = until(lambda: [node for node in everything(program.application) if text_of(node) == text], text)[0]
+        place = node.get_extents(Atspi.CoordType.WINDOW)
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            run("import", "-window", program.window, "-crop", f"{place.width}x{place.height}+{place.x}+{place.y}", "+repage", file.name)
+            means = [float(run("convert", file.name, "-trim", "+repage", "-gravity", side, "-crop", "50%x100%+0+0", "-format",
+                               "%[fx:mean]", "info:").stdout) for side in ("West", "East")]
+        return means[0] > means[1]
+
     def test_right_to_left_is_the_mirror(self):
         program = self.start()
         self.sees(program, ALWAYS)
@@ -387,6 +396,9 @@ class Pages(unittest.TestCase):
                 close = self.area(program, "push button", "Close")
                 self.assertEqual((label[0] + label[2], button[0], close[0]), (611, 22, 0))
                 self.assertEqual([self.drawing(program, each) for each in (speak, copy)], expected)
+                press(program, "Show details")
+                self.has_size(program, 640, 560)
+                self.assertTrue(self.has_less_ink_at_the_left(program, ROWS["Firmware version"]), "digits are read from the left")
                 press(program, "Close")
                 self.assertEqual(program.ended(), 0)
 
