@@ -211,29 +211,13 @@ bool CellLayout::Stacks(int width) const {
                                                     .Minimum);
 }
 
-bool CellLayout::Hides(const Cell& cell, int width) {
-    return width >= 0 && width < Pixels(cell.Layout.HideBelow);
-}
-
-std::optional<CellLayout> CellLayout::Shown(int width) const {
-    auto shown = *this;
-    const auto hidden = std::erase_if(shown.Cells, [&](const Cell& cell) { return Hides(cell, width); });
-    return hidden > 0 ? std::optional(std::move(shown)) : std::nullopt;
-}
-
 CellLayout::Extent CellLayout::Measure(GtkOrientation orientation, int forSize) const {
     if (orientation == GTK_ORIENTATION_HORIZONTAL) {
         auto extent = Total(orientation, MeasureTracks(orientation, nullptr));
-        if (const auto shown = Shown(0)) {
-            extent.Minimum = std::min(extent.Minimum, shown->Measure(orientation, -1).Minimum);
-        }
         if (StackBelow > 0) {
             extent.Minimum = std::min(extent.Minimum, Stacked().Measure(orientation, -1).Minimum);
         }
         return extent;
-    }
-    if (const auto shown = Shown(forSize)) {
-        return shown->Measure(orientation, forSize);
     }
     if (Stacks(forSize)) {
         return Stacked().Measure(orientation, forSize);
@@ -246,13 +230,6 @@ CellLayout::Extent CellLayout::Measure(GtkOrientation orientation, int forSize) 
 }
 
 void CellLayout::Allocate(int width, int height, GtkTextDirection direction) const {
-    for (const auto& cell : Cells) {
-        gtk_widget_set_child_visible(cell.Widget, !Hides(cell, width));
-    }
-    if (const auto shown = Shown(width)) {
-        shown->Allocate(width, height, direction);
-        return;
-    }
     if (Stacks(width)) {
         Stacked().Allocate(width, height, direction);
         return;

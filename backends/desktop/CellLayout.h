@@ -5,7 +5,6 @@
 // the toolkit's. User-interface thread.
 
 #include <span>
-#include <optional>
 #include <vector>
 
 #include "backends/desktop/GLibPtr.h"
@@ -51,9 +50,6 @@ struct CellLayout {
     /// The cells one below the other.
     CellLayout Stacked() const;
     bool Stacks(int width) const;
-    static bool Hides(const Cell& cell, int width);
-    /// Without the cells that are hidden at this width; nothing when none is.
-    std::optional<CellLayout> Shown(int width) const;
 
     struct Track {
         platform::GridLength kind = platform::GridLength::Star;

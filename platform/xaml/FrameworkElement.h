@@ -13,8 +13,6 @@ struct ElementLayout {
     double MinWidth = 0;
     double MinHeight = 0;
     double MaxWidth = std::numeric_limits<double>::infinity();
-    /// In a grid that is less wide the element is not shown; 0 for always shown.
-    double HideBelow = 0;
     Thickness Margin;
     platform::HorizontalAlignment HorizontalAlignment = platform::HorizontalAlignment::Stretch;
     platform::VerticalAlignment VerticalAlignment = platform::VerticalAlignment::Stretch;

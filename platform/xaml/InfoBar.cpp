@@ -26,6 +26,9 @@ InfoBar::InfoBar() {
     m_close->Name(u"CloseButton");
     m_close->Style(u"IconButton");
     m_close->Click().Add([this](UIElement&, const RoutedEventArgs&) { IsOpen(false); });
+    auto escape = std::make_shared<KeyboardAccelerator>();
+    escape->Key = VirtualKey::Escape;
+    m_close->KeyboardAccelerators().push_back(std::move(escape));
     auto cross = std::make_shared<FontIcon>();
     cross->FontFamily(kFontFamily);
     cross->Glyph(u"\uE8BB");

@@ -173,7 +173,6 @@ constexpr Attribute kAttributes[] = {
     {"MinWidth", On<E, [](E& e, Value v) { SetLayout<&L::MinWidth>(e, ParseNumber<double>(v)); }>},
     {"MinHeight", On<E, [](E& e, Value v) { SetLayout<&L::MinHeight>(e, ParseNumber<double>(v)); }>},
     {"MaxWidth", On<E, [](E& e, Value v) { SetLayout<&L::MaxWidth>(e, ParseNumber<double>(v)); }>},
-    {"HideBelow", On<E, [](E& e, Value v) { SetLayout<&L::HideBelow>(e, ParseNumber<double>(v)); }>},
     {"Margin", On<E, [](E& e, Value v) { SetLayout<&L::Margin>(e, ParseThickness(v)); }>},
     {"HorizontalAlignment",
      On<E, [](E& e, Value v) { SetLayout<&L::HorizontalAlignment>(e, OneOf(v, kHorizontal)); }>},
