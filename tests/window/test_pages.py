@@ -211,6 +211,7 @@ class Pages(unittest.TestCase):
             until(lambda: clipboard() == copied, f"{label} copied")
         xdotool("key", "Home", "shift+F10")
         has_focus(program, "Select All")  # Nothing is selected that could be copied.
+        gone(program, "menu item", "Copy")
         xdotool("key", "Return", "Menu")
         has_focus(program, "Copy")
         xdotool("key", "Down", "Up", "Return")
