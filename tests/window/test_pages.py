@@ -265,6 +265,8 @@ class Pages(unittest.TestCase):
                 settings.write(f'Xft/DPI {percent * 96 * 1024 // 100}\nGtk/FontName "{font}"\n')
 
         write(100, "Sans 10")
+        # Where no tool tip comes up over what is measured.
+        xdotool("mousemove", 1279, 899)
         with subprocess.Popen(["xsettingsd", "-c", file], stderr=subprocess.DEVNULL) as daemon:
             try:
                 yield lambda *text: (write(*text), daemon.send_signal(signal.SIGHUP))
