@@ -289,6 +289,22 @@ class Pages(unittest.TestCase):
             yield from below
 
     def is_whole(self, program):
+        """As `measure` says, once the window has the size that was asked for."""
+        flaws = [""]
+
+        def measured():
+            try:
+                self.measure(program)
+                return True
+            except AssertionError as flaw:
+                flaws.append(str(flaw))
+
+        try:
+            until(measured, "a page that is whole")
+        except AssertionError:
+            self.fail(flaws[-1])
+
+    def measure(self, program):
         """No text or button is outside of the window or over another one, and no word is broken."""
         frame = shown(program, "frame", "Kelvane")
         width, height = self.area(program, "frame", "Kelvane")[2:]
