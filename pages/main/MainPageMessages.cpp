@@ -166,7 +166,7 @@ void MainPage::ReadBegins() {
                 const auto texts = PackageTexts();
                 page->ShowMessage({.Severity = InfoBarSeverity::Warning,
                                    .Text = texts.Lookup(u"ServiceSilent/Text"),
-                                   .ActionText = texts.Lookup(u"TryAgain/Text"),
+                                   .ActionText = texts.Lookup(u"TryAgain/AutomationProperties/Name"),
                                    .Action = [page = page.get()] { page->TryAgain(); },
                                    .IsClosable = false});
                 page->m_waitingMessage = page->m_messages;
@@ -184,7 +184,7 @@ void MainPage::ReadEnded(bool filled) {
     if (const auto missing = MessageOfMissingRecord(hasValues, texts)) {
         ShowMessage({.Severity = InfoBarSeverity::Warning,
                      .Text = missing->Title,
-                     .ActionText = texts.Lookup(u"TryAgain/Text"),
+                     .ActionText = texts.Lookup(u"TryAgain/AutomationProperties/Name"),
                      .Action = [this] { TryAgain(); },
                      // Without buttons there is nothing below it.
                      .IsClosable = platform::FirstFocus(*m_commandButtons) != nullptr,
@@ -245,7 +245,7 @@ void MainPage::ShowOutcome() {
         message = {.Severity = InfoBarSeverity::Warning, .Text = problem.Title, .Detail = problem.Message};
     }
     if (outcome->Problem || answer.canBeTriedAgain) {
-        message.ActionText = texts.Lookup(u"TryAgain/Text");
+        message.ActionText = texts.Lookup(u"TryAgain/AutomationProperties/Name");
         message.Action = [what = outcome->What] { Ask(what); };
     }
     if (outcome->What == Request::SystemInformationTool) {

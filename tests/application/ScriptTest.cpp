@@ -235,7 +235,7 @@ void ScriptTest::Play(const std::string& line) {
                   (focused.RaiseKey(Key(text), false) ? " up" : "") + " goes no further");
          }},
         {"look", [&] { MarkShown(); }},
-        {"silent", [&] { m_options.HasSound = false; }},
+        {"mute", [&] { m_options.HasSound = false; }},
         {"lasting", [&] { m_options.SoundsLast = true; }},
         {"hear", [&] { m_world->Spoken().EndSounds(); }},
         {"announced", [&] { MarkAnnounced(); }},
