@@ -11,8 +11,8 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as Xml
 
-from session import (Atspi, Ear, Program, clipboard, everything, find, focused, gone, has_focus, press, run, shown, tab, text_of,
-                     until, value, xdotool)
+from session import (Atspi, Ear, Program, clipboard, descriptions, everything, find, focused, gone, has_focus, press, run, shown, tab,
+                     text_of, until, value, xdotool)
 
 SOURCE = os.path.realpath(f"{__file__}/../../..")
 STRINGS = f"{SOURCE}/package/Strings"
@@ -129,7 +129,8 @@ class Pages(unittest.TestCase):
             names = buttons()
             left = [name for name in names if name not in [*pressed, *last, "Copied", "Stop reading"]]
             if not left and "Cancel" not in pressed:
-                left = ["Diagnostics…"]  # Once more, for its other button.
+                # Once more, for its other button.
+                left = ["Close message" if "Close message" in names else "Diagnostics…"]
             if not left and not last:
                 break
             name = left[0] if left else last.pop(0)
@@ -179,8 +180,12 @@ class Pages(unittest.TestCase):
         shown(program, "heading", "Run diagnostics at the next start?")
         press(program, "Cancel")
         self.sees(program, ALWAYS)
-        asked = "run the diagnostics at the next start"
-        self.assertFalse([line for line in self.service.errors if asked in line])
+        before = len(self.service.errors)
+
+        def asked():
+            return [line for line in self.service.errors[before:] if "run the diagnostics at the next start" in line]
+
+        self.assertFalse(asked())
         press(program, "Diagnostics…")
         # The button that confirms is the default one.
         xdotool("windowfocus", "--sync", program.window)
@@ -193,7 +198,7 @@ class Pages(unittest.TestCase):
         has_focus(program, "Set for next start")
         xdotool("key", "Return")
         self.sees(program, ALWAYS)
-        until(lambda: [line for line in self.service.errors if asked in line], "the request at the service")
+        until(asked, "the request at the service")
 
     def test_everything_is_done_by_keyboard(self):
         """Only keys are pressed here."""
@@ -336,6 +341,7 @@ class Pages(unittest.TestCase):
             press(program, words[back])
             shown(program, "push button", words[page])
 
+    @unittest.skipIf("KELVANE_SANITIZED" in os.environ, "the places are those of the other builds")
     def test_every_language_fits(self):
         """With a machine of two ports, some values that are missing, and long words."""
         with self.text_settings() as set_text, Program(
@@ -434,7 +440,7 @@ class Pages(unittest.TestCase):
 
     def test_without_the_service_the_window_says_what_to_do_and_tries_again(self):
         program = self.start(service="later")
-        self.assertIn("Start kelvane-service", shown(program, "push button", "Try again").get_description())
+        self.assertIn("Start kelvane-service", "".join(descriptions(shown(program, "push button", "Try again"))))
         gone(program, "progress bar", "Reading the machine’s data")
         self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
         os.symlink(f"{self.folder}/rpc", f"{self.folder}/later")
