@@ -95,11 +95,12 @@ class LabelPeer : public GtkPeer {
 
     GtkLabel* Label() const { return GTK_LABEL(Widget()); }
 
-    /// An identifier may be longer than its place: `isValue` lets it break anywhere. Other words stay whole.
-    void Show(const std::u16string& text, bool wrap, bool isValue) {
+    void Show(const std::u16string& text, platform::TextWrapping wrapping, bool isValue) {
         auto* const label = Label();
-        gtk_label_set_wrap(label, wrap);
-        gtk_label_set_wrap_mode(label, isValue ? PANGO_WRAP_WORD_CHAR : PANGO_WRAP_WORD);
+        gtk_label_set_wrap(label, wrapping != platform::TextWrapping::NoWrap);
+        gtk_label_set_wrap_mode(label, wrapping == platform::TextWrapping::WrapWholeWords
+                                           ? PANGO_WRAP_WORD
+                                           : PANGO_WRAP_WORD_CHAR);
         if (const gboolean isSelectable = isValue && !text.empty();
             gtk_label_get_selectable(label) != isSelectable) {
             gtk_label_set_selectable(label, isSelectable);
@@ -218,8 +219,7 @@ class TextBlockPeer final : public LabelPeer {
         if (property == ElementProperty::Text) {
             const bool trim = m_text.TextTrimming() == platform::TextTrimming::CharacterEllipsis;
             gtk_label_set_ellipsize(Label(), trim ? PANGO_ELLIPSIZE_END : PANGO_ELLIPSIZE_NONE);
-            Show(m_text.ShownText(), m_text.TextWrapping() == platform::TextWrapping::Wrap,
-                 m_text.IsTextSelectionEnabled());
+            Show(m_text.ShownText(), m_text.TextWrapping(), m_text.IsTextSelectionEnabled());
         }
     }
 
@@ -250,7 +250,7 @@ class TextBoxPeer final : public LabelPeer {
     void Update(ElementProperty property) override {
         LabelPeer::Update(property);
         if (property == ElementProperty::Text) {
-            Show(m_box.Text(), true, true);
+            Show(m_box.Text(), platform::TextWrapping::Wrap, true);
         } else if (property == ElementProperty::Selection) {
             gtk_label_select_region(Label(), 0, m_box.SelectionLength() == m_box.Text().size() ? -1 : 0);
         }

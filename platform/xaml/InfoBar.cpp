@@ -22,7 +22,7 @@ InfoBar::InfoBar() {
     m_layout->ColumnSpacing(8);
     m_layout->Padding({.Left = 11});
     m_icon->FontFamily(kFontFamily);
-    m_text->TextWrapping(TextWrapping::Wrap);
+    m_text->TextWrapping(TextWrapping::WrapWholeWords);
     m_close->Name(u"CloseButton");
     m_close->Style(u"IconButton");
     m_close->Click().Add([this](UIElement&, const RoutedEventArgs&) { IsOpen(false); });

@@ -47,7 +47,9 @@ constexpr Word<VerticalAlignment> kVertical[] = {{"Top", VerticalAlignment::Top}
                                                  {"Stretch", VerticalAlignment::Stretch}};
 constexpr Word<Orientation> kOrientations[] = {{"Vertical", Orientation::Vertical},
                                                {"Horizontal", Orientation::Horizontal}};
-constexpr Word<TextWrapping> kWrappings[] = {{"NoWrap", TextWrapping::NoWrap}, {"Wrap", TextWrapping::Wrap}};
+constexpr Word<TextWrapping> kWrappings[] = {{"NoWrap", TextWrapping::NoWrap},
+                                             {"Wrap", TextWrapping::Wrap},
+                                             {"WrapWholeWords", TextWrapping::WrapWholeWords}};
 constexpr Word<TextTrimming> kTrimmings[] = {{"None", TextTrimming::None},
                                              {"CharacterEllipsis", TextTrimming::CharacterEllipsis}};
 constexpr Word<Symbol> kSymbols[] = {

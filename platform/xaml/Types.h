@@ -12,7 +12,8 @@ enum class FlowDirection { LeftToRight = 0, RightToLeft = 1 };
 enum class HorizontalAlignment { Left = 0, Center = 1, Right = 2, Stretch = 3 };
 enum class VerticalAlignment { Top = 0, Center = 1, Bottom = 2, Stretch = 3 };
 enum class Orientation { Vertical = 0, Horizontal = 1 };
-enum class TextWrapping { NoWrap = 1, Wrap = 2 };
+/// Wrap breaks a word that is longer than its line, WrapWholeWords does not.
+enum class TextWrapping { NoWrap = 1, Wrap = 2, WrapWholeWords = 3 };
 enum class TextTrimming { None = 0, CharacterEllipsis = 1 };
 enum class AutomationLiveSetting { Off = 0, Polite = 1, Assertive = 2 };
 enum class Symbol { Copy = 57711, Volume = 57749, Back = 57618, Stop = 57691 };

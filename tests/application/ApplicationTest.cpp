@@ -66,7 +66,7 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
         line += ring->IsActive() ? " active" : " at rest";
     } else if (const auto* const block = dynamic_cast<const platform::TextBlock*>(&element)) {
         line += " " + platform::ToJson(block->ShownText());
-        line += block->TextWrapping() == platform::TextWrapping::Wrap ? " wraps" : "";
+        line += block->TextWrapping() != platform::TextWrapping::NoWrap ? " wraps" : "";
     } else if (const auto* const box = dynamic_cast<const platform::TextBox*>(&element)) {
         line += " " + platform::ToJson(box->Text()) + (box->IsReadOnly() ? "" : " can be changed");
         line += box->SelectedText().empty() ? "" : ", selected " + platform::ToJson(box->SelectedText());

@@ -388,6 +388,14 @@ class Pages(unittest.TestCase):
                     self.assertEqual(max(bottoms), bottoms[0], "the serial number is in the first picture")
                     self.pages_are_whole(program, "en-US")
 
+    def test_a_word_longer_than_the_window_breaks(self):
+        self.enterContext(Program("kelvane-service", "--directory", f"{self.folder}/long", "--sysroot",
+                                  f"{SOURCE}/tests/machines/hostile-texts", "--configuration", f"{self.folder}/configuration"))
+        until(lambda: os.path.exists(f"{self.folder}/long/HotkeyRpcEndpoint"), "the service's socket")
+        program = self.start(service="long")
+        until(lambda: [node for node in everything(program.application) if node.get_name().startswith("Made by")], "the maker")
+        self.assertEqual(self.area(program, "frame", "Kelvane")[2:], (640, 210))
+
     def drawing(self, program, button, *change):
         """What the button shows, as one word for equal pictures, after ImageMagick's change; "blank" for nothing."""
         left, top, width, height = self.area(program, "push button", button)
