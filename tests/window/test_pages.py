@@ -447,11 +447,11 @@ class Pages(unittest.TestCase):
         self.assertEqual(program.window, window, "on the screen")
 
     def test_without_the_service_the_window_says_what_to_do_and_tries_again(self):
-        program = self.start(service="later")
+        program = self.start(service="absent")
         self.assertIn("Start kelvane-service", "".join(descriptions(shown(program, "push button", "Try again"))))
         gone(program, "progress bar", "Reading the machine’s data")
         self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
-        os.symlink(f"{self.folder}/rpc", f"{self.folder}/later")
+        os.symlink(f"{self.folder}/rpc", f"{self.folder}/absent")
         press(program, "Try again")
         self.sees(program, ALWAYS)
 
