@@ -203,6 +203,7 @@ std::vector<Shortcut> Shortcuts(UIElement& root) {
     std::vector<Shortcut> shortcuts;
     std::vector<Accelerated> accelerators;
     AddAccelerators(root, accelerators);
+    shortcuts.reserve(accelerators.size());
     for (const auto& [element, accelerator] : accelerators) {
         shortcuts.push_back({.Key = accelerator->Key,
                              .Modifiers = accelerator->Modifiers,
