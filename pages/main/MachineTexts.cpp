@@ -62,7 +62,7 @@ std::u16string MachineKind(const MachineDetails& details, const DisplayTexts& te
 }
 
 std::u16string MachineLine(const MachineDetails& details, const DisplayTexts& texts) {
-    const auto kind = MachineKind(details, texts);
+    auto kind = MachineKind(details, texts);
     const auto& maker = details.Maker.Value;
     if (maker.empty()) {
         return kind;
