@@ -217,7 +217,9 @@ class Pages(unittest.TestCase):
         xdotool("key", "Home", "shift+F10")
         has_focus(program, "Select All")  # Nothing is selected that could be copied.
         gone(program, "menu item", "Copy")
-        xdotool("key", "Return", "Menu")
+        xdotool("key", "Return")
+        has_focus(program, "Product number")
+        xdotool("key", "Menu")
         has_focus(program, "Copy")
         xdotool("key", "Down", "Up", "Return")
         until(lambda: clipboard() == ALWAYS["Product number"], "the value by its menu")
