@@ -10,6 +10,9 @@ endfunction()
 
 # Links `target` with the folders that the row of `folder` (or of one file) allows.
 function(kelvane_use target scope folder)
+    if(kelvane_precompiled)
+        target_precompile_headers(${target} REUSE_FROM ${kelvane_precompiled})
+    endif()
     foreach(row IN LISTS kelvane_rows)
         if(row MATCHES "^\\| `([^`]+)` \\|([^|]*)\\|" AND CMAKE_MATCH_1 STREQUAL folder)
             string(REGEX MATCHALL "[a-z/]+" used "${CMAKE_MATCH_2}")
