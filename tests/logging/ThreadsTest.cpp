@@ -27,6 +27,13 @@ using platform::LoggingLevel;
 
 constexpr int kThreads = 4;
 
+/// How often a process is killed. With the thread sanitizer each takes more than a second.
+#ifdef __SANITIZE_THREAD__
+constexpr int kRounds = 10;
+#else
+constexpr int kRounds = 50;
+#endif
+
 /// How many calls of each thread have returned; shared with the process that is killed.
 using Returned = std::array<std::atomic<int>, kThreads>;
 
@@ -95,7 +102,7 @@ TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
     void* const shared =
         mmap(nullptr, sizeof(Returned), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(shared, MAP_FAILED);
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < kRounds; ++round) {
         const tests::StateFolderScope state;
         const auto channel = std::make_shared<platform::LoggingChannel>(u"Kelvane_Channel");
         const auto session = std::make_shared<FileLoggingSession>(u"Kelvane_Session");
