@@ -9,6 +9,33 @@
 
 namespace Kelvane {
 
+namespace {
+
+void Show(const std::optional<FirmwareRequestDetails>& request, const platform::NamedElements& elements) {
+    if (!request) {
+        return;
+    }
+    const auto texts = PackageTexts();
+    constexpr std::int64_t kDenied = 5;
+    const auto* const key = !request->Supported && request->Status == kDenied ? u"RequestDenied/Text"
+                            : !request->Supported                             ? u"RequestNotSupported/Text"
+                            : request->BootEntry.empty()                      ? u"RunDiagnosticsSetup/Text"
+                                                                              : u"RunDiagnosticsEntry/Text";
+    const auto action = elements.Find<platform::TextBlock>(u"RunDiagnosticsAction");
+    action->Text(Filled(texts.Lookup(key), {{u"{name}", request->BootEntry}}));
+    action->Visibility(platform::Visibility::Visible);
+    const auto ok = elements.Find<platform::Button>(u"OkButton");
+    ok->IsEnabled(request->Supported);
+    auto accessibility = ok->Accessibility();
+    accessibility.DescribedBy = action.get();
+    ok->Accessibility(std::move(accessibility));
+    if (!request->Supported) {
+        elements.Find<platform::TextBlock>(u"RunDiagnosticsNow")->Visibility(platform::Visibility::Collapsed);
+    }
+}
+
+}  // namespace
+
 RunSystemDiagnostics::RunSystemDiagnostics() {
     TracedUncaught(u"Kelvane::RunSystemDiagnostics::RunSystemDiagnostics", [this] {
         InitializeComponent();
@@ -29,27 +56,17 @@ void RunSystemDiagnostics::InitializeComponent() {
 }
 
 void RunSystemDiagnostics::ShowWhatWillHappen(const platform::NamedElements& elements) {
-    const auto details = MainViewModel::GetInstance()->Details();
-    if (!details || !details->FirmwareRequest) {
+    const auto viewModel = MainViewModel::GetInstance();
+    if (const auto details = viewModel->Details()) {
+        Show(details->FirmwareRequest, elements);
         return;
     }
-    const auto& request = *details->FirmwareRequest;
-    const auto texts = PackageTexts();
-    constexpr std::int64_t kDenied = 5;
-    const auto* const key = !request.Supported && request.Status == kDenied ? u"RequestDenied/Text"
-                            : !request.Supported                            ? u"RequestNotSupported/Text"
-                            : request.BootEntry.empty()                     ? u"RunDiagnosticsSetup/Text"
-                                                                            : u"RunDiagnosticsEntry/Text";
-    const auto action = elements.Find<platform::TextBlock>(u"RunDiagnosticsAction");
-    action->Text(Filled(texts.Lookup(key), {{u"{name}", request.BootEntry}}));
-    action->Visibility(platform::Visibility::Visible);
-    const auto ok = elements.Find<platform::Button>(u"OkButton");
-    ok->IsEnabled(request.Supported);
-    auto accessibility = ok->Accessibility();
-    accessibility.DescribedBy = action.get();
-    ok->Accessibility(std::move(accessibility));
-    if (!request.Supported) {
-        elements.Find<platform::TextBlock>(u"RunDiagnosticsNow")->Visibility(platform::Visibility::Collapsed);
+    if (const auto window = platform::CoreWindow::GetForCurrentThread()) {
+        ThenShow(viewModel->DetailsRead(), window->Dispatcher(), [viewModel, elements] {
+            if (const auto details = viewModel->Details()) {
+                Show(details->FirmwareRequest, elements);
+            }
+        });
     }
 }
 

@@ -25,7 +25,7 @@ class RunSystemDiagnostics final : public platform::Page, public ReturningPage {
 
   private:
     void InitializeComponent();
-    /// In place of the general text, as far as the details say it.
+    /// In place of the general text, as far as the details say it; at once or when they have come.
     void ShowWhatWillHappen(const platform::NamedElements& elements);
 
     void Ok_Click(platform::UIElement& sender, const platform::RoutedEventArgs& args);

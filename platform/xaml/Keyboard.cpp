@@ -125,9 +125,7 @@ void AddAccelerators(UIElement& element, std::vector<Accelerated>& order) {
         AddAccelerators(**child, order);
     }
     for (const auto& accelerator : element.KeyboardAccelerators()) {
-        if (accelerator->IsEnabled) {
-            order.push_back({.element = element.shared_from_this(), .accelerator = accelerator});
-        }
+        order.push_back({.element = element.shared_from_this(), .accelerator = accelerator});
     }
 }
 

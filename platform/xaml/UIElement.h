@@ -31,7 +31,6 @@ struct KeyboardAcceleratorInvokedEventArgs {
 struct KeyboardAccelerator {
     VirtualKey Key = VirtualKey::None;
     VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
-    bool IsEnabled = true;
     /// What the list of shortcuts says of it; empty: the name of its element.
     std::u16string Name{};
     /// Raised with the element. Unless a handler sets Handled, the element is clicked if it is a button, else

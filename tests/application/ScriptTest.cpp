@@ -107,7 +107,12 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         if (const auto end = details.find(kRequest); !m_firmwareRequest.empty()) {
             details.replace(end + kRequest.size(), std::u16string::npos, m_firmwareRequest + u"}");
         }
-        StartService({}, {}, [details](auto& call) { call.SetText(0, details); });
+        StartService({}, {}, [this, details](auto& call) {
+            if (m_detailsAreLate) {
+                m_answer.acquire();
+            }
+            call.SetText(0, details);
+        });
     }
 
     /// What a screen reader has said since the last time.
@@ -179,6 +184,7 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
 
     const PackageScope m_package;
     std::u16string m_firmwareRequest;
+    bool m_detailsAreLate = false;
     std::atomic<unsigned> m_status = 0;
     bool m_isWhole = false;
     std::string m_output;
@@ -199,6 +205,8 @@ void ScriptTest::Play(const std::string& line) {
         {"service", [&] { StartService(); }},
         {"machine", [&] { BeMachine(rest); }},
         {"hide-identifiers", [] { HideIdentifiers(); }},
+        {"late-details", [&] { m_detailsAreLate = true; }},
+        {"answer-details", [&] { m_answer.release(); }},
         {"await-details", [] { platform::create_task(AwaitDetails); }},
         {"system-information", [&] { m_systemInformation = record; }},
         {"usb-type-c", [&] { m_usbTypeC = record; }},
