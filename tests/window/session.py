@@ -8,7 +8,7 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, GLib  # noqa: E402
+from gi.repository import Atspi, Gio, GLib  # noqa: E402
 
 LIMIT = 20  # Seconds until a condition counts as never met; a loaded machine needs some.
 BIN = os.environ["KELVANE_BIN"]
@@ -211,6 +211,54 @@ class Ear:
         elif event.source.path == self.focus and event.any_data and (
                 event.type.endswith("description") or event.any_data != self.name):
             self.said.append(event.any_data)
+
+
+class Desktop:
+    """What a desktop and its session manager answer, on the session's bus: notifications, and the firmware request of
+    org.freedesktop.login1(5)."""
+
+    INTERFACES = """<node>
+        <interface name="org.freedesktop.Notifications">
+            <method name="Notify">
+                <arg type="s"/><arg type="u"/><arg type="s"/><arg type="s"/><arg type="s"/><arg type="as"/>
+                <arg type="a{sv}"/><arg type="i"/><arg type="u" direction="out"/>
+            </method>
+            <method name="CloseNotification"><arg type="u"/></method>
+            <signal name="ActionInvoked"><arg type="u"/><arg type="s"/></signal>
+        </interface>
+        <interface name="org.freedesktop.login1.Manager">
+            <method name="CanRebootToFirmwareSetup"><arg type="s" direction="out"/></method>
+            <method name="SetRebootToFirmwareSetup"><arg type="b"/></method>
+            <property name="RebootToFirmwareSetup" type="b" access="read"/>
+        </interface>
+    </node>"""
+
+    def __init__(self):
+        self.notified, self.withdrawn, self.is_requested = [], [], False
+        self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+        interfaces = Gio.DBusNodeInfo.new_for_xml(self.INTERFACES).interfaces
+        for interface, path in zip(interfaces, ("/org/freedesktop/Notifications", "/org/freedesktop/login1")):
+            self.bus.register_object(path, interface, self.called, lambda *unused: GLib.Variant("b", self.is_requested))
+        for name in "org.freedesktop.Notifications", "org.freedesktop.login1":
+            Gio.bus_own_name_on_connection(self.bus, name, Gio.BusNameOwnerFlags.NONE)
+
+    def called(self, bus, sender, path, interface, method, arguments, invocation):
+        answer = None
+        if method == "Notify":
+            self.notified.append(arguments.unpack())
+            answer = GLib.Variant("(u)", (len(self.notified),))
+        elif method == "CloseNotification":
+            self.withdrawn.append(arguments.unpack()[0])
+        elif method == "CanRebootToFirmwareSetup":
+            answer = GLib.Variant("(s)", ("yes",))
+        else:
+            (self.is_requested,) = arguments.unpack()
+        invocation.return_value(answer)
+
+    def act(self, action):
+        """The user presses that button of the last notification."""
+        self.bus.emit_signal(None, "/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActionInvoked",
+                             GLib.Variant("(us)", (len(self.notified), action)))
 
 
 def press(program, name):

@@ -11,8 +11,8 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as Xml
 
-from session import (Atspi, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus, press, run, shown, tab,
-                     text_of, until, value, xdotool)
+from session import (Atspi, Desktop, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus,
+                     press, run, shown, tab, text_of, until, value, xdotool)
 
 SOURCE = os.path.realpath(f"{__file__}/../../..")
 STRINGS = f"{SOURCE}/package/Strings"
@@ -204,6 +204,29 @@ class Pages(unittest.TestCase):
         xdotool("key", "Return")
         self.sees(program, ALWAYS)
         until(asked, "the request at the service")
+
+    def test_a_request_is_undone_by_its_notification(self):
+        """The window is on the screen, but the user is elsewhere."""
+        desktop = Desktop()
+        with Program("kelvane-service", "--directory", f"{self.folder}/firmware", "--sysroot",
+                     f"{SOURCE}/tests/machines/business-laptop",
+                     DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"]):
+            until(lambda: os.path.exists(f"{self.folder}/firmware/HotkeyRpcEndpoint"), "the service's socket")
+            program = self.start(service="firmware", state="firmware-state")
+            xdotool("windowminimize", "--sync", program.window)
+            press(program, "Diagnostics…")
+            shown(program, "label", "The firmware setup opens before the operating system; start the diagnostics there. "
+                  "You can undo this on the main page until then.")
+            press(program, "Set for next start")
+            until(lambda: desktop.is_requested, "the request")
+            _, _, _, title, text, actions, _, _ = until(lambda: desktop.notified, "a notification")[-1]
+            self.assertEqual((title, text), ("Kelvane", "The firmware setup opens at the next start."))
+            self.assertEqual(actions[1::2], ["Undo"])
+            desktop.act(actions[0])
+            until(lambda: not desktop.is_requested, "the request undone")
+            until(lambda: desktop.notified[-1][4] == "Undone: nothing special happens at the next start.", "what came of it")
+            self.assertEqual(desktop.notified[-1][5][1::2], [])
+            shown(program, "label", desktop.notified[-1][4])
 
     def test_everything_is_done_by_keyboard(self):
         """Only keys are pressed here."""
