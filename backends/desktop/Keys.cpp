@@ -40,24 +40,22 @@ platform::VirtualKey VirtualKeyOf(guint keyValue) {
     return platform::VirtualKey::None;
 }
 
-/// The same for a key that types no Latin letter: Control and the key that has C in another of the user's
-/// layouts is Control and C.
-platform::VirtualKey VirtualKeyOf(guint keyValue, guint code) {
-    auto key = VirtualKeyOf(keyValue);
-    if (key != platform::VirtualKey::None) {
-        return key;
-    }
+/// What the key types: `typed`, and then what it would in the user's other layouts.
+std::vector<guint> ValuesOf(guint typed, guint code) {
+    std::vector<guint> all{typed};
     GdkKeymapKey* places = nullptr;
     guint* values = nullptr;
     int count = 0;
     if (gdk_display_map_keycode(gdk_display_get_default(), code, &places, &values, &count) != FALSE) {
-        for (int index = 0; index < count && key == platform::VirtualKey::None; ++index) {
-            key = VirtualKeyOf(values[index]);
-        }
+        all.insert(all.end(), values, values + count);
         g_free(places);
         g_free(values);
     }
-    return key;
+    return all;
+}
+
+bool IsLatin(char16_t character) {
+    return character < 0x250;
 }
 
 platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state) {
@@ -77,15 +75,24 @@ platform::VirtualKeyModifiers ModifiersOf(GdkModifierType state) {
 }  // namespace
 
 platform::KeyPress KeyPressOf(guint keyValue, guint code, GdkModifierType state) {
-    const auto key = VirtualKeyOf(keyValue, code);
-    if (key == platform::VirtualKey::QuestionMark) {
+    platform::KeyPress press{.ScanCode = code};
+    for (const auto value : ValuesOf(keyValue, code)) {
+        // Control and the key that has C in another of the user's layouts is Control and C.
+        if (press.Key == platform::VirtualKey::None) {
+            press.Key = VirtualKeyOf(value);
+        }
+        const auto character = static_cast<char16_t>(gdk_keyval_to_unicode(gdk_keyval_to_upper(value)));
+        if (character != 0 &&
+            (press.Characters.empty() || IsLatin(character) != IsLatin(press.Characters.front()))) {
+            press.Characters += character;
+        }
+    }
+    if (press.Key == platform::VirtualKey::QuestionMark) {
         // On most keyboards it takes Shift to type it.
         state = static_cast<GdkModifierType>(state & ~GDK_SHIFT_MASK);
     }
-    return {.Key = key,
-            .Modifiers = ModifiersOf(state),
-            .ScanCode = code,
-            .Character = static_cast<char16_t>(gdk_keyval_to_unicode(gdk_keyval_to_upper(keyValue)))};
+    press.Modifiers = ModifiersOf(state);
+    return press;
 }
 
 }  // namespace desktop

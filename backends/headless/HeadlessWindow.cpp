@@ -19,7 +19,7 @@ platform::KeyPress Press(VirtualKey key, VirtualKeyModifiers modifiers) {
     return {.Key = key,
             .Modifiers = modifiers,
             .ScanCode = static_cast<std::uint32_t>(key),
-            .Character = name.size() == 1 ? name.front() : u'\0'};
+            .Characters = std::u16string(name.size() == 1 ? name : u"")};
 }
 
 std::u16string TextOf(const UIElement* element) {

@@ -114,7 +114,7 @@ struct Accelerated {
     std::shared_ptr<KeyboardAccelerator> accelerator;
 };
 
-/// The enabled accelerators of visible elements, last in reading order first: what stands later on a page
+/// The accelerators of visible elements, last in reading order first: what stands later on a page
 /// lies over what stands before it.
 void AddAccelerators(UIElement& element, std::vector<Accelerated>& order) {
     if (element.Visibility() == Visibility::Collapsed) {
@@ -187,6 +187,17 @@ Button* DefaultButton(UIElement& root) {
     return FindButton(root, [](const Button& button) { return button.IsDefault(); });
 }
 
+Button* ButtonWithAccessKey(UIElement& root, std::u16string_view characters) {
+    for (const auto character : characters) {
+        auto* const button =
+            FindButton(root, [character](const Button& each) { return each.AccessKey() == character; });
+        if (button != nullptr) {
+            return button;
+        }
+    }
+    return nullptr;
+}
+
 UIElement* FirstFocus(UIElement& root) {
     auto* const defaultButton = DefaultButton(root);
     if (defaultButton != nullptr) {
@@ -251,9 +262,7 @@ KeyResponse Keyboard::KeyDown(UIElement& root, UIElement* focused, const KeyPres
         return {.Handled = true};
     }
     if (auto* const button =
-            press.Modifiers == kMenu && press.Character != 0
-                ? FindButton(root, [&](const Button& each) { return each.AccessKey() == press.Character; })
-                : nullptr) {
+            press.Modifiers == kMenu ? ButtonWithAccessKey(root, press.Characters) : nullptr) {
         return {.Handled = true, .Press = repeats ? nullptr : button};
     }
     if (isHandled) {

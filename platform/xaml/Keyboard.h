@@ -37,8 +37,9 @@ struct KeyPress {
     VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
     /// Identifies the physical key, independent of the keyboard layout.
     std::uint32_t ScanCode = 0;
-    /// What the key types, as a capital; 0 for none.
-    char16_t Character = 0;
+    /// What the key types, as a capital, and after it what it types in those of the user's layouts that are for
+    /// another script, so that an access key works in each.
+    std::u16string Characters{};
 };
 
 /// One row of the list of shortcuts.

@@ -213,7 +213,17 @@ class Ear:
             self.said.append(event.any_data)
 
 
-class Desktop:
+def sound_server(socket, sink):
+    """A sound server that listens there, with a sink of PulseAudio's modules; its process."""
+    server = subprocess.Popen(
+        ["pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disallow-exit",
+         f"--load=module-native-protocol-unix socket={socket} auth-anonymous=1", f"--load={sink}"],
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    until(lambda: os.path.exists(socket), "the sound server")
+    return server
+
+
+class SessionServices:
     """What a desktop and its session manager answer, on the session's bus: notifications, and the firmware request of
     org.freedesktop.login1(5)."""
 

@@ -11,7 +11,7 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as Xml
 
-from session import (Atspi, Desktop, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus,
+from session import (Atspi, SessionServices, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus,
                      press, run, shown, tab, text_of, until, value, xdotool)
 
 SOURCE = os.path.realpath(f"{__file__}/../../..")
@@ -207,7 +207,7 @@ class Pages(unittest.TestCase):
 
     def test_a_request_is_undone_by_its_notification(self):
         """The window is on the screen, but the user is elsewhere."""
-        desktop = Desktop()
+        desktop = SessionServices()
         with Program("kelvane-service", "--directory", f"{self.folder}/firmware", "--sysroot",
                      f"{SOURCE}/tests/machines/business-laptop",
                      DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"]):
@@ -275,6 +275,26 @@ class Pages(unittest.TestCase):
         xdotool("key", "Escape", "ctrl+w")
         self.assertEqual((program.ended(), program.errors), (0, []))
         self.assertTrue(os.listdir(f"{self.folder}/keys/kelvane/LocalState/Kelvane_LogFiles"))
+
+    def test_keys_work_where_the_first_layout_has_no_latin_letters(self):
+        run("setxkbmap", "ru,us")
+        self.addCleanup(run, "setxkbmap", "us")
+        program = self.start()
+        self.sees(program, ALWAYS)
+        xdotool("windowfocus", "--sync", program.window)
+        has_focus(program, "Product name")
+        control, alt, a, c, d, w = 37, 64, 38, 54, 40, 25  # Places on the keyboard, named by the Latin letters there.
+        for held, keys in (control, (a, c)), (alt, (d,)):
+            xdotool("keydown", held, "key", *keys, "keyup", held)
+        until(lambda: clipboard() == ALWAYS["Product name"], "the value copied")
+        self.sees(program, DETAILS)
+        x, y, width, height = self.area(program, "text", "Serial number")
+        xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2, "click", 3)
+        has_focus(program, "Copy")
+        xdotool("key", "Escape")
+        has_focus(program, "Serial number")
+        xdotool("keydown", control, "key", w, "keyup", control)
+        self.assertEqual((program.ended(), program.errors), (0, []))
 
     def test_no_page_has_an_access_key_twice_in_any_language(self):
         root = pathlib.Path(__file__).parents[2]

@@ -1,10 +1,9 @@
 """The stage as a user meets it, without a screen and in a real window: the same acts and perceptions for both."""
 
 import os
-import subprocess
 import tempfile
 
-from session import Ear, Stage, clipboard, focused, press, until, value, xdotool
+from session import Ear, Stage, clipboard, focused, press, sound_server, until, value, xdotool
 
 KEYS = {"Tab": 9, "Return": 13, "Escape": 27, "space": 32, "End": 35, "Home": 36, "Left": 37, "Right": 39, "a": 65, "c": 67,
         "k": 75, "Menu": 93, "F10": 121, "XF86Back": 166}
@@ -93,12 +92,8 @@ class Desktop(World):
         socket, recording = (f"{self.folder.name}/{each}" for each in ("socket", "heard.raw"))
         if sound:
             # A server whose sink writes into a pipe what a person would hear.
-            self.server = subprocess.Popen(
-                ["pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disallow-exit",
-                 f"--load=module-native-protocol-unix socket={socket} auth-anonymous=1",
-                 f"--load=module-pipe-sink file={recording} rate=22050 channels=1 format=s16le"],
-                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            until(lambda: os.path.exists(recording) and os.path.exists(socket), "the sound server")
+            self.server = sound_server(socket, f"module-pipe-sink file={recording} rate=22050 channels=1 format=s16le")
+            until(lambda: os.path.exists(recording), "what is heard")
             self.recording = os.open(recording, os.O_RDONLY | os.O_NONBLOCK)
         super().__init__(PULSE_SERVER=f"unix:{socket}")
         self.heard("launched")
