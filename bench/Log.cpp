@@ -1,6 +1,7 @@
 // kelvane-bench log: what a log call costs until the message is in its file, beside the least that any logger
-// must do: copy the same bytes under a lock and write each full 64 KiB. Both run in turn, three times, and so
-// does a session that times each call; medians are printed. Everything is read back and counted.
+// must do: copy the same bytes under a lock and write each full 64 KiB. Both run in turn, three times. Then
+// each call is timed, as fast as they go and one each 10 us, as in a start: of the session, of the locked
+// copy, and of a writer thread behind a queue. Medians are printed. Everything is read back and counted.
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -12,12 +13,14 @@
 #include <atomic>
 #include <charconv>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -67,12 +70,15 @@ class NumberedText {
 struct Load {
     int threads;
     int messages;
+    /// Between the beginnings of two calls of a thread; 0: as fast as they go.
+    std::chrono::microseconds pace{};
 };
+
+using LogCall = std::function<void(std::u16string_view)>;
 
 /// Calls what `callOf` makes for each thread with all of its messages, all threads at once; returns, when the
 /// last has ended, the time of the start.
-Clock::time_point RunThreads(const Load& load,
-                             const std::function<std::function<void(std::u16string_view)>(int)>& callOf) {
+Clock::time_point RunThreads(const Load& load, const std::function<LogCall(int)>& callOf) {
     std::atomic<bool> go = false;
     std::atomic<int> ready = 0;
     std::vector<std::jthread> threads;
@@ -85,7 +91,10 @@ Clock::time_point RunThreads(const Load& load,
             while (!go) {
                 std::this_thread::yield();
             }
+            const auto begin = Clock::now();
             for (int i = 0; i < load.messages / load.threads; ++i) {
+                while (load.pace.count() != 0 && Clock::now() < begin + i * load.pace) {
+                }
                 call(text.Next());
             }
         });
@@ -105,7 +114,37 @@ struct Outcome {
     std::int64_t readBack = 0;
     std::int64_t lost = 0;
     bool inOrder = true;
-    std::vector<std::int64_t> calls;
+};
+
+/// What each call took, of all threads, in ns.
+class CallTimes {
+  public:
+    explicit CallTimes(const Load& load) : m_times(static_cast<std::size_t>(load.threads)) {
+        for (auto& times : m_times) {
+            times.reserve(static_cast<std::size_t>(load.messages / load.threads));
+        }
+    }
+
+    LogCall Timed(int thread, LogCall call) {
+        return [&times = m_times[static_cast<std::size_t>(thread)],
+                call = std::move(call)](std::u16string_view text) {
+            const auto before = Clock::now();
+            call(text);
+            times.push_back(Nanoseconds(Clock::now() - before));
+        };
+    }
+
+    std::vector<std::int64_t> Sorted() const {
+        std::vector<std::int64_t> all;
+        for (const auto& times : m_times) {
+            all.insert(all.end(), times.begin(), times.end());
+        }
+        std::ranges::sort(all);
+        return all;
+    }
+
+  private:
+    std::vector<std::vector<std::int64_t>> m_times;
 };
 
 void ReadBack(const Load& load, const std::filesystem::path& folder, Outcome& outcome) {
@@ -139,31 +178,20 @@ void ReadBack(const Load& load, const std::filesystem::path& folder, Outcome& ou
     }
 }
 
-Outcome RunSession(const Load& load, const std::filesystem::path& folder, bool timed) {
+/// With `times`, each call is timed.
+Outcome RunSession(const Load& load, const std::filesystem::path& folder, CallTimes* times = nullptr) {
     Outcome outcome;
     const auto channel = std::make_shared<platform::LoggingChannel>(kChannel);
     const auto session = std::make_shared<platform::FileLoggingSession>(u"Bench", folder);
     session->AddLoggingChannel(channel);
-    std::vector<std::vector<std::int64_t>> calls(static_cast<std::size_t>(load.threads));
-    Clock::time_point start;
-    start = RunThreads(load, [&](int thread) -> std::function<void(std::u16string_view)> {
-        if (!timed) {
-            return
-                [&](std::u16string_view text) { channel->LogMessage(text, platform::LoggingLevel::Verbose); };
-        }
-        auto& times = calls[static_cast<std::size_t>(thread)];
-        times.reserve(static_cast<std::size_t>(load.messages / load.threads));
-        return [&](std::u16string_view text) {
-            const auto before = Clock::now();
+    const auto start = RunThreads(load, [&](int thread) {
+        LogCall call = [&](std::u16string_view text) {
             channel->LogMessage(text, platform::LoggingLevel::Verbose);
-            times.push_back(Nanoseconds(Clock::now() - before));
         };
+        return times != nullptr ? times->Timed(thread, std::move(call)) : call;
     });
     session->Close();
     outcome.nanoseconds = Nanoseconds(Clock::now() - start);
-    for (const auto& times : calls) {
-        outcome.calls.insert(outcome.calls.end(), times.begin(), times.end());
-    }
     ReadBack(load, folder, outcome);
     return outcome;
 }
@@ -171,7 +199,7 @@ Outcome RunSession(const Load& load, const std::filesystem::path& folder, bool t
 /// The least that any logger must do; with `newFileAt` it also goes on to a new file each time so much is
 /// written.
 std::int64_t RunBaseline(const Load& load, const std::filesystem::path& folder,
-                         std::size_t newFileAt = SIZE_MAX) {
+                         std::size_t newFileAt = SIZE_MAX, CallTimes* times = nullptr) {
     constexpr std::size_t kHead = sizeof(platform::etl::EventHeader);
     int number = 0;
     const auto open = [&] {
@@ -192,8 +220,8 @@ std::int64_t RunBaseline(const Load& load, const std::filesystem::path& folder,
         }
     };
     const std::array<std::byte, kHead + (kChannel.size() + 2) * sizeof(char16_t)> head{};
-    const auto start = RunThreads(load, [&](int) -> std::function<void(std::u16string_view)> {
-        return [&](std::u16string_view text) {
+    const auto start = RunThreads(load, [&](int thread) {
+        LogCall call = [&](std::u16string_view text) {
             const auto bytes = std::as_bytes(std::span(text));
             const std::size_t size = platform::etl::Align(head.size() + bytes.size());
             const std::lock_guard lock(mutex);
@@ -204,9 +232,51 @@ std::int64_t RunBaseline(const Load& load, const std::filesystem::path& folder,
             std::ranges::copy(bytes, buffer.begin() + static_cast<std::ptrdiff_t>(used + head.size()));
             used += size;
         };
+        return times != nullptr ? times->Timed(thread, std::move(call)) : call;
     });
     flush();
     return Nanoseconds(Clock::now() - start);
+}
+
+/// Callers put a message into a queue; a thread writes what it finds there. What returned is lost with the
+/// process.
+void RunQueue(const Load& load, const std::filesystem::path& folder, CallTimes& times) {
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    std::vector<std::u16string> queue;
+    std::jthread writer([&](const std::stop_token& stop) {
+        const auto file = platform::OpenFile(folder / "queue", O_WRONLY | O_CREAT | O_TRUNC);
+        std::size_t written = 0;
+        std::vector<std::u16string> taken;
+        std::vector<std::byte> bytes;
+        while (true) {
+            taken.clear();
+            {
+                std::unique_lock lock(mutex);
+                if (!changed.wait(lock, stop, [&] { return !queue.empty(); })) {
+                    return;
+                }
+                taken.swap(queue);
+            }
+            bytes.clear();
+            for (const auto& text : taken) {
+                const auto part = std::as_bytes(std::span(text));
+                bytes.insert(bytes.end(), part.begin(), part.end());
+            }
+            platform::WriteAt(file, folder, bytes, written);
+            written += bytes.size();
+        }
+    });
+    RunThreads(load, [&](int thread) {
+        return times.Timed(thread, [&](std::u16string_view text) {
+            std::u16string message(text);
+            {
+                const std::lock_guard lock(mutex);
+                queue.push_back(std::move(message));
+            }
+            changed.notify_one();
+        });
+    });
 }
 
 template <typename T>
@@ -215,9 +285,30 @@ T Median(std::vector<T> values) {
     return values[values.size() / 2];
 }
 
-std::int64_t Quantile(const std::vector<std::int64_t>& sorted, double share) {
-    return sorted[static_cast<std::size_t>(static_cast<double>(sorted.size() - 1) * share)];
-}
+/// Medians over the rounds of each quantile.
+class Quantiles {
+  public:
+    void Add(const CallTimes& times) {
+        const auto sorted = times.Sorted();
+        for (std::size_t i = 0; i < kShares.size(); ++i) {
+            const auto place = static_cast<double>(sorted.size() - 1) * kShares.at(i).second;
+            m_rounds.at(i).push_back(sorted[static_cast<std::size_t>(place)]);
+        }
+    }
+
+    nlohmann::ordered_json Medians() const {
+        nlohmann::ordered_json medians;
+        for (std::size_t i = 0; i < kShares.size(); ++i) {
+            medians[kShares.at(i).first] = Median(m_rounds.at(i));
+        }
+        return medians;
+    }
+
+  private:
+    static constexpr std::array<std::pair<const char*, double>, 4> kShares = {
+        {{"p50", 0.5}, {"p99", 0.99}, {"p99.9", 0.999}, {"max", 1}}};
+    std::array<std::vector<std::int64_t>, kShares.size()> m_rounds;
+};
 
 /// A folder for the folders of this run. Ext4 is slow to make files where many were deleted in the last
 /// minutes, those of an earlier run among them. The attribute set here makes it spread these folders over the
@@ -259,9 +350,9 @@ int Log(std::span<char* const> arguments) {
     std::vector<std::int64_t> baseline;
     std::vector<std::int64_t> files;
     std::vector<double> ratios;
-    static constexpr std::array<std::pair<const char*, double>, 4> kQuantiles = {
-        {{"p50", 0.5}, {"p99", 0.99}, {"p99.9", 0.999}, {"max", 1}}};
-    std::array<std::vector<std::int64_t>, kQuantiles.size()> quantiles;
+    static constexpr std::array kCalls = {"call_ns",       "copy_call_ns",       "queue_call_ns",
+                                          "paced_call_ns", "paced_copy_call_ns", "paced_queue_call_ns"};
+    std::array<Quantiles, kCalls.size()> quantiles;
     Outcome total;
     const auto add = [&](const Outcome& outcome) {
         total.readBack += outcome.readBack;
@@ -273,38 +364,44 @@ int Log(std::span<char* const> arguments) {
     for (int round = 0; round < kRounds; ++round) {
         baseline.push_back(RunBaseline(load, placeOf("baseline-", round)));
         files.push_back(RunBaseline(load, placeOf("files-", round), platform::etl::kFileSize));
-        const auto outcome = RunSession(load, placeOf("session-", round), false);
+        const auto outcome = RunSession(load, placeOf("session-", round));
         add(outcome);
         session.push_back(outcome.nanoseconds);
         ratios.push_back(static_cast<double>(outcome.nanoseconds) / static_cast<double>(baseline.back()));
-        auto timed = RunSession(load, placeOf("timed-", round), true);
-        add(timed);
-        std::ranges::sort(timed.calls);
-        for (std::size_t i = 0; i < kQuantiles.size(); ++i) {
-            quantiles.at(i).push_back(Quantile(timed.calls, kQuantiles.at(i).second));
+        std::size_t kind = 0;
+        for (const auto pace : {std::chrono::microseconds(0), std::chrono::microseconds(10)}) {
+            const Load timed{.threads = load.threads, .messages = load.messages, .pace = pace};
+            const auto place = [&](const char* what) {
+                return placeOf(what, 2 * round + (pace.count() != 0));
+            };
+            std::array<CallTimes, 3> times{CallTimes(load), CallTimes(load), CallTimes(load)};
+            add(RunSession(timed, place("timed-"), times.data()));
+            RunBaseline(timed, place("timed-copy-"), SIZE_MAX, &times[1]);
+            RunQueue(timed, place("queue-"), times[2]);
+            for (const auto& each : times) {
+                quantiles.at(kind++).Add(each);
+            }
         }
     }
     // Not before: see MakeFolder.
     std::filesystem::remove_all(folder);
 
-    nlohmann::ordered_json calls;
-    for (std::size_t i = 0; i < kQuantiles.size(); ++i) {
-        calls[kQuantiles.at(i).first] = Median(quantiles.at(i));
-    }
-    const bool allThere = total.readBack == std::int64_t{load.messages} * kRounds * 2 && total.lost == 0;
-    const nlohmann::ordered_json line = {
+    const bool allThere = total.readBack == std::int64_t{load.messages} * kRounds * 3 && total.lost == 0;
+    nlohmann::ordered_json line = {
         {"threads", load.threads},
         {"messages", load.messages},
         {"ns_per_message", static_cast<double>(Median(session)) / load.messages},
         {"baseline_ns_per_message", static_cast<double>(Median(baseline)) / load.messages},
         {"ratio", Median(ratios)},
         {"baseline_with_new_files_ns_per_message", static_cast<double>(Median(files)) / load.messages},
-        {"call_ns", calls},
         {"files", total.files},
         {"bytes", total.bytes},
         {"read_back", total.readBack},
         {"lost", total.lost},
         {"in_order", total.inOrder}};
+    for (std::size_t i = 0; i < kCalls.size(); ++i) {
+        line[kCalls.at(i)] = quantiles.at(i).Medians();
+    }
     std::printf("%s\n", line.dump().c_str());
     return allThere && total.inOrder ? 0 : 1;
 }

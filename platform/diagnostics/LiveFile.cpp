@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
 #include "platform/core/Exception.h"
@@ -98,11 +99,14 @@ std::byte* LiveFile::Image(std::size_t index) const {
 
 void LiveFile::Populate(std::size_t index) const {
 #ifdef MADV_POPULATE_WRITE
-    // An old kernel refuses; then the pages come when they are first used.
+    // Many pages by one call. An old kernel refuses, and some file systems leave the pages read-only until
+    // the first write.
     madvise(Image(index), etl::kFileSize, MADV_POPULATE_WRITE);
-#else
-    static_cast<void>(index);
 #endif
+    constexpr std::size_t kPage = 4096;
+    for (std::size_t offset = 0; offset < etl::kFileSize; offset += kPage) {
+        std::atomic_ref(Image(index)[offset]).store(Image(index)[offset], std::memory_order_relaxed);
+    }
 }
 
 bool LiveFile::IsGone() const {

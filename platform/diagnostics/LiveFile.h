@@ -31,7 +31,8 @@ class LiveFile {
     const std::filesystem::path& Path() const { return m_path; }
     std::byte* Image(std::size_t index) const;
 
-    /// Brings an image's pages into memory, so that no writer waits for them later. Any thread.
+    /// Brings an image's pages into memory, so that no writer waits for them later; changes no byte. Before
+    /// writers have the image. Any thread.
     void Populate(std::size_t index) const;
 
     /// True when the file has been deleted.

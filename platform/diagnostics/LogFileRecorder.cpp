@@ -164,6 +164,7 @@ bool LogFileRecorder::OpenLiveFile(Lock& lock) {
     try {
         EnsureFolder(m_files.Folder());
         auto live = std::make_unique<LiveFile>(m_files.Folder(), m_files.Stem());
+        live->Populate(0);
         etl::EventTraceImage first(live->Image(0));
         Prepare(first);
         m_live = std::move(live);
@@ -199,7 +200,6 @@ void LogFileRecorder::PrepareImages(Lock& lock) {
     while (!m_ring.IsComplete() && !m_ring.IsClosed()) {
         const auto index = m_ring.Size();
         lock.unlock();
-        m_live->Populate(index - 1);
         m_live->Populate(index);
         etl::EventTraceImage image(m_live->Image(index));
         Prepare(image);
