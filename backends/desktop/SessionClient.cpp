@@ -13,6 +13,11 @@ constexpr const char* kApplicationId = "org.kelvane.Kelvane";
 /// The action by which a second process hands its start to the first.
 constexpr const char* kStartAction = "start";
 
+/// The desktop entry's actions. A desktop calls these over the bus; the entry's commands are for those that
+/// do not.
+constexpr const char* kHotkeyAction = "hotkey";
+constexpr const char* kHiddenAction = "hide-identifiers";
+
 /// The action of the notification's button, and the notification's own name.
 constexpr const char* kNotificationAction = "act-on-notification";
 constexpr const char* kNotification = "message";
@@ -36,7 +41,26 @@ SessionClient::SessionClient(DesktopOptions options, Loop& loop)
       m_application(gtk_application_new(kApplicationId, FlagsFor(m_options))) {
     g_object_set(m_application.get(), "register-session", TRUE, nullptr);
     AddStartAction();
-    AddNotificationAction();
+    // Any word makes a start one by the hotkey.
+    AddAction(kHotkeyAction, [](SessionClient& self) { self.Started({kHotkeyAction}, false); });
+    AddAction(kHiddenAction, [](SessionClient& self) { self.StartHidden(); });
+    AddAction(kNotificationAction, [](SessionClient& self) {
+        if (const auto act = std::exchange(self.m_notified, nullptr)) {
+            act();
+        } else {
+            // An earlier run's notification has started this one.
+            self.Started({}, false);
+        }
+    });
+}
+
+template <typename Act>
+void SessionClient::AddAction(const char* name, Act) {
+    const GObjectPtr<GSimpleAction> action(g_simple_action_new(name, nullptr));
+    m_signals.emplace_back(
+        action.get(), "activate",
+        [](GSimpleAction*, GVariant*, gpointer self) { Act{}(*static_cast<SessionClient*>(self)); }, this);
+    g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
 }
 
 void SessionClient::AddStartAction() {
@@ -57,21 +81,22 @@ void SessionClient::AddStartAction() {
     g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
 }
 
-void SessionClient::AddNotificationAction() {
-    const GObjectPtr<GSimpleAction> action(g_simple_action_new(kNotificationAction, nullptr));
-    m_signals.emplace_back(
-        action.get(), "activate",
-        [](GSimpleAction*, GVariant*, gpointer data) {
-            auto* const self = static_cast<SessionClient*>(data);
-            if (const auto act = std::exchange(self->m_notified, nullptr)) {
-                act();
-            } else {
-                // An earlier run's notification has started this one.
-                self->Started({}, false);
-            }
-        },
-        this);
-    g_action_map_add_action(G_ACTION_MAP(m_application.get()), G_ACTION(action.get()));
+void SessionClient::StartHidden() {
+    // A window of its own, as on the command line: this process's may show identifiers.
+    const GCharPtr program(g_file_read_link("/proc/self/exe", nullptr));
+    std::string option = "--hide-identifiers";
+    char* arguments[] = {program.get(), option.data(), nullptr};
+    GError* error = nullptr;
+    if (g_spawn_async(nullptr, arguments, nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, nullptr, &error) ==
+        FALSE) {
+        const GErrorPtr owned(error);
+        platform::WriteStandardError(
+            {"kelvane: no window without identifiers could be opened: ", error->message});
+    }
+    if (!m_wasStarted && m_client != nullptr) {
+        // The bus started this process for the action alone.
+        m_client->EndRequested();
+    }
 }
 
 void SessionClient::Notify(platform::ToastNotification toast) {
@@ -167,6 +192,7 @@ void SessionClient::HandOver() {
 
 void SessionClient::Started(const std::vector<std::string>& words, bool prelaunch) {
     if (m_client != nullptr) {
+        m_wasStarted = m_wasStarted || !prelaunch;
         m_client->Started(words, prelaunch);
     }
 }

@@ -31,7 +31,9 @@ class SessionClient {
 
   private:
     void AddStartAction();
-    void AddNotificationAction();
+    template <typename Act>
+    void AddAction(const char* name, Act act);
+    void StartHidden();
     void HandOver();
     void Started(const std::vector<std::string>& words, bool prelaunch);
 
@@ -39,6 +41,8 @@ class SessionClient {
     Loop& m_loop;
     GObjectPtr<GtkApplication> m_application;
     platform::WorldClient* m_client = nullptr;
+    /// Whether there was a start other than a prelaunch.
+    bool m_wasStarted = false;
     /// What the button of the notification does.
     std::function<void()> m_notified;
     std::vector<Signal> m_signals;

@@ -163,6 +163,11 @@ class Bridge(unittest.TestCase):
                 self.assertEqual(second.ended(), 0)
                 self.assertEqual(second.lines, [])
                 self.stage.heard(heard)
+        # The stage knows no options, so it takes one for a word and hands it over.
+        for action, heard in ("hotkey", "launched hotkey"), ("hide-identifiers", "launched --hide-identifiers"):
+            with self.subTest(action):
+                run("gapplication", "action", "org.kelvane.Kelvane", action)
+                self.stage.heard(heard)
 
 
 class Starts(unittest.TestCase):

@@ -98,6 +98,16 @@ class Pages(unittest.TestCase):
         self.assertEqual(sorted({os.path.splitext(name)[1] for name in os.listdir(logs)}), [".etl", ".txt"],
                          "the trace of the run has been saved, with a warning beside it")
 
+    def test_the_action_of_the_desktop_entry_opens_a_window_without_identifiers(self):
+        started = self.start("--gapplication-service")
+        until(lambda: run("gapplication", "action", "org.kelvane.Kelvane", "hide-identifiers").returncode == 0, "the action")
+        window = until(lambda: run("xdotool", "search", "--onlyvisible", "--name", "^Kelvane$").stdout.split(), "the window")[0]
+        process = run("xdotool", "getwindowpid", window).stdout.strip()
+        self.assertIn("--hide-identifiers", pathlib.Path(f"/proc/{process}/cmdline").read_text("utf-8"))
+        self.assertEqual(started.process.wait(20), 0, "nothing remains of what the bus started for the action")
+        xdotool("windowfocus", "--sync", window, "key", "ctrl+q")
+        until(lambda: not os.path.exists(f"/proc/{process}"), "its end")
+
     def test_a_screen_reader_presses_everything_and_hears_what_happens(self):
         program = self.start()
         self.sees(program, ALWAYS)
