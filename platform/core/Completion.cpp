@@ -104,7 +104,8 @@ std::string ZshScript(const Program& program) {
         script += "'";
     }
     if (program.TakesWords) {
-        script += " \\\n    '*:word:" + std::string(program.WordsAreFiles ? kZsh.Files : kZsh.Unknown) + "'";
+        // An empty list of values: beside a word that is unknown zsh shows options without inserting one.
+        script += " \\\n    '*:word:" + std::string(program.WordsAreFiles ? kZsh.Files : "()") + "'";
     }
     return script + "\n";
 }
