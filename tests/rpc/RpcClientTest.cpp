@@ -1,12 +1,21 @@
 // The client's results, its traces and the rule by which it copies.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <semaphore>
+#include <set>
 #include <sstream>
+#include <thread>
 
+#include "platform/core/Guarded.h"
 #include "platform/core/Text.h"
+#include "platform/tasks/ThreadPool.h"
 #include "service/RpcClient.h"
 #include "tests/support/Golden.h"
 #include "tests/support/RpcSupport.h"
@@ -137,6 +146,105 @@ TEST_F(RpcClientTest, AServiceThatGoesIsANumberAndTheDestructorSaysNothing) {
     EXPECT_GT(client.ReadSysInfo(buffer, 999), 0);
     EXPECT_EQ(client.SetUEFIFlag(), 1);
     EXPECT_EQ(client.StartMSInfoApp(), 1722);
+}
+
+/// Opens, calls until a call fails, and closes. Returns which call failed, and its status.
+std::string CallUntilOneFails() {
+    RpcClient client;
+    std::array<char16_t, 999> text{};
+    Status flag = 0;
+    const std::pair<const char*, std::function<std::int64_t()>> calls[] = {
+        {"open", [&] { return client.Initialize(); }},
+        {"tool", [&] { return client.StartMSInfoApp(); }},
+        {"record", [&] { return client.ReadSysInfo(text.data(), 999); }},
+        {"flag", [&] { return client.SetUEFIFlag(&flag) == 0 ? 0 : std::int64_t{flag}; }}};
+    for (const auto& [name, call] : calls) {
+        if (const auto result = call(); result != 0) {
+            const std::u16string record(text.data());
+            EXPECT_TRUE(record.empty() || record == u"AB") << "half of an answer";
+            return std::string(name) + " " + std::to_string(result);
+        }
+    }
+    return "none";
+}
+
+RawClient AcceptOne(const ListeningSocket& listener) {
+    pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
+    poll(&wait, 1, -1);
+    return RawClient(FileDescriptor(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC)));
+}
+
+/// A service's answers to CallUntilOneFails.
+std::vector<Bytes> RecordedAnswers() {
+    const TestService service;
+    RawClient toService;
+    const EndpointScope between;
+    const ListeningSocket listener(EndpointScope::Socket());
+    std::vector<Bytes> answers;
+    const std::jthread relay([&] {
+        RawClient client = AcceptOne(listener);
+        for (Bytes request = client.Receive(); !request.empty(); request = client.Receive()) {
+            toService.Send(request);
+            client.Send(answers.emplace_back(toService.Receive()));
+        }
+    });
+    EXPECT_EQ(CallUntilOneFails(), "none");
+    return answers;
+}
+
+enum class Ending { Closes, SendsGarbage, Holds };
+
+/// Sends the first `size` bytes of the answers, each answer when it is asked for.
+void AnswerInPart(RawClient& client, const std::vector<Bytes>& answers, std::size_t size) {
+    for (const Bytes& answer : answers) {
+        client.Receive();
+        client.Send(ByteView(answer).first(std::min(size, answer.size())));
+        if (size < answer.size()) {
+            return;
+        }
+        size -= answer.size();
+    }
+}
+
+/// What CallUntilOneFails returns when the service ends in that way after each number of bytes.
+std::set<std::string> FailuresOf(Ending ending, const std::vector<Bytes>& answers) {
+    std::size_t all = 0;
+    std::ranges::for_each(answers, [&](const Bytes& answer) { all += answer.size(); });
+    const EndpointScope endpoints;
+    const ListeningSocket listener(EndpointScope::Socket());
+    Guarded<std::set<std::string>> failures;
+    std::vector<RawClient> held;
+    std::vector<std::jthread> clients;
+    for (std::size_t size = 0; size < all; ++size) {
+        clients.emplace_back([&] {
+            const auto failure = CallUntilOneFails();
+            failures.With([&](auto& each) { each.insert(failure); });
+        });
+        RawClient client = AcceptOne(listener);
+        AnswerInPart(client, answers, size);
+        if (ending == Ending::SendsGarbage) {
+            client.Send(Bytes(100, std::byte{0xA5}));
+        } else if (ending == Ending::Holds) {
+            held.push_back(std::move(client));
+        }
+    }
+    if (ending == Ending::Holds) {
+        ThreadPool::Default().Stop();
+    }
+    clients.clear();
+    return failures.With([](const auto& each) { return each; });
+}
+
+TEST_F(RpcClientTest, AServiceThatEndsOrIsStuckBetweenAnyTwoBytesIsAStatusAndNoHalfAnswer) {
+    const auto answers = RecordedAnswers();
+    using testing::UnorderedElementsAre;
+    EXPECT_THAT(
+        FailuresOf(Ending::Closes, answers),
+        UnorderedElementsAre("open 1727", "open 1726", "tool 1726", "record 1726", "flag 1726", "none"));
+    EXPECT_THAT(FailuresOf(Ending::SendsGarbage, answers),
+                testing::Each(testing::AnyOf("none", testing::MatchesRegex("[a-z]+ 17(26|27|28|30|34|83)"))));
+    EXPECT_THAT(FailuresOf(Ending::Holds, answers),
+                UnorderedElementsAre("open 1818", "tool 1818", "record 1818", "flag 1818", "none"));
 }
 
 TEST_F(RpcClientTest, ACallbackWithoutAnAddressDoesNothing) {
