@@ -1,5 +1,6 @@
 #include "logging/LoggingHandler.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -21,6 +22,7 @@ namespace Kelvane {
 using platform::CreationCollisionOption;
 using platform::LoggingLevel;
 using platform::NameCollisionOption;
+using platform::PropertyValue;
 using platform::StorageFile;
 using platform::StorageFolder;
 
@@ -40,11 +42,52 @@ platform::PropertySet& Settings() {
     return platform::ApplicationData::Current().LocalSettings().Values();
 }
 
-void SetLocalSetting(std::u16string_view key, platform::PropertyValue value) {
+void SetLocalSetting(std::u16string_view key, PropertyValue value) {
     if (Settings().HasKey(key)) {
         Settings().Remove(key);
     }
     Settings().Insert(key, std::move(value));
+}
+
+/// The saved files that no start has reported yet: the last one, and those of other Kelvanes that ended since
+/// this one started, under the same key with "-1", "-2" and so on.
+std::vector<std::u16string> UnreportedFiles() {
+    std::vector<std::u16string> paths;
+    for (const auto& [key, value] : Settings().All()) {
+        if (const auto* const path = std::get_if<std::u16string>(&value);
+            path != nullptr && key.starts_with(kFileBeforeSuspend) && !path->empty()) {
+            paths.push_back(*path);
+        }
+    }
+    return paths;
+}
+
+void ForgetReported(const std::vector<std::u16string>& reported) {
+    Settings().Change([&](platform::PropertyMap& values) {
+        std::erase_if(values, [&](const auto& setting) {
+            return setting.first.starts_with(kFileBeforeSuspend) &&
+                   std::ranges::any_of(
+                       reported, [&](const auto& path) { return setting.second == PropertyValue(path); });
+        });
+        values.try_emplace(std::u16string(kFileBeforeSuspend));
+    });
+}
+
+void RememberSaved(PropertyValue path) {
+    Settings().Change([&](platform::PropertyMap& values) {
+        auto& last = values[std::u16string(kFileBeforeSuspend)];
+        if (const auto* const other = std::get_if<std::u16string>(&last);
+            other != nullptr && !other->empty()) {
+            int number = 1;
+            while (
+                !values
+                     .try_emplace(std::u16string(kFileBeforeSuspend) + u"-" + platform::ToText(number), last)
+                     .second) {
+                ++number;
+            }
+        }
+        last = std::move(path);
+    });
 }
 
 /// 251116-173058123 for 16 November 2025, 17:30:58.123 local time.
@@ -144,9 +187,12 @@ void LoggingHandler::RestoreLoggingState() {
         SetLocalSetting(kLoggingEnabled, true);
         StartLoggingSession();
     }
-    if (const auto saved = Settings().LookupString(kFileBeforeSuspend); saved && !saved->empty()) {
-        RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, *saved);
-        SetLocalSetting(kFileBeforeSuspend, {});
+    Settings().LookupString(kFileBeforeSuspend);  // refuses another type
+    if (const auto unreported = UnreportedFiles(); !unreported.empty()) {
+        for (const auto& path : unreported) {
+            RaiseStatusChanged(LoggingEventArgs::kSavedAtSuspension, path);
+        }
+        ForgetReported(unreported);
     }
     InTurn([self = shared_from_this()] { self->KeepNewestFiles(); });
 }
@@ -226,22 +272,21 @@ void LoggingHandler::MoveIntoFolder(ContinuationData& data, std::u16string_view 
 }
 
 void LoggingHandler::KeepNewestFiles(const std::u16string& stored) {
-    const auto saved = Settings().Lookup(kFileBeforeSuspend);
-    const auto* const unreported = saved ? std::get_if<std::u16string>(&*saved) : nullptr;
+    auto kept = UnreportedFiles();
+    kept.push_back(stored);
     std::vector<LogFilePlace> places = {
         {platform::LocalStateFolder() / kFolderName, platform::ToUtf8(kFinalPrefix)}};
     if (m_saidNotStored) {
         places.push_back({platform::LogsFolder(), platform::ToUtf8(kSessionName) + "-"});
     }
-    DeleteOldLogFiles(places, kLogFilesLimit,
-                      {stored, unreported != nullptr ? *unreported : std::u16string()});
+    DeleteOldLogFiles(places, kLogFilesLimit, kept);
 }
 
 void LoggingHandler::OnAppSuspending(platform::Application&, platform::SuspendingEventArgs& args) {
     const auto deferral = args.SuspendingOperation().GetDeferral();
     if (!m_session.With([](const LoggingSession& session) { return session != nullptr; })) {
         SetLocalSetting(kLoggingEnabled, false);
-        SetLocalSetting(kFileBeforeSuspend, {});
+        RememberSaved({});
         deferral->Complete();
         return;
     }
@@ -285,8 +330,7 @@ void LoggingHandler::FinishSuspension(const platform::task<File>& saved) {
             session->Close();
         }
         SetLocalSetting(kLoggingEnabled, true);
-        SetLocalSetting(kFileBeforeSuspend,
-                        file ? platform::PropertyValue(file->Path()) : platform::PropertyValue());
+        RememberSaved(file ? PropertyValue(file->Path()) : PropertyValue());
     } catch (const std::exception&) {
         platform::OutputDebugStringW(u"The suspension could not be recorded: " +
                                      platform::CurrentException().Message());

@@ -11,11 +11,22 @@
 namespace platform {
 
 ApplicationDataContainer::ApplicationDataContainer(const std::filesystem::path& file)
-    : m_file(file), m_values(FromUtf8(file.native()), LoadSettings(file), [this](const PropertyMap& values) {
-          Save(values);
-      }) {}
+    : m_file(file),
+      m_values(FromUtf8(file.native()), LoadSettings(file),
+               [this](PropertyMap& values, const auto& edit) { Apply(values, edit); }) {}
 
-void ApplicationDataContainer::Save(const PropertyMap& values) {
+void ApplicationDataContainer::Apply(PropertyMap& values, const PropertySet::Edit& edit) {
+    FileDescriptor lock;
+    try {
+        lock = LockSettings(m_file);
+    } catch (const Exception&) {
+        // Saving fails alike, and says so.
+    }
+    // Those that could not be saved are in memory only.
+    if (std::error_code unknown; !m_failed && std::filesystem::exists(m_file, unknown)) {
+        values = LoadSettings(m_file);
+    }
+    edit(values);
     try {
         SaveSettings(m_file, values);
         m_failed = false;

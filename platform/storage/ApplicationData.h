@@ -7,9 +7,10 @@
 
 namespace platform {
 
-/// Settings under one name. Any thread. Each change is on the disk when the call returns; when it cannot get
-/// there, which is said once on the standard error stream, it holds until the process ends and is written
-/// with the next change that can be.
+/// Settings under one name. Any thread. Each change is made to what the file has at that moment, so that
+/// several processes keep each other's, and is on the disk when the call returns; when it cannot get there,
+/// which is said once on the standard error stream, it holds until the process ends and is written with the
+/// next change that can be.
 class ApplicationDataContainer {
   public:
     explicit ApplicationDataContainer(const std::filesystem::path& file);
@@ -17,7 +18,7 @@ class ApplicationDataContainer {
     PropertySet& Values() { return m_values; }
 
   private:
-    void Save(const PropertyMap& values);
+    void Apply(PropertyMap& values, const PropertySet::Edit& edit);
 
     const std::filesystem::path m_file;
     bool m_failed = false;

@@ -8,8 +8,12 @@
 namespace platform {
 
 PropertySet::PropertySet(std::u16string origin, PropertyMap values,
-                         std::function<void(const PropertyMap&)> changed)
-    : m_origin(std::move(origin)), m_values(std::move(values)), m_changed(std::move(changed)) {}
+                         std::function<void(PropertyMap&, const Edit&)> apply)
+    : m_origin(std::move(origin)), m_values(std::move(values)), m_apply(std::move(apply)) {}
+
+PropertyMap PropertySet::All() const {
+    return m_values.With([](const PropertyMap& values) { return values; });
+}
 
 bool PropertySet::HasKey(std::u16string_view key) const {
     return Lookup(key).has_value();
@@ -66,11 +70,8 @@ void PropertySet::Remove(std::u16string_view key) {
     }
 }
 
-void PropertySet::Change(const std::function<void(PropertyMap&)>& change) {
-    m_values.With([&](PropertyMap& values) {
-        change(values);
-        m_changed(values);
-    });
+void PropertySet::Change(const Edit& edit) {
+    m_values.With([&](PropertyMap& values) { m_apply(values, edit); });
 }
 
 }  // namespace platform

@@ -22,12 +22,17 @@ using PropertyMap = std::map<std::u16string, PropertyValue, std::less<>>;
 inline constexpr std::array kTypeNames = {"Empty", "Boolean", "Int32", "Int64", "Double", "String"};
 static_assert(kTypeNames.size() == std::variant_size_v<PropertyValue>);
 
-/// A map of text keys to boxed values that reports every change to its owner. Any thread.
+/// A map of text keys to boxed values whose owner makes every change. Any thread.
 class PropertySet {
   public:
-    /// `origin` names the set in messages, such as the path of its file. `changed` is called with the whole
-    /// map after each change, one change at a time; it must not throw.
-    PropertySet(std::u16string origin, PropertyMap values, std::function<void(const PropertyMap&)> changed);
+    using Edit = std::function<void(PropertyMap&)>;
+
+    /// `origin` names the set in messages, such as the path of its file. `apply` is called for each change,
+    /// one at a time, and must call the edit once with the map, which it may renew before; it must not throw.
+    PropertySet(std::u16string origin, PropertyMap values,
+                std::function<void(PropertyMap&, const Edit&)> apply);
+
+    PropertyMap All() const;
 
     bool HasKey(std::u16string_view key) const;
 
@@ -48,14 +53,15 @@ class PropertySet {
     /// Does nothing when there is no such key.
     void Remove(std::u16string_view key);
 
+    /// Several changes that depend on what is there, as one. The edit must not throw.
+    void Change(const Edit& edit);
+
   private:
     [[noreturn]] void RefuseType(std::u16string_view key, const PropertyValue& value,
                                  const PropertyValue& wanted) const;
-    void Change(const std::function<void(PropertyMap&)>& change);
-
     const std::u16string m_origin;
     Guarded<PropertyMap> m_values;
-    const std::function<void(const PropertyMap&)> m_changed;
+    const std::function<void(PropertyMap&, const Edit&)> m_apply;
 };
 
 }  // namespace platform

@@ -1,21 +1,23 @@
 #include "platform/storage/SettingsFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <pugixml.hpp>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "platform/core/Exception.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
-#include "platform/storage/FileDescriptor.h"
 #include "platform/storage/Places.h"
 
 namespace platform {
@@ -179,6 +181,16 @@ PropertyMap LoadSettings(const std::filesystem::path& file) {
                         error == 0 ? "); they were set aside as " : "); they could not be set aside as ",
                         aside.native(), ", the defaults apply"});
     return {};
+}
+
+FileDescriptor LockSettings(const std::filesystem::path& file) {
+    EnsureFolder(file.parent_path());
+    FileDescriptor folder(open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    for (int wait = 0; wait < 1000 && flock(folder.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+         ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return folder;
 }
 
 void SaveSettings(const std::filesystem::path& file, const PropertyMap& values) {

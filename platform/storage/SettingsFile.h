@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "platform/storage/FileDescriptor.h"
 #include "platform/storage/PropertySet.h"
 
 namespace platform {
@@ -13,6 +14,11 @@ namespace platform {
 /// its name + ".damaged" (with a number when that is taken), which is said on the standard error stream, and
 /// the map is empty too.
 PropertyMap LoadSettings(const std::filesystem::path& file);
+
+/// While it lives, no other process that asks for it changes the settings. Waits for one that does, a second
+/// at most: one that was stopped meanwhile must not hold the others. Makes the folder;
+/// a failure of that is a platform exception. Holds nothing where the file system has no locks.
+FileDescriptor LockSettings(const std::filesystem::path& file);
 
 /// Replaces the settings: written to a new file, synced, renamed over the old one, the folder synced. A
 /// failure is a platform exception and leaves the old file, or, of the folder's sync, perhaps the new one.

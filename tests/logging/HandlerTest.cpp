@@ -120,18 +120,30 @@ TEST_F(Handler, SavesAtSuspensionAndReportsAfterwardsOnce) {
     }
     EXPECT_EQ(level, 5);
     EXPECT_EQ(Setting(kEnabled), PropertyValue(true));
-    EXPECT_EQ(Setting(kSaved), PropertyValue(platform::FromPathBytes(path.native())));
+    const auto ended = platform::FromPathBytes(path.native());
+    EXPECT_EQ(Setting(kSaved), PropertyValue(ended));
     EXPECT_TRUE(Reports().empty());
 
     m_handler->LogVerbose(u"to nobody");
     Resume();
     EXPECT_EQ(Setting(kSaved), PropertyValue());
+
+    // Another Kelvane on the same folder ends before this one.
+    platform::ApplicationDataContainer other(platform::SettingsFolder() / "settings.xml");
+    other.Values().Insert(kSaved, u"/its file");
+    m_clock.Advance(1ms);
+    Suspend();
+    EXPECT_EQ(Setting(std::u16string(kSaved) + u"-1"), PropertyValue(u"/its file"));
+    Resume();
+    EXPECT_EQ(Setting(std::u16string(kSaved) + u"-1"), PropertyValue(u"absent"));
     Suspend();
     EXPECT_EQ(Setting(kSaved), PropertyValue()) << "nothing was recorded";
     Resume();
-    EXPECT_EQ(Reports(),
-              (std::vector<std::pair<int, std::u16string>>{{3, platform::FromPathBytes(path.native())}}));
+    EXPECT_EQ(Reports(), (std::vector<std::pair<int, std::u16string>>{{3, ended}, {3, u"/its file"}}));
     EXPECT_EQ(tests::Names(m_state.Stored()).size(), 1U);
+    const auto readme = tests::ReadBytes(m_state.Stored() / "README.txt");
+    EXPECT_TRUE(std::string_view(reinterpret_cast<const char*>(readme.data()), readme.size())
+                    .starts_with("These files hold what Kelvane did, and this machine's data"));
 }
 
 TEST_F(Handler, LeavesFilesAloneWhileLoggingIsOff) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -109,6 +110,28 @@ TEST_F(Storage, SettingsThatCannotBeSavedHoldUntilTheEndAndAreSavedLater) {
     std::filesystem::remove(folder);
     container.Values().Remove(u"b");
     EXPECT_EQ(platform::LoadSettings(folder / "settings.xml"), (PropertyMap{{u"a", true}}));
+}
+
+TEST_F(Storage, ProcessesKeepEachOthersSettings) {
+    const auto file = platform::SettingsFolder() / "settings.xml";
+    std::vector<pid_t> others;
+    for (char16_t name = u'a'; name < u'i'; ++name) {
+        others.push_back(fork());
+        if (others.back() == 0) {
+            ApplicationDataContainer container(file);
+            for (std::int32_t i = 0; i < 20; ++i) {
+                container.Values().Insert({&name, 1}, i);
+            }
+            _exit(0);
+        }
+    }
+    for (const pid_t other : others) {
+        waitpid(other, nullptr, 0);
+    }
+    const auto values = platform::LoadSettings(file);
+    EXPECT_EQ(values.size(), others.size());
+    EXPECT_TRUE(
+        std::ranges::all_of(values, [](const auto& each) { return each.second == PropertyValue(19); }));
 }
 
 TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
