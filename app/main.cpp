@@ -88,6 +88,8 @@ int RunWindow(const CommandLine& line) {
 }
 
 int Run(const CommandLine& line) {
+    platform::SetPackageFiles(Kelvane::PackageContent());
+    Kelvane::RegisterPages();
     platform::VerifyPackageDirectory();
     if (line.HidesIdentifiers) {
         Kelvane::HideIdentifiers();
@@ -109,8 +111,6 @@ int main(int argc, char** argv) {
     platform::BlockEndSignals();
     // A reader that goes away is a failed write, which is reported.
     std::signal(SIGPIPE, SIG_IGN);
-    platform::SetPackageFiles(Kelvane::PackageContent());
-    Kelvane::RegisterPages();
     return platform::RunProgram(Kelvane::kProgram, argc, argv, [](const auto& arguments) {
         return Run(Kelvane::ReadCommandLine(arguments));
     });

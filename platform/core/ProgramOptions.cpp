@@ -115,14 +115,16 @@ ProgramArguments ParseArguments(const Program& program, const std::vector<std::s
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
+    // By themselves: looking one up by its name ends the program when there is no memory.
+    std::vector<CLI::Option*> parserOptions;
     for (const auto& option : options) {
         const auto names =
             (option.Letter != 0 ? std::string{'-', option.Letter, ','} : std::string()) + option.Dashed();
         if (option.Argument.empty()) {
-            parser.add_flag(names);
+            parserOptions.push_back(parser.add_flag(names));
         } else {
             // No argument is expected where the next word is an option; the program says what it misses.
-            parser.add_option(names)->expected(0, 1)->take_last();
+            parserOptions.push_back(parser.add_option(names)->expected(0, 1)->take_last());
         }
     }
     ProgramArguments parsed;
@@ -132,11 +134,10 @@ ProgramArguments ParseArguments(const Program& program, const std::vector<std::s
         VerifyAssignments(options, arguments);
         throw WrongUsage(error.what());
     }
-    for (const auto& option : options) {
-        const auto* const found = parser.get_option(option.Dashed());
-        if (found->count() != 0) {
-            parsed.m_values.emplace(option.Name,
-                                    option.Argument.empty() ? std::string() : found->results().back());
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if (const auto& found = *parserOptions[i]; found.count() != 0) {
+            parsed.m_values.emplace(options[i].Name,
+                                    options[i].Argument.empty() ? std::string() : found.results().back());
         }
     }
     if (parsed.Has(ProgramOption::kHelp) || parsed.Has(ProgramOption::kVersion)) {
