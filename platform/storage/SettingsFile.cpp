@@ -24,6 +24,8 @@ namespace platform {
 
 namespace {
 
+constexpr const char* kNewSuffix = ".new-";
+
 bool NeedsEscape(std::u16string_view text, std::size_t at) {
     const char16_t unit = text[at];
     const auto high = [](char16_t c) { return (c & 0xFC00) == 0xD800; };
@@ -190,6 +192,13 @@ FileDescriptor LockSettings(const std::filesystem::path& file) {
          ++wait) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    // What processes left that were killed while they saved.
+    std::error_code unknown;
+    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), unknown)) {
+        if (entry.path().native().starts_with(file.native() + kNewSuffix)) {
+            std::filesystem::remove(entry.path(), unknown);
+        }
+    }
     return folder;
 }
 
@@ -209,7 +218,7 @@ void SaveSettings(const std::filesystem::path& file, const PropertyMap& values) 
     EnsureFolder(file.parent_path());
     // A unique name, so that two processes never write into one file.
     auto fresh = file;
-    fresh += ".new-" + std::to_string(getpid());
+    fresh += kNewSuffix + std::to_string(getpid());
     const auto opened = OpenFile(fresh, O_WRONLY | O_CREAT | O_TRUNC);
     try {
         WriteAt(opened, fresh, std::as_bytes(std::span(text)), 0);

@@ -114,6 +114,8 @@ TEST_F(Storage, SettingsThatCannotBeSavedHoldUntilTheEndAndAreSavedLater) {
 
 TEST_F(Storage, ProcessesKeepEachOthersSettings) {
     const auto file = platform::SettingsFolder() / "settings.xml";
+    // Of a process that was killed while it saved.
+    tests::WriteBytes(file.string() + ".new-1", {});
     std::vector<pid_t> others;
     for (char16_t name = u'a'; name < u'i'; ++name) {
         others.push_back(fork());
@@ -130,6 +132,7 @@ TEST_F(Storage, ProcessesKeepEachOthersSettings) {
     }
     const auto values = platform::LoadSettings(file);
     EXPECT_EQ(values.size(), others.size());
+    EXPECT_EQ(tests::Names(file.parent_path(), ".new-1"), std::vector<std::string>());
     EXPECT_TRUE(
         std::ranges::all_of(values, [](const auto& each) { return each.second == PropertyValue(19); }));
 }
