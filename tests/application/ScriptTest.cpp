@@ -96,14 +96,18 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
-    /// The service answers what it tells of this machine of tests/machines, and the script's firmware
-    /// request.
+    /// The service answers what it tells of this machine of tests/machines, and the script's ports and
+    /// firmware request.
     void BeMachine(const std::string& name) {
         const auto record = MachineFile(name + "/record.txt");
         const auto begin = record.find(u": ") + 2;
         m_systemInformation = record.substr(begin, record.find(u'\n') - begin);
         auto details = MachineFile(name + "/details.json");
         constexpr std::u16string_view kRequest = u"\"firmwareRequest\":";
+        constexpr std::u16string_view kPorts = u"\"ports\":";
+        if (const auto begin = details.find(kPorts) + kPorts.size(); !m_ports.empty()) {
+            details.replace(begin, details.find(kRequest) - begin, m_ports + u"},\n");
+        }
         if (const auto end = details.find(kRequest); !m_firmwareRequest.empty()) {
             details.replace(end + kRequest.size(), std::u16string::npos, m_firmwareRequest + u"}");
         }
@@ -185,6 +189,7 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     const PackageScope m_package;
     std::u16string m_firmwareRequest;
     bool m_detailsAreLate = false;
+    std::u16string m_ports;
     std::atomic<unsigned> m_status = 0;
     bool m_isWhole = false;
     std::string m_output;
@@ -230,6 +235,7 @@ void ScriptTest::Play(const std::string& line) {
         {"hold", [&] { HoldRequests(rest); }},
         {"answer", [&] { m_status = static_cast<unsigned>(std::stoul(rest)); }},
         {"firmware", [&] { m_firmwareRequest = text; }},
+        {"ports", [&] { m_ports = text; }},
         {"wait", [&] { Wait(std::chrono::seconds(std::stoi(rest))); }},
         {"silent", [&] { AnswerLate(); }},
         {"press", [&] { Press(text); }},
