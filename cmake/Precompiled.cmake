@@ -13,7 +13,9 @@ endfunction()
 
 if(KELVANE_SANITIZE)
     add_compile_options(-pthread) # the toolkit's flag; its files can use only what was compiled with it
-    # With these headers precompiled, GCC 12 finds overruns in std::string that are none. The warnings stay on in the other builds.
-    add_compile_options(-Wno-array-bounds -Wno-stringop-overflow -Wno-restrict)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        # With these headers precompiled, GCC 12 finds overruns in std::string that are none. The warnings stay on in the other builds.
+        add_compile_options(-Wno-array-bounds -Wno-stringop-overflow -Wno-restrict)
+    endif()
     kelvane_precompile(kelvane_precompiled_all)
 endif()
