@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 namespace Kelvane {
@@ -66,12 +67,23 @@ TypeCPortDetails PortOf(const JsonObject& object) {
     return port;
 }
 
+/// 0 for none.
+std::int64_t StatusOf(const JsonObject& object) {
+    constexpr double kMost = 0xFFFFFFFF;
+    const double status = NumberOf(object, u"status").value_or(0);
+    if (std::abs(status) > kMost) {
+        throw platform::Exception(platform::result::kInvalidJson,
+                                  u"The details hold a number that is no status");
+    }
+    return static_cast<std::int64_t>(status);
+}
+
 FirmwareRequestDetails RequestOf(const JsonObject& object) {
     return {.BootEntry = object.GetNamedString(u"kind") == u"bootEntry" ? object.GetNamedString(u"name")
                                                                         : std::u16string(),
             .Supported = object.GetNamedBoolean(u"supported"),
             .Pending = object.GetNamedBoolean(u"pending"),
-            .Status = static_cast<std::int64_t>(NumberOf(object, u"status").value_or(0))};
+            .Status = StatusOf(object)};
 }
 
 }  // namespace

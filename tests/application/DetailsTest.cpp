@@ -110,6 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
         DetailsAnswer{"Deep", std::u16string(15'000, u'[') + std::u16string(15'000, u']')},
         DetailsAnswer{"Cut", Document().substr(0, 300)}, DetailsAnswer{"OtherVersion", Document(u"1", u"2")},
         DetailsAnswer{"WrongType", Document(u"\"productName\":{", u"\"productName\":1,\"x\":{")},
+        DetailsAnswer{"WrongStatus", Document(u"\"pending\":false", u"\"pending\":false,\"status\":1e300")},
         DetailsAnswer{"NoPorts", Document(u"\"ports\"", u"\"harbours\"")}),
     [](const auto& answer) { return std::string(answer.param.name); });
 
