@@ -44,6 +44,9 @@ constexpr ElementKind kElements[] = {
 constexpr std::string_view kUidProperties[] = {
     "Text", "Content", "CloseButtonText", "AutomationProperties.Name", "ToolTipService.ToolTip", "AccessKey"};
 
+/// How deep elements may be in one another. A page has about ten levels; the stack has room for a thousand.
+constexpr int kMaxDepth = 100;
+
 constexpr std::string_view kAccelerators = ".KeyboardAccelerators";
 constexpr std::string_view kIsExpanded = "AutomationProperties.IsExpanded";
 constexpr std::string_view kVisibilityOf = ".Visibility";
@@ -61,7 +64,7 @@ class MarkupReader {
     NamedElements Read() {
         const auto node = m_source.Root();
         ReadAttributes(m_root, node);
-        ReadChildren(m_root, node);
+        ReadChildren(m_root, node, 1);
         for (const auto& finish : m_afterwards) {
             finish();
         }
@@ -69,10 +72,13 @@ class MarkupReader {
     }
 
   private:
-    std::shared_ptr<FrameworkElement> ReadElement(const pugi::xml_node& node) {
+    std::shared_ptr<FrameworkElement> ReadElement(const pugi::xml_node& node, int depth) {
+        if (depth > kMaxDepth) {
+            m_source.Fail(node, "elements are nested too deep");
+        }
         auto element = Create(node);
         ReadAttributes(*element, node);
-        ReadChildren(*element, node);
+        ReadChildren(*element, node, depth + 1);
         if (!element->Name().empty() && !m_named.emplace(element->Name(), element).second) {
             m_source.Fail(node, "the name '" + ToUtf8(element->Name()) + "' is used twice");
         }
@@ -101,7 +107,7 @@ class MarkupReader {
         m_source.Fail(node, "unknown element <" + std::string(name) + ">");
     }
 
-    void ReadChildren(FrameworkElement& parent, const pugi::xml_node& node) {
+    void ReadChildren(FrameworkElement& parent, const pugi::xml_node& node, int depth) {
         for (const auto& child : node.children()) {
             if (child.type() != pugi::node_element) {
                 m_source.Fail(child, "text between elements is not supported; use an attribute");
@@ -111,10 +117,10 @@ class MarkupReader {
                     parent.KeyboardAccelerators().push_back(ReadAccelerator(accelerator));
                 }
             } else if (auto* const panel = dynamic_cast<Panel*>(&parent)) {
-                panel->Append(ReadElement(child));
+                panel->Append(ReadElement(child, depth));
             } else if (auto* const control = dynamic_cast<ContentControl*>(&parent);
                        control != nullptr && !control->Content()) {
-                control->Content(ReadElement(child));
+                control->Content(ReadElement(child, depth));
             } else {
                 m_source.Fail(child, std::string("<") + node.name() + "> cannot hold this element");
             }
@@ -229,7 +235,15 @@ class MarkupReader {
                                              : opposite          ? Hide
                                                                  : Show,
                                     other = bound.substr(0, bound.size() - suffix)] {
-                FollowVisibility(element, *FindNamed(node, other), follow);
+                auto& leader = *FindNamed(node, other);
+                if (follow != Expand) {
+                    // A change would never come to rest.
+                    if (Follows(leader, element)) {
+                        m_source.Fail(node, "the visibility follows itself");
+                    }
+                    m_followers.emplace_back(&element, &leader);
+                }
+                FollowVisibility(element, leader, follow);
             });
         } else if (name == "Visibility" && bound.ends_with(kHasText)) {
             m_afterwards.push_back(
@@ -281,6 +295,13 @@ class MarkupReader {
             });
     }
 
+    /// Whether a change of `other`'s visibility reaches `element`.
+    bool Follows(const UIElement& element, const UIElement& other) const {
+        return &element == &other || std::ranges::any_of(m_followers, [&](const auto& pair) {
+            return pair.first == &element && Follows(*pair.second, other);
+        });
+    }
+
     /// Visible while the leader, a text block, which may be the follower itself, has a text.
     static void FollowText(FrameworkElement& follower, UIElement& leader) {
         const auto follow = [](FrameworkElement& element, const UIElement& other) {
@@ -323,6 +344,8 @@ class MarkupReader {
     const ComponentCode& m_code;
     std::map<std::u16string, std::shared_ptr<UIElement>, std::less<>> m_named;
     std::vector<std::function<void()>> m_afterwards;
+    /// Each with the element whose visibility it follows.
+    std::vector<std::pair<const UIElement*, const UIElement*>> m_followers;
 };
 
 }  // namespace

@@ -145,6 +145,13 @@ void SetContentText(Button& button, Value value) {
     button.Content(std::move(text));
 }
 
+void SetAccessKey(Button& button, Value value) {
+    if (value.empty()) {
+        throw BadValue{"an access key is a letter"};
+    }
+    button.AccessKey(FromUtf8(value).front());
+}
+
 /// Adapts a setter for one kind of element; false for the others.
 template <typename Element, void (*Setter)(Element&, Value)>
 bool On(FrameworkElement& element, Value value) {
@@ -206,7 +213,7 @@ constexpr Attribute kAttributes[] = {
     {"Orientation", On<StackPanel, [](StackPanel& e, Value v) { e.Orientation(OneOf(v, kOrientations)); }>},
     {"Spacing", On<StackPanel, [](StackPanel& e, Value v) { e.Spacing(ParseNumber<double>(v)); }>},
     {"Content", On<Button, SetContentText>},
-    {"AccessKey", On<Button, [](Button& e, Value v) { e.AccessKey(FromUtf8(v).at(0)); }>},
+    {"AccessKey", On<Button, SetAccessKey>},
     {"IsDefault", On<Button, [](Button& e, Value v) { e.IsDefault(OneOf(v, kBooleans)); }>},
     {"IsEnabled", On<Button, [](Button& e, Value v) { e.IsEnabled(OneOf(v, kBooleans)); }>},
     {"Text", On<TextBlock, [](TextBlock& e, Value v) { e.Text(FromUtf8(v)); }>},

@@ -87,6 +87,14 @@ TEST_F(MarkupTest, NamesFileAndLineOfEveryMistake) {
         };
     });
     EXPECT_EQ(ProblemWith("<UserControl>\n<Grid></UserControl>").substr(0, 12), "Test.xaml:2:");
+    std::string begin;
+    std::string end;
+    for (int level = 0; level < 20'000; ++level) {
+        begin += "<Grid>";
+        end += "</Grid>";
+    }
+    EXPECT_EQ(ProblemWith("<UserControl>\n" + begin + end + "</UserControl>"),
+              "Test.xaml:2: elements are nested too deep");
 }
 
 TEST_F(MarkupTest, RefusesATypeThatContainsItself) {
