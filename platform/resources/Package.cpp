@@ -30,16 +30,18 @@ Package::Package(PackageId id, std::vector<std::u16string> protocols)
     : m_id(id), m_protocols(std::move(protocols)) {}
 
 const Package& Package::Current() {
-    static const Package package = [] {
-        const XmlSource source(ReadPackageFile("Manifest.xml"));
-        const auto root = source.Root("Package");
-        std::vector<std::u16string> protocols;
-        for (const auto& protocol : root.children("Protocol")) {
-            protocols.push_back(FromUtf8(protocol.attribute("Name").value()));
-        }
-        return Package(PackageId(ParseVersion(source, root.child("Identity"))), std::move(protocols));
-    }();
+    static const Package package = Read();
     return package;
+}
+
+Package Package::Read() {
+    const XmlSource source(ReadPackageFile("Manifest.xml"));
+    const auto root = source.Root("Package");
+    std::vector<std::u16string> protocols;
+    for (const auto& protocol : root.children("Protocol")) {
+        protocols.push_back(FromUtf8(protocol.attribute("Name").value()));
+    }
+    return {PackageId(ParseVersion(source, root.child("Identity"))), std::move(protocols)};
 }
 
 bool Package::HandlesProtocol(std::u16string_view scheme) const {

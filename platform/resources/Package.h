@@ -39,6 +39,9 @@ class Package {
     /// Throws a platform exception, with file and line, when the manifest cannot be read.
     static const Package& Current();
 
+    /// Reads the manifest, which Current does once. Throws as it does.
+    static Package Read();
+
     const PackageId& Id() const { return m_id; }
 
     /// True for a URI scheme (in lower case) that the manifest declares.

@@ -60,33 +60,35 @@ std::string FolderFor(const std::string& language, const std::vector<std::string
 }  // namespace
 
 std::shared_ptr<ResourceLoader> ResourceLoader::GetForCurrentView() {
-    static const auto loader = [] {
-        auto made = std::make_shared<ResourceLoader>();
-        const auto folders = PackageLanguages();
-        std::vector<std::string> order;
-        for (const auto& language : Provided<UserEnvironment>::Current().Languages()) {
-            order.push_back(FolderFor(ToUtf8(language), folders));
+    static const auto loader = Read();
+    return loader;
+}
+
+std::shared_ptr<ResourceLoader> ResourceLoader::Read() {
+    auto loader = std::make_shared<ResourceLoader>();
+    const auto folders = PackageLanguages();
+    std::vector<std::string> order;
+    for (const auto& language : Provided<UserEnvironment>::Current().Languages()) {
+        order.push_back(FolderFor(ToUtf8(language), folders));
+    }
+    order.emplace_back(kDefaultLanguage);
+    for (const auto& folder : order) {
+        if (folder.empty()) {
+            continue;
         }
-        order.emplace_back(kDefaultLanguage);
-        for (const auto& folder : order) {
-            if (folder.empty()) {
-                continue;
-            }
-            const auto path = "Strings/" + folder + "/Resources.resw";
-            auto file = ReadPackageFile(path);
-            const bool isBuiltIn = file.DisplayPath == path;
-            const XmlSource source(std::move(file));
-            for (const auto& entry : source.Root("root").children("data")) {
-                std::u16string key = FromUtf8(entry.attribute("name").value());
-                std::replace(key.begin(), key.end(), u'.', u'/');
-                made->m_texts.try_emplace(std::move(key), FromUtf8(entry.child_value("value")));
-            }
-            if (isBuiltIn) {
-                break;  // It has every text; a file in its place may lack some.
-            }
+        const auto path = "Strings/" + folder + "/Resources.resw";
+        auto file = ReadPackageFile(path);
+        const bool isBuiltIn = file.DisplayPath == path;
+        const XmlSource source(std::move(file));
+        for (const auto& entry : source.Root("root").children("data")) {
+            std::u16string key = FromUtf8(entry.attribute("name").value());
+            std::replace(key.begin(), key.end(), u'.', u'/');
+            loader->m_texts.try_emplace(std::move(key), FromUtf8(entry.child_value("value")));
         }
-        return made;
-    }();
+        if (isBuiltIn) {
+            break;  // It has every text; a file in its place may lack some.
+        }
+    }
     return loader;
 }
 

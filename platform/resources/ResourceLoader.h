@@ -13,6 +13,10 @@ class ResourceLoader {
     /// The loader for the user's languages; the same for the life of the process.
     static std::shared_ptr<ResourceLoader> GetForCurrentView();
 
+    /// Reads the files, which GetForCurrentView does once. Throws a platform exception, with file and line,
+    /// for one that cannot be read.
+    static std::shared_ptr<ResourceLoader> Read();
+
     /// The text of a key ("Usable/Text" names the entry "Usable.Text"): from the first of the user's
     /// languages that has it, then from English. Empty when there is none.
     std::u16string GetString(std::u16string_view key) const;
