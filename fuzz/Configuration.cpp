@@ -1,33 +1,82 @@
-// The administrator's configuration: any text.
+// The administrator's configuration: any text, in a file of any kind. The first byte picks the kind; 0 is a
+// file that may be followed.
 
 #include "daemon/actions/Configuration.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "fuzz/Target.h"
 
 using namespace daemon_service;
 
+namespace {
+
+enum Kind : std::uint8_t { kSound, kWritable, kLarge, kFolder, kMissing, kDangling, kLoop, kKinds };
+
+std::string Place(Kind kind, std::string text) {
+    const auto path = fuzz::Folder() / "service.conf";
+    std::filesystem::remove_all(path);
+    if (kind == kFolder) {
+        std::filesystem::create_directory(path);
+    } else if (kind == kDangling || kind == kLoop) {
+        std::filesystem::create_symlink(kind == kLoop ? path : fuzz::Folder() / "none", path);
+    } else if (kind != kMissing) {
+        if (kind == kLarge) {
+            text.resize(text.size() + (std::size_t{1} << 16) + 1, '\n');
+        }
+        fuzz::WriteFile("service.conf", text);
+        chmod(path.c_str(), kind == kWritable ? 0664 : 0644);
+    }
+    return path;
+}
+
+void CheckTools(const Configuration& configuration) {
+    for (const auto tool : {Tool::SystemInformation, Tool::UsbTypeC}) {
+        for (const bool isInstalled : {false, true}) {
+            const auto command =
+                configuration.ToolCommand(tool, [=](const std::string&) { return isInstalled; });
+            fuzz::Require(command ? command->front().starts_with('/') : !isInstalled);
+        }
+    }
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const auto path = fuzz::WriteFile("service.conf", text);
+    if (size == 0) {
+        return 0;
+    }
+    const auto kind = static_cast<Kind>(data[0] % kKinds);
+    const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const auto path = Place(kind, text);
     const auto named = ToolByName(text);
     fuzz::Require(!named || ToolName(*named) == text);
+    fuzz::Require((VersionOf(path) == FileVersion()) == (kind >= kMissing));
     try {
-        const auto configuration = LoadConfiguration(path, geteuid());
-        for (const auto tool : {Tool::SystemInformation, Tool::UsbTypeC}) {
-            const auto command = configuration.ToolCommand(tool, [](const std::string&) { return true; });
-            fuzz::Require(command && command->front().starts_with('/'));
-        }
+        CheckTools(LoadConfiguration(path, geteuid()));
+        fuzz::Require(kind == kSound || kind == kMissing || kind == kDangling);
     } catch (const ConfigurationError& error) {
-        fuzz::Require(std::string_view(error.what()).starts_with(path.string() + ", line "));
+        const std::string_view problem(error.what());
+        fuzz::Require(problem.starts_with(path + (kind == kSound ? ", line " : "")) && kind != kMissing);
     }
     return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
-    return {FileOf("package/systemd/service.conf"),
-            "system-information-tool = /usr/bin/tool --flag \"two words\"\n"
-            "usb-type-c-tool = /usr/bin/tool\nfirmware-request = boot-entry auto-windows\n",
-            "usb-type-c", "firmware-request = off\n", "firmware-request = firmware-setup\n"};
+    std::vector<std::string> seeds;
+    const auto shipped = FileOf("package/systemd/service.conf");
+    for (char kind = 0; kind < kKinds; ++kind) {
+        seeds.push_back(kind + shipped);
+    }
+    for (const std::string_view text :
+         {"system-information-tool = /usr/bin/tool\t--flag \"two words\"\nusb-type-c-tool = /usr/bin/tool\n"
+          "firmware-request = boot-entry auto-windows\nanswer-remote-desktops = yes\nanswer-group = root\n",
+          "usb-type-c", "firmware-request = off\n", "firmware-request = firmware-setup\n",
+          "firmware-request = x\n", "answer-remote-desktops = no\n", "answer-remote-desktops = x\n",
+          "answer-group = none\n", "usb-type-c-tool = \"/usr\n", "usb-type-c-tool = tool\n",
+          "usb-type-c-tool =\n", "x = y\n", "x\n"}) {
+        seeds.push_back('\0' + std::string(text));
+    }
+    return seeds;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fuzz/Target.h"
+#include "fuzz/TraceFile.h"
 #include "platform/core/Exception.h"
 #include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
@@ -62,36 +63,8 @@ bool IsWhole(std::span<const std::byte> file) {
 
 namespace {
 
-/// The size of the input's buffers.
-constexpr std::uint32_t kPiece = 0x400;
-
-template <typename T>
-T& At(std::span<std::byte> file, std::size_t at) {
-    return *reinterpret_cast<T*>(file.data() + at);
-}
-
-/// Makes the header pass the checks that only tell an event-trace file from others.
-void MendHeader(std::span<std::byte> file) {
-    auto& header = At<etl::FileHeader>(file, 0);
-    header.Buffer.BufferType = etl::kBufferTypeHeader;
-    header.Buffer.BufferSize = header.LogFile.BufferSize = kPiece;
-    header.Record.HookId = 0;
-    header.Record.HeaderType = etl::kHeaderTypeSystem64;
-    header.LogFile.PerfFreq = std::max<std::int64_t>(header.LogFile.PerfFreq, 1);
-}
-
-/// Copies the beginnings of buffers from a file with buffers of one size to one with another.
-void CopyPieces(std::span<const std::byte> from, std::uint32_t fromSize, std::span<std::byte> to,
-                std::uint32_t toSize) {
-    const auto count = std::min<std::size_t>(etl::kBuffersPerFile, (from.size() + fromSize - 1) / fromSize);
-    for (std::size_t index = 0; index < count; ++index) {
-        const auto piece = from.subspan(index * fromSize);
-        std::memcpy(to.data() + index * toSize, piece.data(), std::min<std::size_t>(piece.size(), kPiece));
-        auto& size = At<etl::BufferHeader>(to, index * toSize).BufferSize;
-        size = size == fromSize ? toSize : size;
-    }
-    At<etl::FileHeader>(to, 0).LogFile.BufferSize = toSize;
-}
+using fuzz::At;
+using fuzz::kPiece;
 
 alignas(8) std::array<std::byte, etl::kFileSize> g_file;
 
@@ -104,11 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < sizeof(etl::FileHeader)) {
         return 0;
     }
-    MendHeader(input);
+    fuzz::MendHeader(input);
     Read(input);
 
     g_file.fill({});
-    CopyPieces(input, kPiece, g_file, etl::kBufferSize);
+    fuzz::CopyPieces(input, kPiece, g_file, etl::kBufferSize);
     Read(g_file);
     const auto length = etl::EventTraceImage::CompleteLeftover(g_file);
     fuzz::Require(length <= g_file.size());
@@ -121,7 +94,7 @@ std::vector<std::string> fuzz::Seeds() {
     constexpr std::size_t kInputSize = std::size_t{kPiece} * etl::kBuffersPerFile;
     const auto log = tests::LogFile({u"text", u"", u"another text"}, 3);
     std::vector<std::byte> file(kInputSize);
-    CopyPieces(log, etl::kBufferSize, file, kPiece);
+    fuzz::CopyPieces(log, etl::kBufferSize, file, kPiece);
     std::vector<std::string> seeds = {Seed(file)};
     // A file of three buffers of events, the first one also compressed.
     for (std::size_t index = 2; index < etl::kBuffersPerFile; ++index) {

@@ -1,0 +1,125 @@
+// Command lines of the three programs, and the URIs that start one. The first byte picks the program; its
+// arguments follow, one a line.
+
+#include <cstdlib>
+
+#include "app/CommandLine.h"
+#include "daemon/service/Options.h"
+#include "fuzz/Target.h"
+#include "platform/core/FileTime.h"
+#include "platform/core/Lines.h"
+#include "platform/core/Text.h"
+#include "platform/core/Uri.h"
+#include "tools/LogOptions.h"
+#include "tools/LogText.h"
+
+namespace {
+
+constexpr std::int64_t kNow = 134171714470451234;  // 2026-03-05 08:04:07
+
+/// A word of the desktop's, or of another start.
+void ReadUri(const std::string& word) {
+    if (const auto uri = platform::Uri::Parse(platform::FromUtf8(word))) {
+        fuzz::Require(!uri->SchemeName().empty());
+        fuzz::Require(uri->Query().empty() || uri->Query().front() == u'?');
+    }
+}
+
+int RunKelvane(const platform::ProgramArguments& arguments) {
+    const auto line = Kelvane::ReadCommandLine(arguments);
+    for (const auto& word : line.Words) {
+        ReadUri(word);
+    }
+    return 0;
+}
+
+/// A time as it is printed is one that --since takes.
+void CheckPrinted(const std::string& printed, bool utc, std::int64_t time) {
+    const auto read = logtool::ParseSince(printed, utc, kNow);
+    fuzz::Require(read == time);
+}
+
+int RunLog(const platform::ProgramArguments& arguments) {
+    const auto options = logtool::ReadOptions(arguments, kNow);
+    const auto time = options.Since.value_or(0);
+    const auto shown = platform::FileTimeOf(platform::CalendarTimeOf(time, true), true);
+    if (shown == time) {
+        constexpr std::size_t kTextTime = std::string_view("2026-03-05 09:04:07.045").size();
+        constexpr std::size_t kJsonTime = std::string_view("2026-03-05T09:04:07.0450000Z").size();
+        constexpr std::size_t kJsonStart = std::string_view("{\"time\":\"").size();
+        const platform::etl::TraceEvent event{
+            .FileTime = time, .Level = options.Level, .Channel = {}, .Text = {}};
+        CheckPrinted(logtool::TextLine(event, true).substr(0, kTextTime), true, time - time % 10000);
+        CheckPrinted(logtool::JsonLine(event, true).substr(kJsonStart, kJsonTime), false, time);
+        logtool::JsonLine(event, false);
+    }
+    return 0;
+}
+
+int RunService(const platform::ProgramArguments& arguments) {
+    const auto options = daemon_service::ReadOptions(arguments);
+    fuzz::Require(!options.Sysroot.empty());
+    return 0;
+}
+
+struct Entry {
+    const platform::Program& program;
+    int (*run)(const platform::ProgramArguments&);
+};
+const Entry kPrograms[] = {
+    {Kelvane::kProgram, RunKelvane}, {logtool::kProgram, RunLog}, {daemon_service::kProgram, RunService}};
+constexpr std::uint8_t kTraced = 4;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) {
+        return 0;
+    }
+    (data[0] & kTraced) != 0 ? setenv("KELVANE_TRACE", "1", 1) : unsetenv("KELVANE_TRACE");
+    std::vector<std::string> words = {"program"};
+    for (const std::string_view line : platform::Lines({reinterpret_cast<const char*>(data) + 1, size - 1})) {
+        words.emplace_back(line.substr(0, line.find('\0')));
+        ReadUri(words.back());
+    }
+    std::vector<const char*> arguments;
+    for (const auto& word : words) {
+        arguments.push_back(word.c_str());
+    }
+    const auto& [program, run] = kPrograms[(data[0] & 3) % std::size(kPrograms)];
+    // Done, or refused with the reason.
+    const int status =
+        platform::RunProgram(program, static_cast<int>(arguments.size()), arguments.data(), run);
+    fuzz::Require(status == 0 || status == platform::kWrongUsageStatus);
+    return 0;
+}
+
+std::vector<std::string> fuzz::Seeds() {
+    std::vector<std::string> seeds;
+    for (const char program : {0, 1, 2}) {
+        for (const std::string_view line :
+             {"-h", "-V", "--completion\nbash", "--completion=zsh", "--completion\nfish", "--completion=csh",
+              "--help=x", "x", "--\n-x"}) {
+            seeds.push_back(program + std::string(line));
+        }
+    }
+    for (const std::string_view line :
+         {"--text", "--json\n--timeout\n0\nkelvane:?a=b#c", "--json\n--text",
+          "--screenshot=x.png\nKelvane:", "--hide-identifiers", "--timeout=3", "--text\n--timeout\n99999999",
+          "--gapplication-service", "--screenshot", "hot\n-x", "+.-9:?"}) {
+        seeds.push_back('\0' + std::string(line));
+        seeds.push_back('\4' + std::string(line));
+    }
+    for (const std::string_view line :
+         {"-fuj\n-lError\nfolder", "-s\n2026-03-05T09:04:07.0451234+01:00", "--since=09:04:07.5", "-s10m",
+          "-s99999999999d", "--level=loud", "-snow", "--since=2026-03-05 09:04Z", "-s7d\n-u", "-s\n09:04"}) {
+        seeds.push_back('\1' + std::string(line));
+    }
+    for (const std::string_view line :
+         {"--print\n--sysroot\nx", "--record=x", "--start-tool\nusb-type-c", "--start-tool=x",
+          "--idle-exit=5", "--print\n--record=x",
+          "--directory\nd\n--system-information=s\n--usb-type-c=u\n--configuration=c"}) {
+        seeds.push_back('\2' + std::string(line));
+    }
+    return seeds;
+}
