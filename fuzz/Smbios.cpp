@@ -41,5 +41,17 @@ std::vector<std::string> fuzz::Seeds() {
         seeds.push_back(daemon_service::ReadSmbios(files));
     }
     std::erase(seeds, "");
+    // The same with structures that end within a number.
+    for (std::size_t count = seeds.size(), i = 0; i < count; ++i) {
+        auto table = seeds[i];
+        for (const auto& structure : daemon_service::ParseSmbios(seeds[i])) {
+            if (structure.Type == daemon_service::smbios::kMemoryDevice) {
+                constexpr char kWithinSize = 0x0D;
+                table[static_cast<std::size_t>(structure.Formatted.data() - seeds[i].data()) + 1] =
+                    kWithinSize;
+            }
+        }
+        seeds.push_back(table);
+    }
     return seeds;
 }

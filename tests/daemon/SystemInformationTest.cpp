@@ -18,6 +18,7 @@
 #include <sstream>
 
 #include "daemon/machine/ReadMachine.h"
+#include "daemon/machine/Smbios.h"
 #include "daemon/machine/SystemInformation.h"
 #include "daemon/machine/UsbTypeC.h"
 #include "daemon/machine/Values.h"
@@ -155,6 +156,14 @@ TEST(MachineFiles, ThisMachineIsReadInTheSandboxToo) {
             std::_Exit(files.Read("/proc/meminfo") && !files.List("/proc").empty() ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(Smbios, NoNumberReachesBeyondItsStructure) {
+    const auto structure = ParseSmbios({"\x11\x06\0\0\1\2text\0\0", 12}).front();
+    EXPECT_EQ(structure.Word(4), 0x0201U);
+    EXPECT_FALSE(structure.Word(5));
+    EXPECT_FALSE(structure.Double(3));
+    EXPECT_FALSE(structure.Byte(6));
 }
 
 TEST(Values, CleanKeepsOneReadableLine) {
