@@ -1,6 +1,7 @@
 // Command lines of the three programs, and the URIs that start one. The first byte picks the program; its
 // arguments follow, one a line.
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "app/CommandLine.h"
@@ -96,30 +97,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
-    for (const char program : {0, 1, 2}) {
-        for (const std::string_view line :
-             {"-h", "-V", "--completion\nbash", "--completion=zsh", "--completion\nfish", "--completion=csh",
-              "--help=x", "x", "--\n-x"}) {
-            seeds.push_back(program + std::string(line));
+    for (const std::string name : {"wrong-usage", "help-and-version", "completion"}) {
+        const auto script = FileOf("tests/programs/scripts/" + name + ".txt");
+        for (const auto line : platform::Lines(script)) {
+            const auto end = std::min(line.find(' '), line.size());
+            for (char index = 0; index < 3; ++index) {
+                if (line.substr(0, end) == kPrograms[static_cast<std::size_t>(index)].program.Name) {
+                    auto arguments = std::string(line.substr(std::min(end + 1, line.size())));
+                    std::ranges::replace(arguments, ' ', '\n');
+                    seeds.push_back(index + arguments);
+                    seeds.push_back(static_cast<char>(index | kTraced) + arguments);
+                }
+            }
         }
     }
-    for (const std::string_view line :
-         {"--text", "--json\n--timeout\n0\nkelvane:?a=b#c", "--json\n--text",
-          "--screenshot=x.png\nKelvane:", "--hide-identifiers", "--timeout=3", "--text\n--timeout\n99999999",
-          "--gapplication-service", "--screenshot", "hot\n-x", "+.-9:?"}) {
-        seeds.push_back('\0' + std::string(line));
-        seeds.push_back('\4' + std::string(line));
+    const auto times = FileOf("tests/logging/since/moments.txt");
+    for (const auto line : platform::Lines(times)) {
+        seeds.push_back("\1-s\n" + std::string(platform::Trimmed(line)));
     }
-    for (const std::string_view line :
-         {"-fuj\n-lError\nfolder", "-s\n2026-03-05T09:04:07.0451234+01:00", "--since=09:04:07.5", "-s10m",
-          "-s99999999999d", "--level=loud", "-snow", "--since=2026-03-05 09:04Z", "-s7d\n-u", "-s\n09:04"}) {
-        seeds.push_back('\1' + std::string(line));
-    }
-    for (const std::string_view line :
-         {"--print\n--sysroot\nx", "--record=x", "--start-tool\nusb-type-c", "--start-tool=x",
-          "--idle-exit=5", "--print\n--record=x",
-          "--directory\nd\n--system-information=s\n--usb-type-c=u\n--configuration=c"}) {
-        seeds.push_back('\2' + std::string(line));
-    }
+    seeds.insert(seeds.end(),
+                 {'\0' + std::string("--json\n--timeout=0\nkelvane:?a=b#c"), "\1-fuj\n-lError\nfolder",
+                  "\2--idle-exit=5\n--start-tool\nusb-type-c", "\2--record=x"});
     return seeds;
 }
