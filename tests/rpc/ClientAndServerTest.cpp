@@ -7,11 +7,9 @@
 
 #include <deque>
 #include <filesystem>
-#include <future>
 
 #include "platform/core/Exception.h"
 #include "platform/rpc/Admission.h"
-#include "platform/tasks/ThreadPool.h"
 #include "service/DetailsClient.h"
 #include "tests/support/RpcSupport.h"
 #include "tests/support/TestClock.h"
@@ -193,10 +191,6 @@ TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
     EXPECT_EQ(comeAgain(), Admitted::Serve);
     EXPECT_EQ(comeAgain(), Admitted::TooMany) << "in a second";
     EXPECT_EQ(enter(3), Admitted::Serve) << "in the room of the one that left";
-    EXPECT_FALSE(admission.TakeCall(1));
-    clock.Advance(std::chrono::milliseconds(250));
-    EXPECT_TRUE(admission.TakeCall(1));
-    EXPECT_FALSE(admission.TakeCall(1));
 }
 
 TEST_F(ClientAndServerTest, ListeningTakesADeadSocketButNotALivingOne) {
@@ -224,30 +218,6 @@ TEST_F(ClientAndServerTest, ListeningTakesADeadSocketButNotALivingOne) {
     const std::jthread thread([&] { server.Run(); });
     Client().Open();
     server.Stop();
-}
-
-TEST_F(ClientAndServerTest, StoppingThePoolUnblocksACall) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            std::promise<void> reached;
-            std::promise<void> released;
-            TestService service({{procedure::ReadSysInfo, [&](ServerCall&) {
-                                      reached.set_value();
-                                      released.get_future().wait();
-                                  }}});
-            Client client;
-            client.Open();
-            Status status = 0;
-            std::jthread caller([&] { status = StatusOf([&] { client.Read(); }); });
-            reached.get_future().wait();
-            ThreadPool::Default().Stop();
-            caller.join();
-            released.set_value();
-            service.Stop();
-            std::exit(status == status::kCallCancelled ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The messages of wire.txt: read, written, sent to clients and services, cut at every length, damaged at
-// every byte.
+// The messages of wire.txt: read, written, sent to clients and services, cut at every length. The fuzz
+// targets rpc-request and rpc-response damage them.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -46,7 +46,7 @@ std::string Describe(const Procedure& procedure, Direction direction, const Call
     return text.empty() ? text : text.substr(1);
 }
 
-TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+TEST(StubTest, IsReadAndWrittenAsOthersDoAndWhole) {
     for (const auto& row : Rows("stub")) {
         const Procedure& procedure = ProcedureOf(row[1]);
         const Direction direction = DirectionOf(row[2]);
@@ -60,14 +60,12 @@ TEST(StubTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
             Marshal(kTransferSyntaxes[i], procedure, direction, values, out);
             EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
 
-            ForEachDamage(stub, [&](const Bytes& damaged) {
-                const Status status = StatusOf([&] {
-                    Unmarshal(kTransferSyntaxes[i], procedure, direction, damaged, values);
-                    Describe(procedure, direction, values);  // reads all of it
-                });
-                EXPECT_THAT(status, testing::AnyOf(0U, status::kBadStubData, status::kInvalidBound));
-                EXPECT_TRUE(damaged.size() == stub.size() || status == status::kBadStubData) << row[3];
-            });
+            for (std::size_t length = 0; length < stub.size(); ++length) {
+                const ByteView cut = ByteView(stub).first(length);
+                const Status status =
+                    StatusOf([&] { Unmarshal(kTransferSyntaxes[i], procedure, direction, cut, values); });
+                EXPECT_EQ(status, status::kBadStubData) << row[3];
+            }
         }
     }
 }
@@ -112,7 +110,7 @@ std::string Restate(const Pdu& pdu) {
     return ToHex(out);
 }
 
-TEST(PduTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
+TEST(PduTest, IsReadAndWrittenAsOthersDoWhereverItIsSplit) {
     for (const auto& row : Rows("pdu")) {
         const Bytes twice = FromHex(row[2] + row[2]);
         for (std::size_t split = 0; row[1].find("fragment") == std::string::npos && split < twice.size();
@@ -125,11 +123,6 @@ TEST(PduTest, IsReadAndWrittenAsOthersDoAndDamageIsContained) {
             const std::string& expected = row[1].find("bind_ack") != std::string::npos ? row[1] : row[2];
             EXPECT_EQ(restated, expected + expected) << row[1] << " split at " << split;
         }
-        ForEachDamage(FromHex(row[2]), [&](const Bytes& damaged) {
-            PduStream stream;
-            EXPECT_THAT(StatusOf([&] { Feed(stream, damaged, Restate); }),
-                        testing::AnyOf(0U, status::kProtocolError));
-        });
     }
 }
 
@@ -160,8 +153,8 @@ TEST(StatusTest, FaultsBecomeTheStatusThatClientsRaise) {
 
 TEST(StringBindingTest, IsComposedAndParsed) {
     char16_t* composed = nullptr;
-    RpcStringBindingComposeW(u"uuid", u"ncalrpc", u"host", u"a,b", u"x", &composed);
-    EXPECT_EQ(std::u16string(composed), u"uuid@ncalrpc:host[a\\,b,x]");
+    RpcStringBindingComposeW(u"uuid", u"ncalrpc", u"host", u"@:[],\\", u"x", &composed);
+    EXPECT_EQ(std::u16string(composed), u"uuid@ncalrpc:host[\\@\\:\\[\\]\\,\\\\,x]");
     RpcStringFreeW(&composed);
     EXPECT_EQ(composed, nullptr);
     RPC_BINDING_HANDLE binding = nullptr;
@@ -180,39 +173,21 @@ TEST(StringBindingTest, IsComposedAndParsed) {
 
 class ConversationTest : public testing::Test {
   protected:
-    /// What opening a context ends with when the service sends `replies`, hexadecimal, with blanks between
-    /// them.
-    static Status OpenAgainst(const std::string& replies, const std::string& lastSent = {}) {
-        std::istringstream words(replies);
-        std::vector<Bytes> bytes;
-        for (std::string word; words >> word;) {
-            bytes.push_back(FromHex(word));
-        }
-        ScriptedService service(std::move(bytes));
-        const Status status = StatusOf([] { Client().Open(); });
-        service.Join();
-        EXPECT_TRUE(lastSent.empty() || ToHex(service.Received.back()) == lastSent)
-            << ToHex(service.Received.back());
-        return status;
-    }
-
     EndpointScope m_endpoints;
-    const std::string m_ack = Rows("open")[0][3].substr(0, Rows("open")[0][3].find(' '));
-    const std::string m_opened = Rows("open")[0][3].substr(m_ack.size() + 1);
 };
 
 TEST_F(ConversationTest, AnswersBecomeTheRightStatus) {
     for (const auto& row : Rows("open")) {
-        EXPECT_EQ(OpenAgainst(row[3], row.size() > 4 ? row[4] : ""), std::stoul(row[2])) << row[1];
+        std::istringstream words(row[3]);
+        std::vector<Bytes> replies;
+        for (std::string word; words >> word;) {
+            replies.push_back(FromHex(word));
+        }
+        ScriptedService service(std::move(replies));
+        EXPECT_EQ(StatusOf([] { Client().Open(); }), std::stoul(row[2])) << row[1];
+        service.Join();
+        EXPECT_TRUE(row.size() <= 4 || row[4].empty() || ToHex(service.Received.back()) == row[4]) << row[1];
     }
-}
-
-TEST_F(ConversationTest, DamagedAnswersNeverHurtTheClient) {
-    ForEachDamage(FromHex(m_ack), [&](const Bytes& damaged) { OpenAgainst(ToHex(damaged)); });
-    ForEachDamage(FromHex(m_opened), [&](const Bytes& damaged) {
-        const Status status = OpenAgainst(m_ack + " " + ToHex(damaged));
-        EXPECT_TRUE(2 * damaged.size() == m_opened.size() || status == status::kCallFailed) << status;
-    });
 }
 
 TEST_F(ConversationTest, TheServiceAnswersStrangeClients) {
@@ -230,17 +205,11 @@ TEST_F(ConversationTest, TheServiceAnswersStrangeClients) {
 
 /// A connection that is bound.
 struct BoundConnection : RawClient {
-    static Bytes Bind(std::uint32_t group) {
-        Bytes bind;
-        AppendBind(bind, PduType::Bind, 1,
-                   {.AssociationGroup = group, .Elements = {{0, Kelvane::kHotkeyRpc.Id, {kNdr64}}}});
-        return bind;
-    }
     static Bytes Request(std::uint16_t procedure, ByteView stub) {
         return MessageOf({.CallId = 2, .Operation = procedure}, stub);
     }
     explicit BoundConnection(std::uint32_t group = 0) {
-        Send(Bind(group));
+        Send(BindOf(kNdr64, group));
         if (const Bytes response = Receive(); !response.empty()) {
             Group = Cursor(ByteView(response).subspan(20), 0).Take<std::uint32_t>();
         }
@@ -272,29 +241,12 @@ TEST_F(ConversationTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
     EXPECT_EQ(service.Server->OpenContexts(), 0U);
 }
 
-TEST_F(ConversationTest, DamagedRequestsNeverHurtTheService) {
-    TestService service;
-    BoundConnection owner;
-    Bytes stub = owner.Open();
-    Append(
-        stub,
-        FromHex("0403020103000000000000000000020000000000030000000000000041004200000000000000000000000000"));
-    Bytes message = BoundConnection::Bind(owner.Group);
-    Append(message, BoundConnection::Request(Kelvane::procedure::CommandWithCallbackProc11, stub));
-    ForEachDamage(message, [](const Bytes& damaged) {
-        RawClient raw;
-        raw.Send(damaged);
-        raw.ReceiveLast();
-    });
-    EXPECT_TRUE(owner.Reads(Bytes(stub.begin(), stub.begin() + 20)));
-}
-
 TEST_F(ConversationTest, SlowSilentAndDeafClientsDelayNobody) {
     TestService service;
     service.Record = std::u16string(30'000, u'x');
     const RawClient silent;
     RawClient slow;
-    slow.Send(ByteView(BoundConnection::Bind(0)).first(20));
+    slow.Send(ByteView(BindOf(kNdr64)).first(20));
     BoundConnection deaf;
     const Bytes handle = deaf.Open();
     for (int i = 0; i < 20; ++i) {  // their answers fill the socket, and nobody reads

@@ -57,17 +57,6 @@ void Feed(PduStream& stream, ByteView bytes, const std::function<void(const Pdu&
     }
 }
 
-void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use) {
-    for (std::size_t i = 0; i < message.size(); ++i) {
-        use(Bytes(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(i)));
-        for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
-            Bytes damaged = message;
-            damaged[i] ^= static_cast<std::byte>(mask);
-            use(damaged);
-        }
-    }
-}
-
 // Not below TMPDIR: a socket's path has room for 107 characters, and other users must get there.
 EndpointScope::EndpointScope() : m_directory("/tmp/kelvane-rpc-XXXXXX") {
     if (mkdtemp(m_directory.data()) == nullptr) {
@@ -128,6 +117,12 @@ RawClient::RawClient() : m_socket(CreateSocket()) {
     LimitWaits(m_socket.Get(), std::chrono::seconds(60));
 }
 
+RawClient RawClient::Accept(const ListeningSocket& listener) {
+    pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
+    poll(&wait, 1, -1);
+    return RawClient(FileDescriptor(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC)));
+}
+
 Bytes RawClient::ReceiveLast() {
     shutdown(m_socket.Get(), SHUT_WR);
     Bytes last;
@@ -154,9 +149,7 @@ Bytes RawClient::Receive() {
 
 ScriptedService::ScriptedService(std::vector<Bytes> replies) {
     m_thread = std::thread([this, replies = std::move(replies)] {
-        pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
-        poll(&wait, 1, -1);
-        RawClient client{FileDescriptor(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))};
+        RawClient client = RawClient::Accept(m_listener);
         for (const Bytes& reply : replies) {
             Received.push_back(client.Receive());
             client.Send(reply);

@@ -25,9 +25,6 @@ Status StatusOf(const std::function<void()>& body);
 /// Hands `bytes` to `stream` and each data unit that they complete to `use`.
 void Feed(PduStream& stream, ByteView bytes, const std::function<void(const Pdu&)>& use);
 
-/// Calls `use` with every shorter version of `message` and with every byte of it damaged in several ways.
-void ForEachDamage(const Bytes& message, const std::function<void(const Bytes&)>& use);
-
 /// A private directory of endpoints while it lives.
 class EndpointScope {
   public:
@@ -66,6 +63,8 @@ class RawClient {
     /// Connects to the service.
     RawClient();
     explicit RawClient(FileDescriptor socket) : m_socket(std::move(socket)) {}
+    /// Waits for the next client of `listener`.
+    static RawClient Accept(const ListeningSocket& listener);
     void Send(ByteView bytes) { SendAll(m_socket.Get(), bytes); }
     /// The next data unit, header included; empty at the end of the connection.
     Bytes Receive();

@@ -23,11 +23,20 @@ std::vector<std::vector<std::string>> Rows(std::string_view kind) {
     return rows;
 }
 
-Bytes MessageOf(const CallHeader& header, ByteView stub) {
+Bytes BindOf(const SyntaxId& syntax, std::uint32_t group, std::uint16_t maxReceive) {
+    Bytes bind;
+    AppendBind(bind, PduType::Bind, 1,
+               {.MaxReceive = maxReceive,
+                .AssociationGroup = group,
+                .Elements = {{0, Kelvane::kHotkeyRpc.Id, {syntax}}}});
+    return bind;
+}
+
+Bytes MessageOf(const CallHeader& header, ByteView stub, std::size_t fragmentSize) {
     Bytes message;
     BeginCall(message);
     Append(message, stub);
-    FinishCall(message, header, kFragmentSize);
+    FinishCall(message, header, fragmentSize);
     return message;
 }
 
