@@ -24,55 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 namespace etl = platform::etl;
-using platform::ImageRing;
 using platform::LogFileRecorder;
-
-TEST(ImageRing, StoresInTheOrderOfFillingAndCountsEachLossOnce) {
-    constexpr std::size_t kSize = platform::etl::kFileSize;
-    std::vector<std::byte> memory(4 * kSize);
-    ImageRing ring(4);
-    const std::u16string text(30000, u'x');
-    const platform::etl::Message message{.Channel = u"c", .Text = text};
-    for (auto* at = memory.data(); !ring.IsComplete(); at += kSize) {
-        ring.Add(etl::EventTraceImage(at));
-    }
-    const auto fill = [&] {
-        ASSERT_TRUE(!ring.Append(message, 0) && ring.CanBegin());
-        ring.Begin(message, 0, 0);
-        while (ring.Append(message, 0)) {
-        }
-    };
-    const auto store = [&](const ImageRing::Full& full) {
-        full.Image->Prepare(u"", u"", 0);
-        ring.Stored(full);
-    };
-    for (int i = 0; i < 4; ++i) {
-        fill();
-    }
-    EXPECT_FALSE(ring.CanBegin() || ring.IsWaitOver());
-    ring.Drop();
-    ring.WaitedInVain();
-    EXPECT_FALSE(ring.MayWait());
-    const auto first = ring.FirstFull();
-    // While its file is on the way to the disk.
-    ring.Drop();
-    store(first);
-    EXPECT_EQ(ring.Counted(), 1U);
-    EXPECT_TRUE(ring.MayWait() && !ring.IsWaitOver());
-    store(ring.FirstFull());
-    EXPECT_TRUE(ring.Counted() == 2 && ring.IsWaitOver());
-    ring.Begin(message, 0, 0);
-    ring.Close();
-    EXPECT_FALSE(ring.MayWait());
-    std::vector<const etl::EventTraceImage*> images;
-    for (bool isLast = false; ring.HasFull(); store(ring.FirstFull())) {
-        EXPECT_FALSE(isLast);
-        isLast = ring.FirstFull().IsLast;
-        images.push_back(ring.FirstFull().Image);
-    }
-    EXPECT_EQ(images,
-              (std::vector<const etl::EventTraceImage*>{first.Image + 2, first.Image + 3, first.Image}));
-}
 
 /// Plays a script of what happens to a recorder. Nothing takes time: where a caller would wait, the recorder
 /// takes steps instead.
@@ -107,7 +59,11 @@ class Scenario {
         if (verb == "start") {
             m_channel.Detach(m_recorder.get());
             m_recorder = std::make_shared<LogFileRecorder>(
-                m_state.Logs(), u"S", [this](const auto& path) { Note("reported: " + path.native()); },
+                m_state.Logs(), u"S",
+                [this](const auto& path) {
+                    Note("reported: " + path.native());
+                    Do(std::exchange(m_atReport, ""));
+                },
                 [this](auto& lock, auto&, auto limit, const auto& reached) {
                     lock.unlock();
                     Wait(limit);
@@ -141,6 +97,8 @@ class Scenario {
             m_stepsPerWait = count;
         } else if (verb == "at-wait") {
             std::getline(words >> std::ws, m_atWait[count]);
+        } else if (verb == "at-report") {
+            std::getline(words >> std::ws, m_atReport);
         } else if (verb == "delete-folder") {
             std::filesystem::remove_all(m_state.Logs());
         } else if (verb == "block-folder") {
@@ -210,6 +168,7 @@ class Scenario {
     std::shared_ptr<LogFileRecorder> m_recorder;
     std::string m_text;
     std::map<int, std::string> m_atWait;
+    std::string m_atReport;
     int m_stepsPerWait = 8;
     int m_waits = 0;
     int m_written = 0;

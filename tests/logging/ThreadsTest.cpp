@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <limits>
@@ -66,11 +67,6 @@ class Expectation {
         EXPECT_EQ(event.Level, static_cast<LoggingLevel>(number % 5));
         EXPECT_GE(event.FileTime, std::exchange(m_time, event.FileTime));
     }
-    void Take(const std::vector<platform::etl::TraceEvent>& events) {
-        for (const auto& event : events) {
-            Take(event);
-        }
-    }
     void Check(const Returned& returned) {
         for (int thread = 0; thread < kThreads; ++thread) {
             EXPECT_GE(m_next[thread], returned[static_cast<std::size_t>(thread)]);
@@ -93,7 +89,8 @@ TEST(Threads, FillOneFileAfterTheOther) {
     EXPECT_GT(tests::Names(state.Logs()).size(), 10U);
     EXPECT_TRUE(tests::Names(state.Logs(), ".live").empty());
     Expectation expectation;
-    expectation.Take(tests::ReadFolder(state.Logs()));
+    std::ranges::for_each(tests::ReadFolder(state.Logs()),
+                          [&](const auto& event) { expectation.Take(event); });
     expectation.Check(returned);
 }
 
@@ -136,7 +133,8 @@ TEST(Threads, LoseNoMessageWhenTheirProcessIsKilled) {
         // The session stores what was left, as sound files, and hands them out in order.
         Expectation afterwards;
         session->LogFileGenerated().Add([&](auto&, platform::LogFileGeneratedEventArgs& args) {
-            afterwards.Take(tests::ReadSound(platform::ToPathBytes(args.File()->Path())));
+            std::ranges::for_each(tests::ReadSound(platform::ToPathBytes(args.File()->Path())),
+                                  [&](const auto& event) { afterwards.Take(event); });
         });
         session->AddLoggingChannel(channel);
         tests::DoWithLimit("the session", [&] { session->Close(); });
