@@ -2,28 +2,22 @@
 
 #include "platform/core/Text.h"
 #include "platform/core/Uri.h"
+#include "platform/data/JsonObject.h"
+#include "platform/media/Spelling.h"
 #include "platform/resources/UserEnvironment.h"
+#include "tests/support/Golden.h"
 
 namespace platform {
 
 namespace {
 
-TEST(Text, SurvivesTheWayToUtf8AndBack) {
-    std::u16string everyUnit;
-    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
-        everyUnit += static_cast<char16_t>(unit);
-    }
-    // Only the step from the last high to the first low surrogate makes a pair.
-    EXPECT_EQ(FromUtf8(ToUtf8(everyUnit)), everyUnit);
-    // A path may hold any byte, and the encoding of a surrogate.
-    std::string bytes = "/caf\xC3\xA9\xF0\x9F\x98\x80/\xED\xA0\x80\xED\xB2\x80/\xEF\xBF\xBD\xE2\x82";
-    for (int byte = 0xFF; byte >= 0x80; --byte) {
-        bytes += static_cast<char>(byte);
-    }
-    EXPECT_EQ(ToPathBytes(FromPathBytes(bytes)), bytes);
-    EXPECT_EQ(FromPathBytes("/caf\xC3\xA9"), u"/caf\u00E9");
+TEST(Text, TakesOnesAndPairsAndPathsOfAnyBytes) {
     EXPECT_EQ(ToUtf8(u"\U0001F600"), "\xF0\x9F\x98\x80");
     EXPECT_EQ(ToValidUtf8(std::u16string{0xD800, u'x'}), "\xEF\xBF\xBDx");
+    EXPECT_EQ(FromPathBytes("/caf\xC3\xA9"), u"/caf\u00E9");
+    // What a path may hold too: any byte, and the encoding of a surrogate.
+    const std::string bytes = "/\xED\xA0\x80\xED\xB2\x80/\xEF\xBF\xBD\xE2\x82\xFF\x80";
+    EXPECT_EQ(ToPathBytes(FromPathBytes(bytes)), bytes);
 }
 
 TEST(Text, ReplacesWhatIsNoUtf8ByteByByte) {
@@ -73,6 +67,51 @@ TEST(Environment, TakesLanguagesFromTheVariablesThatCount) {
     setenv("LC_ALL", "C.UTF-8", 1);
     EXPECT_EQ(LanguagesFromEnvironment(), std::vector<std::u16string>{u"en-US"})
         << "LANGUAGE does not count in the C locale";
+}
+
+std::u16string Nested(int depth) {
+    return u"{\"a\":" + std::u16string(depth - 1, u'[') + std::u16string(depth - 1, u']') + u"}";
+}
+
+TEST(Json, ReadsAndWritesTextOrRefusesIt) {
+    const std::u16string longest =
+        u"{\"a\":\"" + std::u16string(JsonObject::kMaxCharacters - 8, u'x') + u"\"}";
+    const std::pair<std::u16string, std::u16string> rows[] = {
+        {u" {\"b\" : [1, -2.5, 9007199254740992, 1e300, true, null, {}], \"a\": \"\\u00e9\\n\" } ",
+         u"{\"b\":[1,-2.5,9007199254740992,1e+300,true,null,{}],\"a\":\"\u00E9\\n\"}"},
+        {u"{\"a\":1,\"a\":2}", u"{\"a\":2}"},
+        {u"{\"\u009B\\u202e\\u0000\":\"\\\"\\\\\"}", u"{\"\\u009B\\u202E\\u0000\":\"\\\"\\\\\"}"},
+        {std::u16string(u"{\"a\":\"") + char16_t(0xD800) + u"\"}", u"{\"a\":\"\uFFFD\"}"},
+        {longest, longest},
+        {longest + u" ", u""},
+        {Nested(JsonObject::kMaxDepth), Nested(JsonObject::kMaxDepth)},
+        {Nested(JsonObject::kMaxDepth + 1), u""},
+        {std::u16string(60'000, u'['), u""},
+        {u"{\"a\":1e999}", u""},
+        {u"{\"a\":\"\\ud800\"}", u""},
+        {u"{\"a\":1}x", u""},
+        {u"{\"a\"", u""},
+        {u"[]", u""},
+        {u"", u""},
+    };
+    for (const auto& [text, expected] : rows) {
+        std::u16string written;
+        try {
+            written = JsonObject::Parse(text).Stringify();
+        } catch (const Exception& exception) {
+            EXPECT_EQ(exception.Code(), result::kInvalidJson);
+        }
+        EXPECT_EQ(written, expected) << ToUtf8(text).substr(0, 80);
+    }
+}
+
+TEST(Spelling, TakesOneWordWithADigitOrWithoutAVowelForAnIdentifierAndGroupsItEvenly) {
+    tests::ExpectScripts("platform/spelling", [] {
+        return [](const std::string& quoted) {
+            const auto text = FromUtf8(quoted.substr(1, quoted.size() - 2));
+            return (IsIdentifier(text) ? testing::PrintToString(SpellingGroups(text)) : "words") + "\n";
+        };
+    });
 }
 
 }  // namespace
