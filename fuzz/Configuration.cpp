@@ -43,12 +43,9 @@ void CheckTools(const Configuration& configuration) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) {
-        return 0;
-    }
-    const auto kind = static_cast<Kind>(data[0] % kKinds);
-    const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+void fuzz::Run(std::string_view input) {
+    const auto kind = static_cast<Kind>(TakeByte(input) % kKinds);
+    const std::string text(input);
     const auto path = Place(kind, text);
     const auto named = ToolByName(text);
     fuzz::Require(!named || ToolName(*named) == text);
@@ -60,15 +57,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string_view problem(error.what());
         fuzz::Require(problem.starts_with(path + (kind == kSound ? ", line " : "")) && kind != kMissing);
     }
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
     const auto shipped = FileOf("package/systemd/service.conf");
-    for (char kind = 0; kind < kKinds; ++kind) {
-        seeds.push_back(kind + shipped);
-    }
+    Add(seeds, {kSound, kWritable, kLarge, kFolder, kMissing, kDangling, kLoop}, shipped);
     for (const std::string_view text :
          {"system-information-tool = /usr/bin/tool\t--flag \"two words\"\nusb-type-c-tool = /usr/bin/tool\n"
           "firmware-request = boot-entry auto-windows\nanswer-remote-desktops = yes\nanswer-group = root\n",
@@ -76,7 +70,7 @@ std::vector<std::string> fuzz::Seeds() {
           "firmware-request = x\n", "answer-remote-desktops = no\n", "answer-remote-desktops = x\n",
           "answer-group = none\n", "usb-type-c-tool = \"/usr\n", "usb-type-c-tool = tool\n",
           "usb-type-c-tool =\n", "x = y\n", "x\n"}) {
-        seeds.push_back('\0' + std::string(text));
+        Add(seeds, {kSound}, text);
     }
     return seeds;
 }

@@ -41,19 +41,18 @@ void ShowPorts(const std::vector<TypeCPortDetails>& ports, std::u16string_view r
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const auto document = text.substr(0, text.find('\0'));
+void fuzz::Run(std::string_view input) {
+    const auto document = input.substr(0, input.find('\0'));
     try {
         const auto details = ParseMachineDetails(platform::FromUtf8(document));
         const auto written = details.Document.Stringify();
         fuzz::Require(platform::JsonObject::Parse(written).Stringify() == written);
         ShowMachine(&details);
-        ShowPorts(details.Ports, platform::FromUtf8(text.substr(std::min(document.size() + 1, size))));
+        ShowPorts(details.Ports,
+                  platform::FromUtf8(input.substr(std::min(document.size() + 1, input.size()))));
     } catch (const platform::Exception&) {
         ShowMachine(nullptr);
     }
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {

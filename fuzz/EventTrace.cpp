@@ -4,13 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <vector>
 
 #include "fuzz/Target.h"
 #include "fuzz/TraceFile.h"
 #include "platform/core/Exception.h"
-#include "platform/diagnostics/EventTraceFormat.h"
 #include "platform/diagnostics/EventTraceImage.h"
 #include "platform/diagnostics/EventTraceReader.h"
 #include "tests/support/LogFolder.h"
@@ -18,6 +16,8 @@
 namespace {
 
 namespace etl = platform::etl;
+using fuzz::At;
+using fuzz::kPiece;
 
 void Read(std::span<const std::byte> file) {
     try {
@@ -29,65 +29,51 @@ void Read(std::span<const std::byte> file) {
     }
 }
 
-template <typename T>
-T Load(std::span<const std::byte> file, std::size_t at) {
-    T value;
-    std::memcpy(&value, file.data() + at, sizeof value);
-    return value;
-}
-
-/// Whether the header counts all buffers and each of the others ends where its last record does.
-bool IsWhole(std::span<const std::byte> file) {
-    if (Load<etl::FileHeader>(file, 0).LogFile.BuffersWritten * std::size_t{etl::kBufferSize} !=
-        file.size()) {
-        return false;
-    }
+/// The header counts all buffers, and each of the others ends where its last record does.
+void CheckWhole(std::span<const std::byte> file) {
+    fuzz::Require(At<const etl::FileHeader>(file, 0).LogFile.BuffersWritten * std::size_t{etl::kBufferSize} ==
+                  file.size());
     for (std::size_t at = etl::kBufferSize; at < file.size(); at += etl::kBufferSize) {
-        const auto header = Load<etl::BufferHeader>(file, at);
+        const auto header = At<const etl::BufferHeader>(file, at);
         std::size_t end = sizeof(etl::BufferHeader);
         while (end + sizeof(etl::EventHeader) <= std::min(header.SavedOffset, etl::kBufferSize)) {
-            const auto size = Load<etl::EventHeader>(file, at + end).Size;
-            if (size < sizeof(etl::EventHeader)) {
-                return false;
-            }
+            const auto size = At<const etl::EventHeader>(file, at + end).Size;
+            fuzz::Require(size >= sizeof(etl::EventHeader));
             end += etl::Align(size);
         }
-        if (end == sizeof(etl::BufferHeader) || end != header.SavedOffset || header.Offset != end) {
-            return false;
-        }
+        fuzz::Require(end != sizeof(etl::BufferHeader) && end == header.SavedOffset && header.Offset == end);
     }
-    return true;
 }
-
-}  // namespace
-
-namespace {
-
-using fuzz::At;
-using fuzz::kPiece;
 
 alignas(8) std::array<std::byte, etl::kFileSize> g_file;
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto bytes = std::as_bytes(std::span(data, size));
-    std::vector<std::byte> input(bytes.begin(), bytes.end());
-    Read(input);
-    if (size < sizeof(etl::FileHeader)) {
-        return 0;
+void fuzz::Run(std::string_view input) {
+    const auto bytes = std::as_bytes(std::span(input));
+    std::vector<std::byte> file(bytes.begin(), bytes.end());
+    Read(file);
+    if (file.size() < sizeof(etl::FileHeader)) {
+        return;
     }
-    fuzz::MendHeader(input);
-    Read(input);
+    // Passes the checks that only tell an event-trace file from others.
+    auto& header = At<etl::FileHeader>(file, 0);
+    header.Buffer.BufferType = etl::kBufferTypeHeader;
+    header.Buffer.BufferSize = header.LogFile.BufferSize = kPiece;
+    header.Record.HookId = 0;
+    header.Record.HeaderType = etl::kHeaderTypeSystem64;
+    header.LogFile.PerfFreq = std::max<std::int64_t>(header.LogFile.PerfFreq, 1);
+    Read(file);
 
     g_file.fill({});
-    fuzz::CopyPieces(input, kPiece, g_file, etl::kBufferSize);
+    fuzz::CopyPieces(file, kPiece, g_file, etl::kBufferSize);
     Read(g_file);
     const auto length = etl::EventTraceImage::CompleteLeftover(g_file);
     fuzz::Require(length <= g_file.size());
-    fuzz::Require(length == 0 || IsWhole(std::span(g_file).first(length)));
+    if (length != 0) {
+        CheckWhole(std::span(g_file).first(length));
+    }
     Read(std::span(g_file).first(length));
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {

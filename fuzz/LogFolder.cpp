@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <map>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <utility>
 
@@ -51,14 +51,13 @@ std::vector<std::byte> LiveFileOf(std::span<const std::byte> content) {
     return live;
 }
 
-void WriteFiles(std::span<const std::byte> input) {
+void WriteFiles(std::string_view input) {
     for (std::size_t count = 0; count < kFilesAtMost && input.size() > 3; ++count) {
-        const std::string name = kNames[std::to_integer<std::size_t>(input[0]) % std::size(kNames)];
-        const auto size = std::to_integer<std::size_t>(input[1]) | std::to_integer<std::size_t>(input[2])
-                                                                       << 8;
-        input = input.subspan(3);
-        const auto content = input.first(std::min(size, input.size()));
-        input = input.subspan(content.size());
+        const std::string name = kNames[fuzz::TakeByte(input) % std::size(kNames)];
+        const auto low = fuzz::TakeByte(input);
+        const auto size = low | std::size_t{fuzz::TakeByte(input)} << 8;
+        const auto content = std::as_bytes(std::span(input.substr(0, size)));
+        input.remove_prefix(content.size());
         if (std::filesystem::exists(LogFolder() / name)) {
             continue;
         }
@@ -89,80 +88,64 @@ void TakeOver(const std::string& running) {
     }
 }
 
-/// What kelvane-log shows.
-class Shown {
-  public:
-    Shown(std::size_t newest, std::function<void()> meanwhile)
-        : m_meanwhile(std::move(meanwhile)),
-          m_sources(
-              {{.Path = LogFolder(), .Newest = newest},
-               {.Path = LogFolder() / kNames[0], .MayBeMissing = true},
-               {.Path = LogFolder() / "missing"}},
-              [this](const etl::TraceEvent& event) { Show(event); }, Ignore, Ignore) {}
-
-    /// How many messages are new.
-    std::size_t Poll() {
-        const auto before = m_events;
-        m_sources.Poll();
-        return m_events - before;
-    }
-
-  private:
-    static void Ignore(const std::filesystem::path&, const std::string&) {}
-
-    void Show(const etl::TraceEvent& event) {
-        ++m_events;
-        fuzz::Require(logtool::TextLine(event, true).find('\n') == std::string::npos);
-        fuzz::Require(logtool::JsonLine(event, false).find('\n') == std::string::npos);
-        if (const auto meanwhile = std::exchange(m_meanwhile, nullptr)) {
-            meanwhile();
-        }
-    }
-
-    std::size_t m_events = 0;
-    /// Happens while the first message is shown.
-    std::function<void()> m_meanwhile;
-    logtool::LogSources m_sources;
-};
-
 /// Whether each file and image is told apart from all others, as those that a session writes are.
 bool AreDistinct() {
-    std::map<std::tuple<std::int64_t, std::int64_t, std::uint32_t>, int> count;
+    std::set<std::tuple<std::int64_t, std::int64_t, std::uint32_t>> seen;
+    seen.emplace();
     for (const auto& entry : std::filesystem::directory_iterator(LogFolder())) {
         auto bytes = entry.is_regular_file() ? tests::ReadBytes(entry.path()) : std::vector<std::byte>();
         const auto step = entry.path().extension() == ".live" ? etl::kFileSize : bytes.size();
         for (std::size_t at = 0; at + sizeof(etl::FileHeader) <= bytes.size(); at += step) {
             const auto& header = fuzz::At<etl::FileHeader>(bytes, at);
-            ++count[{header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId}];
+            if (!seen.insert({header.LogFile.StartTime, header.Record.SystemTime, header.Record.ProcessId})
+                     .second) {
+                return false;
+            }
         }
     }
-    return !count.contains({}) &&
-           std::ranges::all_of(count, [](const auto& each) { return each.second == 1; });
+    return true;
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) {
-        return 0;
-    }
+void fuzz::Run(std::string_view input) {
+    const auto flags = TakeByte(input);
     std::filesystem::remove_all(LogFolder());
     std::filesystem::create_directories(LogFolder());
     std::optional<platform::LiveFile> running;
-    if ((data[0] & kRunning) != 0) {
+    if ((flags & kRunning) != 0) {
         running.emplace(LogFolder(), "S");
     }
-    WriteFiles(std::as_bytes(std::span(data, size)).subspan(1));
+    WriteFiles(input);
     const bool areDistinct = AreDistinct();
-    const bool onlyNewest = (data[0] & kOnlyNewest) != 0;
+    const bool onlyNewest = (flags & kOnlyNewest) != 0;
     const auto takeOver = [name = running ? running->Path().filename().string() : ""] { TakeOver(name); };
-    Shown shown(onlyNewest ? 1 : 0, (data[0] & kTakenMeanwhile) != 0 ? takeOver : std::function<void()>());
-    shown.Poll();
-    fuzz::Require(shown.Poll() == 0 || onlyNewest);
+    auto meanwhile = (flags & kTakenMeanwhile) != 0 ? takeOver : std::function<void()>();
+    std::size_t events = 0;
+    const auto show = [&](const etl::TraceEvent& event) {
+        ++events;
+        fuzz::Require(logtool::TextLine(event, true).find('\n') == std::string::npos);
+        fuzz::Require(logtool::JsonLine(event, false).find('\n') == std::string::npos);
+        if (const auto now = std::exchange(meanwhile, nullptr)) {
+            now();
+        }
+    };
+    const auto ignore = [](const std::filesystem::path&, const std::string&) {};
+    logtool::LogSources sources({{.Path = LogFolder(), .Newest = onlyNewest ? 1U : 0U},
+                                 {.Path = LogFolder() / kNames[0], .MayBeMissing = true},
+                                 {.Path = LogFolder() / "missing"}},
+                                show, ignore, ignore);
+    // How many messages are new.
+    const auto poll = [&] {
+        events = 0;
+        sources.Poll();
+        return events;
+    };
+    poll();
+    fuzz::Require(poll() == 0 || onlyNewest);
     takeOver();
     // A message is shown once, wherever it is met first.
-    fuzz::Require(shown.Poll() == 0 || !areDistinct || onlyNewest);
-    return 0;
+    fuzz::Require(poll() == 0 || !areDistinct || onlyNewest);
 }
 
 std::vector<std::string> fuzz::Seeds() {
@@ -190,9 +173,7 @@ std::vector<std::string> fuzz::Seeds() {
                               file(1, first + second) + file(2, second.substr(0, kPiece)) + file(7, damaged),
                               file(0, damaged) + file(6, "text") + file(1, "text"),
                               file(0, "") + file(3, "") + file(8, "x") + file(2, foreign)}) {
-        for (const char flags : {char{0}, char{kRunning}, char{kOnlyNewest}, char{kTakenMeanwhile}}) {
-            seeds.push_back(flags + files);
-        }
+        Add(seeds, {0, kRunning, kOnlyNewest, kTakenMeanwhile}, files);
     }
     return seeds;
 }

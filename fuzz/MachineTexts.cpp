@@ -4,16 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <set>
-#include <string>
 #include <tuple>
 
 #include "daemon/machine/SystemInformation.h"
 #include "daemon/machine/UsbTypeC.h"
 #include "daemon/machine/Values.h"
 #include "fuzz/Target.h"
+#include "pages/Split.h"
 #include "tests/support/RecordedMachine.h"
 
 namespace {
@@ -46,12 +44,10 @@ std::string Encode(const std::filesystem::path& folder) {
     for (std::size_t i = 0; i < Paths().size(); ++i) {
         const auto path = folder / Paths()[i];
         if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
-            std::ifstream file(path, std::ios::binary);
             input += static_cast<char>(i & 0xFF);
             input += static_cast<char>(i >> 8);
-            input += std::filesystem::is_symlink(path)
-                         ? std::filesystem::read_symlink(path).string()
-                         : std::string(std::istreambuf_iterator<char>(file), {});
+            input += std::filesystem::is_symlink(path) ? std::filesystem::read_symlink(path).string()
+                                                       : fuzz::FileOf(path);
             input += kEnd;
         }
     }
@@ -62,12 +58,9 @@ std::string Encode(const std::filesystem::path& folder) {
 void Check(const std::vector<daemon_service::Field>& fields, std::size_t limit) {
     const std::u16string record = daemon_service::Joined(fields);
     fuzz::Require(record.size() <= limit);
-    std::size_t separators = 0;
-    for (auto at = record.find(daemon_service::kFieldSeparator); at != std::u16string::npos;
-         at = record.find(daemon_service::kFieldSeparator, at + daemon_service::kFieldSeparator.size())) {
-        ++separators;
-    }
-    fuzz::Require(fields.empty() || separators + 1 == fields.size());
+    Kelvane::TraceLines lines;
+    fuzz::Require(Kelvane::Split(record, daemon_service::kFieldSeparator, u"Fuzz", lines).size() ==
+                  std::max<std::size_t>(fields.size(), 1));
     for (const char16_t unit : record) {
         fuzz::Require(unit >= 0x20 && unit != 0x7F);
     }
@@ -75,22 +68,19 @@ void Check(const std::vector<daemon_service::Field>& fields, std::size_t limit) 
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view input(reinterpret_cast<const char*>(data), size);
+void fuzz::Run(std::string_view input) {
     const auto root = fuzz::Folder() / "machine";
     std::filesystem::remove_all(root);
     std::filesystem::create_directories(root);
     while (input.size() >= 2) {
-        const auto number = static_cast<std::size_t>(static_cast<std::uint8_t>(input[0]) |
-                                                     static_cast<std::uint8_t>(input[1]) << 8);
-        const auto path = root / Paths()[number % Paths().size()];
-        input.remove_prefix(2);
+        const auto low = TakeByte(input);
+        const auto path = root / Paths()[(low | std::size_t{TakeByte(input)} << 8) % Paths().size()];
         const std::string_view content = input.substr(0, input.find(kEnd));
-        std::filesystem::create_directories(path.parent_path());
         if (path.filename() == "connector") {
+            std::filesystem::create_directories(path.parent_path());
             std::ignore = symlink(std::string(content).c_str(), path.c_str());
         } else {
-            std::ofstream(path, std::ios::binary) << content;
+            WriteFile(path, content);
         }
         input.remove_prefix(std::min(content.size() + 1, input.size()));
     }
@@ -101,7 +91,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto typeC = daemon_service::ReadUsbTypeC(files);
     fuzz::Require(typeC.empty() || typeC.size() == 6);
     Check(typeC, daemon_service::kUsbTypeCLimit);
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {

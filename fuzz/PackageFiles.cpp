@@ -140,38 +140,31 @@ void Read(Stage& stage, Kind kind) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void fuzz::Run(std::string_view input) {
     static Stage stage;
-    if (size == 0) {
-        return 0;
-    }
-    const auto kind = static_cast<Kind>(data[0] % kKinds);
-    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const auto first = TakeByte(input);
+    const auto kind = static_cast<Kind>(first % kKinds);
     unsetenv("KELVANE_PACKAGE_DIRECTORY");
     std::vector<PackageFile> files(Kelvane::PackageContent().begin(), Kelvane::PackageContent().end());
-    if (kind != kEnvironment && (data[0] & kFromFolder) != 0) {
+    if (kind != kEnvironment && (first & kFromFolder) != 0) {
         std::filesystem::remove_all(fuzz::Folder() / "package");
-        fuzz::WriteFile(std::filesystem::path("package") / kPaths[kind], text);
+        fuzz::WriteFile(std::filesystem::path("package") / kPaths[kind], input);
         setenv("KELVANE_PACKAGE_DIRECTORY", (fuzz::Folder() / "package").c_str(), 1);
     } else if (kind != kEnvironment) {
         std::erase_if(files, [&](const PackageFile& file) { return file.Path == kPaths[kind]; });
-        files.push_back({kPaths[kind], text});
+        files.push_back({kPaths[kind], input});
     }
     SetPackageFiles(files);
-    SetEnvironment(kind == kEnvironment ? text : "de_DE.UTF-8");
+    SetEnvironment(kind == kEnvironment ? input : "de_DE.UTF-8");
     headless::HeadlessWorld world({});
     const WorldScope scope(world);
     Read(stage, kind);
     SetPackageFiles(Kelvane::PackageContent());
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
-    const auto add = [&](Kind kind, std::string_view text) {
-        seeds.push_back(static_cast<char>(kind) + std::string(text));
-        seeds.push_back(static_cast<char>(kind | kFromFolder) + std::string(text));
-    };
+    const auto add = [&](Kind kind, std::string_view text) { Add(seeds, {kind, kind | kFromFolder}, text); };
     for (const auto& file : Kelvane::PackageContent()) {
         if (file.Path.ends_with(".xaml")) {
             add(kMarkup, file.Content);

@@ -39,14 +39,12 @@ void CheckSystemInfo(std::u16string_view record, const DisplayTexts& texts) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) {
-        return 0;
-    }
-    const auto record = platform::FromUtf8({reinterpret_cast<const char*>(data) + 1, size - 1});
+void fuzz::Run(std::string_view input) {
+    const bool hasWindow = TakeByte(input) % 2 == 0;
+    const auto record = platform::FromUtf8(input);
     const DisplayTexts texts{
         .Lookup = [](std::u16string_view key) { return u"[" + std::u16string(key) + u"]"; },
-        .HasWindow = data[0] % 2 == 0};
+        .HasWindow = hasWindow};
     for (const auto delimiter : {kFieldSeparator, kSubfieldSeparator, std::u16string_view(u",")}) {
         CheckSplit(record, delimiter);
     }
@@ -57,7 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::Require(texts.HasWindow || !typeC.Values[i]);
         fuzz::Require(!typeC.Supports[i] || typeC.Values[i]);
     }
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
@@ -66,8 +63,7 @@ std::vector<std::string> fuzz::Seeds() {
         daemon_service::MachineFiles files(daemon_service::MachineFolder(name));
         for (const auto& record : {daemon_service::Joined(daemon_service::ReadSystemInformation(files)),
                                    daemon_service::Joined(daemon_service::ReadUsbTypeC(files))}) {
-            seeds.push_back('\0' + platform::ToUtf8(record));
-            seeds.push_back('\1' + platform::ToUtf8(record));
+            Add(seeds, {0, 1}, platform::ToUtf8(record));
         }
     }
     for (const std::string_view record :
@@ -76,8 +72,7 @@ std::vector<std::string> fuzz::Seeds() {
           "a<.^.>b<.^.>c<.^.>d<.^.>e<.^.>f<.^.>g<.^.>h<.^.>i<.^.>0x10<.^.>k", "a,b,c,8 usable,e,f,g,h,i,x,k",
           "v(~!~)USB 3.1 Gen 1(~!~), USB 3.2 Gen 1<.^.>Supported<.^.>x<.^.>Supported<.^.>x<.^.>100 "
           "W<.^.>x"}) {
-        seeds.push_back('\0' + std::string(record));
-        seeds.push_back('\1' + std::string(record));
+        Add(seeds, {0, 1}, record);
     }
     return seeds;
 }

@@ -26,13 +26,6 @@ constexpr std::uint8_t kOneTooMany = 8;
 const Bytes g_firstContext = test::FromHex("443322116655887799aabbccddeeff00");
 std::uint8_t g_contexts = 0;
 
-Bytes Bind(const SyntaxId& syntax) {
-    Bytes bind;
-    AppendBind(bind, PduType::Bind, 1,
-               {.MaxReceive = kSmallestFragmentSize, .Elements = {{0, Kelvane::kHotkeyRpc.Id, {syntax}}}});
-    return bind;
-}
-
 }  // namespace
 
 /// Makes context handles that the input can name.
@@ -44,24 +37,25 @@ extern "C" ssize_t getrandom(void* buffer, std::size_t size, unsigned) {
     return static_cast<ssize_t>(size);
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void fuzz::Run(std::string_view input) {
     static ServerShared shared{{{Kelvane::kHotkeyRpc, test::EchoProcedures()}},
                                {.MaxRequestBytes = kMaxRequest, .IdleClose = {}}};
     int pair[2];
-    if (size == 0 || size > kMaxInput || socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
-        return 0;
+    if (input.size() > kMaxInput || socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) {
+        return;
     }
+    const auto first = TakeByte(input);
     g_contexts = 0;
-    const Admitted admitted = (data[0] & kOneTooMany) != 0   ? Admitted::TooMany
-                              : (data[0] & kMayNotCall) != 0 ? Admitted::Denied
-                                                             : Admitted::Serve;
+    const Admitted admitted = (first & kOneTooMany) != 0   ? Admitted::TooMany
+                              : (first & kMayNotCall) != 0 ? Admitted::Denied
+                                                           : Admitted::Serve;
     const platform::FileDescriptor client(pair[0]);
     {
         ServerConnection connection(shared, platform::FileDescriptor(pair[1]), {}, admitted);
-        if (data[0] % 4 != 0) {
-            SendAll(client.Get(), Bind(data[0] % 4 == 1 ? kNdr : kNdr64));
+        if (first % 4 != 0) {
+            SendAll(client.Get(), test::BindOf(first % 4 == 1 ? kNdr : kNdr64, 0, kSmallestFragmentSize));
         }
-        SendAll(client.Get(), std::as_bytes(std::span(data, size)).subspan(1));
+        SendAll(client.Get(), std::as_bytes(std::span(input)));
         shutdown(client.Get(), SHUT_WR);
         if (admitted == Admitted::Serve) {
             connection.Run();
@@ -78,17 +72,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     fuzz::Require(answers.IsEmpty());
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
     for (const auto& row : test::Rows("serve")) {
-        seeds.push_back('\0' + Seed(test::FromHex(row[2])));
+        Add(seeds, {0}, Seed(test::FromHex(row[2])));
     }
     const Bytes open = test::MessageOf({.CallId = 2, .Operation = procedure::OpenContext}, {});
-    const auto add = [&](char first, const std::vector<Bytes>& messages) {
-        seeds.push_back(first + Seed(open));
+    const auto add = [&](int first, const std::vector<Bytes>& messages) {
+        Add(seeds, {first}, Seed(open));
         for (const Bytes& message : messages) {
             seeds.back() += Seed(message);
         }
@@ -107,8 +100,8 @@ std::vector<std::string> fuzz::Seeds() {
                                                 ByteView(stub).first(sizeof(ContextHandle)));
             add(syntax, {test::MessageOf(call, stub), answer, close});
             add(syntax, {test::MessageOf(call, stub), fault, close});
-            add(static_cast<char>(syntax | kMayNotCall), {close});
-            add(static_cast<char>(syntax | kOneTooMany), {close});
+            add(syntax | kMayNotCall, {close});
+            add(syntax | kOneTooMany, {close});
         }
     }
     // A text that comes and returns in several fragments, and one that is too long.
@@ -117,12 +110,11 @@ std::vector<std::string> fuzz::Seeds() {
         const Bytes text(characters * sizeof(char16_t), std::byte{'x'});
         values.Context.Uuid = Cursor(g_firstContext, 0).Take<Uuid>();
         values.Parameters[0] = {.Number = static_cast<std::int64_t>(characters), .Text = text};
-        Bytes request;
-        BeginCall(request);
+        Bytes stub;
         Marshal(kTransferSyntaxes[0], Kelvane::kHotkeyRpc.Procedures[procedure::ExchangeTextProc8],
-                Direction::In, values, request);
-        FinishCall(request, {.CallId = 3, .Operation = procedure::ExchangeTextProc8}, kSmallestFragmentSize);
-        add(1, {request});
+                Direction::In, values, stub);
+        add(1, {test::MessageOf({.CallId = 3, .Operation = procedure::ExchangeTextProc8}, stub,
+                                kSmallestFragmentSize)});
     }
     return seeds;
 }

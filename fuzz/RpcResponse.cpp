@@ -13,29 +13,27 @@ namespace {
 
 constexpr std::size_t kMaxInput = 65536;  // fits into the socket's buffer
 
-Bytes Opened(const SyntaxId& syntax) {
-    BindAckBody ack{.Results = {{.TransferSyntax = kNdr}, {.TransferSyntax = kNdr64}}};
-    ack.Results[syntax == kNdr ? 1 : 0] = {.Result = kProviderRejection};
-    Bytes bytes;
-    AppendBindAck(bytes, PduType::BindAck, 1, ack);
-    const ContextHandle handle{.Uuid = {.Data1 = 1}};
-    const auto contextId = static_cast<std::uint16_t>(syntax == kNdr ? 0 : 1);
-    Append(bytes, test::MessageOf({.Type = PduType::Response, .CallId = 2, .ContextId = contextId},
-                                  std::as_bytes(std::span(&handle, 1))));
-    return bytes;
+Bytes RepliesOf(const std::vector<std::string>& row) {
+    std::string replies = row[3];
+    std::erase(replies, ' ');
+    return test::FromHex(replies);
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void fuzz::Run(std::string_view input) {
     static const test::EndpointScope endpoints;
-    if (size == 0 || size > kMaxInput) {
-        return 0;
+    static const auto rows = test::Rows("open");
+    // The first two open a context with NDR and with NDR64.
+    static const Bytes opened[] = {RepliesOf(rows.at(0)), RepliesOf(rows.at(1))};
+    if (input.size() > kMaxInput) {
+        return;
     }
-    Bytes bytes = data[0] % 4 == 0 ? Bytes() : Opened(data[0] % 4 == 1 ? kNdr : kNdr64);
-    Append(bytes, std::as_bytes(std::span(data, size)).subspan(1));
+    const auto first = TakeByte(input);
+    Bytes bytes = first % 4 == 0 ? Bytes() : opened[first % 4 == 1 ? 0 : 1];
+    Append(bytes, std::as_bytes(std::span(input)));
     const test::ScriptedService service({bytes});
-    if (data[0] % 8 < 4) {
+    if (first % 8 < 4) {
         char16_t record[1000];
         Kelvane::RpcClient client;
         client.Initialize();
@@ -54,16 +52,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             client.Close();
         });
     }
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {
     std::vector<std::string> seeds;
     for (const auto& row : test::Rows("open")) {
-        std::string replies = row[3];
-        std::erase(replies, ' ');
-        seeds.push_back('\0' + Seed(test::FromHex(replies)));
-        seeds.push_back('\4' + Seed(test::FromHex(replies)));
+        Add(seeds, {0, 4}, Seed(RepliesOf(row)));
     }
     for (const auto& row : test::Rows("stub")) {
         for (const char syntax : {1, 2}) {
@@ -74,23 +68,21 @@ std::vector<std::string> fuzz::Seeds() {
                 Append(bytes,
                        test::MessageOf({.Type = PduType::Response, .CallId = 3, .ContextId = contextId},
                                        std::as_bytes(std::span("\0\0\0\0\0\0\0\0"))));
-                seeds.push_back(static_cast<char>(4 + syntax) + Seed(bytes));
+                Add(seeds, {4 + syntax}, Seed(bytes));
             } else if (row[2] == "out") {
                 const Bytes answer =
                     test::MessageOf({.Type = PduType::Response, .CallId = 3, .ContextId = contextId}, stub);
-                seeds.push_back(syntax + Seed(answer));
-                seeds.push_back(static_cast<char>(4 + syntax) + Seed(answer));
+                Add(seeds, {syntax, 4 + syntax}, Seed(answer));
             }
         }
     }
     Bytes record;
-    BeginCall(record);
     CallValues values;
     const Bytes text(kFragmentSize, std::byte{'x'});
     values.Parameters[0] = {.Number = kFragmentSize / 2, .Text = text};
     Marshal(kTransferSyntaxes[0], Kelvane::kHotkeyRpc.Procedures[Kelvane::procedure::ReadSysInfo],
             Direction::Out, values, record);
-    FinishCall(record, {.Type = PduType::Response, .CallId = 3}, kSmallestFragmentSize);
-    seeds.push_back('\1' + Seed(record));
+    Add(seeds, {1},
+        Seed(test::MessageOf({.Type = PduType::Response, .CallId = 3}, record, kSmallestFragmentSize)));
     return seeds;
 }

@@ -7,9 +7,9 @@
 
 using namespace platform;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void fuzz::Run(std::string_view input) {
     std::filesystem::remove_all(fuzz::Folder() / "settings");
-    const auto file = fuzz::WriteFile("settings/settings.xml", {reinterpret_cast<const char*>(data), size});
+    const auto file = fuzz::WriteFile("settings/settings.xml", input);
     auto values = LoadSettings(file);
     const bool isDamaged = std::filesystem::exists(file.string() + ".damaged");
     fuzz::Require(isDamaged != std::filesystem::exists(file) && (!isDamaged || values.empty()));
@@ -20,7 +20,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     });
     SaveSettings(file, values);
     fuzz::Require(LoadSettings(file) == values);
-    return 0;
 }
 
 std::vector<std::string> fuzz::Seeds() {

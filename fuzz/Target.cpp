@@ -5,6 +5,18 @@
 
 namespace fuzz {
 
+void Add(std::vector<std::string>& seeds, std::initializer_list<int> firsts, std::string_view text) {
+    for (const int first : firsts) {
+        seeds.push_back(static_cast<char>(first) + std::string(text));
+    }
+}
+
+std::uint8_t TakeByte(std::string_view& input) {
+    const auto first = static_cast<std::uint8_t>(input.empty() ? 0 : input.front());
+    input.remove_prefix(input.empty() ? 0 : 1);
+    return first;
+}
+
 std::string FileOf(const std::filesystem::path& path) {
     std::ifstream file(KELVANE_SOURCE_DIRECTORY / path, std::ios::binary);
     Require(file.is_open());
@@ -32,6 +44,11 @@ std::filesystem::path WriteFile(const std::filesystem::path& name, std::string_v
 }
 
 }  // namespace fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Run({reinterpret_cast<const char*>(data), size});
+    return 0;
+}
 
 /// Called by the fuzzer before it reads the command line.
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
