@@ -37,8 +37,8 @@ struct KeyPress {
     VirtualKeyModifiers Modifiers = VirtualKeyModifiers::None;
     /// Identifies the physical key, independent of the keyboard layout.
     std::uint32_t ScanCode = 0;
-    /// What the key types, as a capital, and after it what it types in those of the user's layouts that are for
-    /// another script, so that an access key works in each.
+    /// What the key types, as a capital, and after it what it types in those of the user's layouts that are
+    /// for another script, so that an access key works in each.
     std::u16string Characters{};
 };
 
