@@ -188,9 +188,13 @@ PropertyMap LoadSettings(const std::filesystem::path& file) {
 FileDescriptor LockSettings(const std::filesystem::path& file) {
     EnsureFolder(file.parent_path());
     FileDescriptor folder(open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    for (int wait = 0; wait < 1000 && flock(folder.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-         ++wait) {
+    bool isLocked = flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
+    for (int wait = 0; !isLocked && errno == EWOULDBLOCK && wait < 1000; ++wait) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        isLocked = flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
+    }
+    if (!isLocked) {
+        return {};  // Somebody may be saving: what lies beside the file may be its.
     }
     // What processes left that were killed while they saved.
     std::error_code unknown;

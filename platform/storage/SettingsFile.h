@@ -17,8 +17,8 @@ PropertyMap LoadSettings(const std::filesystem::path& file);
 
 /// While it lives, no other process that asks for it changes the settings. Waits for one that does, a second
 /// at most: a process that is stopped must not hold the others. Deletes what processes left that were killed
-/// while they saved. Makes the folder; a failure of that is a platform exception. Holds nothing where the
-/// file system has no locks.
+/// while they saved. Makes the folder; a failure of that is a platform exception. Empty, with nothing
+/// deleted, where the wait was in vain or the file system has no locks.
 FileDescriptor LockSettings(const std::filesystem::path& file);
 
 /// Replaces the settings: written to a new file, synced, renamed over the old one, the folder synced. A
