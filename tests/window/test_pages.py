@@ -320,6 +320,12 @@ class Pages(unittest.TestCase):
         if focused(program).get_name() != name:
             until(lambda: tab(program) == name, f"focus on {name}")
 
+    @staticmethod
+    def catches(process, number):
+        with open(f"/proc/{process}/status", encoding="utf-8") as status:
+            mask = next(line.split()[1] for line in status if line.startswith("SigCgt:"))
+        return int(mask, 16) >> number - 1 & 1
+
     @contextlib.contextmanager
     def text_settings(self):
         """A function that sets the desktop's text scale in percent and its font, for running programs too."""
@@ -334,6 +340,8 @@ class Pages(unittest.TestCase):
         xdotool("mousemove", 1279, 899)
         with subprocess.Popen(["xsettingsd", "-c", file], stderr=subprocess.DEVNULL) as daemon:
             try:
+                # The signal ends it until it has its handler.
+                until(lambda: self.catches(daemon.pid, signal.SIGHUP), "xsettingsd's handler")
                 yield lambda *text: (write(*text), daemon.send_signal(signal.SIGHUP))
             finally:
                 daemon.kill()
