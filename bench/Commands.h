@@ -10,5 +10,6 @@ using Command = int(std::span<char* const> arguments);
 Command Flood;
 Command Log;
 Command Rpc;
+Command Start;
 
 }  // namespace bench

@@ -17,6 +17,7 @@
 
 #include "bench/Commands.h"
 #include "bench/OpenedContext.h"
+#include "bench/TemporaryDirectory.h"
 #include "platform/core/Text.h"
 #include "platform/rpc/Server.h"
 #include "service/RpcClient.h"
@@ -30,27 +31,6 @@ using namespace platform::rpc;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::size_t kHandleSize = 20;
-
-/// A private directory for what the run itself listens at.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory() : m_path(std::filesystem::temp_directory_path() / "kelvane-bench-XXXXXX") {
-        if (mkdtemp(m_path.data()) == nullptr) {
-            throw std::runtime_error("cannot create a directory in the temporary folder");
-        }
-    }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    const std::string& Path() const { return m_path; }
-
-  private:
-    std::string m_path;
-};
 
 /// Microseconds that each run of `body` took, sorted.
 std::vector<double> Measure(std::size_t runs, const std::function<void()>& body) {

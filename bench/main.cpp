@@ -31,6 +31,11 @@ constexpr std::array kRows = {
         "conversations, beside "
         "a plain exchange of the same bytes",
         bench::Rpc},
+    Row{"start", "STARTS SYSROOT",
+        "the application's start until nothing more is drawn, with the machine recorded below SYSROOT, "
+        "beside "
+        "a plain window of the toolkit; on a screen where nothing else draws (tests/window/in-a-session)",
+        bench::Start},
 };
 
 int Usage(std::FILE* to) {
