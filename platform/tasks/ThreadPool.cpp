@@ -58,7 +58,6 @@ bool ThreadPool::StartWorkerIfNeeded() {
     if (m_queue.size() <= m_waiting || m_live - m_blocked >= m_base) {
         return true;
     }
-    m_finished.clear();
     try {
         m_threads.emplace_back([this] { Work(); });
     } catch (const std::exception&) {
@@ -70,14 +69,16 @@ bool ThreadPool::StartWorkerIfNeeded() {
     return true;
 }
 
+bool ThreadPool::MayRun() const {
+    return !m_queue.empty() && m_running - m_blocked < m_base;
+}
+
 void ThreadPool::Work() {
     t_pool = this;
     std::unique_lock lock(m_mutex);
     while (true) {
         ++m_waiting;
-        m_wake.wait(lock, [this] {
-            return !m_queue.empty() || m_live - m_blocked > m_base || (m_stopping && m_running == 0);
-        });
+        m_wake.wait(lock, [this] { return MayRun() || (m_stopping && m_running == 0); });
         --m_waiting;
         if (m_queue.empty()) {
             break;
@@ -101,43 +102,26 @@ void ThreadPool::Work() {
             onIdle();
             lock.lock();
         }
-        if (m_live - m_blocked > m_base) {
-            break;
-        }
     }
     --m_live;
     m_wake.notify_all();
     m_workerLeft.notify_all();
-    if (m_stopping) {
-        // Stop waits for the last one, and joins.
-        return;
-    }
-    // This worker replaced a blocked one and ends; the next start of a worker joins its thread.
-    const auto self = std::find_if(m_threads.begin(), m_threads.end(), [](const std::jthread& thread) {
-        return thread.get_id() == std::this_thread::get_id();
-    });
-    m_finished.push_back(std::move(*self));
-    m_threads.erase(self);
 }
 
 void ThreadPool::Stop() {
     std::vector<std::jthread> threads;
-    {
-        std::unique_lock lock(m_mutex);
-        m_stopping = true;
-        m_onIdle = nullptr;
-        for (auto* interrupt : m_interrupts) {
-            if (*interrupt) {
-                (*interrupt)();
-            }
+    std::unique_lock lock(m_mutex);
+    m_stopping = true;
+    m_onIdle = nullptr;
+    for (auto* interrupt : m_interrupts) {
+        if (*interrupt) {
+            (*interrupt)();
         }
-        m_wake.notify_all();
-        m_workerLeft.wait(lock, [this] { return m_live == 0; });
-        threads.swap(m_threads);
-        std::move(m_finished.begin(), m_finished.end(), std::back_inserter(threads));
-        m_finished.clear();
-        m_stopping = false;
     }
+    m_wake.notify_all();
+    m_workerLeft.wait(lock, [this] { return m_live == 0; });
+    threads.swap(m_threads);
+    m_stopping = false;
 }
 
 BlockingRegion::BlockingRegion(std::function<void()> interrupt)
@@ -153,6 +137,7 @@ BlockingRegion::BlockingRegion(std::function<void()> interrupt)
     }
     ++t_regions;
     m_isStuck = m_onWorker && !pool.StartWorkerIfNeeded();
+    pool.m_wake.notify_one();
 }
 
 void BlockingRegion::VerifyProgress() const {
@@ -168,7 +153,6 @@ BlockingRegion::~BlockingRegion() {
     --t_regions;
     if (m_onWorker && t_regions == 0) {
         --pool.m_blocked;
-        pool.m_wake.notify_all();
     }
 }
 

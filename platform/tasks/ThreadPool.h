@@ -15,9 +15,10 @@ namespace platform {
 /// Low is background work, which no page waits for.
 enum class WorkItemPriority { Normal, Low };
 
-/// The process's worker threads. A worker that is about to block says so with a BlockingRegion; the pool then
-/// starts another one when work is waiting, so operations that wait on a worker for other workers cannot lock
-/// it up, also with one core. All members: any thread.
+/// The process's worker threads. A worker that is about to block says so with a BlockingRegion; another one
+/// then takes the work that is waiting, so operations that wait on a worker for other workers cannot lock the
+/// pool up, also with one core. Workers live until the pool is stopped: one that has replaced a blocked
+/// worker waits for the next time. All members: any thread.
 class ThreadPool {
   public:
     static ThreadPool& Default();
@@ -57,6 +58,8 @@ class ThreadPool {
 
     /// False when work waits, no worker is unblocked, and the system starts none.
     bool StartWorkerIfNeeded();
+    /// True when work waits and fewer workers than the base run unblocked.
+    bool MayRun() const;
     void Work();
 
     const std::size_t m_base;
@@ -66,7 +69,6 @@ class ThreadPool {
     std::condition_variable m_workerLeft;
     std::deque<Item> m_queue;
     std::vector<std::jthread> m_threads;
-    std::vector<std::jthread> m_finished;
     std::list<std::function<void()>*> m_interrupts;
     std::function<void()> m_onIdle;
     std::size_t m_live = 0;
