@@ -6,6 +6,7 @@
 #include "backends/desktop/Keys.h"
 #include "backends/desktop/Peers.h"
 #include "backends/desktop/Unit.h"
+#include "backends/desktop/WindowIcon.h"
 #include "platform/xaml/Controls.h"
 
 namespace desktop {
@@ -150,6 +151,10 @@ void DesktopWindow::Activate() {
     if (!gtk_widget_get_mapped(GTK_WIDGET(m_window.get()))) {
         // Show no focus ring until the keyboard is used.
         gtk_window_set_focus_visible(m_window.get(), FALSE);
+    }
+    if (!m_laidOut) {
+        gtk_widget_realize(GTK_WIDGET(m_window.get()));
+        SetWindowIcon(m_window.get());
     }
     gtk_window_present(m_window.get());
     if (!m_laidOut) {

@@ -42,17 +42,6 @@ bool HasSessionBus() {
     return bus != nullptr;
 }
 
-/// The program's icon where it has not been installed for the desktop: beside the program.
-void AddIconFolder() {
-    const GCharPtr program(g_file_read_link("/proc/self/exe", nullptr));
-    if (program) {
-        const GCharPtr folder(g_path_get_dirname(program.get()));
-        const GCharPtr icons(g_build_filename(folder.get(), "..", "share", "icons", nullptr));
-        gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
-                                       icons.get());
-    }
-}
-
 }  // namespace
 
 bool DisplayAvailable() {
@@ -78,8 +67,6 @@ bool DisplayAvailable() {
     if (g_getenv("GSK_RENDERER") == nullptr) {
         g_object_set_data(G_OBJECT(gdk_display_get_default()), "gsk-renderer", const_cast<char*>("cairo"));
     }
-    gtk_window_set_default_icon_name("org.kelvane.Kelvane");
-    AddIconFolder();
     return true;
 }
 

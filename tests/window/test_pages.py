@@ -92,6 +92,8 @@ class Pages(unittest.TestCase):
         press(program, "Hide details")
         self.has_size(program, 640, 210)
         gone(program, "label", "Processor")
+        icons = run("xprop", "-id", program.window, "_NET_WM_ICON").stdout
+        self.assertEqual(re.findall(r"Icon \((\d+ x \d+)\)", icons), ["16 x 16", "64 x 64"])
         press(program, "Close")
         self.assertEqual((program.ended(), program.errors), (0, []))
         logs = f"{self.folder}/state/kelvane/LocalState/Kelvane_LogFiles"
