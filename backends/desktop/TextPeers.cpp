@@ -1,6 +1,7 @@
 // TextBlock and TextBox.
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "backends/desktop/Peers.h"
@@ -14,12 +15,15 @@ using platform::ElementProperty;
 
 namespace {
 
-/// Whether the text runs against the direction of its element: the toolkit would put it to the other side.
+/// Whether the text's first line runs against the direction of its element: the toolkit would put it to the
+/// other side.
 bool RunsAgainst(GtkWidget* widget, const char* text) {
-    const GObjectPtr<PangoLayout> layout(gtk_widget_create_pango_layout(widget, text));
-    const auto direction =
-        pango_layout_line_get_resolved_direction(pango_layout_get_line_readonly(layout.get(), 0));
-    return (direction == PANGO_DIRECTION_RTL) != (gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL);
+    const bool isElementMirrored = gtk_widget_get_direction(widget) == GTK_TEXT_DIR_RTL;
+    // A text without letters has its element's direction. A layout would say the same, but looks for fonts
+    // first.
+    auto direction = isElementMirrored ? PANGO_DIRECTION_WEAK_RTL : PANGO_DIRECTION_WEAK_LTR;
+    g_free(pango_log2vis_get_embedding_levels(text, static_cast<int>(std::strcspn(text, "\n")), &direction));
+    return (direction == PANGO_DIRECTION_RTL || direction == PANGO_DIRECTION_WEAK_RTL) != isElementMirrored;
 }
 
 /// The text with the toolkit's mark before the letter that clicks the button it stands in; nothing where
