@@ -10,33 +10,83 @@
 #include <utility>
 
 #include "backends/desktop/Callback.h"
+#include "backends/desktop/SharedLibrary.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 
 namespace desktop {
 
+namespace {
+
+/// The functions of libpulse that are used. Throws a platform exception where it is not installed.
+class PulseFunctions {
+    const SharedLibrary m_library{"libpulse.so.0"};
+
+  public:
+    decltype(&pa_context_connect) ContextConnect = m_library["pa_context_connect"];
+    decltype(&pa_context_disconnect) ContextDisconnect = m_library["pa_context_disconnect"];
+    decltype(&pa_context_errno) ContextErrno = m_library["pa_context_errno"];
+    decltype(&pa_context_get_state) ContextGetState = m_library["pa_context_get_state"];
+    decltype(&pa_context_new) ContextNew = m_library["pa_context_new"];
+    decltype(&pa_context_set_state_callback) ContextSetStateCallback =
+        m_library["pa_context_set_state_callback"];
+    decltype(&pa_context_unref) ContextUnref = m_library["pa_context_unref"];
+    decltype(&pa_operation_cancel) OperationCancel = m_library["pa_operation_cancel"];
+    decltype(&pa_operation_unref) OperationUnref = m_library["pa_operation_unref"];
+    decltype(&pa_stream_connect_playback) StreamConnectPlayback = m_library["pa_stream_connect_playback"];
+    decltype(&pa_stream_disconnect) StreamDisconnect = m_library["pa_stream_disconnect"];
+    decltype(&pa_stream_drain) StreamDrain = m_library["pa_stream_drain"];
+    decltype(&pa_stream_get_state) StreamGetState = m_library["pa_stream_get_state"];
+    decltype(&pa_stream_new) StreamNew = m_library["pa_stream_new"];
+    decltype(&pa_stream_set_state_callback) StreamSetStateCallback =
+        m_library["pa_stream_set_state_callback"];
+    decltype(&pa_stream_set_write_callback) StreamSetWriteCallback =
+        m_library["pa_stream_set_write_callback"];
+    decltype(&pa_stream_unref) StreamUnref = m_library["pa_stream_unref"];
+    decltype(&pa_stream_write) StreamWrite = m_library["pa_stream_write"];
+    decltype(&pa_strerror) Strerror = m_library["pa_strerror"];
+    decltype(&pa_threaded_mainloop_free) ThreadedMainloopFree = m_library["pa_threaded_mainloop_free"];
+    decltype(&pa_threaded_mainloop_get_api) ThreadedMainloopGetApi =
+        m_library["pa_threaded_mainloop_get_api"];
+    decltype(&pa_threaded_mainloop_in_thread) ThreadedMainloopInThread =
+        m_library["pa_threaded_mainloop_in_thread"];
+    decltype(&pa_threaded_mainloop_lock) ThreadedMainloopLock = m_library["pa_threaded_mainloop_lock"];
+    decltype(&pa_threaded_mainloop_new) ThreadedMainloopNew = m_library["pa_threaded_mainloop_new"];
+    decltype(&pa_threaded_mainloop_start) ThreadedMainloopStart = m_library["pa_threaded_mainloop_start"];
+    decltype(&pa_threaded_mainloop_stop) ThreadedMainloopStop = m_library["pa_threaded_mainloop_stop"];
+    decltype(&pa_threaded_mainloop_unlock) ThreadedMainloopUnlock = m_library["pa_threaded_mainloop_unlock"];
+    decltype(&pa_usec_to_bytes) UsecToBytes = m_library["pa_usec_to_bytes"];
+};
+
+const PulseFunctions& Pulse() {
+    static const PulseFunctions library;
+    return library;
+}
+
+}  // namespace
+
 class Player::Mainloop {
   public:
-    Mainloop() : m_loop(pa_threaded_mainloop_new()) { pa_threaded_mainloop_start(m_loop); }
+    Mainloop() : m_loop(Pulse().ThreadedMainloopNew()) { Pulse().ThreadedMainloopStart(m_loop); }
     ~Mainloop() {
-        pa_threaded_mainloop_stop(m_loop);
-        pa_threaded_mainloop_free(m_loop);
+        Pulse().ThreadedMainloopStop(m_loop);
+        Pulse().ThreadedMainloopFree(m_loop);
     }
     Mainloop(const Mainloop&) = delete;
     Mainloop& operator=(const Mainloop&) = delete;
 
-    pa_mainloop_api* Api() const { return pa_threaded_mainloop_get_api(m_loop); }
+    pa_mainloop_api* Api() const { return Pulse().ThreadedMainloopGetApi(m_loop); }
 
     /// Any thread; the loop's own holds the lock already.
     template <typename Use>
     void WithLock(Use use) const {
-        const bool ownThread = pa_threaded_mainloop_in_thread(m_loop) != 0;
+        const bool ownThread = Pulse().ThreadedMainloopInThread(m_loop) != 0;
         if (!ownThread) {
-            pa_threaded_mainloop_lock(m_loop);
+            Pulse().ThreadedMainloopLock(m_loop);
         }
         use();
         if (!ownThread) {
-            pa_threaded_mainloop_unlock(m_loop);
+            Pulse().ThreadedMainloopUnlock(m_loop);
         }
     }
 
@@ -48,19 +98,19 @@ namespace {
 
 struct Unref {
     void operator()(pa_context* context) const {
-        pa_context_set_state_callback(context, nullptr, nullptr);
-        pa_context_disconnect(context);
-        pa_context_unref(context);
+        Pulse().ContextSetStateCallback(context, nullptr, nullptr);
+        Pulse().ContextDisconnect(context);
+        Pulse().ContextUnref(context);
     }
     void operator()(pa_stream* stream) const {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_write_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
+        Pulse().StreamSetStateCallback(stream, nullptr, nullptr);
+        Pulse().StreamSetWriteCallback(stream, nullptr, nullptr);
+        Pulse().StreamDisconnect(stream);
+        Pulse().StreamUnref(stream);
     }
     void operator()(pa_operation* operation) const {
-        pa_operation_cancel(operation);
-        pa_operation_unref(operation);
+        Pulse().OperationCancel(operation);
+        Pulse().OperationUnref(operation);
     }
 };
 
@@ -91,16 +141,16 @@ class Sound {
 
   private:
     void Connect() {
-        m_context.reset(pa_context_new(m_api, "Kelvane"));
-        pa_context_set_state_callback(
+        m_context.reset(Pulse().ContextNew(m_api, "Kelvane"));
+        Pulse().ContextSetStateCallback(
             m_context.get(),
             Callback([](pa_context*, void* self) { static_cast<Sound*>(self)->ContextChanged(); }), this);
         // A failure changes the state as well, and may have destroyed this sound.
-        pa_context_connect(m_context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr);
+        Pulse().ContextConnect(m_context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr);
     }
 
     void ContextChanged() {
-        switch (pa_context_get_state(m_context.get())) {
+        switch (Pulse().ContextGetState(m_context.get())) {
             case PA_CONTEXT_READY:
                 m_data->Samples.empty() ? End(nullptr) : OpenStream();
                 break;
@@ -115,32 +165,32 @@ class Sound {
 
     void OpenStream() {
         const pa_sample_spec format{.format = PA_SAMPLE_S16NE, .rate = m_data->SampleRate, .channels = 1};
-        m_stream.reset(pa_stream_new(m_context.get(), "Speech", &format, nullptr));
+        m_stream.reset(Pulse().StreamNew(m_context.get(), "Speech", &format, nullptr));
         if (!m_stream) {
             Fail();
             return;
         }
         const auto changed = [](pa_stream* stream, void* self) {
-            if (pa_stream_get_state(stream) == PA_STREAM_FAILED) {
+            if (Pulse().StreamGetState(stream) == PA_STREAM_FAILED) {
                 static_cast<Sound*>(self)->Fail();
             }
         };
         const auto write = [](pa_stream*, std::size_t room, void* self) {
             static_cast<Sound*>(self)->Write(room);
         };
-        pa_stream_set_state_callback(m_stream.get(), Callback(changed), this);
-        pa_stream_set_write_callback(m_stream.get(), Callback(write), this);
+        Pulse().StreamSetStateCallback(m_stream.get(), Callback(changed), this);
+        Pulse().StreamSetWriteCallback(m_stream.get(), Callback(write), this);
         // A short buffer, so that a sound that is ended is silent at once.
         constexpr auto kByDefault = static_cast<std::uint32_t>(-1);
         const pa_buffer_attr buffer{
             .maxlength = kByDefault,
-            .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(100 * PA_USEC_PER_MSEC, &format)),
+            .tlength = static_cast<std::uint32_t>(Pulse().UsecToBytes(100 * PA_USEC_PER_MSEC, &format)),
             .prebuf = kByDefault,
             .minreq = kByDefault,
             .fragsize = kByDefault,
         };
-        pa_stream_connect_playback(m_stream.get(), nullptr, &buffer, PA_STREAM_ADJUST_LATENCY, nullptr,
-                                   nullptr);
+        Pulse().StreamConnectPlayback(m_stream.get(), nullptr, &buffer, PA_STREAM_ADJUST_LATENCY, nullptr,
+                                      nullptr);
     }
 
     void Write(std::size_t room) {
@@ -148,8 +198,8 @@ class Sound {
         constexpr auto kSampleSize = sizeof(samples[0]);
         const auto count = std::min(room / kSampleSize, samples.size() - m_written);
         if (count > 0) {
-            pa_stream_write(m_stream.get(), &samples[m_written], count * kSampleSize, nullptr, 0,
-                            PA_SEEK_RELATIVE);
+            Pulse().StreamWrite(m_stream.get(), &samples[m_written], count * kSampleSize, nullptr, 0,
+                                PA_SEEK_RELATIVE);
             m_written += count;
         }
         if (m_written == samples.size() && !m_drain) {
@@ -157,15 +207,15 @@ class Sound {
                 auto* const sound = static_cast<Sound*>(self);
                 heard != 0 ? sound->End(nullptr) : sound->Fail();
             };
-            m_drain.reset(pa_stream_drain(m_stream.get(), Callback(drained), this));
+            m_drain.reset(Pulse().StreamDrain(m_stream.get(), Callback(drained), this));
         }
     }
 
     void Fail() {
-        End(std::make_exception_ptr(
-            platform::Exception(platform::result::kFail,
-                                u"The sound system cannot be used: " +
-                                    platform::FromUtf8(pa_strerror(pa_context_errno(m_context.get()))))));
+        End(std::make_exception_ptr(platform::Exception(
+            platform::result::kFail,
+            u"The sound system cannot be used: " +
+                platform::FromUtf8(Pulse().Strerror(Pulse().ContextErrno(m_context.get()))))));
     }
 
     /// The handler may destroy this sound: nothing may follow.
@@ -203,6 +253,10 @@ class Handle final : public platform::Playback {
 };
 
 }  // namespace
+
+void Player::Load() {
+    Pulse();
+}
 
 std::unique_ptr<platform::Playback> Player::Play(
     std::shared_ptr<const platform::SpeechSynthesisStream> stream,

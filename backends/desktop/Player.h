@@ -12,6 +12,10 @@ namespace desktop {
 /// anything.
 class Player {
   public:
+    /// Loads what Play needs, on a thread that nobody waits for; later calls return at once. Throws a platform exception where
+    /// libpulse is not installed.
+    static void Load();
+
     /// See platform::SpeechEngine.
     std::unique_ptr<platform::Playback> Play(std::shared_ptr<const platform::SpeechSynthesisStream> stream,
                                              std::function<void(std::exception_ptr failure)> ended);

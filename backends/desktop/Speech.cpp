@@ -16,6 +16,7 @@ class Engine final : public platform::SpeechEngine {
     platform::SpeechSynthesisStream Synthesize(std::u16string_view text,
                                                const platform::VoiceInformation& voice,
                                                double rate) override {
+        Player::Load();
         return m_synthesizer.Synthesize(text, voice, rate);
     }
 

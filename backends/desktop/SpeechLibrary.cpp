@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "backends/desktop/Callback.h"
+#include "backends/desktop/SharedLibrary.h"
 #include "platform/core/Exception.h"
 #include "platform/core/Text.h"
 
@@ -16,6 +17,28 @@ using platform::VoiceGender;
 using platform::VoiceInformation;
 
 namespace {
+
+/// The functions of espeak-ng that are used. Throws a platform exception where it is not installed.
+class EspeakFunctions {
+    const SharedLibrary m_library{"libespeak-ng.so.1"};
+
+  public:
+    decltype(&espeak_Char) Char = m_library["espeak_Char"];
+    decltype(&espeak_GetCurrentVoice) GetCurrentVoice = m_library["espeak_GetCurrentVoice"];
+    decltype(&espeak_Initialize) Initialize = m_library["espeak_Initialize"];
+    decltype(&espeak_ListVoices) ListVoices = m_library["espeak_ListVoices"];
+    decltype(&espeak_SetParameter) SetParameter = m_library["espeak_SetParameter"];
+    decltype(&espeak_SetSynthCallback) SetSynthCallback = m_library["espeak_SetSynthCallback"];
+    decltype(&espeak_SetVoiceByName) SetVoiceByName = m_library["espeak_SetVoiceByName"];
+    decltype(&espeak_SetVoiceByProperties) SetVoiceByProperties = m_library["espeak_SetVoiceByProperties"];
+    decltype(&espeak_Synth) Synth = m_library["espeak_Synth"];
+    decltype(&espeak_Terminate) Terminate = m_library["espeak_Terminate"];
+};
+
+const EspeakFunctions& Espeak() {
+    static const EspeakFunctions library;
+    return library;
+}
 
 constexpr unsigned char kFemale = 2;
 
@@ -49,11 +72,11 @@ VoiceName ChooseVoice(std::string language) {
         espeak_VOICE properties{};
         properties.languages = wish.c_str();
         properties.gender = kFemale;
-        if (espeak_SetVoiceByProperties(&properties) == EE_OK) {
+        if (Espeak().SetVoiceByProperties(&properties) == EE_OK) {
             break;
         }
     }
-    const auto* const voice = espeak_GetCurrentVoice();
+    const auto* const voice = Espeak().GetCurrentVoice();
     if (voice == nullptr || voice->identifier == nullptr) {
         return {};
     }
@@ -69,7 +92,7 @@ std::string LanguageOf(const espeak_VOICE& voice) {
 
 std::vector<VoiceInformation> ReadVoices(const VoiceName& chosen) {
     std::vector<VoiceInformation> voices;
-    for (const auto** voice = espeak_ListVoices(nullptr); *voice != nullptr; ++voice) {
+    for (const auto** voice = Espeak().ListVoices(nullptr); *voice != nullptr; ++voice) {
         voices.push_back({.Id = platform::FromUtf8((*voice)->identifier),
                           .DisplayName = platform::FromUtf8((*voice)->name),
                           .Language = platform::FromUtf8(LanguageOf(**voice)),
@@ -93,7 +116,7 @@ std::vector<VoiceInformation> ReadVoices(const VoiceName& chosen) {
     std::vector<VoiceInformation> female;
     espeak_VOICE variants{};
     variants.languages = "variant";
-    for (const auto** variant = espeak_ListVoices(&variants); *variant != nullptr; ++variant) {
+    for (const auto** variant = Espeak().ListVoices(&variants); *variant != nullptr; ++variant) {
         const std::string_view file = (*variant)->identifier;
         const auto name = file.substr(file.rfind('/') + 1);
         if ((*variant)->gender == kFemale) {
@@ -125,17 +148,17 @@ SpeechLibrary::Samples WithoutSilenceAround(SpeechLibrary::Samples samples) {
 
 SpeechLibrary::SpeechLibrary(const std::atomic<bool>& ending) : m_ending(ending) {
     const int sampleRate =
-        espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 0, nullptr, espeakINITIALIZE_DONT_EXIT);
+        Espeak().Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 0, nullptr, espeakINITIALIZE_DONT_EXIT);
     if (sampleRate <= 0) {
         throw platform::Exception(platform::result::kFail,
                                   u"There is no speech data (package espeak-ng-data).");
     }
     m_sampleRate = static_cast<std::uint32_t>(sampleRate);
-    espeak_SetSynthCallback(Callback(TakeSamples));
+    Espeak().SetSynthCallback(Callback(TakeSamples));
 }
 
 SpeechLibrary::~SpeechLibrary() {
-    espeak_Terminate();
+    Espeak().Terminate();
 }
 
 std::vector<VoiceInformation> SpeechLibrary::Voices(const std::u16string& language) {
@@ -143,11 +166,11 @@ std::vector<VoiceInformation> SpeechLibrary::Voices(const std::u16string& langua
 }
 
 bool SpeechLibrary::SelectVoice(const std::string& name) {
-    return espeak_SetVoiceByName(name.c_str()) == EE_OK;
+    return Espeak().SetVoiceByName(name.c_str()) == EE_OK;
 }
 
 void SpeechLibrary::SetRate(double rate) {
-    espeak_SetParameter(espeakRATE, static_cast<int>(espeakRATE_NORMAL * rate), 0);
+    Espeak().SetParameter(espeakRATE, static_cast<int>(espeakRATE_NORMAL * rate), 0);
 }
 
 template <typename Speak>
@@ -165,8 +188,8 @@ SpeechLibrary::Samples SpeechLibrary::Record(Speak speak) {
 SpeechLibrary::Samples SpeechLibrary::Read(std::u16string_view text) {
     const auto bytes = platform::ToValidUtf8(text);
     return Record([&] {
-        return espeak_Synth(bytes.c_str(), bytes.size() + 1, 0, POS_CHARACTER, 0, espeakCHARS_UTF8, nullptr,
-                            nullptr);
+        return Espeak().Synth(bytes.c_str(), bytes.size() + 1, 0, POS_CHARACTER, 0, espeakCHARS_UTF8, nullptr,
+                              nullptr);
     });
 }
 
@@ -174,7 +197,7 @@ SpeechLibrary::Samples SpeechLibrary::NameOf(char32_t character) {
     // Of an upper-case letter the library also says that it is one ("capital b").
     const bool isUpperCase = character >= U'A' && character <= U'Z';
     const auto named = static_cast<wchar_t>(isUpperCase ? character - U'A' + U'a' : character);
-    return WithoutSilenceAround(Record([named] { return espeak_Char(named); }));
+    return WithoutSilenceAround(Record([named] { return Espeak().Char(named); }));
 }
 
 }  // namespace desktop
