@@ -39,6 +39,8 @@ SessionClient::SessionClient(DesktopOptions options, Loop& loop)
     : m_options(std::move(options)),
       m_loop(loop),
       m_application(gtk_application_new(kApplicationId, FlagsFor(m_options))) {
+    // The program has no resources; asked for them, the toolkit waits for the icon theme first.
+    g_application_set_resource_base_path(G_APPLICATION(m_application.get()), nullptr);
     g_object_set(m_application.get(), "register-session", TRUE, nullptr);
     AddStartAction();
     // Any word makes a start one by the hotkey.
