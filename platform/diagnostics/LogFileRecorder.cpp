@@ -15,6 +15,9 @@ namespace platform {
 
 namespace {
 
+/// What a usual run logs fits into one; the others take memory only in a program that logs more, from its first full image on.
+constexpr std::size_t kImagesAtStart = 2;
+
 /// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
 constexpr std::chrono::seconds kPatience{1};
 
@@ -118,11 +121,13 @@ LogFileRecorder::State LogFileRecorder::Step() {
     switch (m_state) {
         case State::Starting:
             HandOutLeftovers(lock);
-            PrepareImages(lock);
+            PrepareImages(lock, kImagesAtStart);
             m_state = State::Recording;
             break;
         case State::Recording:
-            if (m_ring.HasFull()) {
+            if (m_ring.HasFull() && !m_ring.IsComplete()) {
+                PrepareImages(lock, LiveFile::kImages);
+            } else if (m_ring.HasFull()) {
                 StoreFullImage(lock);
             }
             break;
@@ -196,8 +201,8 @@ void LogFileRecorder::HandOutLeftovers(Lock& lock) {
     lock.lock();
 }
 
-void LogFileRecorder::PrepareImages(Lock& lock) {
-    while (!m_ring.IsComplete() && !m_ring.IsClosed()) {
+void LogFileRecorder::PrepareImages(Lock& lock, std::size_t count) {
+    while (m_ring.Size() < count && !m_ring.IsClosed()) {
         const auto index = m_ring.Size();
         lock.unlock();
         m_live->Populate(index);

@@ -98,7 +98,7 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
     // constructor, too.
     bool OpenLiveFile(Lock& lock);
     void HandOutLeftovers(Lock& lock);
-    void PrepareImages(Lock& lock);
+    void PrepareImages(Lock& lock, std::size_t count);
     bool StoreFullImage(Lock& lock);
     void TryAgain(Lock& lock);
     bool RestoreLiveFile(Lock& lock);
