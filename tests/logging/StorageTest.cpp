@@ -117,11 +117,11 @@ TEST_F(Storage, ProcessesKeepEachOthersSettings) {
     // Of a process that was killed while it saved.
     tests::WriteBytes(file.string() + ".new-1", {});
     std::vector<pid_t> others;
-    for (char16_t name = u'a'; name < u'i'; ++name) {
+    for (char16_t name = u'a'; name < u'e'; ++name) {
         others.push_back(fork());
         if (others.back() == 0) {
             ApplicationDataContainer container(file);
-            for (std::int32_t i = 0; i < 20; ++i) {
+            for (std::int32_t i = 0; i < 10; ++i) {
                 container.Values().Insert({&name, 1}, i);
             }
             _exit(0);
@@ -134,7 +134,7 @@ TEST_F(Storage, ProcessesKeepEachOthersSettings) {
     EXPECT_EQ(values.size(), others.size());
     EXPECT_EQ(tests::Names(file.parent_path(), ".new-1"), std::vector<std::string>());
     EXPECT_TRUE(
-        std::ranges::all_of(values, [](const auto& each) { return each.second == PropertyValue(19); }));
+        std::ranges::all_of(values, [](const auto& each) { return each.second == PropertyValue(9); }));
 }
 
 TEST_F(Storage, MovesKeepWhatIsThereUnlessToldOtherwise) {
