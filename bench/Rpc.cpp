@@ -1,14 +1,18 @@
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <functional>
+#include <list>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -32,28 +36,34 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::size_t kHandleSize = 20;
 
-/// Microseconds that each run of `body` took, sorted.
-std::vector<double> Measure(std::size_t runs, const std::function<void()>& body) {
-    std::vector<double> times(runs);
-    for (double& time : times) {
+struct Times {
+    /// Microseconds that each run took, sorted.
+    std::vector<double> Runs;
+    /// Microseconds of processor time of the calling thread, per run.
+    double Cpu = 0;
+};
+
+double ThreadCpu() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
+}
+
+Times Measure(std::size_t runs, const std::function<void()>& body) {
+    Times times{.Runs = std::vector<double>(runs)};
+    const double cpu = ThreadCpu();
+    for (double& time : times.Runs) {
         const auto start = SteadyClock::now();
         body();
         time = std::chrono::duration<double, std::micro>(SteadyClock::now() - start).count();
     }
-    std::ranges::sort(times);
+    times.Cpu = (ThreadCpu() - cpu) / static_cast<double>(runs);
+    std::ranges::sort(times.Runs);
     return times;
 }
 
 double Percentile(const std::vector<double>& sorted, std::size_t percent) {
     return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
-}
-
-double Sum(const std::vector<double>& times) {
-    double sum = 0;
-    for (const double time : times) {
-        sum += time;
-    }
-    return sum;
 }
 
 /// A service of this process, for a run without another one.
@@ -84,41 +94,96 @@ class OwnService {
     std::jthread m_thread;
 };
 
-void ReceiveAll(int socket, std::span<std::byte> room) {
-    while (!room.empty()) {
-        const ssize_t size = ReceiveSome(socket, room);
-        if (size <= 0) {
-            throw std::runtime_error("the plain exchange broke off");
-        }
-        room = room.subspan(static_cast<std::size_t>(size));
-    }
-}
+/// Bytes there and back.
+struct Exchange {
+    std::size_t Request;
+    std::size_t Response;
+};
 
-/// Exchanges `requestSize` bytes for `responseSize` bytes with another thread over the same kind of socket.
-std::vector<double> MeasurePlain(std::size_t runs, std::size_t requestSize, std::size_t responseSize) {
-    const TemporaryDirectory directory;
-    const std::string path = directory.Path() + "/plain";
-    const ListeningSocket listener(path);
-    const platform::FileDescriptor socket = CreateSocket();
-    Connect(socket.Get(), path, [] { return false; });
-    pollfd wait{.fd = listener.Get(), .events = POLLIN, .revents = 0};
-    poll(&wait, 1, -1);
-    const std::jthread echo(
-        [&, other = platform::FileDescriptor(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC))] {
-            std::vector<std::byte> request(requestSize);
-            const std::vector<std::byte> response(responseSize);
-            for (std::size_t i = 0; i < runs; ++i) {
-                ReceiveAll(other.Get(), request);
-                SendAll(other.Get(), response);
+/// A service that knows only how many bytes are asked and answered, with a thread for each connection like
+/// ours.
+class PlainService {
+  public:
+    /// Until the client closes, the exchanges are repeated.
+    explicit PlainService(std::vector<Exchange> exchanges)
+        : m_exchanges(std::move(exchanges)),
+          m_listener(m_directory.Path() + "/plain"),
+          m_thread([this] { Run(); }) {}
+    ~PlainService() {
+        m_ending = true;
+        Open();
+    }
+    PlainService(const PlainService&) = delete;
+    PlainService& operator=(const PlainService&) = delete;
+
+    platform::FileDescriptor Open() const {
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        (m_directory.Path() + "/plain").copy(address.sun_path, sizeof address.sun_path - 1);
+        platform::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            throw std::runtime_error("cannot connect to the plain service");
+        }
+        return socket;
+    }
+
+    void Converse(int socket) const {
+        std::vector<std::byte> bytes;
+        for (const auto& exchange : m_exchanges) {
+            bytes.resize(exchange.Request);
+            SendAll(socket, bytes);
+            bytes.resize(exchange.Response);
+            if (!ReceiveAll(socket, bytes)) {
+                throw std::runtime_error("the plain exchange broke off");
             }
-        });
-    const std::vector<std::byte> request(requestSize);
-    std::vector<std::byte> response(responseSize);
-    return Measure(runs, [&] {
-        SendAll(socket.Get(), request);
-        ReceiveAll(socket.Get(), response);
-    });
-}
+        }
+    }
+
+  private:
+    /// False when the other end has closed.
+    static bool ReceiveAll(int socket, std::span<std::byte> room) {
+        while (!room.empty()) {
+            const ssize_t size = ReceiveSome(socket, room);
+            if (size <= 0) {
+                return false;
+            }
+            room = room.subspan(static_cast<std::size_t>(size));
+        }
+        return true;
+    }
+
+    void Serve(int socket) const {
+        std::vector<std::byte> bytes;
+        while (true) {
+            for (const auto& exchange : m_exchanges) {
+                bytes.resize(exchange.Request);
+                if (!ReceiveAll(socket, bytes)) {
+                    return;
+                }
+                bytes.resize(exchange.Response);
+                SendAll(socket, bytes);
+            }
+        }
+    }
+
+    void Run() {
+        std::list<std::jthread> served;
+        while (true) {
+            pollfd wait{.fd = m_listener.Get(), .events = POLLIN, .revents = 0};
+            poll(&wait, 1, -1);
+            platform::FileDescriptor socket(accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+            if (m_ending) {
+                return;
+            }
+            served.emplace_back([this, socket = std::move(socket)] { Serve(socket.Get()); });
+        }
+    }
+
+    const TemporaryDirectory m_directory;
+    const std::vector<Exchange> m_exchanges;
+    const ListeningSocket m_listener;
+    std::atomic<bool> m_ending = false;
+    const std::jthread m_thread;
+};
 
 void WholeConversation(const std::u16string& endpoint) {
     OpenedContext context(endpoint);
@@ -131,24 +196,35 @@ void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t 
     const OpenedContext context(endpoint);
     const std::size_t characters = context.Read();
     // NDR64: length, padding, referent and count before the characters.
-    const std::size_t requestSize = kCallHeaderSize + kHandleSize;
-    const std::size_t responseSize = kCallHeaderSize + 24 + 2 * characters;
+    const Exchange read{.Request = kCallHeaderSize + kHandleSize,
+                        .Response = kCallHeaderSize + 24 + 2 * characters};
+    const std::vector<Exchange> conversation = {
+        {.Request = 116, .Response = 80},
+        {.Request = kCallHeaderSize, .Response = kCallHeaderSize + kHandleSize},
+        read,
+        {.Request = kCallHeaderSize + kHandleSize, .Response = kCallHeaderSize + kHandleSize}};
 
-    const auto callTimes = Measure(calls, [&] { context.Read(); });
-    const auto plainTimes = MeasurePlain(calls, requestSize, responseSize);
-    const auto conversationTimes = Measure(conversations, [&] { WholeConversation(endpoint); });
-    const double callMedian = Percentile(callTimes, 50);
-    const double plainMedian = Percentile(plainTimes, 50);
-    std::printf(
-        "{\"calls\": %zu, \"request_bytes\": %zu, \"response_bytes\": %zu, \"call_median_us\": %.2f, "
-        "\"call_p99_us\": %.2f, \"calls_per_second\": %.0f, \"plain_median_us\": %.2f, \"plain_p99_us\": "
-        "%.2f, "
-        "\"call_to_plain_median\": %.3f, \"call_to_plain_p99\": %.3f, \"conversation_median_us\": %.2f, "
-        "\"conversation_to_plain_median\": %.3f}\n",
-        calls, requestSize, responseSize, callMedian, Percentile(callTimes, 99),
-        static_cast<double>(calls) * 1e6 / Sum(callTimes), plainMedian, Percentile(plainTimes, 99),
-        callMedian / plainMedian, Percentile(callTimes, 99) / Percentile(plainTimes, 99),
-        Percentile(conversationTimes, 50), Percentile(conversationTimes, 50) / plainMedian);
+    nlohmann::ordered_json line{{"calls", calls}, {"conversations", conversations}};
+    const auto compare = [&line](const char* name, const Times& ours, const Times& plain) {
+        line[name] = {{"median_us", Percentile(ours.Runs, 50)},
+                      {"p99_us", Percentile(ours.Runs, 99)},
+                      {"cpu_us", ours.Cpu},
+                      {"plain_median_us", Percentile(plain.Runs, 50)},
+                      {"plain_p99_us", Percentile(plain.Runs, 99)},
+                      {"plain_cpu_us", plain.Cpu},
+                      {"median_ratio", Percentile(ours.Runs, 50) / Percentile(plain.Runs, 50)},
+                      {"cpu_ratio", ours.Cpu / plain.Cpu}};
+    };
+    {
+        const PlainService service({read});
+        const auto socket = service.Open();
+        compare("call", Measure(calls, [&] { context.Read(); }),
+                Measure(calls, [&] { service.Converse(socket.Get()); }));
+    }
+    const PlainService service(conversation);
+    compare("conversation", Measure(conversations, [&] { WholeConversation(endpoint); }),
+            Measure(conversations, [&] { service.Converse(service.Open().Get()); }));
+    std::printf("%s\n", line.dump().c_str());
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <optional>
+#include <utility>
 
 #include "platform/tasks/ThreadPool.h"
 
@@ -13,18 +13,6 @@ namespace platform::rpc {
 namespace {
 
 constexpr std::chrono::milliseconds kCloseLimit{2000};
-
-/// Bounds a socket's waits as long as it lives.
-class WaitLimit {
-  public:
-    WaitLimit(int socket, std::chrono::milliseconds limit) : m_socket(socket) { LimitWaits(m_socket, limit); }
-    ~WaitLimit() { LimitWaits(m_socket, {}); }
-    WaitLimit(const WaitLimit&) = delete;
-    WaitLimit& operator=(const WaitLimit&) = delete;
-
-  private:
-    const int m_socket;
-};
 
 Status StatusOfNak(std::uint16_t reason) {
     switch (static_cast<NakReason>(reason)) {
@@ -93,10 +81,11 @@ void ClientConnection::Call(const InterfaceDescription& interface, const Procedu
                 .ContextId = m_contextId,
                 .Operation = static_cast<std::uint16_t>(procedure.Number)},
                m_maxTransmit);
-    // Who closes has nothing to wait for: a service that is stuck must not keep the program from ending.
-    std::optional<WaitLimit> limit;
-    if (procedure.PassesContext(Direction::In) && procedure.PassesContext(Direction::Out)) {
-        limit.emplace(m_socket.Get(), kCloseLimit);
+    // Who closes has nothing to wait for: a service that is stuck must not keep the program from ending. A
+    // close is usually the last call, so the limit is removed by the next one.
+    const bool closes = procedure.PassesContext(Direction::In) && procedure.PassesContext(Direction::Out);
+    if (closes != std::exchange(m_isLimited, closes)) {
+        LimitReceiving(m_socket.Get(), closes ? kCloseLimit : std::chrono::milliseconds(0));
     }
     Send(status::kCallFailedDidNotExecute);
     CallValues out;

@@ -72,6 +72,8 @@ class ClientConnection {
     FileDescriptor m_socket;
     bool m_bound = false;
     bool m_broken = false;
+    /// Receiving is limited in time.
+    bool m_isLimited = false;
     const TransferSyntax* m_syntax = nullptr;
     std::uint16_t m_contextId = 0;
     std::uint16_t m_maxTransmit = 0;

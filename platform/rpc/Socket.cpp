@@ -25,7 +25,11 @@ constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kSocketMode = 0666;
 
 /// How often a connect that waits for the listener looks whether it is still wanted.
-constexpr timeval kConnectSlice{.tv_sec = 0, .tv_usec = 100'000};
+constexpr std::chrono::milliseconds kConnectSlice{100};
+
+constexpr timeval ToTimeval(std::chrono::milliseconds time) {
+    return {.tv_sec = time.count() / 1000, .tv_usec = time.count() % 1000 * 1000};
+}
 
 sockaddr_un AddressOf(const std::string& path) {
     sockaddr_un address{};
@@ -107,32 +111,46 @@ std::string EndpointPath(std::u16string_view endpoint) {
 }
 
 FileDescriptor CreateSocket() {
-    FileDescriptor created(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    FileDescriptor created(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (created.Get() < 0) {
         throw RpcException(status::kOutOfResources);
     }
-    setsockopt(created.Get(), SOL_SOCKET, SO_SNDTIMEO, &kConnectSlice, sizeof kConnectSlice);
     return created;
 }
 
 void Connect(int socket, const std::string& path, const std::function<bool()>& isCancelled) {
     const sockaddr_un address = AddressOf(path);
-    int error = 0;
-    do {
-        error = ConnectOnce(socket, address);
-    } while (error == EAGAIN && !isCancelled());
+    int error = ConnectOnce(socket, address);
+    if (error == 0 || error == EAGAIN) {
+        fcntl(socket, F_SETFL, 0);
+    }
+    if (error == EAGAIN) {
+        // The listener's queue is full.
+        LimitWaits(socket, kConnectSlice);
+        while (error == EAGAIN && !isCancelled()) {
+            error = ConnectOnce(socket, address);
+        }
+        LimitWaits(socket, {});
+    }
+    if (error != 0) {
+        SetNonBlocking(socket);
+    }
     if (error != 0 && !isCancelled()) {
         throw RpcException(StatusOfConnect(error));
     }
     if (isCancelled()) {
         throw RpcException(status::kCallCancelled);
     }
-    LimitWaits(socket, {});
+}
+
+void LimitReceiving(int socket, std::chrono::milliseconds limit) {
+    const timeval time = ToTimeval(limit);
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
 }
 
 void LimitWaits(int socket, std::chrono::milliseconds limit) {
-    const timeval time{.tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000};
-    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+    LimitReceiving(socket, limit);
+    const timeval time = ToTimeval(limit);
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
@@ -198,7 +216,6 @@ ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
     m_socket = CreateSocket();
     Check(bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind", path);
     Check(chmod(path.c_str(), kSocketMode), "set mode of", path);
-    Check(fcntl(m_socket.Get(), F_SETFL, O_NONBLOCK), "set mode of", path);
     Check(listen(m_socket.Get(), kBacklog), "listen at", path);
     struct stat file {};
     Check(stat(path.c_str(), &file), "look at", path);

@@ -32,14 +32,17 @@ std::string EndpointDirectory();
 /// directory or is too long.
 std::string EndpointPath(std::u16string_view endpoint);
 
-/// A stream socket, not yet connected; connecting it waits for 0.1 s at most. Throws RpcException.
+/// A stream socket, not yet connected. Nothing waits at it. Throws RpcException.
 FileDescriptor CreateSocket();
 
-/// Connects, waiting for room in the listener's queue until `isCancelled`, and takes the time limit off.
-/// Throws RpcException.
+/// Connects, waiting for room in the listener's queue until `isCancelled`. Sending and receiving wait without
+/// a limit afterwards; after a failure the socket can be connected again. Throws RpcException.
 void Connect(int socket, const std::string& path, const std::function<bool()>& isCancelled);
 
-/// Ends sending and receiving that has made no headway for `limit`; zero: never.
+/// Ends receiving that has waited for `limit`; zero: never.
+void LimitReceiving(int socket, std::chrono::milliseconds limit);
+
+/// The same for sending, too.
 void LimitWaits(int socket, std::chrono::milliseconds limit);
 
 /// Limits the bytes that are sent and not yet received (SO_SNDBUF).

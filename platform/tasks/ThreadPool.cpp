@@ -137,7 +137,9 @@ BlockingRegion::BlockingRegion(std::function<void()> interrupt)
     }
     ++t_regions;
     m_isStuck = m_onWorker && !pool.StartWorkerIfNeeded();
-    pool.m_wake.notify_one();
+    if (pool.MayRun()) {
+        pool.m_wake.notify_one();
+    }
 }
 
 void BlockingRegion::VerifyProgress() const {
