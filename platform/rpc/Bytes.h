@@ -3,6 +3,7 @@
 // Bytes of the wire as numbers, and back. The wire is little-endian, and so is every machine that we build
 // for.
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstring>
@@ -55,6 +56,11 @@ class Cursor {
     std::size_t m_offset = 0;
     Status m_whenShort;
 };
+
+/// Returns the end of the copy. As one block: the library's copy of a span goes byte by byte.
+inline std::byte* Copy(ByteView bytes, void* to) {
+    return std::copy_n(bytes.data(), bytes.size(), static_cast<std::byte*>(to));
+}
 
 inline void Append(Bytes& out, ByteView bytes) {
     out.insert(out.end(), bytes.begin(), bytes.end());

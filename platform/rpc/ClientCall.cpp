@@ -158,7 +158,7 @@ class ClientCall {
         if (block == nullptr) {
             throw std::bad_alloc();
         }
-        const auto end = std::ranges::copy(characters, static_cast<std::byte*>(block)).out;
+        std::byte* const end = Copy(characters, block);
         std::fill_n(end, sizeof(char16_t), std::byte{});
         return static_cast<char16_t*>(block);
     }

@@ -157,7 +157,7 @@ std::optional<std::u16string> Value::CopyText() const {
         return std::nullopt;
     }
     std::u16string text(Text->size() / sizeof(char16_t), u'\0');
-    std::ranges::copy(*Text, std::as_writable_bytes(std::span(text)).begin());
+    Copy(*Text, text.data());
     return text;
 }
 
