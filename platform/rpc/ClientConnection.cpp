@@ -122,9 +122,9 @@ void ClientConnection::Establish(const InterfaceDescription& interface) {
     Connect(m_socket.Get(), m_path, [this] { return m_cancelled.load(); });
     try {
         // Whoever may create files in the endpoints' directory could pose as the service.
-        const SocketCredentials listener = CredentialsOf(m_socket.Get());
-        m_listener = listener.Uid;
-        if (listener.Uid != 0 && listener.Uid != geteuid()) {
+        const uid_t listener = UserOf(m_socket.Get());
+        m_listener = listener;
+        if (listener != 0 && listener != geteuid()) {
             throw RpcException(status::kMutualAuthenticationFailed);
         }
         BindInterface(interface);

@@ -67,6 +67,15 @@ void Check(int result, std::string_view operation, const std::string& path) {
     }
 }
 
+ucred OtherEndOf(int socket) {
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        throw RpcException(status::kAccessDenied);
+    }
+    return credentials;
+}
+
 /// Of the process at the other end (SO_PEERGROUPS). One with more of them than fit counts as having none.
 std::vector<gid_t> SupplementaryGroups(int socket) {
     std::array<gid_t, 1024> groups{};
@@ -183,12 +192,12 @@ ssize_t ReceiveSome(int socket, std::span<std::byte> room) {
     }
 }
 
+uid_t UserOf(int socket) {
+    return OtherEndOf(socket).uid;
+}
+
 SocketCredentials CredentialsOf(int socket) {
-    ucred credentials{};
-    socklen_t size = sizeof credentials;
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
-        throw RpcException(status::kAccessDenied);
-    }
+    const ucred credentials = OtherEndOf(socket);
     return {.Pid = credentials.pid,
             .Uid = credentials.uid,
             .Gid = credentials.gid,

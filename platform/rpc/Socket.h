@@ -58,7 +58,10 @@ bool SendAll(int socket, ByteView bytes);
 /// Receives at least one byte. 0 when the other side has ended, -1 with errno set for a failure.
 ssize_t ReceiveSome(int socket, std::span<std::byte> room);
 
-/// Throws RpcException (kAccessDenied) when the kernel does not tell.
+/// The user at the other end. Throws RpcException (kAccessDenied) when the kernel does not tell.
+uid_t UserOf(int socket);
+
+/// The same, and the rest.
 SocketCredentials CredentialsOf(int socket);
 
 /// A socket file that listens; it is removed at the end if it is still this one.
