@@ -8,6 +8,7 @@ namespace bench {
 using Command = int(std::span<char* const> arguments);
 
 Command Flood;
+Command Growth;
 Command Log;
 Command Rpc;
 Command Start;

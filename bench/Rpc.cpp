@@ -22,9 +22,9 @@
 
 #include "bench/Commands.h"
 #include "bench/OpenedContext.h"
+#include "bench/OwnService.h"
 #include "bench/TemporaryDirectory.h"
 #include "platform/core/Text.h"
-#include "platform/rpc/Server.h"
 #include "service/RpcClient.h"
 
 namespace bench {
@@ -76,34 +76,6 @@ std::array<Times, 2> MeasureInTurn(std::size_t runs, const std::function<void()>
 double Percentile(const std::vector<double>& sorted, std::size_t percent) {
     return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
 }
-
-/// A service of this process, for a run without another one.
-class OwnService {
-  public:
-    OwnService() : m_server(Kelvane::kHotkeyRpc, Procedures()) {
-        m_server.Listen(Kelvane::kEndpoint);
-        m_thread = std::jthread([this] { m_server.Run(); });
-    }
-    ~OwnService() { m_server.Stop(); }
-    OwnService(const OwnService&) = delete;
-    OwnService& operator=(const OwnService&) = delete;
-
-  private:
-    static std::vector<ServerProcedure> Procedures() {
-        std::vector<ServerProcedure> procedures(procedure::Count, [](ServerCall&) {});
-        procedures[procedure::OpenContext] = [](ServerCall& call) {
-            call.SetContext(std::make_shared<int>());
-        };
-        procedures[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
-        procedures[procedure::ReadSysInfo] = [](ServerCall& call) {
-            call.SetText(0, std::u16string(300, u'x'));
-        };
-        return procedures;
-    }
-
-    Server m_server;
-    std::jthread m_thread;
-};
 
 /// Bytes there and back.
 struct Exchange {
@@ -250,16 +222,13 @@ int Rpc(std::span<char* const> arguments) {
                    stderr);
         return 2;
     }
-    std::optional<TemporaryDirectory> directory;
     std::optional<OwnService> service;
-    std::filesystem::path socket = std::filesystem::absolute(arguments[0]);
-    if (std::string_view(arguments[0]) == "self") {
-        socket = directory.emplace().Path() + "/" + platform::ToUtf8(Kelvane::kEndpoint);
-    }
-    setenv("KELVANE_RPC_DIRECTORY", socket.parent_path().c_str(), 1);
-    if (directory) {
+    const bool isOwn = std::string_view(arguments[0]) == "self";
+    if (isOwn) {
         service.emplace();
     }
+    const std::filesystem::path socket = isOwn ? service->Socket() : std::filesystem::absolute(arguments[0]);
+    setenv("KELVANE_RPC_DIRECTORY", socket.parent_path().c_str(), 1);
     const std::u16string endpoint = platform::FromUtf8(socket.filename().string());
 
     try {

@@ -24,6 +24,10 @@ constexpr std::array kRows = {
         "ACCEPTED users "
         "of the service's group flood it; as root; the socket is root's, the configuration answers the group",
         bench::Flood},
+    Row{"growth", "MESSAGES SESSIONS",
+        "this process's memory after each tenth of so many log messages, and of sessions with a service of "
+        "its own",
+        bench::Growth},
     Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
         bench::Log},
     Row{"rpc", "SOCKET CALLS CONVERSATIONS",
