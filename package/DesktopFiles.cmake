@@ -28,7 +28,7 @@ endforeach()
 foreach(picture 1 2)
     kelvane_element_texts(Picture${picture} Picture${picture} "      " caption)
 endforeach()
-set(version ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${PROJECT_VERSION_PATCH})
+kelvane_element_texts(Release1.0.0 Release1.0.0 "        " p)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/${application}.metainfo.xml.in ${CMAKE_CURRENT_BINARY_DIR}/${application}.metainfo.xml @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${application}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 

@@ -30,7 +30,7 @@ class Languages(unittest.TestCase):
             with self.subTest(folder.name):
                 own = texts(folder)
                 self.assertEqual(list(own), list(english))
-                self.assertEqual([key for key, text in own.items() if not text or text != text.strip()], [])
+                self.assertEqual([key for key, text in (own | properties(folder)).items() if not text or text != text.strip()], [])
                 for key, text in english.items():
                     # Placeholders, commands and paths are the same in every language, in any order.
                     self.assertEqual(*(sorted(re.findall(PLACEHOLDER, each)) for each in (own[key], text)), key)
