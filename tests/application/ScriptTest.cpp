@@ -1,13 +1,19 @@
 // Plays the scripts of the folder: what is done to the application, and what it writes to its log, shows and
 // gives out.
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <semaphore>
 #include <sstream>
 
+#include "app/ServiceReport.h"
 #include "app/TextOutput.h"
+#include "pages/ServiceMessage.h"
 #include "pages/main/MainPage.h"
+#include "platform/core/UserName.h"
 #include "platform/storage/ApplicationData.h"
 #include "platform/tasks/task.h"
 #include "platform/xaml/Navigation.h"
@@ -20,6 +26,11 @@ namespace Kelvane {
 namespace {
 
 using platform::Window;
+using platform::rpc::ServerCall;
+
+const std::map<std::string, unsigned> kProcedures = {{"OpenContext", procedure::OpenContext},
+                                                     {"ReadSysInfo", procedure::ReadSysInfo},
+                                                     {"ReadUSBTypeCInfo", procedure::ReadUSBTypeCInfo}};
 
 std::vector<std::string> Split(const std::string& text, char delimiter) {
     std::istringstream parts(text);
@@ -64,7 +75,16 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
-    std::string Result() { return (m_output.empty() ? Trace(m_isWhole) : m_output) + m_logs; }
+    std::string Result() {
+        const auto user = platform::ToUtf8(platform::CurrentUserName());
+        auto errors = m_errors;
+        for (auto at = errors.find(user); at != std::string::npos; at = errors.find(user, at)) {
+            errors.replace(at, user.size(), "USER");
+        }
+        const auto details = m_flow.empty() ? "" : "== details\n" + DetailsTrace();
+        return (m_output + details).empty() ? Trace(m_isWhole) + m_logs
+                                            : m_output + errors + details + m_logs;
+    }
 
     /// While the machine may sleep there is no log to note it in.
     void NoteLogs() {
@@ -73,6 +93,10 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     }
 
     std::counting_semaphore<> m_answer{0};
+    /// The golden trace of the whole run, besides what the script shows.
+    std::string m_flow;
+    /// Whether the service was asked to run as another user.
+    bool m_isOfAnother = false;
 
   private:
     void Play(const std::string& line);
@@ -96,27 +120,54 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         }
     }
 
+    /// The service gives the records, fails as the script says, and has details where the script has any.
+    void Serve() {
+        const auto details = [this](ServerCall& call) {
+            if (m_detailsAreLate) {
+                m_answer.acquire();
+            }
+            call.SetText(0, m_details);
+        };
+        StartService(m_procedures, m_serviceOptions,
+                     m_details.empty() ? nullptr : platform::rpc::ServerProcedure(details));
+    }
+
     /// The service answers what it tells of this machine of tests/machines, and the script's ports and
     /// firmware request.
     void BeMachine(const std::string& name) {
         const auto record = MachineFile(name + "/record.txt");
         const auto begin = record.find(u": ") + 2;
         m_systemInformation = record.substr(begin, record.find(u'\n') - begin);
-        auto details = MachineFile(name + "/details.json");
+        m_details = MachineFile(name + "/details.json");
         constexpr std::u16string_view kRequest = u"\"firmwareRequest\":";
         constexpr std::u16string_view kPorts = u"\"ports\":";
-        if (const auto begin = details.find(kPorts) + kPorts.size(); !m_ports.empty()) {
-            details.replace(begin, details.find(kRequest) - begin, m_ports + u"},\n");
+        if (const auto begin = m_details.find(kPorts) + kPorts.size(); !m_ports.empty()) {
+            m_details.replace(begin, m_details.find(kRequest) - begin, m_ports + u"},\n");
         }
-        if (const auto end = details.find(kRequest); !m_firmwareRequest.empty()) {
-            details.replace(end + kRequest.size(), std::u16string::npos, m_firmwareRequest + u"}");
+        if (const auto end = m_details.find(kRequest); !m_firmwareRequest.empty()) {
+            m_details.replace(end + kRequest.size(), std::u16string::npos, m_firmwareRequest + u"}");
         }
-        StartService({}, {}, [this, details](auto& call) {
-            if (m_detailsAreLate) {
-                m_answer.acquire();
-            }
-            call.SetText(0, details);
-        });
+        for (const auto& [from, to] : m_replacements) {
+            m_details.replace(m_details.find(from), from.size(), to);
+        }
+        Serve();
+    }
+
+    /// As many clients as one user may have are connected already.
+    void ServeACrowd() {
+        m_serviceOptions.MaxConnectionsPerUser = m_others.size();
+        Serve();
+        std::ranges::for_each(m_others, &platform::rpc::test::Client::Open);
+    }
+
+    /// Only root can listen as another user.
+    void ServeAsAnother() {
+        m_isOfAnother = true;
+        chmod(m_endpoints.Directory().c_str(), 0777);
+        if (seteuid(65534) == 0) {
+            Serve();
+            seteuid(0);
+        }
     }
 
     /// What a screen reader has said since the last time.
@@ -186,7 +237,21 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         };
     }
 
+    void EndWhenAnswered(std::chrono::seconds limit) {
+        m_endsItself = true;
+        WhenServiceAnswered(m_world->Loop(), limit, [this](bool answered) {
+            answered ? Play(std::vector<std::string>{"report", "json"}) : void(m_output += "given up\n");
+            Close();
+        });
+    }
+
     const PackageScope m_package;
+    std::map<unsigned, platform::rpc::ServerProcedure> m_procedures;
+    platform::rpc::ServerOptions m_serviceOptions;
+    std::array<platform::rpc::test::Client, 8> m_others;
+    std::optional<platform::rpc::ListeningSocket> m_stuck;
+    std::u16string m_details;
+    std::vector<std::pair<std::u16string, std::u16string>> m_replacements;
     std::u16string m_firmwareRequest;
     bool m_detailsAreLate = false;
     std::u16string m_ports;
@@ -207,8 +272,46 @@ void ScriptTest::Play(const std::string& line) {
     const auto words = Split(rest, ' ');
     const std::map<std::string, std::function<void()>> verbs = {
         {"whole", [&] { m_isWhole = true; }},
-        {"service", [&] { StartService(); }},
+        {"service", [&] { Serve(); }},
+        {"service-with-a-crowd", [&] { ServeACrowd(); }},
+        {"service-of-another", [&] { ServeAsAnother(); }},
+        {"service-for-nobody", [&] { m_serviceOptions.Accept = [](const auto&) { return false; }, Serve(); }},
+        {"service-stuck", [&] { m_stuck.emplace(platform::rpc::test::EndpointScope::Socket()); }},
+        {"fault",
+         [&] {
+             m_procedures[kProcedures.at(words.at(0))] =
+                 [status = std::stoul(words.at(1), nullptr, 16)](ServerCall&) {
+                     throw platform::rpc::RpcException(static_cast<platform::rpc::Status>(status));
+                 };
+         }},
+        {"raw",
+         [&] {
+             m_procedures[kProcedures.at(words.at(0))] =
+                 [length = std::stoi(words.at(1)), word = platform::FromUtf8(words.at(2))](ServerCall& call) {
+                     call.SetRawText(0, length, word);
+                 };
+         }},
+        {"long",
+         [&] {
+             m_procedures[kProcedures.at(words.at(0))] = [length =
+                                                              std::stoul(words.at(1))](ServerCall& call) {
+                 call.SetText(0, std::u16string(length, u'x'));
+             };
+         }},
         {"machine", [&] { BeMachine(rest); }},
+        {"details", [&] { m_details = text; }},
+        {"details-with",
+         [&] { m_replacements.emplace_back(Unescaped(parts.at(0)), Unescaped(parts.at(1))); }},
+        {"flow", [&] { m_flow = rest; }},
+        {"report", [&] { m_output += ReportMissingData() ? "complete\n" : "incomplete\n"; }},
+        {"end-when-answered", [&] { EndWhenAnswered(std::chrono::seconds(std::stoi(rest))); }},
+        {"after",
+         [&] {
+             m_world->Loop().PostAfter(std::chrono::seconds(std::stoi(words.at(0))),
+                                       [this, line = rest.substr(rest.find(' ') + 1)] { Play(line); });
+         }},
+        {"idle", [&] { platform::Application::WhenIdle([this, rest] { Play(rest); }); }},
+        {"said", [&] { std::fputs((rest + "\n").c_str(), stderr); }},
         {"hide-identifiers", [] { HideIdentifiers(); }},
         {"late-details", [&] { m_detailsAreLate = true; }},
         {"answer-details", [&] { m_answer.release(); }},
@@ -277,12 +380,18 @@ TEST_P(ScriptTest, PlaysAsWritten) {
         line == "$ step" ? void(parts.emplace_back()) : parts.back().push_back(line.substr(2));
     }
     Play(parts.front());
+    if (m_isOfAnother && geteuid() != 0) {
+        GTEST_SKIP() << "only root can listen as another user";
+    }
     std::vector<Step> steps;
     for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
         steps.emplace_back([this, part] { Play(*part); });
     }
     const int status = Run(steps);
     m_answer.release();
+    if (!m_flow.empty()) {
+        ExpectTrace(m_flow, true);
+    }
     const auto logging =
         platform::ApplicationData::Current().LocalSettings().Values().Lookup(u"Kelvane_LoggingEnabled");
     result << Result();
@@ -304,6 +413,21 @@ TEST_P(ScriptTest, PlaysAsWritten) {
            << Calls(procedure::SetUEFIFlag) << ", logs " << tests::Names(StoredLogs()).size() << ", logging "
            << (logging == platform::PropertyValue(true)) << "\n";
     tests::ExpectGolden(path, result.str());
+}
+
+class ServiceMessages : public ApplicationTest {};
+
+TEST_F(ServiceMessages, AreWholeForEveryStatus) {
+    Run({[] {
+        for (std::int64_t status = -1; status < 2000; ++status) {
+            for (const auto* const listener : {u"", u"L"}) {
+                const auto [title, message] = MessageOf({status, listener, u"U"}, PackageTexts());
+                EXPECT_TRUE(!title.empty() && !message.empty() &&
+                            (title + message).find_first_of(u"{}") == std::u16string::npos)
+                    << status;
+            }
+        }
+    }});
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, ScriptTest, testing::ValuesIn(Scripts()),

@@ -22,8 +22,9 @@ schema = json.loads(pathlib.Path(sys.argv[1]).read_text())
 Draft202012Validator.check_schema(schema)
 faults = []
 for name in sys.argv[2:]:
-    # What else is in the file, as messages of standard error, is behind the document.
-    document, _ = json.JSONDecoder().raw_decode(pathlib.Path(name).read_text())
+    # A script has steps before the document and messages behind it.
+    text = pathlib.Path(name).read_text()
+    document, _ = json.JSONDecoder().raw_decode(text[text.index('{"version"'):])
     for validator in Draft202012Validator(schema), Draft202012Validator(strict(schema)):
         faults += [f"{name}: {'/'.join(map(str, error.absolute_path))}: {error.message}" for error in validator.iter_errors(document)]
 print(*faults, f"{len(sys.argv) - 2} documents", sep="\n")
