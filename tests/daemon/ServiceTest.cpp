@@ -9,15 +9,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "daemon/machine/ReadMachine.h"
 #include "daemon/service/Details.h"
 #include "platform/core/Text.h"
 #include "service/DetailsClient.h"
 #include "tests/daemon/ServiceProcess.h"
+#include "tests/support/Golden.h"
 #include "tests/support/RecordedMachine.h"
 
 namespace daemon_service {
@@ -181,54 +184,34 @@ TEST_F(Service, AUserWhoSwitchedAwayActsNoMore) {
     EXPECT_EQ(status, 0) << service.Log();
 }
 
-struct CallerCase {
-    const char* fault;
-    const char* seat;
-    const char* properties;
-    const char* configuration;
-    Status wanted;
-    uid_t seatOwner = kUser;
-};
-
+// A line of the script: the user's seat, or the owner of it behind "="; the session's properties; the
+// configuration. ";" ends a line of the last two.
 TEST_F(Service, AnswersWhoeverSitsAtTheMachineAndWhomTheAdministratorNames) {
     if (!PretendSessions()) {
         GTEST_SKIP() << "needs root and a mount namespace";
     }
-    constexpr auto kBackground = "ACTIVE=1\nSTATE=active\nREMOTE=0\nTYPE=unspecified\nCLASS=background\n";
-    constexpr auto kRemoteDesktop = "ACTIVE=1\nSTATE=active\nREMOTE=1\nTYPE=x11\nCLASS=user\n";
-    const CallerCase cases[] = {
-        {"a person on a seat", "seat0", kAtTheMachine, "", 0},
-        {"on a second seat", "seat-2", kAtTheMachine, "", 0},
-        {"somebody else's seat", "seat0", kAtTheMachine, "", 5, kUser - 1},
-        {"a job without a seat", "", kBackground, "", 5},
-        {"a job on a seat", "seat0", kBackground, "", 5},
-        {"a login screen", "seat0", "ACTIVE=1\nSTATE=active\nREMOTE=0\nTYPE=wayland\nCLASS=greeter\n", "", 5},
-        {"a session that has the seat no more", "seat0",
-         "ACTIVE=0\nSTATE=online\nREMOTE=0\nTYPE=wayland\nCLASS=user\n", "", 5},
-        {"a remote desktop", "", kRemoteDesktop, "", 5},
-        {"a remote desktop, opened", "", kRemoteDesktop, "answer-remote-desktops = yes", 0},
-        {"a remote terminal", "", "ACTIVE=1\nSTATE=active\nREMOTE=1\nTYPE=tty\nCLASS=user\n",
-         "answer-remote-desktops = yes", 5},
-        {"a job, with remote desktops opened", "", kBackground, "answer-remote-desktops = yes", 5},
-        {"a member of another group", "", kBackground, "answer-group = root", 5},
-        {"a member of the group", "", kBackground, "answer-group = daemon", 0},
-        {"a line that cannot be followed", "", kBackground,
-         "answer-group = daemon\nanswer-remote-desktops = on", 5},
-        {"the same, on a seat", "seat0", kAtTheMachine, "answer-remote-desktops = on", 0},
-    };
     std::filesystem::permissions(m_scope.Directory(), std::filesystem::perms::all);
     ServiceProcess service({.Arguments = {"--configuration", Path("service.conf")}});
-    for (const CallerCase& row : cases) {
-        WriteSession(row.seat, row.properties, row.seatOwner);
-        Write("service.conf", row.configuration);
-        const int status = AsUser(kUser,
-                                  [] {
-                                      Client client;
-                                      return static_cast<int>(StatusOf([&client] { client.Open(); }));
-                                  },
-                                  {getgrnam("daemon")->gr_gid});
-        EXPECT_EQ(status, static_cast<int>(row.wanted)) << row.fault;
-    }
+    tests::ExpectScripts("daemon/callers", [&] {
+        return [&](std::string line) -> std::string {
+            if (line.starts_with('#')) {
+                return "";
+            }
+            std::ranges::replace(line, ';', '\n');
+            std::istringstream parts(line);
+            std::string seat, properties, configuration;
+            std::getline(std::getline(std::getline(parts, seat, '|'), properties, '|'), configuration, '|');
+            const bool isOthers = seat.ends_with('=');
+            WriteSession(isOthers ? seat.substr(0, seat.size() - 1) : seat, properties + "\n",
+                         isOthers ? kUser - 1 : kUser);
+            Write("service.conf", configuration);
+            const auto open = [] {
+                Client client;
+                return static_cast<int>(StatusOf([&client] { client.Open(); }));
+            };
+            return "status " + std::to_string(AsUser(kUser, open, {getgrnam("daemon")->gr_gid})) + "\n";
+        };
+    });
     EXPECT_THAT(service.Log(), HasSubstr("line 2: answer-remote-desktops is yes or no"));
 }
 
@@ -276,21 +259,6 @@ TEST_F(Service, ContextsOfKilledClientsRunDown) {
     }
     while (service.NextNotification() != "STATUS=0 connections, 0 open contexts") {
     }
-}
-
-// One client silent, one in the middle of a message, one sending rubbish: the next is answered all the same,
-// and what a vanished client had open is closed.
-TEST_F(Service, HostileClientsDelayNobody) {
-    ServiceProcess service;
-    RawClient silent;
-    RawClient halfway;
-    halfway.Send(platform::rpc::test::FromHex("05000b031000000074000000"));
-    RawClient rubbish;
-    rubbish.Send(platform::rpc::test::FromHex("ffffffffffffffffffffffffffffffffffffffffffffffff"));
-    EXPECT_TRUE(rubbish.Receive().empty());
-    Client client;
-    client.Open();
-    EXPECT_TRUE(client.Read());
 }
 
 TEST_F(Service, StartsAToolOfTheCallersOwn) {

@@ -193,31 +193,19 @@ TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
     EXPECT_EQ(enter(3), Admitted::Serve) << "in the room of the one that left";
 }
 
-TEST_F(ClientAndServerTest, ListeningTakesADeadSocketButNotALivingOne) {
+// What becomes of a dead service's socket: tests/daemon.
+TEST_F(ClientAndServerTest, OneServiceListensAndOthersMayReachIt) {
     const std::string directory = m_endpoints.Directory() + "/new/folder";
     setenv("KELVANE_RPC_DIRECTORY", directory.c_str(), 1);
-    {
-        TestService service;
-        struct stat status {};
-        ASSERT_EQ(stat(directory.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 0755U);
-        ASSERT_EQ(stat(EndpointScope::Socket().c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 0666U);
-        Server second(Kelvane::kHotkeyRpc, std::vector<ServerProcedure>(procedure::Count));
-        EXPECT_THROW(second.Listen(Kelvane::kEndpoint), platform::Exception);
-        Client().Open();
-        // A service that was killed leaves a socket that nobody listens on.
-        ASSERT_EQ(link(EndpointScope::Socket().c_str(), (directory + "/kept").c_str()), 0);
-    }
-    EXPECT_NE(access(EndpointScope::Socket().c_str(), F_OK), 0) << "removed at the end";
-    ASSERT_EQ(rename((directory + "/kept").c_str(), EndpointScope::Socket().c_str()), 0);
-    EXPECT_EQ(StatusOf([] { Client().Open(); }), status::kServerUnavailable);
-    const ListeningSocket socket(EndpointScope::Socket());
-    Server server(Kelvane::kHotkeyRpc, std::vector<ServerProcedure>(procedure::Count, [](ServerCall&) {}));
-    server.Adopt(dup(socket.Get()));
-    const std::jthread thread([&] { server.Run(); });
+    TestService service;
+    struct stat status {};
+    ASSERT_EQ(stat(directory.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0755U);
+    ASSERT_EQ(stat(EndpointScope::Socket().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0666U);
+    Server second(Kelvane::kHotkeyRpc, std::vector<ServerProcedure>(procedure::Count));
+    EXPECT_THROW(second.Listen(Kelvane::kEndpoint), platform::Exception);
     Client().Open();
-    server.Stop();
 }
 
 }  // namespace
