@@ -36,7 +36,7 @@ class Languages(unittest.TestCase):
                     self.assertEqual(*(sorted(re.findall(PLACEHOLDER, each)) for each in (own[key], text)), key)
                 for page in ROOT.glob("pages/*/*.xaml"):
                     uids = re.findall('x:Uid="([^"]+)"', page.read_text("utf-8"))
-                    access = [own[uid + ".AccessKey"] for uid in uids if uid + ".AccessKey" in own]
+                    access = [own[uid + ".AccessKey"].upper() for uid in uids if uid + ".AccessKey" in own]
                     self.assertEqual(len(access), len(set(access)), f"access keys of {page}: {access}")
                 self.assertEqual(list(properties(folder)),
                                  [*properties(STRINGS / "en-US"), "kelvane.1", "kelvane-service.8", "kelvane-log.1"])

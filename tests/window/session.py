@@ -122,6 +122,13 @@ class Program:
                      "the window")[0]
 
 
+def serve(directory, *arguments, **environment):
+    """A service whose endpoint is in that directory, once it can be reached."""
+    service = Program("kelvane-service", "--directory", directory, *arguments, **environment)
+    until(lambda: os.path.exists(f"{directory}/HotkeyRpcEndpoint"), "the service's socket")
+    return service
+
+
 class Stage(Program):
     def __init__(self, *arguments, **environment):
         super().__init__("kelvane-stage", *arguments, KELVANE_PACKAGE_DIRECTORY=f"{BIN}/../stage", **environment)

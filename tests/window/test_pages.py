@@ -4,7 +4,6 @@ import contextlib
 import glob
 import os
 import pathlib
-import re
 import signal
 import subprocess
 import tempfile
@@ -12,7 +11,7 @@ import unittest
 import xml.etree.ElementTree as Xml
 
 from session import (Atspi, SessionServices, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus,
-                     press, run, shown, tab, text_of, until, value, xdotool)
+                     press, run, serve, shown, tab, text_of, until, value, xdotool)
 
 SOURCE = os.path.realpath(f"{__file__}/../../..")
 STRINGS = f"{SOURCE}/package/Strings"
@@ -43,10 +42,9 @@ class Pages(unittest.TestCase):
         for name, text in files.items():
             with open(f"{cls.folder}/{name}", "w", encoding="utf-8") as file:
                 file.write(text)
-        cls.service = cls.enterClassContext(Program(
-            "kelvane-service", "--directory", f"{cls.folder}/rpc", "--system-information", f"{cls.folder}/system",
-            "--usb-type-c", f"{cls.folder}/usb", "--configuration", f"{cls.folder}/configuration"))
-        until(lambda: os.path.exists(f"{cls.folder}/rpc/HotkeyRpcEndpoint"), "the service's socket")
+        cls.service = cls.enterClassContext(serve(
+            f"{cls.folder}/rpc", "--system-information", f"{cls.folder}/system", "--usb-type-c", f"{cls.folder}/usb",
+            "--configuration", f"{cls.folder}/configuration"))
 
     def start(self, *words, service="rpc", state="state", **environment):
         return self.enterContext(Program(
@@ -220,10 +218,8 @@ class Pages(unittest.TestCase):
     def test_a_request_is_undone_by_its_notification(self):
         """The window is on the screen, but the user is elsewhere."""
         desktop = SessionServices()
-        with Program("kelvane-service", "--directory", f"{self.folder}/firmware", "--sysroot",
-                     f"{SOURCE}/tests/machines/business-laptop",
-                     DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"]):
-            until(lambda: os.path.exists(f"{self.folder}/firmware/HotkeyRpcEndpoint"), "the service's socket")
+        with serve(f"{self.folder}/firmware", "--sysroot", f"{SOURCE}/tests/machines/business-laptop",
+                   DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"]):
             program = self.start(service="firmware", state="firmware-state")
             xdotool("windowminimize", "--sync", program.window)
             press(program, "Diagnostics…")
@@ -307,15 +303,6 @@ class Pages(unittest.TestCase):
         has_focus(program, "Serial number")
         xdotool("keydown", control, "key", w, "keyup", control)
         self.assertEqual((program.ended(), program.errors), (0, []))
-
-    def test_no_page_has_an_access_key_twice_in_any_language(self):
-        root = pathlib.Path(__file__).parents[2]
-        for resources in root.glob("package/Strings/*/Resources.resw"):
-            texts = {each.get("name"): each.findtext("value") for each in Xml.parse(resources).iter("data")}
-            for page in root.glob("pages/*/*.xaml"):
-                uids = re.findall('<Button [^>]*x:Uid="([^"]*)"', page.read_text(encoding="utf-8"))
-                keys = [texts[f"{uid}.AccessKey"].upper() for uid in uids if f"{uid}.AccessKey" in texts]
-                self.assertEqual(len(keys), len(set(keys)), f"{resources}, {page}: {keys}")
 
     @staticmethod
     def reach(program, name):
@@ -414,10 +401,9 @@ class Pages(unittest.TestCase):
     @unittest.skipIf("KELVANE_NO_LANGUAGES" in os.environ, "it runs by itself")
     def test_every_language_fits(self):
         """With a machine of two ports, some values that are missing, and long words."""
-        with self.text_settings() as set_text, Program(
-                "kelvane-service", "--directory", f"{self.folder}/ports", "--sysroot", f"{SOURCE}/tests/machines/laptop-with-dock",
+        with self.text_settings() as set_text, serve(
+                f"{self.folder}/ports", "--sysroot", f"{SOURCE}/tests/machines/laptop-with-dock",
                 "--configuration", f"{self.folder}/configuration"):
-            until(lambda: os.path.exists(f"{self.folder}/ports/HotkeyRpcEndpoint"), "the service's socket")
             for file in sorted(glob.glob(f"{STRINGS}/*/Desktop.properties")):
                 with open(file, encoding="utf-8") as properties:
                     locale = properties.readline().strip().removeprefix("Locale=")
@@ -459,9 +445,8 @@ class Pages(unittest.TestCase):
                     self.pages_are_whole(program, "en-US")
 
     def test_a_word_longer_than_the_window_breaks(self):
-        self.enterContext(Program("kelvane-service", "--directory", f"{self.folder}/long", "--sysroot",
-                                  f"{SOURCE}/tests/machines/hostile-texts", "--configuration", f"{self.folder}/configuration"))
-        until(lambda: os.path.exists(f"{self.folder}/long/HotkeyRpcEndpoint"), "the service's socket")
+        self.enterContext(serve(f"{self.folder}/long", "--sysroot", f"{SOURCE}/tests/machines/hostile-texts",
+                                "--configuration", f"{self.folder}/configuration"))
         program = self.start(service="long")
         until(lambda: [node for node in everything(program.application) if node.get_name().startswith("Made by")], "the maker")
         self.assertEqual(self.area(program, "frame", "Kelvane")[2:], (640, 210))
