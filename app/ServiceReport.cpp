@@ -6,6 +6,7 @@
 
 #include "app/TextOutput.h"
 #include "pages/ServiceMessage.h"
+#include "platform/core/EnterLayer.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
 #include "platform/tasks/task.h"
@@ -45,8 +46,9 @@ void WhenServiceAnswered(platform::EventLoop& loop, std::chrono::seconds limit,
     wait->Done = std::move(done);
     platform::Application::WhenIdle([wait, &loop] {
         wait->HasRecords = true;
-        MainViewModel::GetInstance()->DetailsRead().then(
-            [wait, &loop](const platform::task<void>&) { loop.Post([wait] { wait->End(true); }); });
+        MainViewModel::GetInstance()->DetailsRead().then([wait, &loop](const platform::task<void>&) {
+            platform::EnterLayer([&] { loop.Post([wait] { wait->End(true); }); });
+        });
     });
     loop.PostAfter(kPatience, [wait, limit] {
         if (!wait->Ended) {

@@ -24,10 +24,11 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
             state.refused.push_back(std::move(handler));
             return false;
         }
-        m_pending.fetch_add(1);
-        state.queue.push_back({.handler = std::move(handler), .ended = ended});
-        // Under the lock, so that nothing is posted to a loop that is destroyed after Close.
+        // Under the lock, so that nothing is posted to a loop that is destroyed after Close; first, so that a
+        // failure leaves no handler that nothing runs.
         m_loop.Post([self = shared_from_this()] { self->RunNext(); });
+        state.queue.push_back({.handler = std::move(handler), .ended = ended});
+        m_pending.fetch_add(1);
         return true;
     });
     if (!taken) {

@@ -174,10 +174,12 @@ void ApplicationRun::Suspend(std::function<void()> done) {
 }
 
 void ApplicationRun::EndRequested() {
-    if (std::exchange(m_ending, true)) {
+    if (m_ending) {
         return;
     }
+    // Before the end has begun: a request that fails here, as for want of memory, may come again.
     m_world.Loop().PostAfter(kSuspensionLimit, [this] { Finish(); });
+    m_ending = true;
     if (m_extended.IsOpen()) {
         CloseWindow();
         m_world.Loop().PostAfter(kExtensionLimit, [this] {

@@ -52,6 +52,17 @@ int WithEachAllocationFailing(const std::function<void()>& work) {
     }
 }
 
+/// The same for work that passes the failure on.
+int WithEachAllocationThrowing(const std::function<void()>& work) {
+    return WithEachAllocationFailing([&] {
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            // As wanted.
+        }
+    });
+}
+
 class MemoryTest : public ApplicationTest {};
 
 TEST_F(MemoryTest, ALogCallWithoutMemoryLosesItsOwnLineOnlyAndAReadIsAStatus) {
@@ -79,6 +90,18 @@ TEST_F(MemoryTest, ALogCallWithoutMemoryLosesItsOwnLineOnlyAndAReadIsAStatus) {
         EXPECT_EQ(status, 0);
     }});
     EXPECT_NE(Trace().find("the log goes on"), std::string::npos);
+}
+
+TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
+    m_endsItself = true;
+    Run({[&] {
+        const auto dispatcher = platform::CoreWindow::GetForCurrentThread()->Dispatcher();
+        const auto post = [&] { dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [] {}); };
+        EXPECT_GT(WithEachAllocationThrowing(post), 1);
+        EXPECT_EQ(dispatcher->Pending(), 1U);
+        EXPECT_GT(WithEachAllocationThrowing([&] { m_world->Client().EndRequested(); }), 0);
+        m_clock.Advance(std::chrono::seconds(5));
+    }});
 }
 
 }  // namespace
