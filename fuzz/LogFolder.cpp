@@ -171,7 +171,7 @@ std::vector<std::string> fuzz::Seeds() {
     for (const auto& files : {file(0, second + first) + file(3, first) + file(5, second),
                               file(3, first) + file(4, second) + file(6, foreign),
                               file(1, first + second) + file(2, second.substr(0, kPiece)) + file(7, damaged),
-                              file(0, damaged) + file(6, "text") + file(1, "text"),
+                              file(0, damaged) + file(6, "text") + file(1, "text"), file(0, second + first),
                               file(0, "") + file(3, "") + file(8, "x") + file(2, foreign)}) {
         Add(seeds, {0, kRunning, kOnlyNewest, kTakenMeanwhile}, files);
     }

@@ -165,7 +165,10 @@ void LogSources::Say(const OnProblem& listener, const Source& source, const std:
 }
 
 void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
-    if (!IsNamed(path) && IsGone(path)) {
+    const bool mustExist = std::ranges::any_of(
+        m_places, [&](const Place& place) { return place.Path == path && !place.MayBeMissing; });
+    if (!mustExist && IsGone(path)) {
+        // Its messages may be in another file by now.
         m_again = true;
         return;
     }
