@@ -40,6 +40,7 @@ class ApplicationTest : public testing::Test {
     void StartService(std::map<unsigned, platform::rpc::ServerProcedure> others = {},
                       platform::rpc::ServerOptions options = {},
                       platform::rpc::ServerProcedure readDetails = {});
+    void StopService() { m_service.reset(); }
 
     /// The element of this name in the window.
     template <typename Element>

@@ -68,6 +68,10 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
         m_systemInformation = Record(Letters(10));
         m_onRequest = [this] { AnswerRequest(); };
     }
+    ~ScriptTest() override {
+        // Its procedures use what the script has set.
+        StopService();
+    }
 
     void Play(const std::vector<std::string>& lines) {
         for (const auto& line : lines) {
