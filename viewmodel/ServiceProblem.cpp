@@ -29,6 +29,8 @@ constexpr Meaning kMeanings[] = {
     {kNoAnswer, u"ServiceNoAnswer"},
     {status::kInvalidEndpointFormat, u"ServicePlaceInvalid"},
     {kNoInterface, u"ServiceOtherVersion"},
+    // The program has no file descriptor left, or no thread.
+    {status::kOutOfResources, u"ServiceOutOfMemory"},
     {status::kServerUnavailable, u"ServiceNotRunning", u"ServiceAnswerLost"},
     {status::kServerTooBusy, u"ServiceTooBusy"},
     {status::kCallFailed, u"ServiceAnswerLost"},

@@ -76,8 +76,13 @@ TEST_F(Service, ServesARecordedMachine) {
     EXPECT_EQ(json, DetailsDocument(ReadMachine(files), {}, ReadFirmwareFlag({})));
 }
 
-TEST_F(Service, SecondInstanceIsRefusedAndTheFirstGoesOn) {
+TEST_F(Service, ASecondInstanceIsRefusedAndTheFirstCanBeReached) {
+    const std::string directory = Path("new/folder");
+    setenv("KELVANE_RPC_DIRECTORY", directory.c_str(), 1);
     ServiceProcess first;
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(directory).permissions(), perms{0755});
+    EXPECT_EQ(std::filesystem::status(EndpointScope::Socket()).permissions(), perms{0666});
     ServiceProcess second({.ExpectReady = false});
     EXPECT_EQ(second.WaitForEnd(), 1);
     EXPECT_THAT(second.Log(), HasSubstr("already listens"));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -109,6 +110,13 @@ class Scenario {
             std::filesystem::remove(m_state.Logs() / "S-1.live.new");
         } else if (verb == "leave-file") {
             tests::WriteBytes(m_state.Logs() / "S-7-1.etl", tests::LogFile({u"left"}));
+        } else if (verb == "without-descriptors") {
+            rlimit limit{};
+            getrlimit(RLIMIT_NOFILE, &limit);
+            const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+            setrlimit(RLIMIT_NOFILE, &none);
+            Do(line.substr(line.find(' ') + 1));
+            setrlimit(RLIMIT_NOFILE, &limit);
         } else if (verb == "disk") {
             m_isPossible = MountDisk("size=" + std::to_string(count) + "k");
         } else if (verb == "files") {

@@ -8,7 +8,6 @@
 #include <deque>
 #include <filesystem>
 
-#include "platform/core/Exception.h"
 #include "platform/rpc/Admission.h"
 #include "service/DetailsClient.h"
 #include "tests/support/RpcSupport.h"
@@ -191,21 +190,6 @@ TEST(AdmissionTest, StrangersTakeNoRoomAndNobodyTakesAll) {
     EXPECT_EQ(comeAgain(), Admitted::Serve);
     EXPECT_EQ(comeAgain(), Admitted::TooMany) << "in a second";
     EXPECT_EQ(enter(3), Admitted::Serve) << "in the room of the one that left";
-}
-
-// What becomes of a dead service's socket: tests/daemon.
-TEST_F(ClientAndServerTest, OneServiceListensAndOthersMayReachIt) {
-    const std::string directory = m_endpoints.Directory() + "/new/folder";
-    setenv("KELVANE_RPC_DIRECTORY", directory.c_str(), 1);
-    TestService service;
-    struct stat status {};
-    ASSERT_EQ(stat(directory.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0755U);
-    ASSERT_EQ(stat(EndpointScope::Socket().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0666U);
-    Server second(Kelvane::kHotkeyRpc, std::vector<ServerProcedure>(procedure::Count));
-    EXPECT_THROW(second.Listen(Kelvane::kEndpoint), platform::Exception);
-    Client().Open();
 }
 
 }  // namespace

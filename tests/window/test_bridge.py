@@ -8,7 +8,7 @@ import time
 import unittest
 
 from gi.repository import Gio, GLib
-from session import BIN, Atspi, Stage, descriptions, everything, gone, has_focus, press, run, shown, text_of, until, xdotool
+from session import BIN, Atspi, Stage, descriptions, everything, gone, has_focus, press, run, shown, sound_server, text_of, until, xdotool
 
 LABEL, BOX, BUTTON = "label", "text", "push button"
 
@@ -191,6 +191,18 @@ class Starts(unittest.TestCase):
     def test_without_a_display_it_says_so_and_nothing_else(self):
         with Stage(DISPLAY=":987", WAYLAND_DISPLAY="") as stage:
             self.assertEqual((stage.ended(), stage.errors, stage.lines), (2, ["no display"], []))
+
+    def test_a_sound_server_that_ends_in_the_middle_is_a_failure_of_the_sound(self):
+        with tempfile.TemporaryDirectory() as folder:
+            server = sound_server(f"{folder}/socket", "module-null-sink")
+            with Stage(PULSE_SERVER=f"unix:{folder}/socket") as stage:
+                stage.say("speak " + "5CG1234XYZ" * 30)
+                until(lambda: run("pactl", "-s", f"unix:{folder}/socket", "list", "short", "sink-inputs").stdout, "the sound")
+                server.kill()
+                server.wait()
+                stage.heard("sound failed")
+                stage.say("exit")
+                self.assertEqual((stage.ended(), stage.errors), (0, []))
 
     @staticmethod
     def brightness(stage, which):
