@@ -79,6 +79,10 @@ platform::rpc::ServerOptions Limits(Procedures& procedures) {
         }
         return may;
     };
+    limits.Exhausted = [](const std::string& why) {
+        Log(Priority::Warning, "a client could not be served (" + why +
+                                   "); raise the service's limits or end what uses them up");
+    };
     limits.MaxRequestBytes = 16 * kKiB;
     limits.MaxConnections = kMaxConnections;
     limits.MaxConnectionsPerUser = 32;

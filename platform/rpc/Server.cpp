@@ -10,10 +10,9 @@
 #include <cerrno>
 #include <system_error>
 #include <thread>
+#include <utility>
 
-#include "platform/core/DebugOutput.h"
 #include "platform/core/Exception.h"
-#include "platform/core/Text.h"
 #include "platform/rpc/Refusals.h"
 #include "platform/rpc/ServerConnection.h"
 
@@ -145,16 +144,28 @@ bool Server::AcceptWaiting(int listener) {
     for (int i = 0; i < kAcceptedAtOnce; ++i) {
         FileDescriptor socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (!socket) {
-            return errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != ENOBUFS;
+            const int error = errno;
+            const bool isExhausted =
+                error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
+            if (isExhausted) {
+                SayExhausted(std::generic_category().message(error));
+            }
+            return !isExhausted;
         }
         try {
             Admit(std::move(socket));
         } catch (const std::exception& exception) {
-            OutputDebugStringW(u"rpc: client turned away: " + FromUtf8(exception.what()));
+            SayExhausted(exception.what());
             return false;
         }
     }
     return true;
+}
+
+void Server::SayExhausted(const std::string& why) {
+    if (!std::exchange(m_exhaustedSaid, true) && m_shared->Options.Exhausted) {
+        m_shared->Options.Exhausted(why);
+    }
 }
 
 void Server::Admit(FileDescriptor socket) {
@@ -166,6 +177,7 @@ void Server::Admit(FileDescriptor socket) {
     }
     try {
         m_served.emplace_back(*m_shared, std::move(socket), caller, m_doorbell.Get());
+        m_exhaustedSaid = false;
     } catch (...) {
         m_shared->Admission.Leave(caller.Uid);
         throw;

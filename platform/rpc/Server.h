@@ -59,6 +59,7 @@ class Server {
     struct ServedConnection;
 
     bool AcceptWaiting(int listener);
+    void SayExhausted(const std::string& why);
     void Admit(FileDescriptor socket);
     void EndServed() noexcept;
 
@@ -70,6 +71,8 @@ class Server {
     // The thread in Run.
     std::list<ListeningSocket> m_listening;
     std::list<FileDescriptor> m_adopted;
+    /// Since a client was last served.
+    bool m_exhaustedSaid = false;
     std::list<ServedConnection> m_served;
     const std::unique_ptr<Refusals> m_refusals;
 };

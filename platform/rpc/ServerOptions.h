@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <string>
 
 #include "platform/rpc/Socket.h"
 
@@ -14,6 +15,9 @@ struct ServerOptions {
     /// Whether a caller may call; asked once per connection on the thread in Run, which accepts no other one
     /// until it returns. The calls of one that may not fail with status 5. Empty: everybody may.
     std::function<bool(const SocketCredentials&)> Accept{};
+    /// Called in Run when the process has no descriptor or thread for a client, with the reason; then not
+    /// again until a client has been served.
+    std::function<void(const std::string&)> Exhausted{};
 
     std::size_t MaxRequestBytes = std::size_t{1} << 20;
 

@@ -53,17 +53,6 @@ int WithEachAllocationFailing(const std::function<void()>& work) {
     }
 }
 
-/// The same for work that passes the failure on.
-int WithEachAllocationThrowing(const std::function<void()>& work) {
-    return WithEachAllocationFailing([&] {
-        try {
-            work();
-        } catch (const std::bad_alloc&) {
-            // As wanted.
-        }
-    });
-}
-
 class MemoryTest : public ApplicationTest {};
 
 TEST_F(MemoryTest, ALogCallWithoutMemoryLosesItsOwnLineOnlyAndAReadIsAStatus) {
@@ -96,13 +85,21 @@ TEST_F(MemoryTest, ALogCallWithoutMemoryLosesItsOwnLineOnlyAndAReadIsAStatus) {
 TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
     m_endsItself = true;
     Run({[&] {
+        const auto failing = [](const std::function<void()>& work) {
+            return WithEachAllocationFailing([&] {
+                try {
+                    work();
+                } catch (const std::bad_alloc&) {
+                }
+            });
+        };
         // One of the test's own: workers post to the window's meanwhile.
         const auto dispatcher = std::make_shared<platform::CoreDispatcher>(m_world->Loop());
         const auto post = [&] { dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [] {}); };
-        EXPECT_GT(WithEachAllocationThrowing(post), 1);
+        EXPECT_GT(failing(post), 1);
         EXPECT_EQ(dispatcher->Pending(), 1U);
         dispatcher->Close();
-        EXPECT_GT(WithEachAllocationThrowing([&] { m_world->Client().EndRequested(); }), 0);
+        EXPECT_GT(failing([&] { m_world->Client().EndRequested(); }), 0);
         m_clock.Advance(std::chrono::seconds(5));
     }});
 }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -136,6 +137,22 @@ TEST_F(ClientAndServerTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
     clock.Advance(std::chrono::seconds(1));
     Client().Open();
     EXPECT_TRUE(silent.back().Receive().empty()) << "has not asked in time";
+}
+
+TEST_F(ClientAndServerTest, WithoutADescriptorAClientIsServedLaterAndTheReasonSaidOnce) {
+    std::counting_semaphore<> said{0};
+    const TestService service({}, {.Exhausted = [&said](const std::string&) { said.release(); }});
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const int next = dup(STDIN_FILENO);  // the one that the client gets, and the last
+    close(next);
+    const rlimit low{.rlim_cur = static_cast<rlim_t>(next) + 1, .rlim_max = limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &low);
+    RawClient waiting;
+    said.acquire();
+    setrlimit(RLIMIT_NOFILE, &limit);
+    Client().Open();
+    EXPECT_FALSE(said.try_acquire());
 }
 
 TEST_F(ClientAndServerTest, AListenerOfAnotherUserIsNotTrusted) {

@@ -121,11 +121,6 @@ class RpcClientTest : public testing::Test {
     EndpointScope m_endpoints;
 };
 
-TEST_F(RpcClientTest, TheEndpointsDirectoryMayMakeTheBindingImpossible) {
-    setenv("KELVANE_RPC_DIRECTORY", std::string(200, 'x').c_str(), 1);
-    EXPECT_EQ(RpcClient().Initialize(), 1706);
-}
-
 TEST_F(RpcClientTest, AServiceThatIsStuckAtTheCloseDoesNotHoldTheClient) {
     std::binary_semaphore ended(0);
     TestService service({{procedure::CloseContext, [&](ServerCall&) { ended.acquire(); }}});
