@@ -61,11 +61,12 @@ TEST_F(StartTest, FlowsRightToLeftForALanguageThatAsksForIt) {
         EXPECT_EQ(text->FlowDirection(), platform::FlowDirection::RightToLeft);
         const auto strip =
             dynamic_cast<platform::Panel*>(Find<platform::UIElement>(u"TitleBarDragArea")->Parent());
-        m_world->Window().SetOverlayInsets({.Left = 0, .Right = 114});
-        EXPECT_EQ(strip->Padding(), (platform::Thickness{.Left = 114, .Top = 0, .Right = 0, .Bottom = 0}));
         m_world->Window().SetOverlayInsets({.Left = 74, .Right = 34});
         EXPECT_EQ(strip->Padding(), (platform::Thickness{.Left = 34, .Top = 0, .Right = 74, .Bottom = 0}));
         EXPECT_EQ(strip->Layout().Height, 30);
+        platform::Window::Current()->Content()->FlowDirection(platform::FlowDirection::LeftToRight);
+        m_world->Window().SetOverlayInsets({.Left = 20, .Right = 10});
+        EXPECT_EQ(strip->Padding(), (platform::Thickness{.Left = 20, .Top = 0, .Right = 10, .Bottom = 0}));
         // The next start's frame has no direction of its own.
         m_world->Client().Started({"kelvane:?x=1"}, false);
     };

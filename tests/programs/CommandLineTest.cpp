@@ -12,8 +12,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-
 /// Has a shell run `commandLine` (a program of the build's, its arguments and redirections; other commands
 /// may follow) without a display and a service and in a state folder of its own. What a terminal shows of it:
 /// the output, the errors behind "!", and the exit status.
@@ -47,7 +45,7 @@ TEST(CommandLine, WordsAreLaunchArgumentsWhereverOptionsStand) {
     const auto read = [](const std::vector<std::string>& arguments) {
         return Kelvane::ReadCommandLine(platform::ParseArguments(Kelvane::kProgram, arguments));
     };
-    EXPECT_THAT(read({"-", "++", "[a,b]"}).Words, ElementsAre("-", "++", "[a,b]"));
+    EXPECT_THAT(read({"-", "++", "[a,b]"}).Words, testing::ElementsAre("-", "++", "[a,b]"));
     EXPECT_EQ(read({"--screenshot", "[a,b].png", "hot"}).Screenshot, "[a,b].png");
     EXPECT_TRUE(read({"--gapplication-service"}).Background);
     EXPECT_EQ(read({"--text"}).Timeout, std::chrono::seconds(30));
