@@ -4,6 +4,7 @@ import contextlib
 import glob
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import tempfile
