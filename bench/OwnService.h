@@ -27,7 +27,9 @@ class OwnService {
     OwnService(const OwnService&) = delete;
     OwnService& operator=(const OwnService&) = delete;
 
-    std::filesystem::path Socket() const { return m_directory.Path() + "/" + platform::ToUtf8(Kelvane::kEndpoint); }
+    std::filesystem::path Socket() const {
+        return m_directory.Path() + "/" + platform::ToUtf8(Kelvane::kEndpoint);
+    }
 
   private:
     static std::vector<platform::rpc::ServerProcedure> Procedures() {

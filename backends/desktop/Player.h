@@ -12,8 +12,8 @@ namespace desktop {
 /// anything.
 class Player {
   public:
-    /// Loads what Play needs, on a thread that nobody waits for; later calls return at once. Throws a platform exception where
-    /// libpulse is not installed.
+    /// Loads what Play needs, on a thread that nobody waits for; later calls return at once. Throws a
+    /// platform exception where libpulse is not installed.
     static void Load();
 
     /// See platform::SpeechEngine.

@@ -15,7 +15,8 @@ namespace platform {
 
 namespace {
 
-/// What a usual run logs fits into one; the others take memory only in a program that logs more, from its first full image on.
+/// What a usual run logs fits into one; the others take memory only in a program that logs more, from its
+/// first full image on.
 constexpr std::size_t kImagesAtStart = 2;
 
 /// How often storing is tried again during an outage, and how long a caller waits for a slow disk.
