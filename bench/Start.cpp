@@ -45,6 +45,7 @@ class Child {
     /// Throws std::runtime_error where it cannot be started.
     explicit Child(std::vector<std::string> command) {
         std::vector<char*> arguments;
+        arguments.reserve(command.size() + 1);
         for (auto& word : command) {
             arguments.push_back(word.data());
         }

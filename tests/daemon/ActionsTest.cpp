@@ -131,7 +131,7 @@ TEST(SystemBus, GivesUpABusThatAcceptsAndStaysSilent) {
     const platform::rpc::ListeningSocket silent(scope.Socket());
     setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + scope.Socket()).c_str(), 1);
     try {
-        SystemBus(std::chrono::milliseconds(50));
+        const SystemBus bus(std::chrono::milliseconds(50));
         ADD_FAILURE() << "has connected";
     } catch (const ActionError& error) {
         EXPECT_EQ(error.Code(), ActionError::Status::TimedOut);

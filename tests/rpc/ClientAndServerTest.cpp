@@ -19,7 +19,6 @@ namespace platform::rpc::test {
 namespace {
 
 using testing::Optional;
-namespace procedure = Kelvane::procedure;
 
 class ClientAndServerTest : public testing::Test {
   protected:
@@ -140,6 +139,9 @@ TEST_F(ClientAndServerTest, RefusedCallersAreAnsweredWithoutAThreadAndNotKept) {
 }
 
 TEST_F(ClientAndServerTest, WithoutADescriptorAClientIsServedLaterAndTheReasonSaidOnce) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the undefined-behaviour sanitizer looks at objects through a pipe";
+#endif
     std::counting_semaphore<> said{0};
     const TestService service({}, {.Exhausted = [&said](const std::string&) { said.release(); }});
     rlimit limit{};
