@@ -173,20 +173,37 @@ TEST(ThreadPool, WaitingForALockTakesNoWorkerFromOtherWorkAndEndsWithThePool) {
     mutex.unlock();
 }
 
-TEST(ThreadPool, AWorkerInTwoRegionsCountsAsBlockedOnce) {
+/// Has `count` workers enter regions, once `start` is there, until a task that was created after theirs runs.
+void BlockWorkers(unsigned count, const std::shared_future<void>& start,
+                  const std::function<void()>& created) {
     std::promise<void> go;
     const auto gone = go.get_future().share();
     std::vector<task<void>> blocked;
-    for (unsigned i = 0; i < kMoreThanWorkers; ++i) {
-        blocked.push_back(create_task([gone] {
+    for (unsigned i = 0; i < count; ++i) {
+        blocked.push_back(create_task([start, gone] {
+            start.wait();
             const BlockingRegion outer;
             const BlockingRegion inner;
             EXPECT_EQ(gone.wait_for(kLimit), std::future_status::ready);
         }));
     }
     create_task([&] { go.set_value(); });
+    created();
     for (const auto& each : blocked) {
         each.wait();
+    }
+}
+
+TEST(ThreadPool, AWorkerInTwoRegionsCountsAsBlockedOnceAndIsReplacedAlsoByOneThatWaits) {
+    std::promise<void> start;
+    const auto started = start.get_future().share();
+    const auto begin = [&] { start.set_value(); };
+    BlockWorkers(kMoreThanWorkers, started, begin);
+    // Those that were started for it wait now. Which of two threads is faster decides whether one has looked
+    // in vain before.
+    for (int i = 0; i < 200; ++i) {
+        start = {};
+        BlockWorkers(kMoreThanWorkers / 2, start.get_future().share(), begin);
     }
 }
 
