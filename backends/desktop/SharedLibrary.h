@@ -5,7 +5,7 @@
 namespace desktop {
 
 /// A library that is loaded when it is first needed, for what most runs don't do: loaded at the start, the
-/// libraries of speech and sound take 2 MB and a tenth of the time. It stays loaded. Any thread.
+/// libraries of speech and sound would take 2 MB. It stays loaded. Any thread.
 class SharedLibrary {
   public:
     /// `file` as the dynamic loader finds it ("libpulse.so.0"). Throws a platform exception where it cannot
