@@ -154,8 +154,9 @@ std::optional<LogSources::Stamp> LogSources::StampOf(const std::filesystem::path
                  .time = status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
 }
 
-bool LogSources::IsNamed(const std::filesystem::path& path) const {
-    return std::ranges::any_of(m_places, [&](const Place& place) { return place.Path == path; });
+const Place* LogSources::FindPlace(const std::filesystem::path& path) const {
+    const auto found = std::ranges::find(m_places, path, &Place::Path);
+    return found == m_places.end() ? nullptr : &*found;
 }
 
 void LogSources::Say(const OnProblem& listener, const Source& source, const std::string& what) {
@@ -165,9 +166,8 @@ void LogSources::Say(const OnProblem& listener, const Source& source, const std:
 }
 
 void LogSources::Fail(const std::filesystem::path& path, const platform::Exception& exception) {
-    const bool mustExist = std::ranges::any_of(
-        m_places, [&](const Place& place) { return place.Path == path && !place.MayBeMissing; });
-    if (!mustExist && IsGone(path)) {
+    const auto* const place = FindPlace(path);
+    if ((place == nullptr || place->MayBeMissing) && IsGone(path)) {
         // Its messages may be in another file by now.
         m_again = true;
         return;
@@ -199,7 +199,7 @@ void LogSources::AddLiveFile(const std::filesystem::path& path, std::vector<Sour
     // A live file is empty while it is created; that is an error only for a file named by the user.
     std::error_code gone;
     const auto size = std::filesystem::file_size(path, gone);
-    if (!isOne && (IsNamed(path) || (!gone && size != 0 && size < sizeof(etl::FileHeader)))) {
+    if (!isOne && (FindPlace(path) != nullptr || (!gone && size != 0 && size < sizeof(etl::FileHeader)))) {
         throw platform::Exception(platform::result::kInvalidArgument,
                                   u"it is no log file of a running program");
     }

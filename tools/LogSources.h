@@ -73,7 +73,8 @@ class LogSources {
     void ReadSource(const Source& source);
     /// Empty when the source has moved on.
     std::vector<std::byte> BytesOf(const Source& source);
-    bool IsNamed(const std::filesystem::path& path) const;
+    /// The place that is `path` itself; null for a file of a folder.
+    const Place* FindPlace(const std::filesystem::path& path) const;
     void Say(const OnProblem& listener, const Source& source, const std::string& what);
     void Fail(const std::filesystem::path& path, const platform::Exception& exception);
 
