@@ -1,7 +1,6 @@
 #include "platform/tasks/ThreadPool.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "platform/core/Exception.h"
