@@ -28,7 +28,7 @@ constexpr CaptionButton kButtons[] = {
     {"close", "window.close", kCloseGlyph, "Close"},
 };
 /// In place of "maximize" while the window is maximized.
-constexpr CaptionButton kRestore{"maximize", "window.toggle-maximized", kRestoreGlyph, "Restore"};
+constexpr CaptionButton kRestoreButton{"maximize", "window.toggle-maximized", kRestoreGlyph, "Restore"};
 
 GtkWidget* NewButton(const CaptionButton& button) {
     constexpr double kSize = 16;
@@ -96,8 +96,9 @@ void CaptionButtons::Rebuild() {
             words.remove_prefix(std::min(word.size() + 1, words.size()));
             const auto* const button = std::ranges::find(kButtons, word, &CaptionButton::word);
             if (button != std::end(kButtons)) {
-                const bool restores = word == kRestore.word && gtk_window_is_maximized(m_window) != FALSE;
-                gtk_box_append(GTK_BOX(end), NewButton(restores ? kRestore : *button));
+                const bool restores =
+                    word == kRestoreButton.word && gtk_window_is_maximized(m_window) != FALSE;
+                gtk_box_append(GTK_BOX(end), NewButton(restores ? kRestoreButton : *button));
             }
         }
     }

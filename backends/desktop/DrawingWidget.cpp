@@ -25,8 +25,8 @@ DrawingWidget* Of(GtkWidget* widget) {
     return reinterpret_cast<DrawingWidget*>(widget);
 }
 
-constexpr auto Measure = [](GtkWidget* widget, GtkOrientation, int, int* minimum, int* natural,
-                            int* minimumBaseline, int* naturalBaseline) {
+constexpr auto MeasureDrawing = [](GtkWidget* widget, GtkOrientation, int, int* minimum, int* natural,
+                                   int* minimumBaseline, int* naturalBaseline) {
     *minimum = *natural = Pixels(Of(widget)->size);
     *minimumBaseline = *naturalBaseline = -1;
 };
@@ -54,7 +54,7 @@ void drawing_widget_init(DrawingWidget*) {}
 void drawing_widget_class_init(DrawingWidgetClass* type) {
     G_OBJECT_CLASS(type)->finalize = Callback(Finalize);
     auto* const widget = GTK_WIDGET_CLASS(type);
-    widget->measure = Callback(Measure);
+    widget->measure = Callback(MeasureDrawing);
     widget->snapshot = Callback(Snapshot);
 }
 

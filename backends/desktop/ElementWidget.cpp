@@ -23,8 +23,8 @@ Layout OwnLayout(GtkWidget* widget) {
     return layout != nullptr ? (*layout)() : Layout();
 }
 
-constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum,
-                            int* natural, int* minimumBaseline, int* naturalBaseline) {
+constexpr auto MeasureElement = [](GtkWidget* widget, GtkOrientation orientation, int forSize, int* minimum,
+                                   int* natural, int* minimumBaseline, int* naturalBaseline) {
     *minimum = *natural = 0;
     *minimumBaseline = *naturalBaseline = -1;
     const auto extent = std::visit([&](const auto& layout) { return layout.Measure(orientation, forSize); },
@@ -33,7 +33,7 @@ constexpr auto Measure = [](GtkWidget* widget, GtkOrientation orientation, int f
     *natural = extent.Natural;
 };
 
-constexpr auto Allocate = [](GtkWidget* widget, int width, int height, int /*baseline*/) {
+constexpr auto AllocateElement = [](GtkWidget* widget, int width, int height, int /*baseline*/) {
     std::visit([&](const auto& layout) { layout.Allocate(width, height, gtk_widget_get_direction(widget)); },
                OwnLayout(widget));
 };
@@ -51,8 +51,8 @@ void element_widget_init(ElementWidget*) {}
 void element_widget_class_init(ElementWidgetClass* type) {
     G_OBJECT_CLASS(type)->dispose = Callback(Dispose);
     auto* const widget = GTK_WIDGET_CLASS(type);
-    widget->measure = Callback(Measure);
-    widget->size_allocate = Callback(Allocate);
+    widget->measure = Callback(MeasureElement);
+    widget->size_allocate = Callback(AllocateElement);
     widget->get_request_mode = Callback(RequestMode);
     gtk_widget_class_set_css_name(widget, "element");
     gtk_widget_class_set_accessible_role(widget, GTK_ACCESSIBLE_ROLE_GROUP);
