@@ -40,8 +40,8 @@ class OwnService {
             call.SetContext(std::make_shared<int>());
         };
         procedures[procedure::CloseContext] = [](ServerCall& call) { call.SetContext(nullptr); };
-        procedures[procedure::ReadSysInfo] = [](ServerCall& call) {
-            call.SetText(0, std::u16string(300, u'x'));
+        procedures[procedure::ReadSysInfo] = [record = std::u16string(300, u'x')](ServerCall& call) {
+            call.SetText(0, record);
         };
         return procedures;
     }

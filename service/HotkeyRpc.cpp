@@ -4,11 +4,14 @@
 #include <bit>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 
 #include "platform/core/DebugOutput.h"
 #include "platform/rpc/Ndr.h"
 
 namespace Kelvane {
+
+using namespace std::literals;
 
 namespace {
 
@@ -118,12 +121,12 @@ constinit const platform::rpc::InterfaceDescription kHotkeyRpc{
 };
 
 void* midl_user_allocate(std::size_t bytes) {
-    platform::OutputDebugStringW(u"KELVANE midl_user_allocate");
+    platform::OutputDebugStringW(u"KELVANE midl_user_allocate"sv);
     return std::calloc(1, bytes);
 }
 
 void midl_user_free(void* block) {
-    platform::OutputDebugStringW(u"KELVANE midl_user_free");
+    platform::OutputDebugStringW(u"KELVANE midl_user_free"sv);
     std::free(block);
 }
 

@@ -55,15 +55,17 @@ std::size_t ChooseAccepted(const BindAckBody& ack, const std::vector<BindElement
 
 void ClientConnection::Call(const InterfaceDescription& interface, const Procedure& procedure,
                             const CallValues& in, const std::function<void(const CallValues& out)>& receive) {
-    if (m_caller.load() == std::this_thread::get_id()) {
+    // Only a thread's own entry counts for it, so the order in which threads see others' does not matter.
+    constexpr auto kRelaxed = std::memory_order_relaxed;
+    if (m_caller.load(kRelaxed) == std::this_thread::get_id()) {
         throw RpcException(status::kCallInProgress);
     }
     const BlockingRegion region([this] { Cancel(); });
     const std::lock_guard lock(m_mutex);
-    m_caller = std::this_thread::get_id();
+    m_caller.store(std::this_thread::get_id(), kRelaxed);
     struct ForgetCaller {
         std::atomic<std::thread::id>& Caller;
-        ~ForgetCaller() { Caller = std::thread::id(); }
+        ~ForgetCaller() { Caller.store(std::thread::id(), kRelaxed); }
     } const forget{m_caller};
 
     if (m_cancelled) {

@@ -45,8 +45,9 @@ class NdrWriter {
   private:
     void Put(Item item, const void* bytes) {
         const auto [size, alignment] = LayoutOf(m_syntax, item);
-        m_out.resize(m_out.size() + PaddingTo(alignment, m_out.size() - m_start));
-        Append(m_out, ByteView(static_cast<const std::byte*>(bytes), size));
+        const std::size_t position = m_out.size() + PaddingTo(alignment, m_out.size() - m_start);
+        m_out.resize(position + size);
+        Copy({static_cast<const std::byte*>(bytes), size}, m_out.data() + position);
     }
 
     const TransferSyntax& m_syntax;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Text.h"
@@ -208,9 +209,9 @@ void ServerConnection::Dispatch(const Call& request) {
     const Procedure& procedure = served->Interface.Procedures[m_call.Operation];
     const ServerProcedure& body = served->Procedures[m_call.Operation];
     std::optional<ServerCall> call;
-    NdrServerCallAll(
-        *syntax, procedure, request.Stub,
-        [&](CallValues& values) { RunProcedure(body, procedure, values, call); }, m_message);
+    const auto run = [&](CallValues& values) { RunProcedure(body, procedure, values, call); };
+    // By reference, so that nothing is allocated for it.
+    NdrServerCallAll(*syntax, procedure, request.Stub, std::ref(run), m_message);
 }
 
 /// `call` owns the texts that are returned, so it belongs to the caller.

@@ -112,9 +112,9 @@ void ThreadPool::Stop() {
     std::unique_lock lock(m_mutex);
     m_stopping = true;
     m_onIdle = nullptr;
-    for (auto* interrupt : m_interrupts) {
-        if (*interrupt) {
-            (*interrupt)();
+    for (const auto* region = m_regions; region != nullptr; region = region->m_next) {
+        if (region->m_interrupt) {
+            region->m_interrupt();
         }
     }
     m_wake.notify_all();
@@ -127,7 +127,10 @@ BlockingRegion::BlockingRegion(std::function<void()> interrupt)
     : m_interrupt(std::move(interrupt)), m_onWorker(t_pool == &ThreadPool::Default()) {
     auto& pool = ThreadPool::Default();
     const std::lock_guard lock(pool.m_mutex);
-    m_position = pool.m_interrupts.insert(pool.m_interrupts.end(), &m_interrupt);
+    m_next = std::exchange(pool.m_regions, this);
+    if (m_next != nullptr) {
+        m_next->m_previous = this;
+    }
     if (pool.m_stopping && m_interrupt) {
         m_interrupt();
     }
@@ -150,7 +153,10 @@ void BlockingRegion::VerifyProgress() const {
 BlockingRegion::~BlockingRegion() {
     auto& pool = ThreadPool::Default();
     const std::lock_guard lock(pool.m_mutex);
-    pool.m_interrupts.erase(m_position);
+    (m_previous != nullptr ? m_previous->m_next : pool.m_regions) = m_next;
+    if (m_next != nullptr) {
+        m_next->m_previous = m_previous;
+    }
     --t_regions;
     if (m_onWorker && t_regions == 0) {
         --pool.m_blocked;

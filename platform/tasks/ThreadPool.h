@@ -4,13 +4,14 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 namespace platform {
+
+class BlockingRegion;
 
 /// Low is background work, which no page waits for.
 enum class WorkItemPriority { Normal, Low };
@@ -69,7 +70,8 @@ class ThreadPool {
     std::condition_variable m_workerLeft;
     std::deque<Item> m_queue;
     std::vector<std::jthread> m_threads;
-    std::list<std::function<void()>*> m_interrupts;
+    /// The first of the blocking regions of all threads.
+    BlockingRegion* m_regions = nullptr;
     std::function<void()> m_onIdle;
     std::size_t m_live = 0;
     std::size_t m_waiting = 0;
@@ -95,9 +97,13 @@ class BlockingRegion {
     void VerifyProgress() const;
 
   private:
-    std::function<void()> m_interrupt;
-    std::list<std::function<void()>*>::iterator m_position;
-    bool m_onWorker;
+    friend class ThreadPool;
+
+    const std::function<void()> m_interrupt;
+    // Linked here, so that a remote call allocates nothing for it. Guarded by the pool's lock.
+    BlockingRegion* m_previous = nullptr;
+    BlockingRegion* m_next = nullptr;
+    const bool m_onWorker;
     bool m_isStuck = false;
 };
 
