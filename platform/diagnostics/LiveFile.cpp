@@ -77,10 +77,7 @@ void LiveFile::Create() {
                 continue;
             }
             WriteInPlace(file);
-            const int error = posix_fallocate(file.Get(), 0, kSize);
-            if (error != 0) {
-                throw ExceptionFromErrno("reserve " + path.string(), error);
-            }
+            Reserve(file, path, kSize);
         } catch (const Exception&) {
             if (isEmpty) {
                 unlink(path.c_str());

@@ -56,10 +56,7 @@ std::filesystem::path LogFiles::Store(std::span<const std::byte> bytes, const st
     const auto unfinished = UnfinishedBeside(live);
     try {
         const auto file = OpenFile(unfinished, O_WRONLY | O_CREAT | O_TRUNC);
-        const int error = posix_fallocate(file.Get(), 0, static_cast<off_t>(bytes.size()));
-        if (error != 0) {
-            throw ExceptionFromErrno("reserve " + unfinished.string(), error);
-        }
+        Reserve(file, unfinished, bytes.size());
         WriteAt(file, unfinished, bytes, 0);
         return GiveName(unfinished, live);
     } catch (const Exception&) {

@@ -25,6 +25,20 @@ FileDescriptor OpenFile(const std::filesystem::path& path, int flags) {
     return file;
 }
 
+void Reserve(const FileDescriptor& file, const std::filesystem::path& path, std::size_t size) {
+    while (fallocate(file.Get(), 0, 0, static_cast<off_t>(size)) != 0) {
+        if (errno == EOPNOTSUPP) {
+            // Not posix_fallocate, which would write to one small block after the other here: minutes on a
+            // slow file system.
+            WriteAt(file, path, std::vector<std::byte>(size), 0);
+            return;
+        }
+        if (errno != EINTR) {
+            throw ExceptionFromErrno("reserve " + path.string(), errno);
+        }
+    }
+}
+
 void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std::span<const std::byte> bytes,
              std::size_t offset) {
     while (!bytes.empty()) {

@@ -37,6 +37,10 @@ class FileDescriptor {
 /// open(2) with O_CLOEXEC and mode 0600; a failure is a platform exception.
 FileDescriptor OpenFile(const std::filesystem::path& path, int flags);
 
+/// Takes the space of the file's first `size` bytes, so that writing them later does not fail for want of it.
+/// What is there is lost where the file system cannot reserve. Throws a platform exception.
+void Reserve(const FileDescriptor& file, const std::filesystem::path& path, std::size_t size);
+
 /// Writes all of `bytes` at `offset`; a failure is a platform exception that names `path`.
 void WriteAt(const FileDescriptor& file, const std::filesystem::path& path, std::span<const std::byte> bytes,
              std::size_t offset);
