@@ -1,5 +1,6 @@
-# Most of a source file's compilation is the standard library's headers, so builds with sanitizers, which come beside another, read them once.
-# The other builds read them in each file, and fail where a file lacks an include.
+# Most of a source file's compilation is the standard library's headers and templates, so builds with sanitizers, which come beside another,
+# read the headers once, and compile some of a folder's files as one. The other builds compile each file by itself, and fail where it lacks
+# an include.
 
 # From here on, in this folder and those below, kelvane_use gives targets the headers of the target made here.
 function(kelvane_precompile target)
@@ -18,4 +19,5 @@ if(KELVANE_SANITIZE)
         add_compile_options(-Wno-array-bounds -Wno-stringop-overflow -Wno-restrict)
     endif()
     kelvane_precompile(kelvane_precompiled_all)
+    set(CMAKE_UNITY_BUILD ON)
 endif()

@@ -244,8 +244,15 @@ class Starts(unittest.TestCase):
             call[-1].return_value(GLib.Variant("(a{sa{sv}})", (answer,)))
 
         bus.register_object(path, declared.interfaces[0], read_all, None, None)
-        owned = Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
-        self.addCleanup(Gio.bus_unown_name, owned)
+
+        def owned():
+            return Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
+
+        def owner():
+            return bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "NameHasOwner", GLib.Variant("(s)", (name,)),
+                                 None, Gio.DBusCallFlags.NONE, -1)[0]
+
+        portal = owned()
         with Stage() as stage:
             stage.heard("launched")
             until(lambda: asked, "the question")
@@ -267,6 +274,18 @@ class Starts(unittest.TestCase):
             for number, expected in (1, True), (0, False):
                 change("contrast", number)
                 until(lambda: (self.brightness(stage, "minima") == 0) == expected, f"contrast {number}")
+            change("color-scheme", 1)
+            until(lambda: self.is_dark(stage), "dark before the portal ends")
+            Gio.bus_unown_name(portal)
+            until(lambda: not owner(), "the portal gone")
+            stage.say("size")
+            stage.heard("size")
+            self.assertTrue(self.is_dark(stage), "the colours stay")
+            portal = owned()
+            until(owner, "the portal back")
+            change("color-scheme", 2)
+            until(lambda: not self.is_dark(stage), "what it says when it is back")
+        self.addCleanup(Gio.bus_unown_name, portal)
         answer[scheme]["contrast"] = GLib.Variant("u", 1)
         with Stage(KELVANE_COLOR_SCHEME="light") as stage:
             stage.heard("launched")

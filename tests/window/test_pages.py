@@ -30,7 +30,7 @@ ORDER = ["Product name", "Product number", "Processor", "Memory", "Operating sys
 COPY = {**{label: f"Copy {label.lower()}" for label in ROWS}, "BIOS password": "Copy BIOS password"}
 
 
-class Pages(unittest.TestCase):
+class Case(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         folder = tempfile.TemporaryDirectory()
@@ -71,6 +71,56 @@ class Pages(unittest.TestCase):
         button = find(program, "push button", "Hide details")
         return button is not None and button.get_state_set().contains(Atspi.StateType.EXPANDED)
 
+    @staticmethod
+    def reach(program, name):
+        if focused(program).get_name() != name:
+            until(lambda: tab(program) == name, f"focus on {name}")
+
+    @staticmethod
+    def catches(process, number):
+        with open(f"/proc/{process}/status", encoding="utf-8") as status:
+            mask = next(line.split()[1] for line in status if line.startswith("SigCgt:"))
+        return int(mask, 16) >> number - 1 & 1
+
+    @contextlib.contextmanager
+    def text_settings(self):
+        """A function that sets the desktop's text scale in percent and its font, for running programs too."""
+        file = f"{self.folder}/xsettings"
+
+        def write(percent, font):
+            with open(file, "w", encoding="utf-8") as settings:
+                settings.write(f'Xft/DPI {percent * 96 * 1024 // 100}\nGtk/FontName "{font}"\n')
+
+        write(100, "Sans 10")
+        # Where no tool tip comes up over what is measured.
+        xdotool("mousemove", 1279, 899)
+        with subprocess.Popen(["xsettingsd", "-c", file], stderr=subprocess.DEVNULL) as daemon:
+            try:
+                # The signal ends it until it has its handler.
+                until(lambda: self.catches(daemon.pid, signal.SIGHUP), "xsettingsd's handler")
+                yield lambda *text: (write(*text), daemon.send_signal(signal.SIGHUP))
+            finally:
+                daemon.kill()
+
+    def drawing(self, program, button, *change):
+        """What the button shows, as one word for equal pictures, after ImageMagick's change; "blank" for nothing."""
+        left, top, width, height = self.area(program, "push button", button)
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            run("import", "-window", program.window, "-crop", f"{width}x{height}+{left}+{top}", "+repage", file.name)
+            colours, picture = run("convert", file.name, *change, "-threshold", "70%", "-format", "%k %#", "info:").stdout.split()
+        return picture if int(colours) > 1 else "blank"
+
+    def has_less_ink_at_the_left(self, program, text):
+        node = until(lambda: [node for node in everything(program.application) if text_of(node) == text], text)[0]
+        place = node.get_extents(Atspi.CoordType.WINDOW)
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            run("import", "-window", program.window, "-crop", f"{place.width}x{place.height}+{place.x}+{place.y}", "+repage", file.name)
+            means = [float(run("convert", file.name, "-trim", "+repage", "-gravity", side, "-crop", "50%x100%+0+0", "-format",
+                               "%[fx:mean]", "info:").stdout) for side in ("West", "East")]
+        return means[0] > means[1]
+
+
+class Pages(Case):
     def test_every_value_can_be_read(self):
         program = self.start()
         self.sees(program, ALWAYS)
@@ -108,68 +158,6 @@ class Pages(unittest.TestCase):
         self.assertEqual(started.process.wait(20), 0, "nothing remains of what the bus started for the action")
         xdotool("windowfocus", "--sync", window, "key", "ctrl+q")
         until(lambda: not os.path.exists(f"/proc/{process}"), "its end")
-
-    def test_a_screen_reader_presses_everything_and_hears_what_happens(self):
-        program = self.start()
-        self.sees(program, ALWAYS)
-        xdotool("windowfocus", "--sync", program.window)
-        until(lambda: focused(program), "the focus")
-        ear = Ear(program)
-
-        def known(node):
-            try:
-                return node.get_name(), text_of(node), str(node.get_state_set().get_states())
-            except GLib.GError:
-                return None  # gone since it was listed
-
-        def look():
-            """What can be known of the program, but for what a button is called while it tells of its success."""
-            return ([fact for fact in map(known, everything(program.application)) if fact and fact[0] != "Copied"],
-                    len(ear.said), clipboard(), len(self.service.errors),
-                    run("xdotool", "search", "--onlyvisible", "--pid", str(program.process.pid)).stdout)
-
-        def buttons():
-            names = []
-            for node in everything(program.application):
-                name, states = node.get_name(), node.get_state_set()
-                words = name.split()
-                self.assertNotEqual(words[:len(words) // 2], words[(len(words) + 1) // 2:] or None, f"{name} twice")
-                if states.contains(Atspi.StateType.FOCUSABLE):
-                    self.assertFalse(name == "" or name.startswith("Gtk"), f"a nameless {node.get_role_name()}")
-                if node.get_role_name() == "push button" and states.contains(Atspi.StateType.SENSITIVE):
-                    names.append(name)
-            return names
-
-        pressed, last = [], ["Maximize", "Restore", "Minimize", "Close"]
-        while True:
-            names = buttons()
-            left = [name for name in names if name not in [*pressed, *last, "Copied", "Stop reading"]]
-            if not left and "Cancel" not in pressed:
-                # Once more, for its other button.
-                left = ["Close message" if "Close message" in names else "Diagnostics…"]
-            if not left and not last:
-                break
-            name = left[0] if left else last.pop(0)
-            said, copied = len(ear.said), [label for label in COPY if COPY[label] == name]
-            before = look() if not copied else None
-            button = shown(program, "push button", name)
-            button.do_action(0)
-            pressed.append(name)
-            if name == "Close":
-                break
-            for label in copied:
-                for seen in "Copied", name:
-                    until(lambda: button.get_name() == seen, f"the button is called {seen}")
-                until(lambda: clipboard() == ROWS[label] and ear.said[said:] == ["Copied"], f"{label} is copied and said")
-            if not copied:
-                until(lambda: look() != before, f"what {name} does")
-            if name == "Read serial number aloud":
-                until(lambda: ear.said[said:] == ["Reading", "Nothing can be heard: no sound output was found."],
-                      f"why nothing is heard, not {ear.said[said:]}")
-                self.assertEqual(button.get_name(), name)
-            print(f"{name}: {', '.join(ear.said[said:])}")
-        self.assertLessEqual({*COPY.values(), "Back", "Cancel", "Set for next start", "Hide details"}, set(pressed))
-        self.assertEqual((program.ended(), program.errors), (0, []))
 
     def test_a_failure_in_the_window_ends_the_program_with_its_log_saved(self):
         with open(f"{self.folder}/USBTypeCPage.xaml", "w", encoding="utf-8") as markup:
@@ -305,37 +293,129 @@ class Pages(unittest.TestCase):
         xdotool("keydown", control, "key", w, "keyup", control)
         self.assertEqual((program.ended(), program.errors), (0, []))
 
-    @staticmethod
-    def reach(program, name):
-        if focused(program).get_name() != name:
-            until(lambda: tab(program) == name, f"focus on {name}")
+    def test_a_word_longer_than_the_window_breaks(self):
+        self.enterContext(serve(f"{self.folder}/long", "--sysroot", f"{SOURCE}/tests/machines/hostile-texts",
+                                "--configuration", f"{self.folder}/configuration"))
+        program = self.start(service="long")
+        until(lambda: [node for node in everything(program.application) if node.get_name().startswith("Made by")], "the maker")
+        self.assertEqual(self.area(program, "frame", "Kelvane")[2:], (640, 210))
 
-    @staticmethod
-    def catches(process, number):
-        with open(f"/proc/{process}/status", encoding="utf-8") as status:
-            mask = next(line.split()[1] for line in status if line.startswith("SigCgt:"))
-        return int(mask, 16) >> number - 1 & 1
+    def test_right_to_left_is_the_mirror(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        speak, copy = "Read serial number aloud", "Copy serial number"
+        expected = [self.drawing(program, speak, "-flop"), self.drawing(program, copy)]
+        self.assertNotIn("blank", expected)
+        press(program, "Close")
+        self.assertEqual(program.ended(), 0)
+        for words in ((), ("kelvane:?key=1",)):
+            with self.subTest(words):
+                program = self.start(*words, LC_ALL="fa_IR.UTF-8")
+                self.sees(program, ALWAYS)
+                label, button = self.area(program, "label", "Product number"), self.area(program, "push button", copy)
+                close = self.area(program, "push button", "Close")
+                self.assertEqual((label[0] + label[2], button[0], close[0]), (611, 22, 0))
+                self.assertEqual([self.drawing(program, each) for each in (speak, copy)], expected)
+                press(program, "Show details")
+                self.has_size(program, 640, 560)
+                self.assertTrue(self.has_less_ink_at_the_left(program, ROWS["Firmware version"]), "digits are read from the left")
+                press(program, "Close")
+                self.assertEqual(program.ended(), 0)
 
-    @contextlib.contextmanager
-    def text_settings(self):
-        """A function that sets the desktop's text scale in percent and its font, for running programs too."""
-        file = f"{self.folder}/xsettings"
+    def test_a_second_start_comes_to_the_front(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        window = program.window
+        xdotool("windowminimize", "--sync", window)
+        with Program("kelvane", "kelvane:?key=1") as second:
+            self.assertEqual((second.ended(), second.lines, second.errors), (0, [], []))
+        self.sees(program, ALWAYS)
+        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [window], "the window in front")
+        self.assertEqual(program.window, window, "on the screen")
 
-        def write(percent, font):
-            with open(file, "w", encoding="utf-8") as settings:
-                settings.write(f'Xft/DPI {percent * 96 * 1024 // 100}\nGtk/FontName "{font}"\n')
+    def test_without_the_service_the_window_says_what_to_do_and_tries_again(self):
+        program = self.start(service="absent")
+        self.assertIn("Start kelvane-service", "".join(descriptions(shown(program, "push button", "Try again"))))
+        gone(program, "progress bar", "Reading the machine’s data")
+        self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
+        os.symlink(f"{self.folder}/rpc", f"{self.folder}/absent")
+        press(program, "Try again")
+        self.sees(program, ALWAYS)
 
-        write(100, "Sans 10")
-        # Where no tool tip comes up over what is measured.
-        xdotool("mousemove", 1279, 899)
-        with subprocess.Popen(["xsettingsd", "-c", file], stderr=subprocess.DEVNULL) as daemon:
+    def test_a_picture_without_data_is_a_failure_with_its_reason(self):
+        for service, status, errors in (("rpc", 0, []), ("nowhere", 1, ["kelvane: The system service is not running."])):
+            with self.subTest(service):
+                program = self.start("--screenshot", f"{self.folder}/{service}.png", service=service)
+                self.assertEqual(program.ended(), status)
+                self.assertEqual([line[:len(error)] for line, error in zip(program.errors, errors, strict=True)], errors)
+                self.assertTrue(os.path.exists(f"{self.folder}/{service}.png"))
+
+
+class ScreenReader(Case):
+    def test_a_screen_reader_presses_everything_and_hears_what_happens(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        xdotool("windowfocus", "--sync", program.window)
+        until(lambda: focused(program), "the focus")
+        ear = Ear(program)
+
+        def known(node):
             try:
-                # The signal ends it until it has its handler.
-                until(lambda: self.catches(daemon.pid, signal.SIGHUP), "xsettingsd's handler")
-                yield lambda *text: (write(*text), daemon.send_signal(signal.SIGHUP))
-            finally:
-                daemon.kill()
+                return node.get_name(), text_of(node), str(node.get_state_set().get_states())
+            except GLib.GError:
+                return None  # gone since it was listed
 
+        def look():
+            """What can be known of the program, but for what a button is called while it tells of its success."""
+            return ([fact for fact in map(known, everything(program.application)) if fact and fact[0] != "Copied"],
+                    len(ear.said), clipboard(), len(self.service.errors),
+                    run("xdotool", "search", "--onlyvisible", "--pid", str(program.process.pid)).stdout)
+
+        def buttons():
+            names = []
+            for node in everything(program.application):
+                name, states = node.get_name(), node.get_state_set()
+                words = name.split()
+                self.assertNotEqual(words[:len(words) // 2], words[(len(words) + 1) // 2:] or None, f"{name} twice")
+                if states.contains(Atspi.StateType.FOCUSABLE):
+                    self.assertFalse(name == "" or name.startswith("Gtk"), f"a nameless {node.get_role_name()}")
+                if node.get_role_name() == "push button" and states.contains(Atspi.StateType.SENSITIVE):
+                    names.append(name)
+            return names
+
+        pressed, last = [], ["Maximize", "Restore", "Minimize", "Close"]
+        while True:
+            names = buttons()
+            left = [name for name in names if name not in [*pressed, *last, "Copied", "Stop reading"]]
+            if not left and "Cancel" not in pressed:
+                # Once more, for its other button.
+                left = ["Close message" if "Close message" in names else "Diagnostics…"]
+            if not left and not last:
+                break
+            name = left[0] if left else last.pop(0)
+            said, copied = len(ear.said), [label for label in COPY if COPY[label] == name]
+            before = look() if not copied else None
+            button = shown(program, "push button", name)
+            button.do_action(0)
+            pressed.append(name)
+            if name == "Close":
+                break
+            for label in copied:
+                for seen in "Copied", name:
+                    until(lambda: button.get_name() == seen, f"the button is called {seen}")
+                until(lambda: clipboard() == ROWS[label] and ear.said[said:] == ["Copied"], f"{label} is copied and said")
+            if not copied:
+                until(lambda: look() != before, f"what {name} does")
+            if name == "Read serial number aloud":
+                until(lambda: ear.said[said:] == ["Reading", "Nothing can be heard: no sound output was found."],
+                      f"why nothing is heard, not {ear.said[said:]}")
+                self.assertEqual(button.get_name(), name)
+            print(f"{name}: {', '.join(ear.said[said:])}")
+        self.assertLessEqual({*COPY.values(), "Back", "Cancel", "Set for next start", "Hide details"}, set(pressed))
+        self.assertEqual((program.ended(), program.errors), (0, []))
+
+
+class Measures(Case):
     @classmethod
     def pieces(cls, node, clip):
         """Each text and each button without one below the node, with its left, top, right and bottom side as far as it
@@ -399,7 +479,6 @@ class Pages(unittest.TestCase):
             press(program, words[back])
             shown(program, "push button", words[page])
 
-    @unittest.skipIf("KELVANE_NO_LANGUAGES" in os.environ, "it runs by itself")
     def test_every_language_fits(self):
         """With a machine of two ports, some values that are missing, and long words."""
         with self.text_settings() as set_text, serve(
@@ -444,80 +523,6 @@ class Pages(unittest.TestCase):
                         del bottoms[1]  # All that is scrolled.
                     self.assertEqual(max(bottoms), bottoms[0], "the serial number is in the first picture")
                     self.pages_are_whole(program, "en-US")
-
-    def test_a_word_longer_than_the_window_breaks(self):
-        self.enterContext(serve(f"{self.folder}/long", "--sysroot", f"{SOURCE}/tests/machines/hostile-texts",
-                                "--configuration", f"{self.folder}/configuration"))
-        program = self.start(service="long")
-        until(lambda: [node for node in everything(program.application) if node.get_name().startswith("Made by")], "the maker")
-        self.assertEqual(self.area(program, "frame", "Kelvane")[2:], (640, 210))
-
-    def drawing(self, program, button, *change):
-        """What the button shows, as one word for equal pictures, after ImageMagick's change; "blank" for nothing."""
-        left, top, width, height = self.area(program, "push button", button)
-        with tempfile.NamedTemporaryFile(suffix=".png") as file:
-            run("import", "-window", program.window, "-crop", f"{width}x{height}+{left}+{top}", "+repage", file.name)
-            colours, picture = run("convert", file.name, *change, "-threshold", "70%", "-format", "%k %#", "info:").stdout.split()
-        return picture if int(colours) > 1 else "blank"
-
-    def has_less_ink_at_the_left(self, program, text):
-        node = until(lambda: [node for node in everything(program.application) if text_of(node) == text], text)[0]
-        place = node.get_extents(Atspi.CoordType.WINDOW)
-        with tempfile.NamedTemporaryFile(suffix=".png") as file:
-            run("import", "-window", program.window, "-crop", f"{place.width}x{place.height}+{place.x}+{place.y}", "+repage", file.name)
-            means = [float(run("convert", file.name, "-trim", "+repage", "-gravity", side, "-crop", "50%x100%+0+0", "-format",
-                               "%[fx:mean]", "info:").stdout) for side in ("West", "East")]
-        return means[0] > means[1]
-
-    def test_right_to_left_is_the_mirror(self):
-        program = self.start()
-        self.sees(program, ALWAYS)
-        speak, copy = "Read serial number aloud", "Copy serial number"
-        expected = [self.drawing(program, speak, "-flop"), self.drawing(program, copy)]
-        self.assertNotIn("blank", expected)
-        press(program, "Close")
-        self.assertEqual(program.ended(), 0)
-        for words in ((), ("kelvane:?key=1",)):
-            with self.subTest(words):
-                program = self.start(*words, LC_ALL="fa_IR.UTF-8")
-                self.sees(program, ALWAYS)
-                label, button = self.area(program, "label", "Product number"), self.area(program, "push button", copy)
-                close = self.area(program, "push button", "Close")
-                self.assertEqual((label[0] + label[2], button[0], close[0]), (611, 22, 0))
-                self.assertEqual([self.drawing(program, each) for each in (speak, copy)], expected)
-                press(program, "Show details")
-                self.has_size(program, 640, 560)
-                self.assertTrue(self.has_less_ink_at_the_left(program, ROWS["Firmware version"]), "digits are read from the left")
-                press(program, "Close")
-                self.assertEqual(program.ended(), 0)
-
-    def test_a_second_start_comes_to_the_front(self):
-        program = self.start()
-        self.sees(program, ALWAYS)
-        window = program.window
-        xdotool("windowminimize", "--sync", window)
-        with Program("kelvane", "kelvane:?key=1") as second:
-            self.assertEqual((second.ended(), second.lines, second.errors), (0, [], []))
-        self.sees(program, ALWAYS)
-        until(lambda: run("xdotool", "getactivewindow").stdout.split() == [window], "the window in front")
-        self.assertEqual(program.window, window, "on the screen")
-
-    def test_without_the_service_the_window_says_what_to_do_and_tries_again(self):
-        program = self.start(service="absent")
-        self.assertIn("Start kelvane-service", "".join(descriptions(shown(program, "push button", "Try again"))))
-        gone(program, "progress bar", "Reading the machine’s data")
-        self.assertEqual([value(program, label) for label in ALWAYS], ["", "", ""])
-        os.symlink(f"{self.folder}/rpc", f"{self.folder}/absent")
-        press(program, "Try again")
-        self.sees(program, ALWAYS)
-
-    def test_a_picture_without_data_is_a_failure_with_its_reason(self):
-        for service, status, errors in (("rpc", 0, []), ("nowhere", 1, ["kelvane: The system service is not running."])):
-            with self.subTest(service):
-                program = self.start("--screenshot", f"{self.folder}/{service}.png", service=service)
-                self.assertEqual(program.ended(), status)
-                self.assertEqual([line[:len(error)] for line, error in zip(program.errors, errors, strict=True)], errors)
-                self.assertTrue(os.path.exists(f"{self.folder}/{service}.png"))
 
 
 if __name__ == "__main__":
