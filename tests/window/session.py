@@ -150,7 +150,7 @@ class Snapshot:
     bus = None
 
     def __init__(self, root):
-        self.root, self.name = root, root.app.bus_name
+        self.root, self.bus_name = root, root.app.bus_name
         if Snapshot.bus is None:
             address = Gio.bus_get_sync(Gio.BusType.SESSION).call_sync(
                 "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", None, None, 0, -1).unpack()[0]
@@ -158,31 +158,59 @@ class Snapshot:
             Snapshot.bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
         level, self.children = [root.path], {}
         while level:
-            answers = self.ask([(path, "org.a11y.atspi.Accessible", "GetChildren") for path in level])
-            self.children.update({path: [child for _, child in answer] for path, answer in zip(level, answers)})
+            answers = self.ask("Accessible", "GetChildren", level)
+            self.children.update({path: [child for _, child in answer] for path, (answer,) in answers.items()})
             level = [child for path in level for child in self.children[path]]
-        (items,) = self.ask([("/org/a11y/atspi/cache", "org.a11y.atspi.Cache", "GetItems")])
+        ((items,),) = self.ask("Cache", "GetItems", ["/org/a11y/atspi/cache"]).values()
         self.items = {item[0][1]: item for item in items}
 
-    def ask(self, calls):
+    def ask(self, interface, method, paths, form=None, arguments=()):
+        """What each of the elements answers. A function of the path can stand for the arguments."""
         answers = {}
-        for call in calls:
-            self.bus.call(self.name, *call, None, None, 0, LIMIT * 1000, None,
-                          lambda bus, result, call=call: answers.update({call: result}))
-        while len(answers) < len(calls):
+        for path in paths:
+            values = arguments(path) if callable(arguments) else arguments
+            self.bus.call(self.bus_name, path, f"org.a11y.atspi.{interface}", method, form and GLib.Variant(form, values), None, 0,
+                          LIMIT * 1000, None, lambda bus, result, path=path: answers.update({path: result}))
+        while len(answers) < len(paths):
             GLib.MainContext.default().iteration(True)
-        return [self.bus.call_finish(answers[call]).unpack()[0] for call in calls]
+        return {path: self.bus.call_finish(answers[path]).unpack() for path in paths}
 
-    def where(self, holds, path=None, place=()):
-        """The elements of which that holds: a function of role, name and whether it has the focus."""
-        path = path or self.root.path
-        if path not in self.items:
-            return  # It came after the names were asked for.
-        *_, name, role, _, states = self.items[path]
-        if holds(Atspi.role_get_name(Atspi.Role(role)), name, states[0] >> Atspi.StateType.FOCUSED & 1):
-            yield from self.at(place)
+    def places(self, path, place=()):
+        """All elements in reading order, each with the way to it."""
+        yield path, place
         for index, child in enumerate(self.children[path]):
-            yield from self.where(holds, child, (*place, (index, child)))
+            yield from self.places(child, (*place, (index, child)))
+
+    def __iter__(self):
+        """Those whose names are known: not what came after these were asked for."""
+        return (path for path, _ in self.places(self.root.path) if path in self.items)
+
+    def name(self, path):
+        return self.items[path][6]
+
+    def role(self, path):
+        return Atspi.role_get_name(Atspi.Role(self.items[path][7]))
+
+    def has(self, path, state):
+        return bool(self.items[path][9][state // 32] >> state % 32 & 1)
+
+    def having(self, interface):
+        return [path for path in self if f"org.a11y.atspi.{interface}" in self.items[path][5]]
+
+    def texts(self):
+        whole = (0, 2**31 - 1)  # The toolkit takes -1, which means the end, for nothing.
+        return {path: text for path, (text,) in self.ask("Text", "GetText", self.having("Text"), "(ii)", whole).items()}
+
+    def areas(self):
+        """Left, top, width and height of each, in the window."""
+        window = (Atspi.CoordType.WINDOW,)
+        return {path: area for path, (area,) in self.ask("Component", "GetExtents", self.having("Component"), "(u)", window).items()}
+
+    def where(self, holds):
+        """The elements of which that holds."""
+        for path, place in self.places(self.root.path):
+            if path in self.items and holds(path):
+                yield from self.at(place)
 
     def at(self, place):
         """The element there, or none if it has gone, or is in a menu, whose numbers count what is hidden."""
@@ -196,7 +224,8 @@ class Snapshot:
 
 def find(program, role, name):
     """The element of that role and name; None when it is not there. Roles are the accessibility bus's words."""
-    return next(Snapshot(program.application).where(lambda *its: its[:2] == (role, name)), None)
+    seen = Snapshot(program.application)
+    return next(seen.where(lambda path: (seen.role(path), seen.name(path)) == (role, name)), None)
 
 
 def is_gone(program, role, name):
@@ -226,14 +255,16 @@ def descriptions(node):
 
 def value(program, label):
     """The text of the element that the label names, as a screen reader finds it; None when there is none."""
-    for node in Snapshot(program.application).where(lambda role, name, focused: name == label):
+    seen = Snapshot(program.application)
+    for node in seen.where(lambda path: seen.name(path) == label):
         if any(each.get_relation_type() == Atspi.RelationType.LABELLED_BY for each in node.get_relation_set()):
             return text_of(node)
     return None
 
 
 def focused(program):
-    for node in Snapshot(program.application).where(lambda role, name, focused: focused):
+    seen = Snapshot(program.application)
+    for node in seen.where(lambda path: seen.has(path, Atspi.StateType.FOCUSED)):
         return node
     for node in everything(program.application):
         if node.get_state_set().contains(Atspi.StateType.FOCUSED):

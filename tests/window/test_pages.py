@@ -11,8 +11,8 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as Xml
 
-from session import (Atspi, SessionServices, Ear, GLib, Program, clipboard, descriptions, everything, find, focused, gone, has_focus,
-                     press, run, serve, shown, tab, text_of, until, value, xdotool)
+from session import (Atspi, SessionServices, Ear, Program, Snapshot, clipboard, descriptions, everything, find, focused,
+                     gone, has_focus, press, run, serve, shown, tab, text_of, until, value, xdotool)
 
 SOURCE = os.path.realpath(f"{__file__}/../../..")
 STRINGS = f"{SOURCE}/package/Strings"
@@ -359,27 +359,24 @@ class ScreenReader(Case):
         until(lambda: focused(program), "the focus")
         ear = Ear(program)
 
-        def known(node):
-            try:
-                return node.get_name(), text_of(node), str(node.get_state_set().get_states())
-            except GLib.GError:
-                return None  # gone since it was listed
-
         def look():
             """What can be known of the program, but for what a button is called while it tells of its success."""
-            return ([fact for fact in map(known, everything(program.application)) if fact and fact[0] != "Copied"],
+            seen = Snapshot(program.application)
+            texts = seen.texts()
+            return ([(seen.items[path][6:], texts.get(path)) for path in seen if seen.name(path) != "Copied"],
                     len(ear.said), clipboard(), len(self.service.errors),
                     run("xdotool", "search", "--onlyvisible", "--pid", str(program.process.pid)).stdout)
 
         def buttons():
             names = []
-            for node in everything(program.application):
-                name, states = node.get_name(), node.get_state_set()
+            seen = Snapshot(program.application)
+            for path in seen:
+                name = seen.name(path)
                 words = name.split()
                 self.assertNotEqual(words[:len(words) // 2], words[(len(words) + 1) // 2:] or None, f"{name} twice")
-                if states.contains(Atspi.StateType.FOCUSABLE):
-                    self.assertFalse(name == "" or name.startswith("Gtk"), f"a nameless {node.get_role_name()}")
-                if node.get_role_name() == "push button" and states.contains(Atspi.StateType.SENSITIVE):
+                if seen.has(path, Atspi.StateType.FOCUSABLE):
+                    self.assertFalse(name == "" or name.startswith("Gtk"), f"a nameless {seen.role(path)}")
+                if seen.role(path) == "push button" and seen.has(path, Atspi.StateType.SENSITIVE):
                     names.append(name)
             return names
 
@@ -417,30 +414,33 @@ class ScreenReader(Case):
 
 class Measures(Case):
     @classmethod
-    def pieces(cls, node, clip):
-        """Each text and each button without one below the node, with its left, top, right and bottom side as far as it
-        is not scrolled away; `clip` is that of all."""
-        for index in range(node.get_child_count()):
-            child = node.get_child_at_index(index)
-            place = child.get_extents(Atspi.CoordType.WINDOW)
-            area = (place.x, place.y, place.x + place.width, place.y + place.height)
+    def pieces(cls, snapshot, areas, texts, path, clip):
+        """Each text and each button without one below the element, with its left, top, right and bottom side as far as
+        it is not scrolled away; `clip` is that of all."""
+        for child in snapshot.children[path]:
+            x, y, width, height = areas[child]
+            area = (x, y, x + width, y + height)
             seen = (*map(max, area[:2], clip[:2]), *map(min, area[2:], clip[2:]))
-            below = list(cls.pieces(child, seen if child.get_role_name() == "scroll pane" else clip))
-            if text_of(child) or child.get_role_name() == "push button" and not below:
+            role = snapshot.role(child)
+            below = list(cls.pieces(snapshot, areas, texts, child, seen if role == "scroll pane" else clip))
+            if texts.get(child) or role == "push button" and not below:
                 if seen[1] < seen[3]:
                     yield child, *seen
             yield from below
 
     def is_whole(self, program):
-        """As `measure` says, once the window has the size that was asked for."""
-        flaws = [""]
+        """As `measure` says, once the window has the size that was asked for, and shows the same twice: a page is filled
+        after it has come."""
+        flaws, before = [""], [None]
 
         def measured():
             try:
-                self.measure(program)
-                return True
+                found = self.measure(program)
             except AssertionError as flaw:
                 flaws.append(str(flaw))
+                found = None
+            same, before[0] = found is not None and found == before[0], found
+            return same
 
         try:
             until(measured, "a page that is whole")
@@ -449,24 +449,31 @@ class Measures(Case):
 
     def measure(self, program):
         """No text or button is outside of the window or over another one, and no word is broken."""
-        frame = shown(program, "frame", "Kelvane")
-        width, height = self.area(program, "frame", "Kelvane")[2:]
+        snapshot = Snapshot(program.application)
+        areas, texts = snapshot.areas(), snapshot.texts()
+        self.assertIn("Kelvane", texts.values(), "the title")
+        (frame,) = snapshot.children[snapshot.root.path]
+        width, height = areas[frame][2:]
         seen = []
-        for node, left, top, right, bottom in self.pieces(frame, (-9999, -9999, 9999, 9999)):
-            name, text = node.get_name(), text_of(node) or ""
+        for path, left, top, right, bottom in self.pieces(snapshot, areas, texts, frame, (-9999, -9999, 9999, 9999)):
+            name = snapshot.name(path)
             self.assertTrue(0 <= left < right <= width and 0 <= top < bottom <= height, name)
             for other, *its in seen:
                 self.assertFalse(left < its[2] and its[0] < right and top < its[3] and its[1] < bottom,
                                  f"{name} over {other}")
             seen.append((name, left, top, right, bottom))
-            end = 0
-            while end < len(text):
-                # The toolkit counts the first character of a line to the line before.
-                line = Atspi.Text.get_string_at_offset(node, end + 1, Atspi.TextGranularity.LINE)
-                end = max(end + 1, line.end_offset)
+        ends = {path: 0 for path, text in texts.items() if text}
+        while ends:
+            # The toolkit counts the first character of a line to the line before.
+            lines = snapshot.ask("Text", "GetStringAtOffset", ends, "(iu)", lambda path: (ends[path] + 1, Atspi.TextGranularity.LINE))
+            for path, (_, _, line_end) in lines.items():
+                text, end = texts[path], max(ends[path] + 1, line_end)
                 # Chinese and Japanese have no blanks.
                 self.assertTrue(end >= len(text) or text[end - 1] in " -/" or max(text[end - 1:end + 1]) > "\u2fff",
                                 f"{text} is broken")
+                ends[path] = end
+            ends = {path: end for path, end in ends.items() if end < len(texts[path])}
+        return areas, texts
 
     def pages_are_whole(self, program, language):
         words = {data.get("name"): data.findtext("value")
