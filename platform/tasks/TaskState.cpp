@@ -45,7 +45,7 @@ bool TaskStateBase::IsDone() const {
 void TaskStateBase::WhenDone(std::function<void()> continuation) {
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_done) {
+        if (!m_continued) {
             m_continuations.push_back(std::move(continuation));
             return;
         }
@@ -79,19 +79,32 @@ void TaskStateBase::Fail(std::exception_ptr failure) {
 }
 
 void TaskStateBase::Finish(const std::function<void()>& store) {
-    std::vector<std::function<void()>> continuations;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_done) {
-            return;
-        }
-        store();
-        m_done = true;
-        continuations.swap(m_continuations);
-        m_ended.notify_all();
+    std::unique_lock lock(m_mutex);
+    if (m_done) {
+        return;
     }
-    for (const auto& continuation : continuations) {
-        continuation();
+    store();
+    m_done = true;
+    m_ended.notify_all();
+    std::exception_ptr failure;
+    // Others may be added meanwhile.
+    for (std::size_t i = 0; i < m_continuations.size(); ++i) {
+        auto continuation = std::move(m_continuations[i]);
+        lock.unlock();
+        try {
+            continuation();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        // Destroys what it captured while nothing is locked.
+        continuation = nullptr;
+        lock.lock();
+    }
+    m_continuations.clear();
+    m_continued = true;
+    lock.unlock();
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 }
 

@@ -31,7 +31,8 @@ class TaskStateBase {
 
     bool IsDone() const;
 
-    /// Calls `continuation` when the task has ended, at once if it has.
+    /// Calls `continuation`, which must not block, when the task has ended, at once if it has: after those
+    /// that were handed over earlier have begun and ended.
     void WhenDone(std::function<void()> continuation);
 
     /// Blocks until the task has ended; refuses to block the user-interface thread, and the
@@ -44,7 +45,8 @@ class TaskStateBase {
     void Fail(std::exception_ptr failure);
 
   protected:
-    /// Ends the task: `store` runs under the lock. A task ends once; later calls are ignored.
+    /// Ends the task: `store` runs under the lock. A task ends once; later calls are ignored. The caller
+    /// keeps the state until it returns.
     void Finish(const std::function<void()>& store);
 
     mutable std::mutex m_mutex;
@@ -54,6 +56,8 @@ class TaskStateBase {
     std::vector<std::function<void()>> m_continuations;
     std::exception_ptr m_failure;
     bool m_done = false;
+    /// All continuations so far have been called, so a new one is called at once.
+    bool m_continued = false;
     bool m_failureSeen = false;
 };
 

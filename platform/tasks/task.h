@@ -264,8 +264,11 @@ task<void> when_all(Iterator first, Iterator last) {
 template <typename T>
 class task_completion_event {
   public:
-    void set(detail::Stored<T> value = {}) const { m_state->Complete(std::move(value)); }
-    void set_exception(std::exception_ptr exception) const { m_state->Fail(std::move(exception)); }
+    // By a copy of the pointer: what goes on after the task may destroy the event.
+    void set(detail::Stored<T> value = {}) const { std::shared_ptr(m_state)->Complete(std::move(value)); }
+    void set_exception(std::exception_ptr exception) const {
+        std::shared_ptr(m_state)->Fail(std::move(exception));
+    }
 
   private:
     template <typename U>

@@ -105,6 +105,18 @@ TEST(Task, WhatTheWorkCapturedGoesBeforeTheTaskEnds) {
         [](const Held& held) { return [held] { return create_task([value = *held] { return value; }); }; }));
 }
 
+TEST(Task, AContinuationOvertakesNoneThatWasThereEarlier) {
+    const task_completion_event<void> event;
+    const auto state = detail::TaskAccess::StateOf(create_task(event));
+    std::vector<int> order;
+    state->WhenDone([&] {
+        std::jthread([&] { state->WhenDone([&] { order.push_back(2); }); }).join();
+        order.push_back(1);
+    });
+    event.set();
+    EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
 TEST(Task, RefusesWaitingOnTheUserInterfaceThreadAndDefaultConstructedTasks) {
     const task_completion_event<int> event;
     const auto pending = create_task(event);
