@@ -1,6 +1,6 @@
-# Most of a source file's compilation is the standard library's headers and templates, so builds with sanitizers, which come beside another,
-# read the headers once, and compile some of a folder's files as one. The other builds compile each file by itself, and fail where it lacks
-# an include.
+# Most of a source file's compilation is the standard library's headers and templates, so tests, and builds with sanitizers, which come
+# beside another, read the headers once; the latter compile some of a folder's files as one, too. The other builds compile each file of the
+# programs by itself, and fail where it lacks an include.
 
 # From here on, in this folder and those below, kelvane_use gives targets the headers of the target made here.
 function(kelvane_precompile target)
