@@ -229,6 +229,7 @@ def find(program, role, name):
 
 
 def is_gone(program, role, name):
+    """Asked one by one: what `find` does not reach, in a menu, must not count as gone."""
     return not any(node.get_role_name() == role and node.get_name() == name for node in everything(program.application))
 
 

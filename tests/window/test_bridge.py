@@ -253,6 +253,7 @@ class Starts(unittest.TestCase):
                                  None, Gio.DBusCallFlags.NONE, -1)[0]
 
         portal = owned()
+        self.addCleanup(lambda: Gio.bus_unown_name(portal))
         with Stage() as stage:
             stage.heard("launched")
             until(lambda: asked, "the question")
@@ -285,7 +286,6 @@ class Starts(unittest.TestCase):
             until(owner, "the portal back")
             change("color-scheme", 2)
             until(lambda: not self.is_dark(stage), "what it says when it is back")
-        self.addCleanup(Gio.bus_unown_name, portal)
         answer[scheme]["contrast"] = GLib.Variant("u", 1)
         with Stage(KELVANE_COLOR_SCHEME="light") as stage:
             stage.heard("launched")
