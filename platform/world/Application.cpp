@@ -217,9 +217,10 @@ void ApplicationRun::Woken() {
     if (!m_suspended) {
         return;
     }
-    // A machine may wake before the handlers of the suspension have completed their deferrals.
-    m_suspension.then([this, sleep = m_sleeps](const task<void>&) {
-        m_world.Loop().Post([this, sleep] { Resume(sleep); });
+    // A machine may wake before the handlers of the suspension have completed their deferrals. By the
+    // dispatcher, which counts for WhenIdle and takes nothing once the run has ended.
+    m_suspension.then([this, dispatcher = m_dispatcher, sleep = m_sleeps](const task<void>&) {
+        dispatcher->RunAsync(CoreDispatcherPriority::Normal, [this, sleep] { Resume(sleep); });
     });
 }
 
