@@ -340,9 +340,14 @@ platform::task<void> MainViewModel::ReadMachineDetailsAsync() {
             return;
         }
         // Ends the task with the work item, also when no worker can take it.
-        const std::shared_ptr<void> end(nullptr, [ended](void*) { ended.set(); });
-        platform::ThreadPool::RunAsync([self = shared_from_this(), end] { self->ReadMachineDetails(); },
-                                       platform::WorkItemPriority::Low);
+        std::shared_ptr<void> end(nullptr, [ended](void*) { ended.set(); });
+        platform::ThreadPool::RunAsync(
+            [self = shared_from_this(), end = std::move(end)]() mutable {
+                self->ReadMachineDetails();
+                // Normal work, so that the application is not idle before what follows the end is under way.
+                platform::ThreadPool::RunAsync([end = std::move(end)] {});
+            },
+            platform::WorkItemPriority::Low);
     });
     return DetailsRead();
 }
