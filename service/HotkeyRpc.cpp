@@ -3,6 +3,7 @@
 #include <array>
 #include <bit>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <string_view>
 
@@ -122,7 +123,8 @@ constinit const platform::rpc::InterfaceDescription kHotkeyRpc{
 
 void* midl_user_allocate(std::size_t bytes) {
     platform::OutputDebugStringW(u"KELVANE midl_user_allocate"sv);
-    return std::calloc(1, bytes);
+    void* const block = std::malloc(bytes);
+    return block != nullptr ? std::memset(block, 0, bytes) : nullptr;
 }
 
 void midl_user_free(void* block) {
