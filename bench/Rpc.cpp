@@ -1,4 +1,5 @@
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -73,6 +74,23 @@ std::array<Times, 2> MeasureInTurn(std::size_t runs, const std::function<void()>
     return both;
 }
 
+/// Where both ends run, since a call to the other processor costs several times as much; anywhere if not
+/// given.
+struct Processors {
+    std::optional<unsigned> Caller{};
+    std::optional<unsigned> Service{};
+
+    /// For the calling thread, and those that it starts from here on.
+    static void StayOn(const std::optional<unsigned>& processor) {
+        cpu_set_t only;
+        CPU_ZERO(&only);
+        CPU_SET(processor.value_or(0), &only);
+        if (processor && sched_setaffinity(0, sizeof only, &only) != 0) {
+            throw std::runtime_error("there is no processor " + std::to_string(*processor));
+        }
+    }
+};
+
 double Percentile(const std::vector<double>& sorted, std::size_t percent) {
     return sorted[std::min(sorted.size() - 1, sorted.size() * percent / 100)];
 }
@@ -88,10 +106,13 @@ struct Exchange {
 class PlainService {
   public:
     /// Until the client closes, the exchanges are repeated.
-    explicit PlainService(std::vector<Exchange> exchanges)
+    PlainService(std::vector<Exchange> exchanges, const Processors& processors)
         : m_exchanges(std::move(exchanges)),
           m_listener(m_directory.Path() + "/plain"),
-          m_thread([this] { Run(); }) {}
+          m_thread([this, processor = processors.Service] {
+              Processors::StayOn(processor);
+              Run();
+          }) {}
     ~PlainService() {
         m_ending = true;
         Open();
@@ -175,7 +196,8 @@ void WholeConversation(const std::u16string& endpoint) {
 }
 
 /// Prints the line.
-void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t conversations) {
+void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t conversations,
+                 const Processors& processors) {
     const OpenedContext context(endpoint);
     const std::size_t characters = context.Read();
     // NDR64: length, padding, referent and count before the characters.
@@ -200,12 +222,12 @@ void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t 
                       {"cpu_ratio", ours.Cpu / plain.Cpu}};
     };
     {
-        const PlainService service({read});
+        const PlainService service({read}, processors);
         const auto socket = service.Open();
         compare("call", MeasureInTurn(
                             calls, [&] { context.Read(); }, [&] { service.Converse(socket.Get()); }));
     }
-    const PlainService service(conversation);
+    const PlainService service(conversation, processors);
     compare("conversation", MeasureInTurn(
                                 conversations, [&] { WholeConversation(endpoint); },
                                 [&] { service.Converse(service.Open().Get()); }));
@@ -215,24 +237,35 @@ void MeasureLink(const std::u16string& endpoint, std::size_t calls, std::size_t 
 }  // namespace
 
 int Rpc(std::span<char* const> arguments) {
-    const std::size_t calls = arguments.size() == 3 ? std::strtoul(arguments[1], nullptr, 10) : 0;
-    const std::size_t conversations = arguments.size() == 3 ? std::strtoul(arguments[2], nullptr, 10) : 0;
-    if (calls == 0 || conversations == 0) {
-        std::fputs("kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and CONVERSATIONS, both above 0\n",
-                   stderr);
+    std::array<std::size_t, 4> numbers{};
+    for (std::size_t i = 1; i < std::min(arguments.size(), numbers.size() + 1); ++i) {
+        numbers[i - 1] = std::strtoul(arguments[i], nullptr, 10);
+    }
+    const auto& [calls, conversations, caller, serving] = numbers;
+    if ((arguments.size() != 3 && arguments.size() != 5) || calls == 0 || conversations == 0) {
+        std::fputs(
+            "kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and CONVERSATIONS, both above 0; perhaps "
+            "the processors of CALLER and SERVICE\n",
+            stderr);
         return 2;
+    }
+    Processors processors;
+    if (arguments.size() == 5) {
+        processors = {static_cast<unsigned>(caller), static_cast<unsigned>(serving)};
     }
     std::optional<OwnService> service;
     const bool isOwn = std::string_view(arguments[0]) == "self";
     if (isOwn) {
+        Processors::StayOn(processors.Service);
         service.emplace();
     }
+    Processors::StayOn(processors.Caller);
     const std::filesystem::path socket = isOwn ? service->Socket() : std::filesystem::absolute(arguments[0]);
     setenv("KELVANE_RPC_DIRECTORY", socket.parent_path().c_str(), 1);
     const std::u16string endpoint = platform::FromUtf8(socket.filename().string());
 
     try {
-        MeasureLink(endpoint, calls, conversations);
+        MeasureLink(endpoint, calls, conversations, processors);
     } catch (const RpcException& exception) {
         if (exception.Status() == status::kServerTooBusy) {
             throw std::runtime_error("the service allows fewer calls a second; measure fewer, or 'self'");

@@ -30,10 +30,11 @@ constexpr std::array kRows = {
         bench::Growth},
     Row{"log", "FOLDER THREADS MESSAGES", "log calls, beside a locked copy and a write for each 64 KiB",
         bench::Log},
-    Row{"rpc", "SOCKET CALLS CONVERSATIONS",
+    Row{"rpc", "SOCKET CALLS CONVERSATIONS [CALLER SERVICE]",
         "remote calls to the service that listens at SOCKET ('self': one in this process), and whole "
         "conversations, beside "
-        "a plain exchange of the same bytes",
+        "a plain exchange of the same bytes; on the processors of these numbers, for a service of another "
+        "process only the caller and the plain one",
         bench::Rpc},
     Row{"start", "STARTS SYSROOT",
         "the application's start until nothing more is drawn, with the machine recorded below SYSROOT, "

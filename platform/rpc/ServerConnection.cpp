@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <utility>
 
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Text.h"
@@ -74,12 +75,21 @@ bool ServerConnection::MayStaySilent() const {
            m_association->OpenContexts() != 0;
 }
 
+/// A limit that is set costs a timer of the kernel each time that the connection waits.
+void ServerConnection::LimitSilence() {
+    const bool isLimited = !MayStaySilent();
+    if (isLimited != std::exchange(m_silenceIsLimited, isLimited)) {
+        LimitReceiving(m_socket.Get(), isLimited ? m_shared.Options.IdleClose : std::chrono::milliseconds(0));
+    }
+}
+
 /// The next unit; nothing when the client has ended or was silent for too long.
 std::optional<Pdu> ServerConnection::Receive() {
     while (true) {
         if (const auto pdu = m_stream.Next()) {
             return pdu;
         }
+        LimitSilence();
         const ssize_t received = ReceiveSome(m_socket.Get(), m_stream.Room());
         if (received > 0) {
             m_stream.Received(static_cast<std::size_t>(received));

@@ -59,6 +59,7 @@ class ServerConnection {
 
     std::optional<Pdu> Receive();
     bool MayStaySilent() const;
+    void LimitSilence();
     bool Handle(const Pdu& pdu);
     bool Negotiate(const Pdu& pdu);
     bool Refuse(const Pdu& pdu, NakReason reason);
@@ -77,6 +78,7 @@ class ServerConnection {
     std::shared_ptr<Association> m_association;
     std::map<std::uint16_t, Presentation> m_presentations;
     std::uint16_t m_maxTransmit = kFragmentSize;
+    bool m_silenceIsLimited = true;
     PduStream m_stream;
     Reassembly m_reassembly;
     Bytes m_message;

@@ -40,8 +40,8 @@ struct ServerOptions {
     /// status 1723. 0: no limit.
     unsigned MaxCallsPerSecond = 0;
 
-    /// Closes a connection that says nothing and holds no context, that stops in the middle of a message, or
-    /// that does not read its answer, for this long. 0: never.
+    /// Closes a connection that says nothing and held no context when it was last heard, that stops in the
+    /// middle of a message, or that does not read its answer, for this long. 0: never.
     std::chrono::milliseconds IdleClose{30'000};
 };
 
