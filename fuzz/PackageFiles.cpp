@@ -90,7 +90,7 @@ void Exercise(UIElement& element) {
     if (auto* const block = dynamic_cast<TextBlock*>(&element)) {
         block->Text(block->Text().empty() ? u"text" : u"");
     }
-    for (auto* child : element.Children()) {
+    for (const auto& child : element.Children()) {
         Exercise(*child);
     }
 }

@@ -204,7 +204,7 @@ class ButtonPeer final : public ContentPeer {
     void FindName() {
         const auto& accessibility = Element().Accessibility();
         std::vector<GtkWidget*> texts;
-        for (const auto* const child : Element().Children()) {
+        for (const auto& child : Element().Children()) {
             AddTexts(*child, texts);
         }
         m_isIcon = texts.empty();
@@ -222,7 +222,7 @@ class ButtonPeer final : public ContentPeer {
             peer != nullptr && dynamic_cast<const platform::TextBlock*>(&element) != nullptr) {
             texts.push_back(peer->Widget());
         }
-        for (const auto* const child : element.Children()) {
+        for (const auto& child : element.Children()) {
             AddTexts(*child, texts);
         }
     }

@@ -21,7 +21,7 @@ void UpdateLayoutOf(platform::UIElement& element) {
     if (element.Peer() != nullptr) {
         element.Peer()->Update(platform::ElementProperty::Layout);
     }
-    for (auto* const child : element.Children()) {
+    for (const auto& child : element.Children()) {
         UpdateLayoutOf(*child);
     }
 }

@@ -161,13 +161,13 @@ void GtkPeer::MakeDragArea(bool dragArea) {
 
 std::vector<Cell> GtkPeer::ChildCells() const {
     std::vector<Cell> cells;
-    for (const auto* const child : m_element.Children()) {
+    for (const auto& child : m_element.Children()) {
         if (const auto* const peer = Of(*child);
             peer != nullptr && gtk_widget_get_parent(peer->Outer()) != nullptr) {
             cells.push_back({.Widget = peer->Outer(),
                              .Layout = peer->m_element.Layout(),
                              .Scrolled = peer->Scrolled(),
-                             .Fills = dynamic_cast<const platform::InfoBar*>(child) != nullptr});
+                             .Fills = dynamic_cast<const platform::InfoBar*>(child.get()) != nullptr});
         }
     }
     return cells;
@@ -175,7 +175,7 @@ std::vector<Cell> GtkPeer::ChildCells() const {
 
 std::vector<GtkWidget*> GtkPeer::ChildWidgets() const {
     std::vector<GtkWidget*> widgets;
-    for (const auto* const child : m_element.Children()) {
+    for (const auto& child : m_element.Children()) {
         if (const auto* const peer = Of(*child)) {
             widgets.push_back(peer->Outer());
         }

@@ -8,10 +8,6 @@ ContentControl::~ContentControl() {
     }
 }
 
-std::vector<UIElement*> ContentControl::Children() const {
-    return m_content ? std::vector<UIElement*>{m_content.get()} : std::vector<UIElement*>{};
-}
-
 void ContentControl::Content(std::shared_ptr<UIElement> value) {
     VerifyUserInterfaceThread();
     if (value == m_content) {

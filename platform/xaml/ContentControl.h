@@ -9,7 +9,9 @@ class ContentControl : public FrameworkElement {
   public:
     ~ContentControl() override;
 
-    std::vector<UIElement*> Children() const override;
+    std::span<const std::shared_ptr<UIElement>> Children() const override {
+        return {&m_content, m_content ? std::size_t{1} : 0};
+    }
 
     const std::shared_ptr<UIElement>& Content() const { return m_content; }
 

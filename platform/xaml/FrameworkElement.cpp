@@ -14,8 +14,8 @@ std::u16string FrameworkElement::SpokenText() const {
         return m_accessibility.Name;
     }
     std::u16string text;
-    for (const auto* const child : Children()) {
-        const auto* const element = dynamic_cast<const FrameworkElement*>(child);
+    for (const auto& child : Children()) {
+        const auto* const element = dynamic_cast<const FrameworkElement*>(child.get());
         if (element != nullptr && element->Visibility() == platform::Visibility::Visible) {
             const auto part = element->SpokenText();
             text += (text.empty() || part.empty() ? u"" : u" ") + part;

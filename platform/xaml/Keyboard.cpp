@@ -74,7 +74,7 @@ std::u16string TextsIn(const UIElement& element) {
     }
     const auto* const block = dynamic_cast<const TextBlock*>(&element);
     std::u16string text = block != nullptr ? block->Text() : u"";
-    for (const auto* const child : element.Children()) {
+    for (const auto& child : element.Children()) {
         text += TextsIn(*child);
     }
     return text;
@@ -90,7 +90,7 @@ void AddTabStops(UIElement& element, std::vector<UIElement*>& order) {
         return;
     }
     const auto before = order.size();
-    for (auto* const child : element.Children()) {
+    for (const auto& child : element.Children()) {
         AddTabStops(*child, order);
     }
     if (element.IsTabStop() && order.size() == before) {

@@ -8,15 +8,6 @@ Panel::~Panel() {
     }
 }
 
-std::vector<UIElement*> Panel::Children() const {
-    std::vector<UIElement*> children;
-    children.reserve(m_children.size());
-    for (const auto& child : m_children) {
-        children.push_back(child.get());
-    }
-    return children;
-}
-
 void Panel::Append(std::shared_ptr<UIElement> child) {
     Adopt(*child);
     m_children.push_back(std::move(child));

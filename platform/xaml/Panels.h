@@ -9,7 +9,7 @@ class Panel : public FrameworkElement {
   public:
     ~Panel() override;
 
-    std::vector<UIElement*> Children() const override;
+    std::span<const std::shared_ptr<UIElement>> Children() const override { return m_children; }
 
     std::size_t Size() const { return m_children.size(); }
 

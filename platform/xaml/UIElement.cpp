@@ -38,9 +38,14 @@ void UIElement::FlowDirection(platform::FlowDirection value) {
     }
 }
 
+std::vector<std::shared_ptr<UIElement>> UIElement::HeldChildren() const {
+    const auto children = Children();
+    return {children.begin(), children.end()};
+}
+
 void UIElement::FlowDirectionChanged() {
     Changed(ElementProperty::FlowDirection);
-    for (auto* child : Children()) {
+    for (const auto& child : HeldChildren()) {
         if (!child->m_flowDirection) {
             child->FlowDirectionChanged();
         }
@@ -70,8 +75,8 @@ bool UIElement::RaiseKey(VirtualKey key, bool down) {
 void UIElement::EnterWindow(WindowPeer& window) {
     m_window = &window;
     m_peer = window.CreatePeer(*this);
-    const auto children = Children();
-    for (auto* child : children) {
+    const auto children = HeldChildren();
+    for (const auto& child : children) {
         child->EnterWindow(window);
     }
     if (!children.empty()) {
@@ -83,7 +88,7 @@ void UIElement::EnterWindow(WindowPeer& window) {
 }
 
 void UIElement::LeaveWindow() {
-    for (auto* child : Children()) {
+    for (const auto& child : Children()) {
         child->LeaveWindow();
     }
     m_peer.reset();
@@ -92,7 +97,7 @@ void UIElement::LeaveWindow() {
 
 void UIElement::RaiseLoaded() {
     const auto keepAlive = shared_from_this();
-    for (auto* child : Children()) {
+    for (const auto& child : HeldChildren()) {
         child->RaiseLoaded();
     }
     m_loaded.Raise(*this, {});
@@ -102,7 +107,7 @@ void UIElement::RefreshBindings() {
     for (const auto& refresh : m_bindings) {
         refresh();
     }
-    for (auto* child : Children()) {
+    for (const auto& child : HeldChildren()) {
         child->RefreshBindings();
     }
 }

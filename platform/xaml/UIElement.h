@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -67,8 +68,8 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     /// The element that holds this one; null for a root. Not owning.
     UIElement* Parent() const { return m_parent; }
 
-    /// The elements that this one holds, in reading order.
-    virtual std::vector<UIElement*> Children() const { return {}; }
+    /// The elements that this one holds, in reading order; until one is added or removed.
+    virtual std::span<const std::shared_ptr<UIElement>> Children() const { return {}; }
 
     /// True when the element can take the keyboard focus.
     virtual bool IsTabStop() const { return false; }
@@ -159,6 +160,8 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     Event<UIElement&, ElementProperty> m_propertyChanged;
     std::vector<std::function<void()>> m_bindings;
 
+    /// The children, also while a handler adds or removes some.
+    std::vector<std::shared_ptr<UIElement>> HeldChildren() const;
     void FlowDirectionChanged();
 };
 

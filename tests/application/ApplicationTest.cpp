@@ -90,7 +90,7 @@ void Describe(const platform::UIElement& element, std::string& lines, const std:
             lines += words.empty() ? "" : name + how + platform::ToJson(words) + "\n";
         }
     }
-    for (const auto* const child : element.Children()) {
+    for (const auto& child : element.Children()) {
         Describe(*child, lines, name);
     }
 }
@@ -193,7 +193,7 @@ std::shared_ptr<platform::UIElement> ApplicationTest::FindElement(platform::UIEl
         element != nullptr && element->Name() == name) {
         return root.shared_from_this();
     }
-    for (auto* const child : root.Children()) {
+    for (const auto& child : root.Children()) {
         if (auto found = FindElement(*child, name)) {
             return found;
         }

@@ -84,7 +84,7 @@ std::string NameOf(const platform::UIElement& element) {
 /// Reports when it is asked for its children after a change of its layout.
 class LayoutReporter final : public platform::StackPanel {
   public:
-    std::vector<UIElement*> Children() const override {
+    std::span<const std::shared_ptr<UIElement>> Children() const override {
         if (Layout().Width) {
             Report("layout");
         }
