@@ -157,15 +157,18 @@ void ApplicationRun::Started(const std::vector<std::string>& words, bool prelaun
 }
 
 void ApplicationRun::Suspend(std::function<void()> done) {
-    if (std::exchange(m_suspended, true)) {
+    if (m_suspended) {
         m_suspension.then([done = std::move(done)](const task<void>&) { done(); });
         return;
     }
     const task_completion_event<void> ended;
-    m_suspension = create_task(ended);
-    m_suspension.then([done = std::move(done)](const task<void>&) { done(); });
+    auto suspension = create_task(ended);
+    suspension.then([done = std::move(done)](const task<void>&) { done(); });
     const auto operation = std::make_shared<SuspendingOperation>([ended] { ended.set(); });
     SuspendingEventArgs args(operation);
+    // Only now: a suspension that fails here, as for want of memory, may come again.
+    m_suspension = std::move(suspension);
+    m_suspended = true;
     try {
         m_application->Suspending().Raise(*m_application, args);
     } catch (...) {
@@ -191,7 +194,12 @@ void ApplicationRun::EndRequested() {
 }
 
 void ApplicationRun::SuspendAndFinish() {
-    Suspend([this] { m_world.Loop().Post([this] { Finish(); }); });
+    try {
+        Suspend([this] { m_world.Loop().Post([this] { Finish(); }); });
+    } catch (...) {
+        Fail(CurrentException());
+        Finish();
+    }
 }
 
 void ApplicationRun::CloseWindow() {

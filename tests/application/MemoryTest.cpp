@@ -84,6 +84,7 @@ TEST_F(MemoryTest, ALogCallWithoutMemoryLosesItsOwnLineOnlyAndAReadIsAStatus) {
 
 TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
     m_endsItself = true;
+    bool isWhole = false;
     Run({[&] {
         const auto failing = [](const std::function<void()>& work) {
             return WithEachAllocationFailing([&] {
@@ -99,9 +100,12 @@ TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
         EXPECT_GT(failing(post), 1);
         EXPECT_EQ(dispatcher->Pending(), 1U);
         dispatcher->Close();
+        EXPECT_GT(failing([&] { m_world->Client().SleepAnnounced([] {}); }), 3);
         EXPECT_GT(failing([&] { m_world->Client().EndRequested(); }), 0);
         m_clock.Advance(std::chrono::seconds(5));
+        isWhole = true;
     }});
+    EXPECT_TRUE(isWhole) << m_errors;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+import time
 
 ALLOCATOR = r"""
 #include <atomic>
@@ -33,11 +34,15 @@ def start(folder, fails):
     with tempfile.TemporaryDirectory(dir=folder) as state:
         environment = {"PATH": os.environ["PATH"], "XDG_STATE_HOME": state, "KELVANE_RPC_DIRECTORY": "/nonexistent",
                        "LD_PRELOAD": f"{folder}/allocator.so", "FAILS": str(fails)}
+        begin = time.monotonic()
         try:
-            done = subprocess.run([os.environ["KELVANE_BIN"] + "/kelvane", "--text", "--timeout", "3"], env=environment,
+            done = subprocess.run([os.environ["KELVANE_BIN"] + "/kelvane", "--text", "--timeout", "1"], env=environment,
                                   capture_output=True, text=True, timeout=30)
         except subprocess.TimeoutExpired:
             return "does not end", ""
+        # Five is the limit of an end that is never completed.
+        if time.monotonic() - begin > 4:
+            return "ends late", done.stderr.strip()
         return f"status {done.returncode}" if done.returncode >= 0 else f"signal {-done.returncode}", done.stderr.strip()
 
 
