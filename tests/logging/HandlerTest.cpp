@@ -181,6 +181,7 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgainWithinTheLimit)
     platform::EnsureFolder(m_state.Stored().parent_path());
     std::ofstream(m_state.Stored()) << "a file where the folder should be";
     MakeOldLogFiles(m_state.Logs() / "Kelvane_Session-5-");
+    setenv("KELVANE_DEBUG", "1", 1);
     testing::internal::CaptureStderr();
     Start();
     m_handler->LogError(u"kept");
@@ -189,7 +190,16 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgainWithinTheLimit)
     m_handler->LogError(u"kept");
     Suspend();
     const auto said = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
+    const auto times = [&said](std::string_view words) {
+        int count = 0;
+        for (auto at = said.find(words); at != std::string::npos; at = said.find(words, at + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    EXPECT_EQ(times("kelvane: the log file /"), 1) << said;
+    EXPECT_EQ(times("debug: The last log file is not in its folder: create folder "), 2) << said;
+    EXPECT_GT(times("debug: After the log file /"), 7) << said;
     EXPECT_EQ(Setting(kSaved), PropertyValue());
     EXPECT_EQ(tests::Names(m_state.Logs()).size(), 2U + 7U);
 

@@ -55,8 +55,16 @@ TEST(Trace, FramesEachMethodByItsRule) {
 }
 
 TEST(Trace, NeverFailsAMethodWhenItsOwnLinesCannotBeWritten) {
-    // Without an application there is nothing to log through.
+    // Without an application there is nothing to log through, and no thread that may ask for it.
+    setenv("KELVANE_DEBUG", "1", 1);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(Traced(u"K::A", 1, [] { return 2; }), 2);
+    constexpr std::string_view kWhy =
+        "debug: The application called an interface that was marshalled for a different thread.\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "debug: A trace line could not be written:\ndebug: K::A\ndebug: Entry\n" + std::string(kWhy) +
+                  "debug: A trace line could not be written:\ndebug: K::A\ndebug: Exit\n" +
+                  std::string(kWhy));
     EXPECT_THROW(TracedUncaught(u"K::B", [](const Kelvane::Trace& trace) { trace.Error(u"x"); }),
                  platform::Exception);
     EXPECT_EQ(Traced(u"K::C", 1,
