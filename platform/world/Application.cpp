@@ -162,11 +162,12 @@ void ApplicationRun::Suspend(std::function<void()> done) {
         return;
     }
     const task_completion_event<void> ended;
-    auto suspension = create_task(ended);
-    suspension.then([done = std::move(done)](const task<void>&) { done(); });
     const auto operation = std::make_shared<SuspendingOperation>([ended] { ended.set(); });
     SuspendingEventArgs args(operation);
-    // Only now: a suspension that fails here, as for want of memory, may come again.
+    auto suspension = create_task(ended);
+    // Last of what can fail, as for want of memory: the suspension may come again, and a continuation keeps a
+    // task that never ends.
+    suspension.then([done = std::move(done)](const task<void>&) { done(); });
     m_suspension = std::move(suspension);
     m_suspended = true;
     try {
