@@ -7,6 +7,7 @@
 #include "platform/core/DebugOutput.h"
 #include "platform/core/Text.h"
 #include "platform/diagnostics/EventTraceReader.h"
+#include "platform/storage/FolderContent.h"
 #include "platform/tasks/Clock.h"
 
 namespace Kelvane {
@@ -25,14 +26,12 @@ void AddFiles(const LogFilePlace& place, const std::vector<std::u16string>& kept
               std::vector<StoredFile>& files) {
     const auto now = platform::CurrentClock().FileTime();
     std::error_code failure;
-    for (std::filesystem::directory_iterator entry(place.Folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const auto& path = entry->path();
+    for (const auto& path : platform::PathsIn(place.Folder, failure)) {
         if (!path.filename().string().starts_with(place.Prefix) || path.extension() != ".etl") {
             continue;
         }
         std::error_code gone;
-        const auto size = entry->file_size(gone);
+        const auto size = std::filesystem::file_size(path, gone);
         if (gone) {
             continue;
         }

@@ -14,6 +14,7 @@
 #include "platform/diagnostics/LiveFile.h"
 #include "platform/diagnostics/LogFiles.h"
 #include "platform/storage/FileDescriptor.h"
+#include "platform/storage/FolderContent.h"
 
 namespace logtool {
 
@@ -52,16 +53,14 @@ bool IsGone(const std::filesystem::path& path) {
 /// The log and live files of a folder, newest first, and those whose time cannot be read.
 std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder, std::error_code& failure) {
     std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> files;
-    for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const auto& path = entry->path();
+    for (const auto& path : platform::PathsIn(folder, failure)) {
         std::error_code gone;
         if (!IsLive(path) && path.extension() != platform::LogFiles::kExtension) {
             continue;
         }
-        const auto type = entry->status(gone).type();
+        const auto type = std::filesystem::status(path, gone).type();
         if (type == std::filesystem::file_type::regular || type == std::filesystem::file_type::none) {
-            files.emplace_back(entry->last_write_time(gone), path);
+            files.emplace_back(std::filesystem::last_write_time(path, gone), path);
         }
     }
     std::ranges::sort(files, std::ranges::greater());

@@ -13,6 +13,7 @@
 #include "platform/diagnostics/EventTraceReader.h"
 #include "platform/diagnostics/LiveFile.h"
 #include "platform/storage/FileDescriptor.h"
+#include "platform/storage/FolderContent.h"
 
 namespace platform {
 
@@ -82,16 +83,12 @@ std::filesystem::path LogFiles::GiveName(const std::filesystem::path& file,
 }
 
 std::vector<std::filesystem::path> LogFiles::Find(std::string_view extension) const {
-    std::vector<std::filesystem::path> paths;
     // A folder that cannot be read shows when something is stored.
     std::error_code unreadable;
-    for (std::filesystem::directory_iterator at(m_folder, unreadable), end; at != end;
-         at.increment(unreadable)) {
-        const auto& path = at->path();
-        if (path.extension() == extension && path.stem().string().starts_with(m_stem + "-")) {
-            paths.push_back(path);
-        }
-    }
+    auto paths = PathsIn(m_folder, unreadable);
+    std::erase_if(paths, [&](const auto& path) {
+        return path.extension() != extension || !path.stem().string().starts_with(m_stem + "-");
+    });
     return paths;
 }
 
@@ -137,26 +134,29 @@ LogFiles::Leftovers LogFiles::TakeLeftovers(const std::filesystem::path& live) {
             }
         }
     };
-    for (const auto& path : Find(LiveFile::kExtension)) {
-        attempt([&] { StoreLeftover(path, live); });
-    }
-    for (const auto& path : Find(kExtension)) {
+    const auto attemptEach = [&](std::string_view extension, const auto& action) {
         attempt([&] {
-            const auto owner = LiveFileOf(path);
-            if (owner == live) {
-                leftovers.Files.push_back(path);
-            } else if (!LiveFile::IsInUse(owner)) {
-                try {
-                    leftovers.Files.push_back(GiveName(path, live));
-                } catch (const Exception&) {
-                    // Another process that starts may have been faster.
-                    if (std::filesystem::exists(path)) {
-                        throw;
-                    }
-                }
+            for (const auto& path : Find(extension)) {
+                attempt([&] { action(path); });
             }
         });
-    }
+    };
+    attemptEach(LiveFile::kExtension, [&](const auto& path) { StoreLeftover(path, live); });
+    attemptEach(kExtension, [&](const auto& path) {
+        const auto owner = LiveFileOf(path);
+        if (owner == live) {
+            leftovers.Files.push_back(path);
+        } else if (!LiveFile::IsInUse(owner)) {
+            try {
+                leftovers.Files.push_back(GiveName(path, live));
+            } catch (const Exception&) {
+                // Another process that starts may have been faster.
+                if (std::filesystem::exists(path)) {
+                    throw;
+                }
+            }
+        }
+    });
     std::ranges::sort(leftovers.Files, {}, etl::ReadStartTime);
     return leftovers;
 }

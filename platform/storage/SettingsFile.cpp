@@ -18,6 +18,7 @@
 #include "platform/core/Exception.h"
 #include "platform/core/StandardError.h"
 #include "platform/core/Text.h"
+#include "platform/storage/FolderContent.h"
 #include "platform/storage/Places.h"
 
 namespace platform {
@@ -198,9 +199,9 @@ FileDescriptor LockSettings(const std::filesystem::path& file) {
     }
     // What processes left that were killed while they saved.
     std::error_code unknown;
-    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), unknown)) {
-        if (entry.path().native().starts_with(file.native() + kNewSuffix)) {
-            std::filesystem::remove(entry.path(), unknown);
+    for (const auto& path : PathsIn(file.parent_path(), unknown)) {
+        if (path.native().starts_with(file.native() + kNewSuffix)) {
+            std::filesystem::remove(path, unknown);
         }
     }
     return folder;
