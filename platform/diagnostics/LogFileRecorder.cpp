@@ -235,7 +235,7 @@ bool LogFileRecorder::StoreFullImage(Lock& lock) {
     // No system call while the lock is held: callers meet it.
     const bool isGone = m_live->IsGone();
     if (full.IsLast) {
-        m_last = path;
+        m_last = std::move(path);
     } else {
         Report(path);
     }

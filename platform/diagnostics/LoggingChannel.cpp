@@ -100,13 +100,14 @@ void LoggingChannel::Attach(const std::shared_ptr<LogFileRecorder>& recorder, Lo
 
 void LoggingChannel::Detach(const LogFileRecorder* recorder) {
     // Destroyed outside the lock.
-    std::vector<Recording> removed;
+    std::shared_ptr<LogFileRecorder> removed;
     const std::lock_guard lock(TraceLock());
-    const auto middle = std::stable_partition(
-        m_recordings.begin(), m_recordings.end(),
-        [recorder](const Recording& entry) { return entry.recorder.get() != recorder; });
-    removed.assign(std::make_move_iterator(middle), std::make_move_iterator(m_recordings.end()));
-    m_recordings.erase(middle, m_recordings.end());
+    const auto found = std::ranges::find(m_recordings, recorder,
+                                         [](const Recording& entry) { return entry.recorder.get(); });
+    if (found != m_recordings.end()) {
+        removed = std::move(found->recorder);
+        m_recordings.erase(found);
+    }
 }
 
 }  // namespace platform

@@ -19,15 +19,18 @@ CoreDispatcher::~CoreDispatcher() {
 
 task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()> handler) {
     const task_completion_event<void> ended;
+    // Destroyed outside the lock where something fails: what a handler captured may post then.
+    std::list<Posted> posted;
+    posted.push_back({.handler = std::move(handler), .ended = ended});
     const bool taken = m_state.With([&](State& state) {
         if (state.closed) {
-            state.refused.push_back(std::move(handler));
+            state.refused.splice(state.refused.end(), posted);
             return false;
         }
         // Under the lock, so that nothing is posted to a loop that is destroyed after Close; first, so that a
         // failure leaves no handler that nothing runs.
         m_loop.Post([self = shared_from_this()] { self->RunNext(); });
-        state.queue.push_back({.handler = std::move(handler), .ended = ended});
+        state.queue.splice(state.queue.end(), posted);
         m_pending.fetch_add(1);
         return true;
     });
@@ -38,13 +41,16 @@ task<void> CoreDispatcher::RunAsync(CoreDispatcherPriority, std::function<void()
 }
 
 void CoreDispatcher::RunAfter(std::chrono::milliseconds delay, std::function<void()> handler) {
+    std::list<Posted> posted;
+    posted.push_back({.handler = std::move(handler), .ended = {}});
     m_state.With([&](State& state) {
         if (state.closed) {
-            state.refused.push_back(std::move(handler));
+            state.refused.splice(state.refused.end(), posted);
             return;
         }
-        m_loop.PostAfter(delay, [self = shared_from_this(), handler = std::move(handler)] {
-            self->RunAsync(CoreDispatcherPriority::Normal, handler);
+        // A copy, so that a failure destroys nothing under the lock.
+        m_loop.PostAfter(delay, [self = shared_from_this(), copy = posted.front().handler] {
+            self->RunAsync(CoreDispatcherPriority::Normal, copy);
         });
     });
 }

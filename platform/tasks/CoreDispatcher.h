@@ -2,11 +2,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "platform/core/EventLoop.h"
 #include "platform/core/Guarded.h"
@@ -64,8 +63,9 @@ class CoreDispatcher : public std::enable_shared_from_this<CoreDispatcher> {
         task_completion_event<void> ended;
     };
     struct State {
-        std::deque<Posted> queue;
-        std::vector<std::function<void()>> refused;
+        /// Lists, which need no memory where the dispatcher is closed.
+        std::list<Posted> queue;
+        std::list<Posted> refused;
         bool closed = false;
     };
 

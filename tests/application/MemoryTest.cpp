@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdlib>
 #include <new>
+#include <thread>
 
 #include "logging/LoggingHandler.h"
 #include "logging/Trace.h"
@@ -99,6 +100,13 @@ TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
         const auto post = [&] { dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [] {}); };
         EXPECT_GT(failing(post), 1);
         EXPECT_EQ(dispatcher->Pending(), 1U);
+        // What another thread drops goes back by a handler of its own, also when there was no memory for the
+        // first.
+        const auto postHeld = [&] {
+            dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal,
+                                 [held = dispatcher->Hold(std::make_shared<int>())] {});
+        };
+        std::thread([&] { EXPECT_GT(failing(postHeld), 3); }).join();
         dispatcher->Close();
         EXPECT_GT(failing([&] { m_world->Client().SleepAnnounced([] {}); }), 3);
         EXPECT_GT(failing([&] { m_world->Client().EndRequested(); }), 0);

@@ -40,8 +40,8 @@ def start(folder, fails):
                                   capture_output=True, text=True, timeout=30)
         except subprocess.TimeoutExpired:
             return "does not end", ""
-        # Five is the limit of an end that is never completed.
-        if time.monotonic() - begin > 4:
+        # One for an answer that never comes, five for an end that is never completed.
+        if time.monotonic() - begin > 9:
             return "ends late", done.stderr.strip()
         return f"status {done.returncode}" if done.returncode >= 0 else f"signal {-done.returncode}", done.stderr.strip()
 
