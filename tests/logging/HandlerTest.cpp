@@ -200,6 +200,7 @@ TEST_F(Handler, EndsASuspensionWhoseFileCannotBeMovedAndLogsAgainWithinTheLimit)
     EXPECT_EQ(times("kelvane: the log file /"), 1) << said;
     EXPECT_EQ(times("debug: The last log file is not in its folder: create folder "), 2) << said;
     EXPECT_GT(times("debug: After the log file /"), 7) << said;
+    EXPECT_EQ(times("debug: After the log file /"), times(".etl: create folder ")) << said;
     EXPECT_EQ(Setting(kSaved), PropertyValue());
     EXPECT_EQ(tests::Names(m_state.Logs()).size(), 2U + 7U);
 
