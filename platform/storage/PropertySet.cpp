@@ -7,6 +7,9 @@
 
 namespace platform {
 
+// Not in the header, or the type would be trivial.
+NoValue::NoValue(const NoValue&) noexcept = default;
+
 PropertySet::PropertySet(std::u16string origin, PropertyMap values,
                          std::function<void(PropertyMap&, const Edit&)> apply)
     : m_origin(std::move(origin)), m_values(std::move(values)), m_apply(std::move(apply)) {}
@@ -42,7 +45,7 @@ std::optional<std::u16string> PropertySet::LookupString(std::u16string_view key)
     if (!value) {
         return {};
     }
-    if (std::holds_alternative<std::monostate>(*value)) {
+    if (std::holds_alternative<NoValue>(*value)) {
         return u"";
     }
     if (const auto* const text = std::get_if<std::u16string>(&*value)) {
@@ -53,7 +56,7 @@ std::optional<std::u16string> PropertySet::LookupString(std::u16string_view key)
 
 void PropertySet::RefuseType(std::u16string_view key, const PropertyValue& value,
                              const PropertyValue& wanted) const {
-    const auto code = std::holds_alternative<std::monostate>(value) ? result::kPointer : result::kNoInterface;
+    const auto code = std::holds_alternative<NoValue>(value) ? result::kPointer : result::kNoInterface;
     throw Exception(code, m_origin + u": " + std::u16string(key) + u" has the type " +
                               FromUtf8(kTypeNames[value.index()]) + u" in place of " +
                               FromUtf8(kTypeNames[wanted.index()]) +

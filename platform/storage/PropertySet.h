@@ -13,8 +13,18 @@
 
 namespace platform {
 
-/// A boxed value; std::monostate is a key's missing value.
-using PropertyValue = std::variant<std::monostate, bool, std::int32_t, std::int64_t, double, std::u16string>;
+/// A key's missing value. Not std::monostate: of types that are all either trivial or texts the library of
+/// GCC 12 makes a variant that destroys what is not there, when a copy of it fails for want of memory.
+struct NoValue {
+    NoValue() = default;
+    NoValue(const NoValue&) noexcept;
+    NoValue& operator=(const NoValue&) = default;
+    ~NoValue() = default;
+    bool operator==(const NoValue&) const = default;
+};
+
+/// A boxed value.
+using PropertyValue = std::variant<NoValue, bool, std::int32_t, std::int64_t, double, std::u16string>;
 
 using PropertyMap = std::map<std::u16string, PropertyValue, std::less<>>;
 

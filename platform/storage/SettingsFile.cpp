@@ -93,7 +93,7 @@ std::string Decimal(Number value) {
 
 std::string ValueText(const PropertyValue& value) {
     struct Writer {
-        std::string operator()(std::monostate) const { return {}; }
+        std::string operator()(NoValue) const { return {}; }
         std::string operator()(bool boolean) const { return boolean ? "true" : "false"; }
         std::string operator()(std::int32_t number) const { return Decimal(number); }
         std::string operator()(std::int64_t number) const { return Decimal(number); }

@@ -7,6 +7,7 @@
 
 #include "logging/LoggingHandler.h"
 #include "logging/Trace.h"
+#include "platform/storage/ApplicationData.h"
 #include "service/RpcClient.h"
 #include "tests/application/ApplicationTest.h"
 
@@ -95,6 +96,9 @@ TEST_F(MemoryTest, WhatCouldNotBeQueuedOrEndedIsNotWaitedFor) {
                 }
             });
         };
+        auto& settings = platform::ApplicationData::Current().LocalSettings().Values();
+        settings.Insert(u"Test", std::u16string(99, u'x'));
+        EXPECT_GT(failing([&] { static_cast<void>(settings.All()); }), 1);
         // One of the test's own: workers post to the window's meanwhile.
         const auto dispatcher = std::make_shared<platform::CoreDispatcher>(m_world->Loop());
         const auto post = [&] { dispatcher->RunAsync(platform::CoreDispatcherPriority::Normal, [] {}); };
