@@ -10,9 +10,17 @@ using namespace platform;
 void fuzz::Run(std::string_view input) {
     std::filesystem::remove_all(fuzz::Folder() / "settings");
     const auto file = fuzz::WriteFile("settings/settings.xml", input);
+    const auto leftover = fuzz::WriteFile("settings/settings.xml.new-1", input);
+    const auto lock = LockSettings(file);
+    fuzz::Require(!std::filesystem::exists(leftover));
     auto values = LoadSettings(file);
     const bool isDamaged = std::filesystem::exists(file.string() + ".damaged");
     fuzz::Require(isDamaged != std::filesystem::exists(file) && (!isDamaged || values.empty()));
+    if (isDamaged) {
+        fuzz::WriteFile("settings/settings.xml", input);
+        LoadSettings(file);
+        fuzz::Require(std::filesystem::exists(file.string() + ".damaged-2"));
+    }
     // Not equal to itself.
     std::erase_if(values, [](const auto& entry) {
         const auto* const number = std::get_if<double>(&entry.second);
