@@ -318,7 +318,7 @@ void LogFileRecorder::EndOutage(Lock& lock) {
 }
 
 void LogFileRecorder::Prepare(etl::EventTraceImage& image) const {
-    image.Prepare(m_sessionName, m_sessionName + u".etl", CurrentClock().TimeZoneBias());
+    image.Prepare(m_sessionName, m_fileName, CurrentClock().TimeZoneBias());
 }
 
 }  // namespace platform

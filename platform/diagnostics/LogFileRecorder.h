@@ -111,6 +111,8 @@ class LogFileRecorder : public std::enable_shared_from_this<LogFileRecorder> {
 
     // Constant.
     const std::u16string m_sessionName;
+    /// In the files' headers; kept, so that preparing an image needs no memory.
+    const std::u16string m_fileName = m_sessionName + u".etl";
     const Generated m_generated;
     const Wait m_wait;
 
