@@ -97,6 +97,8 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     }
 
     std::counting_semaphore<> m_answer{0};
+    /// Released by each question for details.
+    std::counting_semaphore<> m_asked{0};
     /// The golden trace of the whole run, besides what the script shows.
     std::string m_flow;
     /// Whether the service was asked to run as another user.
@@ -127,6 +129,7 @@ class ScriptTest : public ApplicationTest, public testing::WithParamInterface<st
     /// The service gives the records, fails as the script says, and has details where the script has any.
     void Serve() {
         const auto details = [this](ServerCall& call) {
+            m_asked.release();
             if (m_detailsAreLate) {
                 m_answer.acquire();
             }
@@ -320,6 +323,7 @@ void ScriptTest::Play(const std::string& line) {
         {"late-details", [&] { m_detailsAreLate = true; }},
         {"answer-details", [&] { m_answer.release(); }},
         {"await-details", [] { platform::create_task(AwaitDetails); }},
+        {"await-question", [&] { platform::create_task([this] { m_asked.acquire(); }); }},
         {"system-information", [&] { m_systemInformation = record; }},
         {"usb-type-c", [&] { m_usbTypeC = record; }},
         {"words", [&] { m_options.Words = words; }},
