@@ -244,8 +244,9 @@ int Rpc(std::span<char* const> arguments) {
     const auto& [calls, conversations, caller, serving] = numbers;
     if ((arguments.size() != 3 && arguments.size() != 5) || calls == 0 || conversations == 0) {
         std::fputs(
-            "kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and CONVERSATIONS, both above 0; perhaps "
-            "the processors of CALLER and SERVICE\n",
+            "kelvane-bench rpc: needs SOCKET (or 'self'), CALLS and CONVERSATIONS, both above 0, and may "
+            "have "
+            "the processors CALLER and SERVICE\n",
             stderr);
         return 2;
     }

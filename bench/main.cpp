@@ -33,8 +33,8 @@ constexpr std::array kRows = {
     Row{"rpc", "SOCKET CALLS CONVERSATIONS [CALLER SERVICE]",
         "remote calls to the service that listens at SOCKET ('self': one in this process), and whole "
         "conversations, beside "
-        "a plain exchange of the same bytes; on the processors of these numbers, for a service of another "
-        "process only the caller and the plain one",
+        "a plain exchange of the same bytes; CALLER and SERVICE are the numbers of the processors that both "
+        "ends stay on, but for a service of another process",
         bench::Rpc},
     Row{"start", "STARTS SYSROOT",
         "the application's start until nothing more is drawn, with the machine recorded below SYSROOT, "

@@ -10,6 +10,7 @@ using namespace platform;
 void fuzz::Run(std::string_view input) {
     std::filesystem::remove_all(fuzz::Folder() / "settings");
     const auto file = fuzz::WriteFile("settings/settings.xml", input);
+    // As a process leaves it that is killed while it saves.
     const auto leftover = fuzz::WriteFile("settings/settings.xml.new-1", input);
     const auto lock = LockSettings(file);
     fuzz::Require(!std::filesystem::exists(leftover));
