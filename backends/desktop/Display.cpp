@@ -38,7 +38,8 @@ bool HasSessionBus() {
         g_file_test(socket.get(), G_FILE_TEST_EXISTS) == FALSE) {
         return false;
     }
-    const GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    // Never released: the libraries share the connection while somebody holds it, and connect anew otherwise.
+    static const auto* const bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     return bus != nullptr;
 }
 
