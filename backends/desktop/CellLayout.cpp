@@ -46,8 +46,12 @@ CellLayout::Extent MeasureCell(const Cell& cell, GtkOrientation orientation, int
         CellLayout::Extent across;
         const auto other =
             orientation == GTK_ORIENTATION_VERTICAL ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL;
-        gtk_widget_measure(cell.Widget, other, -1, &across.Minimum, nullptr, nullptr, nullptr);
+        gtk_widget_measure(cell.Widget, other, -1, &across.Minimum, &across.Natural, nullptr, nullptr);
         forSize = std::max(across.Minimum, std::min(forSize, Limit(cell, other)));
+        if (GTK_IS_LABEL(cell.Widget)) {
+            // It is as high in all widths that it fits into: laid out once for them.
+            forSize = std::min(forSize, across.Natural);
+        }
     }
     CellLayout::Extent extent;
     gtk_widget_measure(measured, orientation, forSize, &extent.Minimum, &extent.Natural, nullptr, nullptr);
