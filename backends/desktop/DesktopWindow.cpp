@@ -321,7 +321,6 @@ void DesktopWindow::Close() {
 
 void DesktopWindow::AwaitLabel(GtkPeer& peer) {
     m_awaitingLabel.push_back(&peer);
-    ContentChanged();
 }
 
 void DesktopWindow::Forget(GtkPeer& peer) {

@@ -13,7 +13,7 @@ class PeerClient {
     virtual void ContentChanged() = 0;
     virtual void DirectionChanged(const platform::UIElement& element) = 0;
     /// The element that labels or describes `peer` has no peer yet: update its accessibility again when the
-    /// content is complete.
+    /// content has changed.
     virtual void AwaitLabel(GtkPeer& peer) = 0;
     /// `peer` is being destroyed.
     virtual void Forget(GtkPeer& peer) = 0;

@@ -49,7 +49,8 @@ class WindowPeer {
     virtual ~WindowPeer() = default;
 
     /// Makes a peer for an element that enters the window. The element's parent has its peer already; its
-    /// children get theirs afterwards, and then the parent's peer is updated with ElementProperty::Children.
+    /// children get theirs afterwards, those of a collapsed element when it becomes visible, and then the
+    /// parent's peer is updated with ElementProperty::Children.
     virtual std::unique_ptr<ElementPeer> CreatePeer(UIElement& element) = 0;
 
     /// The root of the tree that the window shows; null for none. The element has its peer.

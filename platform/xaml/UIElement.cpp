@@ -72,18 +72,34 @@ bool UIElement::RaiseKey(VirtualKey key, bool down) {
     return args.Handled;
 }
 
+void UIElement::Visibility(platform::Visibility value) {
+    VerifyUserInterfaceThread();
+    if (value == platform::Visibility::Visible && m_peer && !m_childrenHavePeers) {
+        m_childrenHavePeers = true;
+        EnterChildren();
+    }
+    Set(m_visibility, value, ElementProperty::Visibility);
+}
+
 void UIElement::EnterWindow(WindowPeer& window) {
     m_window = &window;
-    m_peer = window.CreatePeer(*this);
-    const auto children = HeldChildren();
-    for (const auto& child : children) {
-        child->EnterWindow(window);
+    if (m_parent == nullptr || m_parent->m_childrenHavePeers) {
+        m_peer = window.CreatePeer(*this);
+        m_childrenHavePeers = m_visibility == platform::Visibility::Visible;
     }
-    if (!children.empty()) {
-        Changed(ElementProperty::Children);
-    }
+    EnterChildren();
     for (const auto& refresh : m_bindings) {
         refresh();
+    }
+}
+
+void UIElement::EnterChildren() {
+    const auto children = HeldChildren();
+    for (const auto& child : children) {
+        child->EnterWindow(*m_window);
+    }
+    if (!children.empty() && m_childrenHavePeers) {
+        Changed(ElementProperty::Children);
     }
 }
 
@@ -91,6 +107,7 @@ void UIElement::LeaveWindow() {
     for (const auto& child : Children()) {
         child->LeaveWindow();
     }
+    m_childrenHavePeers = false;
     m_peer.reset();
     m_window = nullptr;
 }

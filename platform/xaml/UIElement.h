@@ -52,7 +52,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     UIElement& operator=(const UIElement&) = delete;
 
     platform::Visibility Visibility() const { return m_visibility; }
-    void Visibility(platform::Visibility value) { Set(m_visibility, value, ElementProperty::Visibility); }
+    void Visibility(platform::Visibility value);
 
     /// Whether the element and all above it are visible.
     bool IsShown() const;
@@ -109,6 +109,8 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
 
     /// The window that the element is in, or null.
     WindowPeer* CurrentWindow() const { return m_window; }
+    /// Null outside a window, and below an element that has not been visible in it yet: what is not looked at
+    /// costs a window nothing.
     ElementPeer* Peer() const { return m_peer.get(); }
 
     /// Reads bound properties again, here and below: the caption buttons or the direction have changed.
@@ -151,6 +153,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     UIElement* m_parent = nullptr;
     WindowPeer* m_window = nullptr;
     std::unique_ptr<ElementPeer> m_peer;
+    bool m_childrenHavePeers = false;
     platform::Visibility m_visibility = platform::Visibility::Visible;
     std::optional<platform::FlowDirection> m_flowDirection;
     Event<UIElement&, KeyRoutedEventArgs&> m_keyDown;
@@ -163,6 +166,7 @@ class UIElement : public std::enable_shared_from_this<UIElement> {
     /// The children, also while a handler adds or removes some.
     std::vector<std::shared_ptr<UIElement>> HeldChildren() const;
     void FlowDirectionChanged();
+    void EnterChildren();
 };
 
 /// `element` as an element of the kind that is asked for; one of another kind is refused with the platform's
