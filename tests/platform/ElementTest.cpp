@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "platform/core/Exception.h"
 #include "platform/xaml/Controls.h"
@@ -97,6 +98,78 @@ TEST_F(ElementTest, AButtonInACollapsedPanelCannotBePressed) {
     root->Visibility(Visibility::Collapsed);
     button->Invoke();
     EXPECT_EQ(clicks, 1);
+}
+
+/// Writes down which element got a peer or children, or lost its peer, by the elements' names.
+struct Recorder : WindowPeer {
+    struct Peer final : ElementPeer {
+        Peer(std::u16string& log, UIElement& element) : Log(log), Name(As<FrameworkElement>(element).Name()) {
+            Log += u"+" + Name;
+        }
+        ~Peer() override { Log += u"-" + Name; }
+        void Update(ElementProperty property) override {
+            Log += property == ElementProperty::Children ? u"*" + Name : u"";
+        }
+        void Focus() override {}
+        bool ContainsFocus() const override { return false; }
+        bool IsPointerOver() const override { return false; }
+
+        std::u16string& Log;
+        const std::u16string Name;
+    };
+
+    std::unique_ptr<ElementPeer> CreatePeer(UIElement& element) override {
+        return std::make_unique<Peer>(Log, element);
+    }
+    void SetContent(UIElement*) override {}
+    void Activate() override {}
+    bool IsActive() const override { return false; }
+    void SetTitleBar(UIElement*) override {}
+    void SetPreferredMinSize(Size) override {}
+    bool Resize(Size) override { return false; }
+    Size VisibleSize() override { return {}; }
+    OverlayInsets SystemOverlayInsets() override { return {}; }
+    void Announce(std::u16string_view) override {}
+    void Close() override {}
+
+    std::u16string Log{};
+};
+
+TEST_F(ElementTest, AWindowIsGivenWhatHasBeenVisible) {
+    const auto named = [](const auto& element, const char16_t* name) {
+        element->Name(name);
+        return element;
+    };
+    const auto root = named(std::make_shared<StackPanel>(), u"r");
+    const auto details = named(std::make_shared<StackPanel>(), u"d");
+    const auto row = named(std::make_shared<StackPanel>(), u"w");
+    row->Append(named(std::make_shared<TextBlock>(), u"t"));
+    details->Append(row);
+    root->Append(details);
+    details->Visibility(Visibility::Collapsed);
+    Recorder window;
+    const auto recorded = [&] { return std::exchange(window.Log, {}); };
+
+    root->EnterWindow(window);
+    EXPECT_EQ(recorded(), u"+r+d*r");
+    EXPECT_EQ(row->CurrentWindow(), &window);
+    const auto late = named(std::make_shared<TextBlock>(), u"l");
+    details->Append(late);
+    EXPECT_EQ(recorded(), u"*d");
+    row->Visibility(Visibility::Collapsed);
+    details->Visibility(Visibility::Visible);
+    EXPECT_EQ(recorded(), u"+w+l*d");
+    row->Visibility(Visibility::Visible);
+    EXPECT_EQ(recorded(), u"+t*w");
+    details->Visibility(Visibility::Collapsed);
+    details->Visibility(Visibility::Visible);
+    EXPECT_EQ(recorded(), u"");
+    details->Visibility(Visibility::Collapsed);
+    root->LeaveWindow();
+    EXPECT_EQ(recorded(), u"-t-w-l-d-r");
+    root->EnterWindow(window);
+    EXPECT_EQ(recorded(), u"+r+d*r");
+    root->LeaveWindow();
 }
 
 TEST_F(ElementTest, APageThatRefusesToBeShownLeavesFrameAndHistoryAsTheyAre) {
