@@ -38,6 +38,7 @@ class Bridge(unittest.TestCase):
              "To the clipboard"),
             ("set Copy0 AutomationProperties.Name Copy it", BUTTON, "Copy it", "", "To the clipboard"),
             ("icon Copy0", BUTTON, "Copy it", "", "To the clipboard"),
+            ("set Later Visibility Visible", BOX, "Charging", "Supported", "By the firmware"),
             ("set Ok Content Go on", BUTTON, "Go on", "", ""),
             ("set Title Text Kelvane", "heading", "Kelvane", "Kelvane", ""),
             ("set Ring IsActive False", "progress bar", "Reading", None, ""),
