@@ -320,7 +320,9 @@ void DesktopWindow::Close() {
 }
 
 void DesktopWindow::AwaitLabel(GtkPeer& peer) {
-    m_awaitingLabel.push_back(&peer);
+    if (std::ranges::find(m_awaitingLabel, &peer) == m_awaitingLabel.end()) {
+        m_awaitingLabel.push_back(&peer);
+    }
 }
 
 void DesktopWindow::Forget(GtkPeer& peer) {

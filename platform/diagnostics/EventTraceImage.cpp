@@ -29,9 +29,9 @@ std::byte* AppendText(std::byte* at, std::u16string_view text) {
     return at + sizeof(char16_t);
 }
 
-/// Fetches, to be written, the memory that the calls after the next one will fill: another processor has it
-/// in its cache, which stored the image before, and the next lock would wait until each line has come. Memory
-/// that is not there is not fetched.
+/// Fetches, to be written, the memory that the calls after the next one will fill. Another processor, which
+/// stored the image before, has it in its cache, and the next lock would wait until each line has come.
+/// Memory that is not there is not fetched.
 void FetchAhead(const std::byte* at) {
     constexpr std::ptrdiff_t kLine = 64;
     constexpr std::ptrdiff_t kFirst = 512;
