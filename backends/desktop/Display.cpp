@@ -59,6 +59,10 @@ bool DisplayAvailable() {
         g_setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", TRUE);
         g_setenv("GTK_A11Y", "none", FALSE);
     }
+    // The style sheet says all of the look: the toolkit's theme would take a sixth of a start to be read, and
+    // the icon theme with it, only to be overridden. It stays set: the toolkit looks again when a setting
+    // changes.
+    g_setenv("GTK_THEME", "Empty", TRUE);
     // Drawing by the processor starts in half the time and memory, and the window is small and rarely drawn.
     const VariableScope noGl("GDK_DEBUG", "gl-disable");
     if (gtk_init_check() == FALSE) {

@@ -62,6 +62,13 @@ class Case(unittest.TestCase):
         area = shown(program, role, name).get_extents(Atspi.CoordType.WINDOW)
         return area.x, area.y, area.width, area.height
 
+    @staticmethod
+    def sees_below_the_pointer(is_right, what):
+        """Waits until the darkest pixel there, the mean and the brightest, from 0 to 1, are right."""
+        x, y = (int(part.split("=")[1]) for part in run("xdotool", "getmouselocation", "--shell").stdout.split()[:2])
+        until(lambda: is_right(*map(float, run("import", "-window", "root", "-crop", f"120x8+{x - 60}+{y + 28}", "-colorspace",
+                                               "gray", "-format", "%[fx:minima] %[fx:mean] %[fx:maxima]", "info:").stdout.split())), what)
+
     def has_size(self, program, *size):
         until(lambda: self.area(program, "frame", "Kelvane")[2:] == size, f"a window of {size}")
 
@@ -288,8 +295,12 @@ class Pages(Case):
         x, y, width, height = self.area(program, "text", "Serial number")
         xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2, "click", 3)
         has_focus(program, "Copy")
+        self.sees_below_the_pointer(lambda least, mean, most: least < 0.3 and mean > 0.8, "dark words on a light menu")
         xdotool("key", "Escape")
         has_focus(program, "Serial number")
+        x, y, width, height = self.area(program, "push button", "Copy serial number")
+        xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2)
+        self.sees_below_the_pointer(lambda least, mean, most: mean < 0.4 and most > 0.8, "light words on a dark tooltip")
         xdotool("keydown", control, "key", w, "keyup", control)
         self.assertEqual((program.ended(), program.errors), (0, []))
 
