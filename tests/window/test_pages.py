@@ -62,6 +62,10 @@ class Case(unittest.TestCase):
         area = shown(program, role, name).get_extents(Atspi.CoordType.WINDOW)
         return area.x, area.y, area.width, area.height
 
+    def points_at(self, program, role, name, *further):
+        x, y, width, height = self.area(program, role, name)
+        xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2, *further)
+
     @staticmethod
     def sees_below_the_pointer(is_right, what):
         """Waits until the darkest pixel there, the mean and the brightest, from 0 to 1, are right."""
@@ -292,17 +296,24 @@ class Pages(Case):
             xdotool("keydown", held, "key", *keys, "keyup", held)
         until(lambda: clipboard() == ALWAYS["Product name"], "the value copied")
         self.sees(program, DETAILS)
-        x, y, width, height = self.area(program, "text", "Product name")  # In large letters, which its menu must not have.
-        xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2, "click", 3)
-        has_focus(program, "Copy")
-        self.sees_below_the_pointer(lambda least, mean, most: least < 0.3 and mean > 0.8, "dark words on a light menu")
-        xdotool("key", "Escape")
-        has_focus(program, "Product name")
-        x, y, width, height = self.area(program, "push button", "Copy serial number")
-        xdotool("mousemove", "--window", program.window, x + width // 2, y + height // 2)
-        self.sees_below_the_pointer(lambda least, mean, most: mean < 0.4 and most > 0.8, "light words on a dark tooltip")
         xdotool("keydown", control, "key", w, "keyup", control)
         self.assertEqual((program.ended(), program.errors), (0, []))
+
+    def test_menus_and_tooltips_can_be_read(self):
+        program = self.start()
+        self.sees(program, ALWAYS)
+        xdotool("windowfocus", "--sync", program.window)
+        self.points_at(program, "text", "Serial number", "click", 3)
+        has_focus(program, "Copy")
+        xdotool("key", "Escape")
+        has_focus(program, "Serial number")
+        self.points_at(program, "text", "Product name", "click", 3)  # In large letters, which its menu must not have.
+        has_focus(program, "Select All")
+        self.sees_below_the_pointer(lambda least, mean, most: least < 0.3 and mean > 0.72, "dark words on a light menu")
+        xdotool("key", "Escape")
+        has_focus(program, "Product name")
+        self.points_at(program, "push button", "Copy serial number")
+        self.sees_below_the_pointer(lambda least, mean, most: mean < 0.4 and most > 0.8, "light words on a dark tooltip")
 
     def test_a_word_longer_than_the_window_breaks(self):
         self.enterContext(serve(f"{self.folder}/long", "--sysroot", f"{SOURCE}/tests/machines/hostile-texts",
