@@ -2,9 +2,8 @@
 
 #include <sys/random.h>
 
-#include <cstring>
+#include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace platform::rpc {
 
@@ -20,38 +19,40 @@ Uuid RandomUuid() {
 
 }  // namespace
 
-bool Association::Less::operator()(const Uuid& left, const Uuid& right) const {
-    return std::memcmp(&left, &right, sizeof left) < 0;
-}
-
 ContextHandle Association::Open(std::shared_ptr<void> state) {
     const ContextHandle handle{.Attributes = 0, .Uuid = RandomUuid()};
     m_contexts.With([&](Contexts& contexts) {
         if (contexts.size() >= m_maxContexts) {
             throw RpcException(fault::kServerTooBusy);
         }
-        contexts.emplace(handle.Uuid, std::move(state));
+        contexts.push_back({handle.Uuid, std::move(state)});
+        m_open = contexts.size();
     });
     return handle;
 }
 
 std::shared_ptr<void> Association::Find(const ContextHandle& handle) const {
     return m_contexts.With([&](const Contexts& contexts) {
-        const auto found = contexts.find(handle.Uuid);
+        const auto found = std::ranges::find(contexts, handle.Uuid, &Context::Uuid);
         if (found == contexts.end()) {
             throw RpcException(fault::kContextMismatch);
         }
-        return found->second;
+        return found->State;
     });
 }
 
 void Association::Close(const ContextHandle& handle) {
     // The state's destructor runs when the lock is free again.
-    const auto closed = m_contexts.With([&](Contexts& contexts) { return contexts.extract(handle.Uuid); });
-}
-
-std::size_t Association::OpenContexts() const {
-    return m_contexts.With([](const Contexts& contexts) { return contexts.size(); });
+    const auto closed = m_contexts.With([&](Contexts& contexts) {
+        const auto found = std::ranges::find(contexts, handle.Uuid, &Context::Uuid);
+        std::shared_ptr<void> state;
+        if (found != contexts.end()) {
+            state = std::move(found->State);
+            contexts.erase(found);
+            m_open = contexts.size();
+        }
+        return state;
+    });
 }
 
 std::shared_ptr<Association> AssociationTable::Join(std::uint32_t group, uid_t user) {

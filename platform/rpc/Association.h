@@ -2,9 +2,11 @@
 
 // Associations: what the connections of one client share, the open contexts. Any thread.
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -30,18 +32,21 @@ class Association {
     std::shared_ptr<void> Find(const ContextHandle& handle) const;
 
     void Close(const ContextHandle& handle);
-    std::size_t OpenContexts() const;
+    std::size_t OpenContexts() const { return m_open; }
 
   private:
-    struct Less {
-        bool operator()(const Uuid& left, const Uuid& right) const;
+    struct Context {
+        rpc::Uuid Uuid;
+        std::shared_ptr<void> State;
     };
-    using Contexts = std::map<Uuid, std::shared_ptr<void>, Less>;
+    using Contexts = std::vector<Context>;
 
     const std::uint32_t m_group;
     const uid_t m_user;
     const std::size_t m_maxContexts;
     Guarded<Contexts> m_contexts;
+    /// Their number, read for each message.
+    std::atomic<std::size_t> m_open = 0;
 };
 
 /// The associations of one server.

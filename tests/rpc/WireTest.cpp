@@ -220,10 +220,11 @@ struct BoundConnection : RawClient {
         const Bytes response = Receive();
         return response.empty() ? response : Bytes(response.begin() + kCallHeaderSize, response.end());
     }
-    bool Reads(const Bytes& handle) {
-        Send(Request(Kelvane::procedure::ReadSysInfo, handle));
+    bool Calls(std::uint16_t procedure, const Bytes& handle) {
+        Send(Request(procedure, handle));
         return Receive().at(2) == std::byte(PduType::Response);
     }
+    bool Reads(const Bytes& handle) { return Calls(Kelvane::procedure::ReadSysInfo, handle); }
     std::uint32_t Group = 0;
 };
 
@@ -235,6 +236,10 @@ TEST_F(ConversationTest, AContextIsSharedInItsAssociationOnlyAndGoesWithIt) {
     EXPECT_TRUE(second->Reads(handle));
     EXPECT_FALSE(BoundConnection().Reads(handle));
     first.reset();
+    const Bytes other = second->Open();
+    EXPECT_TRUE(second->Calls(Kelvane::procedure::CloseContext, other));
+    service.RunDown.acquire();
+    EXPECT_FALSE(second->Reads(other));
     EXPECT_TRUE(second->Reads(handle));
     second.reset();
     service.RunDown.acquire();
