@@ -66,14 +66,14 @@ class RawConnection {
     }
 
     void SendBind() {
-        Bytes bind;
+        Buffer bind;
         AppendBind(bind, PduType::Bind, 1, {.Elements = {{0, Kelvane::kHotkeyRpc.Id, {kNdr64}}}});
         SendAll(m_socket.Get(), bind);
     }
 
     /// False when the service does not take it.
     bool Send(procedure::Number number, const CallValues& values, std::size_t fragment = kFragmentSize) {
-        Bytes request;
+        Buffer request;
         BeginCall(request);
         Marshal(kTransferSyntaxes[1], Kelvane::kHotkeyRpc.Procedures[number], Direction::In, values, request);
         FinishCall(request, {.CallId = ++m_callId, .Operation = static_cast<std::uint16_t>(number)},

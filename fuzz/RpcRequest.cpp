@@ -94,12 +94,12 @@ std::vector<std::string> fuzz::Seeds() {
             }
             const CallHeader call{.CallId = 3, .Operation = static_cast<std::uint16_t>(std::stoul(row[1]))};
             const Bytes answer = test::MessageOf({.Type = PduType::Response, .CallId = 3}, {});
-            Bytes fault;
+            Buffer fault;
             AppendFault(fault, {.CallId = 3}, fault::kUnspecified, 0);
             const Bytes close = test::MessageOf({.CallId = 4, .Operation = procedure::CloseContext},
                                                 ByteView(stub).first(sizeof(ContextHandle)));
             add(syntax, {test::MessageOf(call, stub), answer, close});
-            add(syntax, {test::MessageOf(call, stub), fault, close});
+            add(syntax, {test::MessageOf(call, stub), test::Copied(fault), close});
             add(syntax | kMayNotCall, {close});
             add(syntax | kOneTooMany, {close});
         }
@@ -110,7 +110,7 @@ std::vector<std::string> fuzz::Seeds() {
         const Bytes text(characters * sizeof(char16_t), std::byte{'x'});
         values.Context.Uuid = Cursor(g_firstContext, 0).Take<Uuid>();
         values.Parameters[0] = {.Number = static_cast<std::int64_t>(characters), .Text = text};
-        Bytes stub;
+        Buffer stub;
         Marshal(kTransferSyntaxes[0], Kelvane::kHotkeyRpc.Procedures[procedure::ExchangeTextProc8],
                 Direction::In, values, stub);
         add(1, {test::MessageOf({.CallId = 3, .Operation = procedure::ExchangeTextProc8}, stub,

@@ -30,9 +30,12 @@ void fuzz::Run(std::string_view input) {
         return;
     }
     const auto first = TakeByte(input);
-    Bytes bytes = first % 4 == 0 ? Bytes() : opened[first % 4 == 1 ? 0 : 1];
+    Buffer bytes;
+    if (first % 4 != 0) {
+        Append(bytes, opened[first % 4 == 1 ? 0 : 1]);
+    }
     Append(bytes, std::as_bytes(std::span(input)));
-    const test::ScriptedService service({bytes});
+    const test::ScriptedService service({test::Copied(bytes)});
     if (first % 8 < 4) {
         char16_t record[1000];
         Kelvane::RpcClient client;
@@ -64,7 +67,8 @@ std::vector<std::string> fuzz::Seeds() {
             const Bytes stub = test::FromHex(row[3 + syntax]);
             const auto contextId = static_cast<std::uint16_t>(syntax - 1);
             if (row[1] == "callback") {
-                Bytes bytes = test::MessageOf({.CallId = 3, .ContextId = contextId}, stub);
+                Buffer bytes;
+                Append(bytes, test::MessageOf({.CallId = 3, .ContextId = contextId}, stub));
                 Append(bytes,
                        test::MessageOf({.Type = PduType::Response, .CallId = 3, .ContextId = contextId},
                                        std::as_bytes(std::span("\0\0\0\0\0\0\0\0"))));
@@ -76,7 +80,7 @@ std::vector<std::string> fuzz::Seeds() {
             }
         }
     }
-    Bytes record;
+    Buffer record;
     CallValues values;
     const Bytes text(kFragmentSize, std::byte{'x'});
     values.Parameters[0] = {.Number = kFragmentSize / 2, .Text = text};

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <span>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "platform/rpc/Status.h"
@@ -42,14 +43,13 @@ class Cursor {
     }
 
     template <typename T>
-    T Take() {
+    T Take(std::size_t alignment = 1) {
         static_assert(std::is_trivially_copyable_v<T>);
+        const std::size_t padding = PaddingTo(alignment, m_offset);
         T value;
-        std::memcpy(&value, Take(sizeof value).data(), sizeof value);
+        std::memcpy(&value, Take(padding + sizeof value).data() + padding, sizeof value);
         return value;
     }
-
-    void Align(std::size_t alignment) { Take(PaddingTo(alignment, m_offset)); }
 
   private:
     ByteView m_bytes;
@@ -62,22 +62,45 @@ inline std::byte* Copy(ByteView bytes, void* to) {
     return std::copy_n(bytes.data(), bytes.size(), static_cast<std::byte*>(to));
 }
 
-inline void Append(Bytes& out, ByteView bytes) {
-    out.insert(out.end(), bytes.begin(), bytes.end());
+/// Bytes that are put together. It keeps its memory when it is cleared, and unlike a vector it does not set
+/// what its user is about to write.
+class Buffer {
+  public:
+    std::size_t Size() const { return m_size; }
+    std::byte* Data() { return m_memory.data(); }
+    operator ByteView() const { return {m_memory.data(), m_size}; }
+
+    void Clear() { m_size = 0; }
+
+    /// Adds `size` bytes, for the caller to write, and returns the first; valid until more are added.
+    std::byte* Extend(std::size_t size) {
+        if (size > m_memory.size() - m_size) {
+            m_memory.resize(std::max(m_size + size, m_memory.size() * 2));
+        }
+        return m_memory.data() + std::exchange(m_size, m_size + size);
+    }
+
+  private:
+    Bytes m_memory;
+    std::size_t m_size = 0;
+};
+
+inline void Append(Buffer& out, ByteView bytes) {
+    Copy(bytes, out.Extend(bytes.size()));
 }
 
 /// Appends the bytes of `value`, which must contain no padding.
 template <typename T>
-void Append(Bytes& out, const T& value) requires std::is_trivially_copyable_v<T> &&
+void Append(Buffer& out, const T& value) requires std::is_trivially_copyable_v<T> &&
     (!std::is_convertible_v<T, ByteView>) {
-    Append(out, std::as_bytes(std::span(&value, 1)));
+    std::memcpy(out.Extend(sizeof value), &value, sizeof value);
 }
 
-/// Overwrites the bytes at `offset`, which must exist.
+/// Overwrites the bytes at `at`, which must exist.
 template <typename T>
-void StoreAt(std::span<std::byte> out, std::size_t offset, const T& value) {
+void Store(std::byte* at, const T& value) {
     static_assert(std::is_trivially_copyable_v<T>);
-    std::memcpy(out.subspan(offset, sizeof value).data(), &value, sizeof value);
+    std::memcpy(at, &value, sizeof value);
 }
 
 }  // namespace platform::rpc

@@ -55,7 +55,7 @@ class ClientCall {
     }
 
     void Make() {
-        m_binding->Call(m_interface, m_procedure, m_values, [this](const CallValues& out) { Receive(out); });
+        m_binding->Call(m_interface, m_procedure, m_values, [this] { Receive(); });
     }
 
   private:
@@ -118,17 +118,17 @@ class ClientCall {
         }
     }
 
-    void Receive(const CallValues& out) {
+    void Receive() {
         std::array<char16_t*, kMaxParameters> texts{};
         RPC_CONTEXT_HANDLE opened = nullptr;
         try {
             for (std::size_t i = 0; i < kMaxParameters; ++i) {
-                if (out.Parameters[i].Text) {
-                    texts[i] = AllocateText(*out.Parameters[i].Text);
+                if (m_outTexts[i].Text != nullptr && m_values.Parameters[i].Text) {
+                    texts[i] = AllocateText(*m_values.Parameters[i].Text);
                 }
             }
-            if (m_procedure.PassesContext(Direction::Out) && !out.Context.IsNull()) {
-                opened = m_binding->OpenContext(out.Context);
+            if (m_procedure.PassesContext(Direction::Out) && !m_values.Context.IsNull()) {
+                opened = m_binding->OpenContext(m_values.Context);
             }
         } catch (...) {
             std::ranges::for_each(texts, [this](char16_t* text) {
@@ -141,7 +141,7 @@ class ClientCall {
         for (std::size_t i = 0; i < kMaxParameters; ++i) {
             if (m_outTexts[i].Text != nullptr) {
                 *m_outTexts[i].Text = texts[i];
-                *m_outTexts[i].Length = static_cast<std::int32_t>(out.Parameters[i].Number);
+                *m_outTexts[i].Length = static_cast<std::int32_t>(m_values.Parameters[i].Number);
             }
         }
         if (m_procedure.PassesContext(Direction::Out)) {

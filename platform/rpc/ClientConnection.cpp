@@ -54,7 +54,7 @@ std::size_t ChooseAccepted(const BindAckBody& ack, const std::vector<BindElement
 }  // namespace
 
 void ClientConnection::Call(const InterfaceDescription& interface, const Procedure& procedure,
-                            const CallValues& in, const std::function<void(const CallValues& out)>& receive) {
+                            CallValues& values, const std::function<void()>& received) {
     // Only a thread's own entry counts for it, so the order in which threads see others' does not matter.
     constexpr auto kRelaxed = std::memory_order_relaxed;
     if (m_caller.load(kRelaxed) == std::this_thread::get_id()) {
@@ -76,7 +76,7 @@ void ClientConnection::Call(const InterfaceDescription& interface, const Procedu
     }
     Establish(interface);
     BeginCall(m_message);
-    Marshal(*m_syntax, procedure, Direction::In, in, m_message);
+    Marshal(*m_syntax, procedure, Direction::In, values, m_message);
     FinishCall(m_message,
                {.Type = PduType::Request,
                 .CallId = ++m_callId,
@@ -90,9 +90,9 @@ void ClientConnection::Call(const InterfaceDescription& interface, const Procedu
         LimitReceiving(m_socket.Get(), closes ? kCloseLimit : std::chrono::milliseconds(0));
     }
     Send(status::kCallFailedDidNotExecute);
-    CallValues out;
-    Unmarshal(*m_syntax, procedure, Direction::Out, Exchange(interface, in), out);
-    receive(out);
+    const ByteView answer = Exchange(interface, values);
+    Unmarshal(*m_syntax, procedure, Direction::Out, answer, values);
+    received();
 }
 
 /// Runs on the thread that stops the pool, while the call that it cancels may be connecting, sending or
@@ -147,7 +147,7 @@ void ClientConnection::BindInterface(const InterfaceDescription& interface) {
             break;
         }
     }
-    m_message.clear();
+    m_message.Clear();
     AppendBind(m_message, PduType::Bind, ++m_callId, bind);
     Send(status::kCallFailedDidNotExecute);
     const Pdu answer = Receive(status::kCallFailedDidNotExecute);
@@ -248,7 +248,7 @@ void ClientConnection::AnswerCallback(const InterfaceDescription& interface, con
         FinishCall(m_message, header, m_maxTransmit);
     } catch (...) {
         const Status fault = CurrentFault();
-        m_message.clear();
+        m_message.Clear();
         AppendFault(m_message, header, fault, 0);
     }
     Send(status::kCallFailed);

@@ -28,11 +28,11 @@ class ClientConnection {
     /// `path` of the listening socket; empty when no endpoint was given.
     explicit ClientConnection(std::string path) : m_path(std::move(path)) {}
 
-    /// Sends the request made of `in`, waits for the response, and hands its values to `receive` while they
-    /// are valid. Any thread; blocks. Throws RpcException. After a failure that leaves the place in the
-    /// stream unknown, every later call fails.
-    void Call(const InterfaceDescription& interface, const Procedure& procedure, const CallValues& in,
-              const std::function<void(const CallValues& out)>& receive);
+    /// Sends the request made of `values`, waits for the response, puts its values there, and calls
+    /// `received` while they are valid. Any thread; blocks. Throws RpcException. After a failure that leaves
+    /// the place in the stream unknown, every later call fails.
+    void Call(const InterfaceDescription& interface, const Procedure& procedure, CallValues& values,
+              const std::function<void()>& received);
 
     /// The user whose process listens; nothing until a connection was made. Any thread.
     std::optional<uid_t> Listener() const {
@@ -40,7 +40,7 @@ class ClientConnection {
         return user >= 0 ? std::optional(static_cast<uid_t>(user)) : std::nullopt;
     }
 
-    /// Only inside `receive`. The context is valid until it is closed or the binding is destroyed.
+    /// Only inside `received`. The context is valid until it is closed or the binding is destroyed.
     ClientContext* OpenContext(const ContextHandle& handle) {
         return &m_contexts.emplace_back(ClientContext{this, handle});
     }
@@ -80,7 +80,7 @@ class ClientConnection {
     std::uint32_t m_callId = 0;
     PduStream m_stream;
     Reassembly m_reassembly{kMaxResponseBytes};
-    Bytes m_message;
+    Buffer m_message;
     std::list<ClientContext> m_contexts;
 };
 

@@ -1,81 +1,75 @@
 #include "platform/rpc/Ndr.h"
 
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace platform::rpc {
 
 namespace {
 
-constexpr std::uint64_t kFirstReferent = 0x00020000;
-constexpr std::uint64_t kReferentStep = 4;
+constexpr std::uint32_t kFirstReferent = 0x00020000;
+constexpr std::uint32_t kReferentStep = 4;
 
-const Layout& LayoutOf(const TransferSyntax& syntax, Item item) {
-    return syntax.Layouts[static_cast<std::size_t>(item)];
-}
-
-/// Visitor that writes.
+/// Visitor that writes; pointers and counts are of type `Word`.
+template <typename Word>
 class NdrWriter {
   public:
-    NdrWriter(const TransferSyntax& syntax, Bytes& out) : m_syntax(syntax), m_out(out), m_start(out.size()) {}
+    explicit NdrWriter(Buffer& out) : m_out(out), m_start(out.Size()) {}
 
-    void Number(Item item, std::uint64_t value) { Put(item, &value); }
-    void Context(const ContextHandle& handle) { Put(Item::Context, &handle); }
+    void Context(const ContextHandle& handle) { Put(handle, alignof(ContextHandle)); }
+    void Long(std::int64_t value) { Put(static_cast<std::int32_t>(value)); }
+    void Hyper(std::int64_t value) { Put(value); }
 
     void CountedText(const Value& value) {
-        Number(Item::Long, static_cast<std::uint64_t>(value.Number));
+        Long(value.Number);
         if (!value.Text) {
-            Number(Item::Pointer, 0);
+            Put(Word{0});
             return;
         }
-        Number(Item::Pointer, m_referent);
-        m_referent += kReferentStep;
-        Number(Item::Count, value.Text->size() / sizeof(char16_t));
+        Put(std::exchange(m_referent, m_referent + kReferentStep));
+        Put(CountOf(*value.Text));
         Append(m_out, *value.Text);
     }
 
     void String(const Value& value) {
-        const std::uint64_t count = value.Text->size() / sizeof(char16_t);
-        Number(Item::Count, count);
-        Number(Item::Count, 0);
-        Number(Item::Count, count);
+        Put(CountOf(*value.Text));
+        Put(Word{0});
+        Put(CountOf(*value.Text));
         Append(m_out, *value.Text);
     }
 
   private:
-    void Put(Item item, const void* bytes) {
-        const auto [size, alignment] = LayoutOf(m_syntax, item);
-        const std::size_t position = m_out.size() + PaddingTo(alignment, m_out.size() - m_start);
-        m_out.resize(position + size);
-        Copy({static_cast<const std::byte*>(bytes), size}, m_out.data() + position);
+    static Word CountOf(ByteView text) { return static_cast<Word>(text.size() / sizeof(char16_t)); }
+
+    template <typename T>
+    void Put(const T& value, std::size_t alignment = sizeof(T)) {
+        const std::size_t padding = PaddingTo(alignment, m_out.Size() - m_start);
+        std::byte* const end = m_out.Extend(padding + sizeof value);
+        Store(std::fill_n(end, padding, std::byte{}), value);
     }
 
-    const TransferSyntax& m_syntax;
-    Bytes& m_out;
+    Buffer& m_out;
     const std::size_t m_start;
-    std::uint64_t m_referent = kFirstReferent;
+    Word m_referent = kFirstReferent;
 };
 
-/// Visitor that reads, and trusts nothing.
+/// Visitor that reads likewise, and trusts nothing.
+template <typename Word>
 class NdrReader {
   public:
-    NdrReader(const TransferSyntax& syntax, ByteView stub)
-        : m_syntax(syntax), m_cursor(stub, status::kBadStubData) {}
+    explicit NdrReader(ByteView stub) : m_cursor(stub, status::kBadStubData) {}
 
-    void Number(Item item, std::int64_t& value) {
-        const auto number = Number(item);
-        value = item == Item::Long ? static_cast<std::int32_t>(number) : static_cast<std::int64_t>(number);
-    }
-
-    void Context(ContextHandle& handle) { Get(Item::Context, &handle); }
+    void Context(ContextHandle& handle) { handle = m_cursor.Take<ContextHandle>(alignof(ContextHandle)); }
+    void Long(std::int64_t& value) { value = Get<std::int32_t>(); }
+    void Hyper(std::int64_t& value) { value = Get<std::int64_t>(); }
 
     void CountedText(Value& value) {
-        Number(Item::Long, value.Number);
-        if (Number(Item::Pointer) == 0) {
+        Long(value.Number);
+        if (Get<Word>() == 0) {
             value.Text.reset();
             return;
         }
-        const std::uint64_t count = Number(Item::Count);
+        const std::uint64_t count = Get<Word>();
         value.Text = Characters(count);
         if (value.Number < 0 || static_cast<std::uint64_t>(value.Number) != count) {
             throw RpcException(status::kInvalidBound);
@@ -83,9 +77,9 @@ class NdrReader {
     }
 
     void String(Value& value) {
-        const std::uint64_t maximum = Number(Item::Count);
-        const std::uint64_t offset = Number(Item::Count);
-        const std::uint64_t count = Number(Item::Count);
+        const std::uint64_t maximum = Get<Word>();
+        const std::uint64_t offset = Get<Word>();
+        const std::uint64_t count = Get<Word>();
         if (offset != 0 || count == 0 || count > maximum) {
             throw RpcException(status::kBadStubData);
         }
@@ -97,16 +91,9 @@ class NdrReader {
     }
 
   private:
-    void Get(Item item, void* bytes) {
-        const auto [size, alignment] = LayoutOf(m_syntax, item);
-        m_cursor.Align(alignment);
-        std::memcpy(bytes, m_cursor.Take(size).data(), size);
-    }
-
-    std::uint64_t Number(Item item) {
-        std::uint64_t value = 0;
-        Get(item, &value);
-        return value;
+    template <typename T>
+    T Get() {
+        return m_cursor.Take<T>(sizeof(T));
     }
 
     ByteView Characters(std::uint64_t count) {
@@ -116,17 +103,16 @@ class NdrReader {
         return m_cursor.Take(count * sizeof(char16_t));
     }
 
-    const TransferSyntax& m_syntax;
     Cursor m_cursor;
 };
 
 /// Hands the context handle and every parameter that travels in `direction` to `visitor`, in declared order.
 template <typename Visitor, typename Values>
-void Walk(const Procedure& procedure, Direction direction, Visitor& visitor, Values& values) {
+void Walk(const Procedure& procedure, Direction direction, Visitor visitor, Values& values) {
     if (procedure.PassesContext(direction)) {
         visitor.Context(values.Context);
     }
-    for (std::size_t i = 0; i < kMaxParameters; ++i) {
+    for (std::size_t i = 0; i < kMaxParameters && procedure.Parameters[i].Kind != Kind::None; ++i) {
         const Parameter& parameter = procedure.Parameters[i];
         if (parameter.Direction != direction) {
             continue;
@@ -136,10 +122,10 @@ void Walk(const Procedure& procedure, Direction direction, Visitor& visitor, Val
             case Kind::None:
                 break;
             case Kind::Long:
-                visitor.Number(Item::Long, value.Number);
+                visitor.Long(value.Number);
                 break;
             case Kind::Hyper:
-                visitor.Number(Item::Hyper, value.Number);
+                visitor.Hyper(value.Number);
                 break;
             case Kind::CountedText:
                 visitor.CountedText(value);
@@ -174,19 +160,25 @@ const TransferSyntax* FindTransferSyntax(const SyntaxId& id) {
 }
 
 void Marshal(const TransferSyntax& syntax, const Procedure& procedure, Direction direction,
-             const CallValues& values, Bytes& out) {
-    NdrWriter writer(syntax, out);
-    Walk(procedure, direction, writer, values);
+             const CallValues& values, Buffer& out) {
+    if (syntax.WordSize == sizeof(std::uint64_t)) {
+        Walk(procedure, direction, NdrWriter<std::uint64_t>(out), values);
+    } else {
+        Walk(procedure, direction, NdrWriter<std::uint32_t>(out), values);
+    }
 }
 
 void Unmarshal(const TransferSyntax& syntax, const Procedure& procedure, Direction direction, ByteView stub,
                CallValues& values) {
-    NdrReader reader(syntax, stub);
-    Walk(procedure, direction, reader, values);
+    if (syntax.WordSize == sizeof(std::uint64_t)) {
+        Walk(procedure, direction, NdrReader<std::uint64_t>(stub), values);
+    } else {
+        Walk(procedure, direction, NdrReader<std::uint32_t>(stub), values);
+    }
 }
 
 void NdrServerCallAll(const TransferSyntax& syntax, const Procedure& procedure, ByteView request,
-                      const std::function<void(CallValues&)>& routine, Bytes& answer) {
+                      const std::function<void(CallValues&)>& routine, Buffer& answer) {
     CallValues values;
     Unmarshal(syntax, procedure, Direction::In, request, values);
     routine(values);

@@ -40,24 +40,15 @@ struct CallValues {
     std::array<Value, kMaxParameters> Parameters;
 };
 
-/// What takes room in stub data.
-enum class Item : std::uint8_t { Long, Hyper, Pointer, Count, Context };
-
-/// Bytes that an item takes and that its offset is a multiple of.
-struct Layout {
-    std::uint8_t Size;
-    std::uint8_t Alignment;
-};
-
 struct TransferSyntax {
     SyntaxId Id;
-    std::array<Layout, 5> Layouts;  ///< by Item
+    std::size_t WordSize;  ///< bytes that a pointer or a count takes, and that its offset is a multiple of
 };
 
 /// Both transfer syntaxes in the order in which a client offers them.
 inline constexpr std::array<TransferSyntax, 2> kTransferSyntaxes{{
-    {.Id = kNdr, .Layouts = {{{4, 4}, {8, 8}, {4, 4}, {4, 4}, {20, 4}}}},
-    {.Id = kNdr64, .Layouts = {{{4, 4}, {8, 8}, {8, 8}, {8, 8}, {20, 4}}}},
+    {.Id = kNdr, .WordSize = 4},
+    {.Id = kNdr64, .WordSize = 8},
 }};
 
 /// Null for an id that is neither.
@@ -65,7 +56,7 @@ const TransferSyntax* FindTransferSyntax(const SyntaxId& id);
 
 /// Appends the stub data of the values that travel in `direction`; it starts at the present end of `out`.
 void Marshal(const TransferSyntax& syntax, const Procedure& procedure, Direction direction,
-             const CallValues& values, Bytes& out);
+             const CallValues& values, Buffer& out);
 
 /// Reads stub data. Takes no memory that the bytes do not fill: texts are views of `stub`. Surplus bytes are
 /// allowed. Throws kBadStubData where bytes are missing or malformed, kInvalidBound for a length that
@@ -76,6 +67,6 @@ void Unmarshal(const TransferSyntax& syntax, const Procedure& procedure, Directi
 /// The called side of one call: reads the in parameters from `request`, calls `routine`, appends the out
 /// parameters to `answer`. Texts that the routine sets must live until this returns.
 void NdrServerCallAll(const TransferSyntax& syntax, const Procedure& procedure, ByteView request,
-                      const std::function<void(CallValues&)>& routine, Bytes& answer);
+                      const std::function<void(CallValues&)>& routine, Buffer& answer);
 
 }  // namespace platform::rpc

@@ -10,40 +10,49 @@ namespace {
 /// Room for a usual exchange; a longer unit gets more.
 constexpr std::size_t kFirstRoom = 8192;
 
-constexpr std::size_t kFragmentLengthOffset = 8;
+/// What every unit begins with (C706 12.6.3.1).
+struct CommonHeader {
+    std::uint8_t Major = kVersionMajor;
+    std::uint8_t Minor = kVersionMinor;
+    PduType Type;
+    std::uint8_t Flags;
+    std::uint32_t Representation = kLittleEndian;
+    std::uint16_t FragmentLength = 0;
+    std::uint16_t AuthLength = 0;
+    std::uint32_t CallId;
+};
+static_assert(sizeof(CommonHeader) == kHeaderSize);
 
-/// Positions of the head of a request or response.
-constexpr std::size_t kAllocHintOffset = 16;
-
-void AppendHeader(Bytes& out, PduType type, std::uint8_t flags, std::uint32_t callId) {
-    Append(out, kVersionMajor);
-    Append(out, kVersionMinor);
-    Append(out, type);
-    Append(out, flags);
-    Append(out, std::uint32_t{kLittleEndian});
-    Append(out, std::uint32_t{0});  // fragment length, known later, and authentication length
-    Append(out, callId);
-}
+/// What follows in a request or response (C706 12.6.4.9, 12.6.4.10), in a response with 0 for the operation.
+struct CallHeaderTail {
+    std::uint32_t AllocHint;  ///< nothing may rely on it
+    std::uint16_t ContextId;
+    std::uint16_t Operation;
+};
+static_assert(kHeaderSize + sizeof(CallHeaderTail) == kCallHeaderSize);
 
 /// Appends a unit of one fragment whose body `appendBody` appends.
 template <typename AppendBody>
-void AppendPdu(Bytes& out, PduType type, std::uint8_t flags, std::uint32_t callId, AppendBody appendBody) {
-    const std::size_t start = out.size();
-    AppendHeader(out, type, static_cast<std::uint8_t>(flags | pdu_flag::kFirst | pdu_flag::kLast), callId);
+void AppendPdu(Buffer& out, PduType type, std::uint8_t flags, std::uint32_t callId, AppendBody appendBody) {
+    const std::size_t start = out.Size();
+    CommonHeader header{.Type = type, .Flags = flags, .CallId = callId};
+    header.Flags |= pdu_flag::kFirst | pdu_flag::kLast;
+    out.Extend(sizeof header);
     appendBody();
-    StoreAt(out, start + kFragmentLengthOffset, static_cast<std::uint16_t>(out.size() - start));
+    header.FragmentLength = static_cast<std::uint16_t>(out.Size() - start);
+    Store(out.Data() + start, header);
 }
 
-void StoreCallHeader(std::span<std::byte> fragment, const CallHeader& header, std::uint8_t flags) {
-    const std::uint16_t operation = header.Type == PduType::Request ? header.Operation : 0;
-    StoreAt(fragment, 0,
-            std::array{kVersionMajor, kVersionMinor, static_cast<std::uint8_t>(header.Type), flags});
-    StoreAt(fragment, 4, std::uint32_t{kLittleEndian});
-    StoreAt(fragment, kFragmentLengthOffset, static_cast<std::uint32_t>(fragment.size()));
-    StoreAt(fragment, 12, header.CallId);
-    StoreAt(fragment, kAllocHintOffset, static_cast<std::uint32_t>(fragment.size() - kCallHeaderSize));
-    StoreAt(fragment, 20, header.ContextId);
-    StoreAt(fragment, 22, operation);
+/// Writes the header of a fragment of `size` bytes.
+void StoreCallHeader(std::byte* fragment, std::size_t size, const CallHeader& header, std::uint8_t flags) {
+    Store(fragment, CommonHeader{.Type = header.Type,
+                                 .Flags = flags,
+                                 .FragmentLength = static_cast<std::uint16_t>(size),
+                                 .CallId = header.CallId});
+    Store(fragment + kHeaderSize,
+          CallHeaderTail{.AllocHint = static_cast<std::uint32_t>(size - kCallHeaderSize),
+                         .ContextId = header.ContextId,
+                         .Operation = header.Type == PduType::Request ? header.Operation : std::uint16_t{0}});
 }
 
 Cursor BodyOf(const Pdu& pdu) {
@@ -58,10 +67,9 @@ std::span<std::byte> PduStream::Room() {
     }
     std::size_t needed = kFirstRoom;
     if (m_end - m_begin >= kHeaderSize) {
-        const auto length =
-            Cursor(ByteView(m_bytes).subspan(m_begin + kFragmentLengthOffset), status::kProtocolError)
-                .Take<std::uint16_t>();
-        needed = std::max<std::size_t>(needed, length);
+        const auto header =
+            Cursor(ByteView(m_bytes).subspan(m_begin), status::kProtocolError).Take<CommonHeader>();
+        needed = std::max<std::size_t>(needed, header.FragmentLength);
     }
     if (m_begin + needed > m_bytes.size()) {
         std::ranges::copy(std::span(m_bytes).subspan(m_begin, m_end - m_begin), m_bytes.begin());
@@ -77,24 +85,18 @@ std::optional<Pdu> PduStream::Next() {
     if (bytes.size() < kHeaderSize) {
         return std::nullopt;
     }
-    Cursor header(bytes, status::kProtocolError);
-    const auto major = header.Take<std::uint8_t>();
-    const auto minor = header.Take<std::uint8_t>();
-    const auto type = header.Take<PduType>();
-    const auto flags = header.Take<std::uint8_t>();
-    const auto representation = header.Take<std::uint32_t>();
-    const auto length = header.Take<std::uint16_t>();
-    const auto authLength = header.Take<std::uint16_t>();
-    const auto callId = header.Take<std::uint32_t>();
-    if (major != kVersionMajor || minor != kVersionMinor || (representation & 0xFF) != kLittleEndian ||
-        length < kHeaderSize) {
+    const auto header = Cursor(bytes, status::kProtocolError).Take<CommonHeader>();
+    const std::size_t length = header.FragmentLength;
+    if (header.Major != kVersionMajor || header.Minor != kVersionMinor ||
+        (header.Representation & 0xFF) != kLittleEndian || length < kHeaderSize) {
         throw RpcException(status::kProtocolError);
     }
     if (bytes.size() < length) {
         return std::nullopt;
     }
     m_begin += length;
-    return Pdu{type, flags, authLength, callId, bytes.subspan(kHeaderSize, length - kHeaderSize)};
+    return Pdu{header.Type, header.Flags, header.AuthLength, header.CallId,
+               bytes.subspan(kHeaderSize, length - kHeaderSize)};
 }
 
 BindBody ReadBind(const Pdu& pdu) {
@@ -118,7 +120,7 @@ BindBody ReadBind(const Pdu& pdu) {
     return body;
 }
 
-void AppendBind(Bytes& out, PduType type, std::uint32_t callId, const BindBody& body) {
+void AppendBind(Buffer& out, PduType type, std::uint32_t callId, const BindBody& body) {
     AppendPdu(out, type, 0, callId, [&] {
         Append(out, body.MaxTransmit);
         Append(out, body.MaxReceive);
@@ -142,8 +144,7 @@ BindAckBody ReadBindAck(const Pdu& pdu) {
     body.MaxReceive = in.Take<std::uint16_t>();
     body.AssociationGroup = in.Take<std::uint32_t>();
     in.Take(in.Take<std::uint16_t>());  // secondary address
-    in.Align(4);
-    const auto count = in.Take<std::uint8_t>();
+    const auto count = in.Take<std::uint8_t>(4);
     in.Take(3);
     for (unsigned i = 0; i < count; ++i) {
         body.Results.push_back({in.Take<std::uint16_t>(), in.Take<std::uint16_t>(), in.Take<SyntaxId>()});
@@ -151,7 +152,7 @@ BindAckBody ReadBindAck(const Pdu& pdu) {
     return body;
 }
 
-void AppendBindAck(Bytes& out, PduType type, std::uint32_t callId, const BindAckBody& body) {
+void AppendBindAck(Buffer& out, PduType type, std::uint32_t callId, const BindAckBody& body) {
     AppendPdu(out, type, 0, callId, [&] {
         Append(out, body.MaxTransmit);
         Append(out, body.MaxReceive);
@@ -170,7 +171,7 @@ std::uint16_t ReadBindNak(const Pdu& pdu) {
     return BodyOf(pdu).Take<std::uint16_t>();
 }
 
-void AppendBindNak(Bytes& out, std::uint32_t callId, NakReason reason) {
+void AppendBindNak(Buffer& out, std::uint32_t callId, NakReason reason) {
     AppendPdu(out, PduType::BindNak, 0, callId, [&] {
         Append(out, reason);
         Append(out, std::array<std::uint8_t, 3>{1, kVersionMajor, kVersionMinor});
@@ -183,7 +184,7 @@ Status ReadFault(const Pdu& pdu) {
     return in.Take<Status>();
 }
 
-void AppendFault(Bytes& out, const CallHeader& call, Status fault, std::uint8_t flags) {
+void AppendFault(Buffer& out, const CallHeader& call, Status fault, std::uint8_t flags) {
     AppendPdu(out, PduType::Fault, flags, call.CallId, [&] {
         Append(out, std::uint32_t{0});
         Append(out, call.ContextId);
@@ -193,40 +194,39 @@ void AppendFault(Bytes& out, const CallHeader& call, Status fault, std::uint8_t 
     });
 }
 
-void BeginCall(Bytes& message) {
-    message.assign(kCallHeaderSize, std::byte{});
+void BeginCall(Buffer& message) {
+    message.Clear();
+    message.Extend(kCallHeaderSize);
 }
 
-void FinishCall(Bytes& message, const CallHeader& header, std::size_t maxFragment) {
-    if (message.size() <= maxFragment) {
-        StoreCallHeader(message, header, pdu_flag::kFirst | pdu_flag::kLast);
+void FinishCall(Buffer& message, const CallHeader& header, std::size_t maxFragment) {
+    if (message.Size() <= maxFragment) {
+        StoreCallHeader(message.Data(), message.Size(), header, pdu_flag::kFirst | pdu_flag::kLast);
         return;
     }
     ByteView stub = ByteView(message).subspan(kCallHeaderSize);
     const std::size_t step = (maxFragment - kCallHeaderSize) / kFragmentStep * kFragmentStep;
-    Bytes fragments;
-    fragments.reserve(stub.size() + (stub.size() / step + 1) * kCallHeaderSize);
+    const std::size_t count = (stub.size() + step - 1) / step;
+    Buffer fragments;
+    std::byte* fragment = fragments.Extend(stub.size() + count * kCallHeaderSize);
     std::uint8_t flags = pdu_flag::kFirst;
     while (!stub.empty()) {
         const ByteView part = stub.first(std::min(step, stub.size()));
         stub = stub.subspan(part.size());
-        const std::size_t start = fragments.size();
-        fragments.resize(start + kCallHeaderSize);
-        Append(fragments, part);
-        StoreCallHeader(std::span(fragments).subspan(start), header,
+        StoreCallHeader(fragment, kCallHeaderSize + part.size(), header,
                         stub.empty() ? flags | pdu_flag::kLast : flags);
+        fragment = Copy(part, fragment + kCallHeaderSize);
         flags = 0;
     }
-    message.swap(fragments);
+    message = std::move(fragments);
 }
 
 std::optional<Call> Reassembly::Add(const Pdu& pdu) {
     Cursor in = BodyOf(pdu);
-    in.Take<std::uint32_t>();  // a hint on the length that nothing may rely on
-    CallHeader header{.Type = pdu.Type, .CallId = pdu.CallId, .ContextId = in.Take<std::uint16_t>()};
-    const auto operation = in.Take<std::uint16_t>();
+    const auto head = in.Take<CallHeaderTail>();
+    CallHeader header{.Type = pdu.Type, .CallId = pdu.CallId, .ContextId = head.ContextId};
     if (pdu.Type == PduType::Request) {
-        header.Operation = operation;
+        header.Operation = head.Operation;
         in.Take((pdu.Flags & pdu_flag::kObject) != 0 ? sizeof(Uuid) : 0);
     }
     const ByteView stub = in.Take(in.Left());
@@ -235,21 +235,21 @@ std::optional<Call> Reassembly::Add(const Pdu& pdu) {
     if (pdu.AuthLength != 0 || first == m_call.has_value()) {
         throw RpcException(status::kProtocolError);
     }
+    if (first && last) {
+        return Call{.Header = header, .Stub = stub, .IsTooLong = stub.size() > m_limit};
+    }
     if (first) {
         m_call = Call{.Header = header};
-        m_stub.clear();
-        if (last) {
-            m_call->Stub = stub;
-        }
+        m_stub.Clear();
     } else if (header.Type != m_call->Header.Type || header.CallId != m_call->Header.CallId ||
                header.ContextId != m_call->Header.ContextId || header.Operation != m_call->Header.Operation) {
         throw RpcException(status::kProtocolError);
     }
-    if (stub.size() > m_limit - m_stub.size()) {
+    if (stub.size() > m_limit - m_stub.Size()) {
         m_call->IsTooLong = true;
         m_call->Stub = {};
     }
-    if (!(first && last) && !m_call->IsTooLong) {
+    if (!m_call->IsTooLong) {
         Append(m_stub, stub);
         m_call->Stub = m_stub;
     }

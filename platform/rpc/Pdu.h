@@ -76,9 +76,9 @@ std::uint16_t ReadBindNak(const Pdu& pdu);
 /// The status in a fault, as sent.
 Status ReadFault(const Pdu& pdu);
 
-void AppendBind(Bytes& out, PduType type, std::uint32_t callId, const BindBody& body);
-void AppendBindAck(Bytes& out, PduType type, std::uint32_t callId, const BindAckBody& body);
-void AppendBindNak(Bytes& out, std::uint32_t callId, NakReason reason);
+void AppendBind(Buffer& out, PduType type, std::uint32_t callId, const BindBody& body);
+void AppendBindAck(Buffer& out, PduType type, std::uint32_t callId, const BindAckBody& body);
+void AppendBindNak(Buffer& out, std::uint32_t callId, NakReason reason);
 
 /// What a request or response says beside its stub data. A response has no operation number.
 struct CallHeader {
@@ -88,20 +88,20 @@ struct CallHeader {
     std::uint16_t Operation = 0;
 };
 
-void AppendFault(Bytes& out, const CallHeader& call, Status fault, std::uint8_t flags);
+void AppendFault(Buffer& out, const CallHeader& call, Status fault, std::uint8_t flags);
 
 /// Starts a request or response in `message`: room for the header, after which the stub data is appended.
-void BeginCall(Bytes& message);
+void BeginCall(Buffer& message);
 
 /// Completes `message` to be sent: writes the header, or cuts it into fragments of at most `maxFragment`
 /// bytes.
-void FinishCall(Bytes& message, const CallHeader& header, std::size_t maxFragment);
+void FinishCall(Buffer& message, const CallHeader& header, std::size_t maxFragment);
 
 /// A request or response put together. `Stub` is a view of the unit that came last or of the reassembly.
 struct Call {
     CallHeader Header;
     ByteView Stub{};
-    bool IsTooLong = false;  ///< the stub data went over the limit and was dropped
+    bool IsTooLong = false;  ///< the stub data went over the limit; it may be missing
 };
 
 /// Puts fragments together.
@@ -120,7 +120,7 @@ class Reassembly {
   private:
     const std::size_t m_limit;
     std::optional<Call> m_call;
-    Bytes m_stub;
+    Buffer m_stub;
 };
 
 }  // namespace platform::rpc

@@ -14,14 +14,12 @@ ByteView TextBytes(const std::u16string& text, std::size_t characters) {
 }  // namespace
 
 ServerCall::ServerCall(const SocketCredentials& caller, const rpc::Procedure& procedure, CallValues& values,
-                       std::shared_ptr<void> context, CallBack callBack)
-    : m_caller(caller),
-      m_callBack(std::move(callBack)),
-      m_procedure(procedure),
-      m_values(values),
-      m_context(std::move(context)) {
+                       const CallBack& callBack)
+    : m_caller(caller), m_callBack(callBack), m_procedure(procedure), m_values(values) {
     for (std::size_t i = 0; i < kMaxParameters; ++i) {
-        m_inTexts[i] = values.Parameters[i].CopyText();
+        if (values.Parameters[i].Text) {
+            m_texts[i] = values.Parameters[i].CopyText();
+        }
     }
 }
 
@@ -34,7 +32,7 @@ std::int64_t ServerCall::Hyper(std::size_t parameter) const {
 }
 
 void ServerCall::SetText(std::size_t parameter, std::optional<std::u16string> text) {
-    auto& held = m_outTexts.at(parameter) = std::move(text);
+    auto& held = m_texts.at(parameter) = std::move(text);
     Value& value = m_values.Parameters[parameter];
     value = {};
     if (held) {
@@ -45,7 +43,7 @@ void ServerCall::SetText(std::size_t parameter, std::optional<std::u16string> te
 
 void ServerCall::SetRawText(std::size_t parameter, std::int32_t length,
                             std::optional<std::u16string> characters) {
-    auto& held = m_outTexts.at(parameter) = std::move(characters);
+    auto& held = m_texts.at(parameter) = std::move(characters);
     Value& value = m_values.Parameters[parameter];
     value = {.Number = length};
     if (held) {

@@ -24,9 +24,9 @@ class ServerCall {
     /// Sends a callback's values to the client and waits for its answer. Throws RpcException.
     using CallBack = std::function<void(const CallValues&)>;
 
-    /// All but the context and the function must outlive the call.
+    /// What is passed must outlive the call.
     ServerCall(const SocketCredentials& caller, const rpc::Procedure& procedure, CallValues& values,
-               std::shared_ptr<void> context, CallBack callBack);
+               const CallBack& callBack);
 
     unsigned Procedure() const { return m_procedure.Number; }
     const SocketCredentials& Caller() const { return m_caller; }
@@ -35,7 +35,7 @@ class ServerCall {
     std::int64_t Hyper(std::size_t parameter) const;
 
     /// A counted text that the client sent, with the terminating zero if it sent one; nothing for null.
-    const std::optional<std::u16string>& Text(std::size_t parameter) const { return m_inTexts[parameter]; }
+    const std::optional<std::u16string>& Text(std::size_t parameter) const { return m_texts[parameter]; }
 
     /// Returns a counted text, its length counting the terminating zero that is added here; nothing for null.
     /// What is never set returns as null.
@@ -56,12 +56,13 @@ class ServerCall {
 
   private:
     const SocketCredentials& m_caller;
-    const CallBack m_callBack;
+    const CallBack& m_callBack;
     const rpc::Procedure& m_procedure;
     CallValues& m_values;
     std::shared_ptr<void> m_context;
-    std::array<std::optional<std::u16string>, kMaxParameters> m_inTexts;
-    std::array<std::optional<std::u16string>, kMaxParameters> m_outTexts;
+    /// Those that came, for what arrives during a callback overwrites their bytes, and those that are
+    /// returned.
+    std::array<std::optional<std::u16string>, kMaxParameters> m_texts;
 };
 
 /// A procedure's body. It may block; it throws RpcException to send that status as a fault.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <functional>
 #include <utility>
 
 #include "platform/core/DebugOutput.h"
@@ -121,7 +120,7 @@ bool ServerConnection::Handle(const Pdu& pdu) {
 }
 
 bool ServerConnection::Refuse(const Pdu& pdu, NakReason reason) {
-    m_message.clear();
+    m_message.Clear();
     AppendBindNak(m_message, pdu.CallId, reason);
     Send();
     return false;
@@ -155,7 +154,7 @@ bool ServerConnection::Negotiate(const Pdu& pdu) {
     for (const ServerShared::Served& served : m_shared.Interfaces) {
         Choose(served, body, ack.Results);
     }
-    m_message.clear();
+    m_message.Clear();
     AppendBindAck(m_message, isBind ? PduType::BindAck : PduType::AlterContextResponse, pdu.CallId, ack);
     return Send();
 }
@@ -192,7 +191,7 @@ bool ServerConnection::Serve(const Call& request) {
         FinishCall(m_message, header, m_maxTransmit);
     } catch (...) {
         const Status fault = CurrentFault();
-        m_message.clear();
+        m_message.Clear();
         AppendFault(m_message, m_call, fault, m_executed ? 0 : pdu_flag::kDidNotExecute);
     }
     return !m_lost && Send() && m_admitted == Admitted::Serve;
@@ -217,27 +216,28 @@ void ServerConnection::Dispatch(const Call& request) {
         throw RpcException(fault::kServerTooBusy);
     }
     const Procedure& procedure = served->Interface.Procedures[m_call.Operation];
-    const ServerProcedure& body = served->Procedures[m_call.Operation];
-    std::optional<ServerCall> call;
-    const auto run = [&](CallValues& values) { RunProcedure(body, procedure, values, call); };
-    // By reference, so that nothing is allocated for it.
-    NdrServerCallAll(*syntax, procedure, request.Stub, std::ref(run), m_message);
+    CallValues values;
+    Unmarshal(*syntax, procedure, Direction::In, request.Stub, values);
+    // Owns the texts that are returned, so it lives until they are written.
+    ServerCall call(m_caller, procedure, values, m_callBack);
+    RunProcedure(served->Procedures[m_call.Operation], procedure, values, call);
+    Marshal(*syntax, procedure, Direction::Out, values, m_message);
 }
 
-/// `call` owns the texts that are returned, so it belongs to the caller.
 void ServerConnection::RunProcedure(const ServerProcedure& body, const Procedure& procedure,
-                                    CallValues& values, std::optional<ServerCall>& call) {
+                                    CallValues& values, ServerCall& call) {
     const ContextHandle handle = values.Context;
     const bool passedIn = procedure.PassesContext(Direction::In);
-    const auto context = passedIn ? m_association->Find(handle) : nullptr;
-    call.emplace(m_caller, procedure, values, context,
-                 [this](const CallValues& sent) { InvokeCallback(sent); });
+    if (passedIn) {
+        call.SetContext(m_association->Find(handle));
+    }
+    const void* const before = call.Context().get();
     m_executed = true;
-    body(*call);
-    if (!procedure.PassesContext(Direction::Out) || call->Context() == context) {
+    body(call);
+    if (!procedure.PassesContext(Direction::Out) || call.Context().get() == before) {
         return;
     }
-    values.Context = call->Context() != nullptr ? m_association->Open(call->Context()) : ContextHandle{};
+    values.Context = call.Context() != nullptr ? m_association->Open(call.Context()) : ContextHandle{};
     if (passedIn) {
         m_association->Close(handle);
     }
@@ -245,7 +245,7 @@ void ServerConnection::RunProcedure(const ServerProcedure& body, const Procedure
 
 void ServerConnection::InvokeCallback(const CallValues& values) {
     const auto& [served, syntax] = m_presentations.at(m_call.ContextId);
-    Bytes message;
+    Buffer message;
     BeginCall(message);
     Marshal(*syntax, served->Interface.Callbacks.front(), Direction::In, values, message);
     CallHeader header = m_call;

@@ -68,7 +68,7 @@ class ServerConnection {
     void Dispatch(const Call& request);
     void InvokeCallback(const CallValues& values);
     void RunProcedure(const ServerProcedure& body, const Procedure& procedure, CallValues& values,
-                      std::optional<ServerCall>& call);
+                      ServerCall& call);
     bool Send();
 
     ServerShared& m_shared;
@@ -81,7 +81,8 @@ class ServerConnection {
     bool m_silenceIsLimited = true;
     PduStream m_stream;
     Reassembly m_reassembly;
-    Bytes m_message;
+    Buffer m_message;
+    const ServerCall::CallBack m_callBack = [this](const CallValues& values) { InvokeCallback(values); };
 
     // The call in progress.
     CallHeader m_call;

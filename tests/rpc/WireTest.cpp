@@ -56,7 +56,10 @@ TEST(StubTest, IsReadAndWrittenAsOthersDoAndWhole) {
             Unmarshal(kTransferSyntaxes[i], procedure, direction, FromHex(row[4 + i] + "bfbfbf"), values);
             Unmarshal(kTransferSyntaxes[i], procedure, direction, stub, values);
             EXPECT_EQ(Describe(procedure, direction, values), row[3]);
-            Bytes out(3);  // what stands before does not count for the alignment
+            Buffer out;
+            Append(out, Bytes(200, std::byte{0xbf}));
+            out.Clear();
+            Append(out, FromHex("000000"));  // what stands before does not count for the alignment
             Marshal(kTransferSyntaxes[i], procedure, direction, values, out);
             EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
 
@@ -87,7 +90,7 @@ std::string NameOf(const SyntaxId& id) {
 
 /// What a bind_ack says; any other data unit as we write it, hexadecimal.
 std::string Restate(const Pdu& pdu) {
-    Bytes out;
+    Buffer out;
     if (pdu.Type == PduType::BindAck) {
         std::string text =
             std::to_string(pdu.CallId) + " bind_ack " + std::to_string(ReadBindAck(pdu).MaxReceive);
@@ -128,9 +131,9 @@ TEST(PduTest, IsReadAndWrittenAsOthersDoWhereverItIsSplit) {
 
 TEST(FragmentTest, ObeyTheReceiversLimitAndTheStep) {
     for (const std::size_t size : {1408U, 1409U, 2816U, 9999U}) {
-        Bytes message;
+        Buffer message;
         BeginCall(message);
-        message.resize(kCallHeaderSize + size, std::byte{7});
+        message.Extend(size);
         FinishCall(message, {.CallId = 1}, kSmallestFragmentSize);
         for (ByteView rest = message; !rest.empty();) {
             const auto length = Cursor(rest.subspan(8), 0).Take<std::uint16_t>();
@@ -138,6 +141,15 @@ TEST(FragmentTest, ObeyTheReceiversLimitAndTheStep) {
             EXPECT_TRUE(length == rest.size() || (length - kCallHeaderSize) % kFragmentStep == 0);
             rest = rest.subspan(length);
         }
+        const auto isTooLong = [&message](std::size_t limit) {
+            PduStream stream;
+            Reassembly reassembly(limit);
+            std::optional<Call> call;
+            Feed(stream, message, [&](const Pdu& pdu) { call = reassembly.Add(pdu); });
+            return call.value().IsTooLong;
+        };
+        EXPECT_FALSE(isTooLong(size));
+        EXPECT_TRUE(isTooLong(size - 1));
     }
 }
 

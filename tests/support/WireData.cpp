@@ -23,21 +23,25 @@ std::vector<std::vector<std::string>> Rows(std::string_view kind) {
     return rows;
 }
 
+Bytes Copied(ByteView bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
 Bytes BindOf(const SyntaxId& syntax, std::uint32_t group, std::uint16_t maxReceive) {
-    Bytes bind;
+    Buffer bind;
     AppendBind(bind, PduType::Bind, 1,
                {.MaxReceive = maxReceive,
                 .AssociationGroup = group,
                 .Elements = {{0, Kelvane::kHotkeyRpc.Id, {syntax}}}});
-    return bind;
+    return Copied(bind);
 }
 
 Bytes MessageOf(const CallHeader& header, ByteView stub, std::size_t fragmentSize) {
-    Bytes message;
+    Buffer message;
     BeginCall(message);
     Append(message, stub);
     FinishCall(message, header, fragmentSize);
-    return message;
+    return Copied(message);
 }
 
 }  // namespace platform::rpc::test

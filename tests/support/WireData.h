@@ -12,6 +12,8 @@ namespace platform::rpc::test {
 /// The rows of wire.txt that begin with `kind`, cut into fields; the kind is field 0.
 std::vector<std::vector<std::string>> Rows(std::string_view kind);
 
+Bytes Copied(ByteView bytes);
+
 /// A client's first message: HotkeyRpc in one transfer syntax.
 Bytes BindOf(const SyntaxId& syntax, std::uint32_t group = 0, std::uint16_t maxReceive = kFragmentSize);
 
