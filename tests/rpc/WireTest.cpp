@@ -56,10 +56,12 @@ TEST(StubTest, IsReadAndWrittenAsOthersDoAndWhole) {
             Unmarshal(kTransferSyntaxes[i], procedure, direction, FromHex(row[4 + i] + "bfbfbf"), values);
             Unmarshal(kTransferSyntaxes[i], procedure, direction, stub, values);
             EXPECT_EQ(Describe(procedure, direction, values), row[3]);
+            // The padding is zero where other bytes were before, and what stands in front does not count for
+            // the alignment.
             Buffer out;
             Append(out, Bytes(200, std::byte{0xbf}));
             out.Clear();
-            Append(out, FromHex("000000"));  // what stands before does not count for the alignment
+            Append(out, FromHex("000000"));
             Marshal(kTransferSyntaxes[i], procedure, direction, values, out);
             EXPECT_EQ(ToHex(out), "000000" + row[4 + i]);
 
